@@ -1,0 +1,70 @@
+# Shared build rules: warnings, sanitizers, output folders, and one call per test, benchmark or program.
+
+foreach(kind IN ITEMS RUNTIME LIBRARY ARCHIVE)
+    if(NOT CMAKE_${kind}_OUTPUT_DIRECTORY AND PROJECT_IS_TOP_LEVEL)
+        if(kind STREQUAL "RUNTIME")
+            set(CMAKE_${kind}_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin)
+        else()
+            set(CMAKE_${kind}_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/lib)
+        endif()
+    endif()
+endforeach()
+
+if(PROJECT_IS_TOP_LEVEL AND NOT CMAKE_BUILD_TYPE)
+    set(CMAKE_BUILD_TYPE Release CACHE STRING "" FORCE)
+endif()
+
+function(deftmapi_common_options target)
+    target_compile_features(${target} PRIVATE cxx_std_20)
+    set_target_properties(${target} PROPERTIES
+        CXX_EXTENSIONS OFF CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON)
+    target_compile_options(${target} PRIVATE
+        -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual -Wconversion -Wno-sign-conversion
+        $<$<BOOL:${DEFTMAPI_WERROR}>:-Werror>)
+    if(DEFTMAPI_SANITIZE)
+        target_compile_options(${target} PRIVATE -fsanitize=${DEFTMAPI_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+        target_link_options(${target} PRIVATE -fsanitize=${DEFTMAPI_SANITIZE})
+    endif()
+endfunction()
+
+if(DEFTMAPI_SANITIZE)
+    # Libraries that link the objects need the run-time, too.
+    add_link_options(-fsanitize=${DEFTMAPI_SANITIZE})
+endif()
+
+# deftmapi_add_test(name SOURCES … [LIBS …] [ENVIRONMENT …]): a GoogleTest program whose every case is a ctest test.
+# It links the static library; where the embedded client is built, DEFTMAPI_CLIENT names it for the test run.
+function(deftmapi_add_test name)
+    cmake_parse_arguments(arg "" "" "SOURCES;LIBS;ENVIRONMENT" ${ARGN})
+    add_executable(${name} ${arg_SOURCES})
+    deftmapi_common_options(${name})
+    target_link_libraries(${name} PRIVATE deftmapi_static GTest::gmock GTest::gtest_main ${arg_LIBS})
+    set(environment ${arg_ENVIRONMENT})
+    if(TARGET deftmapiclient)
+        add_dependencies(${name} deftmapiclient)
+        list(APPEND environment "DEFTMAPI_CLIENT=$<TARGET_FILE:deftmapiclient>")
+    endif()
+    if(NOT CMAKE_CROSSCOMPILING)
+        gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60 PROPERTIES ENVIRONMENT "${environment}" TIMEOUT 300)
+    endif()
+endfunction()
+
+# deftmapi_add_program(name SOURCES … [LIBS …]): a program on the public (shared) library.
+function(deftmapi_add_program name)
+    cmake_parse_arguments(arg "" "" "SOURCES;LIBS" ${ARGN})
+    add_executable(${name} ${arg_SOURCES})
+    deftmapi_common_options(${name})
+    target_link_libraries(${name} PRIVATE deftmapi_shared ${arg_LIBS})
+    if(TARGET deftmapiclient)
+        add_dependencies(${name} deftmapiclient)
+    endif()
+endfunction()
+
+# deftmapi_add_benchmark(name SOURCES … [LIBS …]): a Google Benchmark program, run by scripts/bench.
+function(deftmapi_add_benchmark name)
+    cmake_parse_arguments(arg "" "" "SOURCES;LIBS" ${ARGN})
+    add_executable(${name} ${arg_SOURCES})
+    deftmapi_common_options(${name})
+    target_link_libraries(${name} PRIVATE deftmapi_static benchmark::benchmark ${arg_LIBS})
+    set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin/bench)
+endfunction()

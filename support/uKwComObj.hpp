@@ -1,0 +1,108 @@
+// TKwAutoIntfObject: the base of every object that the library hands out by interface. It supplies reference counting,
+// owner notification and event-connection lists; beside it stand the silent-server-exception switches.
+#pragma once
+
+#include "support/uKwExport.hpp"
+#include "support/uKwRef.hpp"
+
+#include <atomic>
+#include <mutex>
+#include <vector>
+
+namespace deftmapi
+{
+
+/// Whether an object keeps its owner alive.
+enum class TKwKeepAlive
+{
+    kaNone, ///< plain back-reference; the object learns of the owner's end through OwnerDestroyed
+    kaOwner ///< the object holds a counted reference on its owner
+};
+
+/// Reference-counted object with an optional owner.
+/// Threads: counting may happen on any thread; owner and children are linked and unlinked on one thread.
+class DEFTMAPI_API TKwAutoIntfObject : public virtual IKwInterface
+{
+public:
+    explicit TKwAutoIntfObject(TKwAutoIntfObject* owner = nullptr, TKwKeepAlive keepAlive = TKwKeepAlive::kaNone);
+
+    void AddRef() const noexcept final;
+    void Release() const noexcept final;
+    [[nodiscard]] std::uint32_t RefCount() const noexcept { return FRefCount.load(); }
+
+    /// The owner, or null when there was none or it has been destroyed. Adds no reference.
+    [[nodiscard]] TKwAutoIntfObject* Owner() const noexcept { return FOwner; }
+    /// True once an owner that this object had was destroyed.
+    [[nodiscard]] bool OwnerDestroyed() const noexcept { return FOwnerDestroyed; }
+    /// Objects of this class that are alive in the process; tests compare it before and after.
+    [[nodiscard]] static std::size_t LiveObjects() noexcept;
+
+protected:
+    ~TKwAutoIntfObject() override;
+    /// Called once when the last reference is gone, before any destructor runs: virtual calls still reach the derived class and
+    /// references taken and dropped here do not destroy again.
+    virtual void BeforeDestruction() noexcept {}
+    /// Called when the owner is being destroyed; OwnerDestroyed() is already true.
+    virtual void DoOwnerDestroyed() noexcept {}
+    /// Tells every child that this object is no more. The destructor does it; a class calls it earlier when its own members
+    /// must still exist while the children are told.
+    void NotifyChildren() noexcept;
+
+private:
+    mutable std::atomic<std::uint32_t> FRefCount{0};
+    TKwAutoIntfObject* FOwner = nullptr;
+    TKwRef<TKwAutoIntfObject> FOwnerRef; // set with kaOwner only
+    bool FOwnerDestroyed = false;
+    std::vector<TKwAutoIntfObject*> FChildren;
+};
+
+/// The sinks connected to one outgoing interface, in the order of connection. Thread-safe: sinks are called on a copy of the
+/// list and without the lock, so that a sink may connect or disconnect while it is called.
+template <typename Sink>
+class TKwEventConnections
+{
+public:
+    /// Connects (a sink connected twice is called twice) or disconnects (the first connection of the sink).
+    /// Returns false when a sink to be disconnected was not connected. Holds a reference while connected.
+    bool Connect(const TKwRef<Sink>& sink, bool connect)
+    {
+        const std::lock_guard lock(FLock);
+        if (connect)
+        {
+            FSinks.push_back(sink);
+            return true;
+        }
+        for (auto it = FSinks.begin(); it != FSinks.end(); ++it)
+        {
+            if (*it == sink)
+            {
+                FSinks.erase(it);
+                return true;
+            }
+        }
+        return false;
+    }
+    [[nodiscard]] std::vector<TKwRef<Sink>> Snapshot() const
+    {
+        const std::lock_guard lock(FLock);
+        return FSinks;
+    }
+    [[nodiscard]] std::size_t Count() const
+    {
+        const std::lock_guard lock(FLock);
+        return FSinks.size();
+    }
+
+private:
+    mutable std::mutex FLock;
+    std::vector<TKwRef<Sink>> FSinks;
+};
+
+// Silent server exceptions: while enabled (the default) an exception that leaves an event sink called by a foreign server is
+// swallowed at that boundary and reported to the handler set below; while disabled it passes on to the caller.
+// The switch is per thread and counts: as many enables as disables restore it.
+DEFTMAPI_API void KwDisableSilentServerExceptions() noexcept;
+DEFTMAPI_API void KwEnableSilentServerExceptions() noexcept;
+[[nodiscard]] DEFTMAPI_API bool KwSilentServerExceptionsEnabled() noexcept;
+
+} // namespace deftmapi
