@@ -7,7 +7,7 @@ namespace mapi
 {
 
 // clang-format off
-// MIME converter flags.
+// Flags of MIMEToMAPI and MAPIToMIMEStm.
 inline constexpr ULONG CCSF_8BITHEADERS      = 0x00000040;
 inline constexpr ULONG CCSF_EMBEDDED_MESSAGE = 0x00008000;
 inline constexpr ULONG CCSF_GLOBAL_MESSAGE   = 0x00200000;
@@ -20,7 +20,7 @@ inline constexpr ULONG CCSF_SMTP             = 0x00000002;
 inline constexpr ULONG CCSF_USE_RTF          = 0x00000080;
 inline constexpr ULONG CCSF_USE_TNEF         = 0x00000010;
 
-// MIME converter encodings.
+// Transfer encodings (IConverterSession::SetEncoding).
 inline constexpr ULONG IET_BINARY   = 0;
 inline constexpr ULONG IET_BASE64   = 1;
 inline constexpr ULONG IET_UUENCODE = 2;
@@ -36,11 +36,11 @@ inline constexpr ULONG IET_UNKNOWN  = 11;
 inline constexpr ULONG IET_BINHEX40 = 12;
 inline constexpr ULONG IET_LAST     = 13;
 
-// MIME converter save formats.
+// Formats (IConverterSession::SetSaveFormat).
 inline constexpr ULONG SAVE_RFC822  = 0;
 inline constexpr ULONG SAVE_RFC1521 = 1;
 
-// MIME converter character set uses.
+// When a given character set applies (IConverterSession::SetCharset).
 inline constexpr ULONG CSET_APPLY_UNTAGGED = 0;
 inline constexpr ULONG CSET_APPLY_ALL      = 1;
 inline constexpr ULONG CSET_APPLY_TAG_ALL  = 2;

@@ -7,10 +7,10 @@ namespace mapi
 {
 
 // clang-format off
-// Exchange profile version.
+// Version of an Exchange profile section (PR_PROFILE_VERSION).
 inline constexpr ULONG PROFILE_VERSION = 0x00000501;
 
-// Exchange profile config flags.
+// Configuration of the Exchange service (PR_PROFILE_CONFIG_FLAGS).
 inline constexpr ULONG CONFIG_SERVICE                = 0x00000001;
 inline constexpr ULONG CONFIG_SHOW_STARTUP_UI        = 0x00000002;
 inline constexpr ULONG CONFIG_SHOW_CONNECT_UI        = 0x00000004;
@@ -21,7 +21,7 @@ inline constexpr ULONG CONFIG_OST_CACHE_PRIVATE      = 0x00000180;
 inline constexpr ULONG CONFIG_OST_CACHE_PUBLIC       = 0x00000400;
 inline constexpr ULONG CONFIG_USE_SMTP_ADDRESSES     = 0x00000040;
 
-// Exchange profile connect flags.
+// How the service connects (PR_PROFILE_CONNECT_FLAGS).
 inline constexpr ULONG CONNECT_USE_ADMIN_PRIVILEGE       = 0x00000001;
 inline constexpr ULONG CONNECT_NO_RPC_ENCRYPTION         = 0x00000002;
 inline constexpr ULONG CONNECT_USE_SEPARATE_CONNECTION   = 0x00000004;
@@ -33,7 +33,7 @@ inline constexpr ULONG CONNECT_NO_ADDRESS_RESOLUTION     = 0x00000040;
 inline constexpr ULONG CONNECT_RESTORE_DATABASE          = 0x00000080;
 inline constexpr ULONG CONNECT_IGNORE_NO_PF              = 0x00008000;
 
-// Exchange profile transport flags.
+// What the remote transport does (PR_PROFILE_TRANSPORT_FLAGS).
 inline constexpr ULONG TRANSPORT_DOWNLOAD = 0x00000001;
 inline constexpr ULONG TRANSPORT_UPLOAD   = 0x00000002;
 
@@ -61,16 +61,16 @@ inline constexpr ULONG OPENSTORE_NO_LOCALIZATION                  = 0x00080000;
 inline constexpr ULONG OPENSTORE_RESTORE_DATABASE                 = 0x00100000;
 inline constexpr ULONG OPENSTORE_XFOREST_MOVE                     = 0x00200000;
 
-// Exchange profile section types.
+// Kinds of Exchange profile section.
 inline constexpr ULONG PROFILE_PRIMARY_USER = 1;
 inline constexpr ULONG PROFILE_DELEGATE     = 2;
 inline constexpr ULONG PROFILE_PUBLIC_STORE = 3;
 inline constexpr ULONG PROFILE_SUBSCRIPTION = 4;
 
-// Exchange profile user-interface states.
+// State of the service user interface (PR_PROFILE_UI_STATE).
 inline constexpr ULONG EDK_PROFILEUISTATE_ENCRYPTNETWORK = 0x00004000;
 
-// Folder rights.
+// Rights on a folder (PR_RIGHTS, permission table), and the usual combinations.
 inline constexpr ULONG frightsReadAny          = 0x00000001;
 inline constexpr ULONG frightsCreate           = 0x00000002;
 inline constexpr ULONG frightsEditOwned        = 0x00000008;
@@ -94,7 +94,7 @@ inline constexpr ULONG PRIV_DL_REPORT_TO_ORIG  = 0x00000002;
 inline constexpr ULONG PRIV_DL_REPORT_TO_OWNER = 0x00000004;
 inline constexpr ULONG PRIV_DL_ALLOW_OOF       = 0x00000008;
 
-// Offline folder flags.
+// Availability of a folder offline, and synchronisation at start.
 inline constexpr ULONG OF_AVAILABLE_OFFLINE    = 0x00000001;
 inline constexpr ULONG OF_FORCE                = 0x80000000;
 inline constexpr ULONG SF_DISABLE_STARTUP_SYNC = 0x00000001;
@@ -112,7 +112,7 @@ inline constexpr ULONG OP_TAG          = 9;
 inline constexpr ULONG OP_DELETE       = 10;
 inline constexpr ULONG OP_MARK_AS_READ = 11;
 
-// Rule action flavours.
+// Details of reply, forward and bounce actions (ulActionFlavor).
 inline constexpr ULONG DO_NOT_SEND_TO_ORIGINATOR     = 0x00000001;
 inline constexpr ULONG STOCK_REPLY_TEMPLATE          = 0x00000002;
 inline constexpr ULONG FWD_PRESERVE_SENDER           = 0x00000001;
@@ -123,7 +123,7 @@ inline constexpr ULONG BOUNCE_FORMS_MISMATCH         = 0x0000001F;
 inline constexpr ULONG BOUNCE_ACCESS_DENIED          = 0x00000026;
 inline constexpr ULONG FWD_AS_SMS_ALERT              = 0x00000008;
 
-// Rule states.
+// State of a rule (PR_RULE_STATE), and the version of the rules.
 inline constexpr ULONG ST_DISABLED            = 0x00000000;
 inline constexpr ULONG ST_ENABLED             = 0x00000001;
 inline constexpr ULONG ST_ERROR               = 0x00000002;
@@ -154,7 +154,7 @@ inline constexpr ULONG RULE_ERR_FIRST             = 1;
 inline constexpr ULONG RULE_ERR_LAST              = 13;
 inline constexpr ULONG RULE_ERR_FOLDER_OVER_QUOTA = 14;
 
-// Row list flags (IExchangeModifyTable).
+// IExchangeModifyTable: flags of ModifyTable and GetTable, kinds of change in a ROWENTRY.
 inline constexpr ULONG ROWLIST_REPLACE   = 1;
 inline constexpr ULONG ROW_ADD           = 1;
 inline constexpr ULONG ROW_MODIFY        = 2;
@@ -182,7 +182,7 @@ inline constexpr ULONG TRANSFER_COPYPROPS    = 2;
 inline constexpr ULONG TRANSFER_COPYMESSAGES = 3;
 inline constexpr ULONG TRANSFER_COPYFOLDER   = 4;
 
-// Synchronisation flags.
+// Flags of the synchronisation interfaces.
 inline constexpr ULONG ulHierChanged                       = 0x00000001;
 inline constexpr ULONG SYNC_UNICODE                        = 0x00000001;
 inline constexpr ULONG SYNC_NO_DELETIONS                   = 0x00000002;
@@ -208,7 +208,7 @@ inline constexpr ULONG SYNC_EXPIRY                         = 0x00000002;
 inline constexpr ULONG SYNC_READ                           = 0x00000001;
 inline constexpr ULONG SYNC_NO_DB_CHANGES                  = 0x00080000;
 
-// Synchronisation results.
+// Results of the synchronisation interfaces.
 inline constexpr HRESULT SYNC_E_UNKNOWN_FLAGS       = HRESULT(0x80040106);
 inline constexpr HRESULT SYNC_E_INVALID_PARAMETER   = HRESULT(0x80070057);
 inline constexpr HRESULT SYNC_E_ERROR               = HRESULT(0x80004005);

@@ -7,7 +7,7 @@
 namespace mapi
 {
 
-// One change of a rule or permission table.
+/// One change of a rule or permission table.
 struct ROWENTRY
 {
     ULONG ulRowFlags;
@@ -16,7 +16,7 @@ struct ROWENTRY
 };
 using LPROWENTRY = ROWENTRY*;
 
-// Open-ended: cEntries changes follow.
+/// Open-ended: cEntries changes follow.
 struct ROWLIST
 {
     ULONG cEntries;
@@ -24,7 +24,7 @@ struct ROWLIST
 };
 using LPROWLIST = ROWLIST*;
 
-// One action of a rule. Which union member counts follows from acttype.
+/// One action of a rule. Which union member counts follows from acttype.
 struct ACTION
 {
     // OP_MOVE, OP_COPY
@@ -69,7 +69,7 @@ struct ACTION
 };
 using LPACTION = ACTION*;
 
-// The actions of a rule (PT_ACTIONS).
+/// The actions of a rule (PT_ACTIONS).
 struct ACTIONS
 {
     ULONG ulVersion;
@@ -78,7 +78,7 @@ struct ACTIONS
 };
 using LPACTIONS = ACTIONS*;
 
-// Read state of one message in a synchronisation.
+/// Read state of one message in a synchronisation.
 struct READSTATE
 {
     ULONG cbSourceKey;
@@ -89,8 +89,7 @@ using LPREADSTATE = READSTATE*;
 
 DEFTMAPI_INTERFACES_BEGIN
 
-/// Opens other mailboxes and lists what a server has. The later interfaces repeat the methods of the earlier ones
-/// and append.
+/// Opens other mailboxes and lists what a server has. Each numbered successor appends to the one before.
 struct IExchangeManageStore : IUnknown
 {
     virtual HRESULT DEFTMAPI_STDCALL CreateStoreEntryID(LPCSTR lpszMsgStoreDN, LPCSTR lpszMailboxDN, ULONG ulFlags,

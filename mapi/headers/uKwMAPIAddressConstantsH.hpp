@@ -7,7 +7,7 @@ namespace mapi
 {
 
 // clang-format off
-// Display types.
+// Display types (PR_DISPLAY_TYPE) of address book entries, folders and templates.
 inline constexpr ULONG DT_ROOM             = 0x00000007;
 inline constexpr ULONG DT_EQUIPMENT        = 0x00000008;
 inline constexpr ULONG DT_SEC_DISTLIST     = 0x00000009;
@@ -31,7 +31,7 @@ inline constexpr ULONG DT_TEMPLATE         = 0x00000101;
 inline constexpr ULONG DT_ADDRESS_TEMPLATE = 0x00000102;
 inline constexpr ULONG DT_SEARCH           = 0x00000200;
 
-// Extended display types.
+// Extended display types (PR_DISPLAY_TYPE_EX): flags and masks around a display type.
 inline constexpr ULONG DTE_FLAG_REMOTE_VALID = 0x80000000;
 inline constexpr ULONG DTE_FLAG_ACL_CAPABLE  = 0x40000000;
 inline constexpr ULONG DTE_MASK_REMOTE       = 0x0000FF00;
@@ -58,12 +58,12 @@ inline constexpr ULONG CREATE_CHECK_DUP_STRICT = 0x00000001;
 inline constexpr ULONG CREATE_CHECK_DUP_LOOSE  = 0x00000002;
 inline constexpr ULONG CREATE_REPLACE          = 0x00000004;
 
-// Resolve states.
+// Result of name resolution, one for each recipient (FlagList).
 inline constexpr ULONG MAPI_UNRESOLVED = 0;
 inline constexpr ULONG MAPI_AMBIGUOUS  = 1;
 inline constexpr ULONG MAPI_RESOLVED   = 2;
 
-// One-off create flags.
+// Flags of CreateOneOff.
 inline constexpr ULONG MAPI_SEND_NO_RICH_INFO = 0x00010000;
 
 // Flags of the address dialog (ADRPARM).
@@ -114,7 +114,7 @@ inline constexpr ULONG EEI_FAX_2            = 4;
 inline constexpr ULONG EEI_FAX_3            = 5;
 inline constexpr ULONG EMAIL_TYPE_UNDEFINED = 255;
 
-// Wrapped contact entry identifier types.
+// Types of a contact entry identifier that wraps another one.
 inline constexpr ULONG BFLAGS_EXTERNAL_DISTLIST = 0x00000006;
 inline constexpr ULONG BFLAGS_EXTERNAL_MAILUSER = 0x00000005;
 inline constexpr ULONG BFLAGS_INTERNAL_DISTLIST = 0x00000004;

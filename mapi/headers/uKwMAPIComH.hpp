@@ -57,7 +57,7 @@ inline constexpr ULONG LOCK_WRITE     = 0x00000001;
 inline constexpr ULONG LOCK_EXCLUSIVE = 0x00000002;
 inline constexpr ULONG LOCK_ONLYONCE  = 0x00000004;
 
-// Stream stat flags.
+// Flags of Stat: STATFLAG_NONAME saves the allocation of the name.
 inline constexpr ULONG STATFLAG_DEFAULT = 0;
 inline constexpr ULONG STATFLAG_NONAME  = 1;
 inline constexpr ULONG STATFLAG_NOOPEN  = 2;
@@ -98,7 +98,7 @@ inline constexpr ULONG VT_BYREF    = 16384;
 inline constexpr ULONG VT_TYPEMASK = 4095;
 // clang-format on
 
-// Description of a storage element. pwcsName is allocated with the COM allocator and freed by the caller.
+/// Description of a storage element. pwcsName is allocated with the COM allocator and freed by the caller.
 struct STATSTG
 {
     LPOLESTR pwcsName;

@@ -30,7 +30,7 @@ inline constexpr ULONG MAPI_ASSOCIATED        = 0x00000040;
 inline constexpr ULONG MAPI_FORCE_ACCESS      = 0x00080000;
 inline constexpr ULONG MAPI_GAL_ONLY          = 0x00000080;
 
-// MAPIInitialize.
+// Version and flags of MAPIINIT_0.
 inline constexpr ULONG MAPI_NO_COINIT                 = 0x00000008;
 inline constexpr ULONG MAPI_INIT_VERSION              = 0x00000000;
 inline constexpr ULONG MAPI_MULTITHREAD_NOTIFICATIONS = 0x00000001;
@@ -86,7 +86,7 @@ inline constexpr ULONG fnevReservedForMapi      = 0x40000000;
 inline constexpr ULONG fnevExtended             = 0x80000000;
 inline constexpr ULONG fnevIndexing             = 0x00010000;
 
-// Access rights (PR_ACCESS).
+// What the user may do with an object (PR_ACCESS).
 inline constexpr ULONG MAPI_ACCESS_MODIFY            = 0x00000001;
 inline constexpr ULONG MAPI_ACCESS_READ              = 0x00000002;
 inline constexpr ULONG MAPI_ACCESS_DELETE            = 0x00000004;
@@ -130,7 +130,7 @@ inline constexpr ULONG cchProfilePassMax = 64;
 // CreateProfile flags.
 inline constexpr ULONG MAPI_DEFAULT_SERVICES = 0x00000001;
 
-// Service resource flags.
+// Properties of a message service (PR_RESOURCE_FLAGS of its row).
 inline constexpr ULONG SERVICE_DEFAULT_STORE       = 0x00000001;
 inline constexpr ULONG SERVICE_SINGLE_COPY         = 0x00000002;
 inline constexpr ULONG SERVICE_CREATE_WITH_STORE   = 0x00000004;
@@ -145,7 +145,7 @@ inline constexpr ULONG UI_CURRENT_PROVIDER_FIRST = 0x00000004;
 inline constexpr ULONG MSG_SERVICE_UI_READ_ONLY  = 0x00000008;
 inline constexpr ULONG SERVICE_LOGON_FAILED      = 0x00000020;
 
-// Resource types.
+// Kinds of a status table row (PR_RESOURCE_TYPE).
 inline constexpr ULONG MAPI_STORE_PROVIDER     = 33;
 inline constexpr ULONG MAPI_AB                 = 34;
 inline constexpr ULONG MAPI_AB_PROVIDER        = 35;
@@ -155,13 +155,13 @@ inline constexpr ULONG MAPI_PROFILE_PROVIDER   = 38;
 inline constexpr ULONG MAPI_SUBSYSTEM          = 39;
 inline constexpr ULONG MAPI_HOOK_PROVIDER      = 40;
 
-// Resource methods.
+// Methods of IMAPIStatus that a resource supports (PR_RESOURCE_METHODS).
 inline constexpr ULONG STATUS_VALIDATE_STATE  = 0x00000001;
 inline constexpr ULONG STATUS_SETTINGS_DIALOG = 0x00000002;
 inline constexpr ULONG STATUS_CHANGE_PASSWORD = 0x00000004;
 inline constexpr ULONG STATUS_FLUSH_QUEUES    = 0x00000008;
 
-// Resource flags.
+// Properties of a provider (PR_RESOURCE_FLAGS).
 inline constexpr ULONG STATUS_DEFAULT_OUTBOUND    = 0x00000001;
 inline constexpr ULONG STATUS_DEFAULT_STORE       = 0x00000002;
 inline constexpr ULONG STATUS_PRIMARY_IDENTITY    = 0x00000004;
@@ -177,7 +177,7 @@ inline constexpr ULONG STATUS_SECONDARY_STORE     = 0x00002000;
 inline constexpr ULONG HOOK_INBOUND               = 0x00000200;
 inline constexpr ULONG HOOK_OUTBOUND              = 0x00000400;
 
-// Status codes.
+// What a provider is doing (PR_STATUS_CODE).
 inline constexpr ULONG STATUS_AVAILABLE        = 0x00000001;
 inline constexpr ULONG STATUS_OFFLINE          = 0x00000002;
 inline constexpr ULONG STATUS_FAILURE          = 0x00000004;
@@ -209,11 +209,11 @@ inline constexpr ULONG FLUSH_FORCE    = 0x00000008;
 inline constexpr ULONG FLUSH_NO_UI    = 0x00000010;
 inline constexpr ULONG FLUSH_ASYNC_OK = 0x00000020;
 
-// Control states.
+// State of a display table button (IMAPIControl::GetState).
 inline constexpr ULONG MAPI_ENABLED  = 0;
 inline constexpr ULONG MAPI_DISABLED = 1;
 
-// Display table control flags.
+// Flags of display table controls.
 inline constexpr ULONG DT_MULTILINE     = 0x00000001;
 inline constexpr ULONG DT_EDITABLE      = 0x00000002;
 inline constexpr ULONG DT_REQUIRED      = 0x00000004;
@@ -222,7 +222,7 @@ inline constexpr ULONG DT_PASSWORD_EDIT = 0x00000010;
 inline constexpr ULONG DT_ACCEPT_DBCS   = 0x00000020;
 inline constexpr ULONG DT_SET_SELECTION = 0x00000040;
 
-// Display table control types.
+// Control types (PR_CONTROL_TYPE).
 inline constexpr ULONG DTCT_LABEL       = 0;
 inline constexpr ULONG DTCT_EDIT        = 1;
 inline constexpr ULONG DTCT_LBX         = 2;
@@ -236,7 +236,7 @@ inline constexpr ULONG DTCT_RADIOBUTTON = 9;
 inline constexpr ULONG DTCT_MVLISTBOX   = 11;
 inline constexpr ULONG DTCT_MVDDLBX     = 12;
 
-// Display table list flags.
+// Flags of display table lists: no scroll bar.
 inline constexpr ULONG MAPI_NO_HBAR = 0x00000001;
 inline constexpr ULONG MAPI_NO_VBAR = 0x00000002;
 

@@ -17,7 +17,7 @@ inline constexpr ULONG MAPIFORM_EXACTMATCH                      = 0x00000020;
 inline constexpr ULONG MAPIFORM_INSTALL_DIALOG                  = 0x00000008;
 inline constexpr ULONG MAPIFORM_INSTALL_OVERWRITEONCONFLICT     = 0x00000010;
 
-// Form registry.
+// Form registries (IMAPIFormMgr::OpenFormContainer).
 inline constexpr ULONG HFRMREG_DEFAULT  = 0;
 inline constexpr ULONG HFRMREG_LOCAL    = 1;
 inline constexpr ULONG HFRMREG_PERSONAL = 2;
@@ -32,7 +32,7 @@ inline constexpr ULONG SAVEOPTS_PROMPTSAVE  = 2;
 inline constexpr ULONG SAVE_FORMAT_TEXT     = 0x00000001;
 inline constexpr ULONG SAVE_FORMAT_RICHTEXT = 0x00000002;
 
-// View statuses.
+// State of a view (IMAPIViewContext::GetViewStatus).
 inline constexpr ULONG VCSTATUS_NEXT           = 0x00000001;
 inline constexpr ULONG VCSTATUS_PREV           = 0x00000002;
 inline constexpr ULONG VCSTATUS_MODAL          = 0x00000004;
@@ -46,7 +46,7 @@ inline constexpr ULONG VCSTATUS_DELETE_IS_MOVE = 0x00100000;
 inline constexpr ULONG VCSTATUS_SAVE           = 0x00200000;
 inline constexpr ULONG VCSTATUS_NEW_MESSAGE    = 0x00400000;
 
-// View directions.
+// Where a view goes next.
 inline constexpr ULONG VCDIR_NEXT   = 0x00000001;
 inline constexpr ULONG VCDIR_PREV   = 0x00000002;
 inline constexpr ULONG VCDIR_DELETE = 0x00010000;
@@ -56,11 +56,11 @@ inline constexpr ULONG VCDIR_MOVE   = 0x00040000;
 inline constexpr ULONG FPST_VANILLA   = 0;
 inline constexpr ULONG FPST_ENUM_PROP = 1;
 
-// Form message behaviour.
+// Message behaviour of a form.
 inline constexpr ULONG MAPI_MESSAGE_BEHAVIOR_IPM    = 0;
 inline constexpr ULONG MAPI_MESSAGE_BEHAVIOR_FOLDER = 1;
 
-// Form platform.
+// Platforms of a form: processor and operating system.
 inline constexpr ULONG MAPIFORM_CPU_X86     = 1;
 inline constexpr ULONG MAPIFORM_CPU_MIP     = 2;
 inline constexpr ULONG MAPIFORM_CPU_AXP     = 3;
@@ -76,7 +76,7 @@ inline constexpr ULONG MAPIFORM_OS_WINNT_50 = 6;
 inline constexpr ULONG MAPIFORM_OS_WINNT_60 = 7;
 // clang-format on
 
-// How a form shall print.
+/// How a form shall print.
 struct FORMPRINTSETUP
 {
     ULONG ulFlags;
@@ -87,7 +87,7 @@ struct FORMPRINTSETUP
 };
 using LPFORMPRINTSETUP = FORMPRINTSETUP*;
 
-// One named value of an enumerated form property.
+/// One named value of an enumerated form property.
 struct SMAPIFormPropEnumVal
 {
     LPTSTR pszDisplayName;
@@ -95,7 +95,7 @@ struct SMAPIFormPropEnumVal
 };
 using LPMAPIFORMPROPENUMVAL = SMAPIFormPropEnumVal*;
 
-// One property that a form publishes.
+/// One property that a form publishes.
 struct SMAPIFormProp
 {
     // FPST_ENUM_PROP
@@ -118,7 +118,7 @@ struct SMAPIFormProp
 };
 using LPMAPIFORMPROP = SMAPIFormProp*;
 
-// Open-ended: cProps properties follow.
+/// Open-ended: cProps properties follow.
 struct SMAPIFormPropArray
 {
     ULONG cProps;
@@ -127,7 +127,7 @@ struct SMAPIFormPropArray
 };
 using LPMAPIFORMPROPARRAY = SMAPIFormPropArray*;
 
-// One verb of a form.
+/// One verb of a form.
 struct SMAPIVerb
 {
     LONG lVerb;
@@ -138,7 +138,7 @@ struct SMAPIVerb
 };
 using LPMAPIVERB = SMAPIVerb*;
 
-// Open-ended: cMAPIVerb verbs follow.
+/// Open-ended: cMAPIVerb verbs follow.
 struct SMAPIVerbArray
 {
     ULONG cMAPIVerb;
@@ -146,7 +146,7 @@ struct SMAPIVerbArray
 };
 using LPMAPIVERBARRAY = SMAPIVerbArray*;
 
-// Open-ended: cValues message classes follow.
+/// Open-ended: cValues message classes follow.
 struct SMessageClassArray
 {
     ULONG cValues;
@@ -154,7 +154,7 @@ struct SMessageClassArray
 };
 using LPSMESSAGECLASSARRAY = SMessageClassArray*;
 
-// Open-ended: cForms descriptions follow.
+/// Open-ended: cForms descriptions follow.
 struct SMAPIFormInfoArray
 {
     ULONG cForms;

@@ -7,7 +7,7 @@ namespace mapi
 {
 
 // clang-format off
-// Store support masks.
+// What a store can do (PR_STORE_SUPPORT_MASK).
 inline constexpr ULONG STORE_UNICODE_OK        = 0x00040000;
 inline constexpr ULONG STORE_ITEMPROC          = 0x00200000;
 inline constexpr ULONG STORE_ENTRYID_UNIQUE    = 0x00000001;
@@ -34,7 +34,7 @@ inline constexpr ULONG STORE_LOCALSTORE        = 0x00080000;
 inline constexpr ULONG STORE_PUSHER_OK         = 0x00800000;
 inline constexpr ULONG STORE_RULES_OK          = 0x10000000;
 
-// Store states.
+// State of a store (PR_STORE_STATE).
 inline constexpr ULONG STORE_HAS_SEARCHES = 0x01000000;
 
 // StoreLogoff flags.
@@ -48,7 +48,7 @@ inline constexpr ULONG LOGOFF_INBOUND        = 0x00020000;
 inline constexpr ULONG LOGOFF_OUTBOUND       = 0x00040000;
 inline constexpr ULONG LOGOFF_OUTBOUND_QUEUE = 0x00080000;
 
-// Valid folder masks.
+// Which special folders a store has (PR_VALID_FOLDER_MASK).
 inline constexpr ULONG FOLDER_IPM_SUBTREE_VALID     = 0x00000001;
 inline constexpr ULONG FOLDER_IPM_INBOX_VALID       = 0x00000002;
 inline constexpr ULONG FOLDER_IPM_OUTBOX_VALID      = 0x00000004;
@@ -58,7 +58,7 @@ inline constexpr ULONG FOLDER_VIEWS_VALID           = 0x00000020;
 inline constexpr ULONG FOLDER_COMMON_VIEWS_VALID    = 0x00000040;
 inline constexpr ULONG FOLDER_FINDER_VALID          = 0x00000080;
 
-// Store capabilities.
+// Selectors and answers of IMSCapabilities.
 inline constexpr ULONG MSCAP_SEL_RESERVED1           = 0;
 inline constexpr ULONG MSCAP_SEL_RESERVED2           = 1;
 inline constexpr ULONG MSCAP_SEL_FOLDER              = 2;
@@ -67,12 +67,12 @@ inline constexpr ULONG MSCAP_SEL_RESTRICTION         = 4;
 inline constexpr ULONG MSCAP_SECURE_FOLDER_HOMEPAGES = 1;
 inline constexpr ULONG MSCAP_RES_ANNOTATION          = 1;
 
-// Folder types.
+// Folder types (PR_FOLDER_TYPE).
 inline constexpr ULONG FOLDER_ROOT    = 0;
 inline constexpr ULONG FOLDER_GENERIC = 1;
 inline constexpr ULONG FOLDER_SEARCH  = 2;
 
-// Folder statuses.
+// Status of a folder in a hierarchy table (PR_STATUS).
 inline constexpr ULONG FLDSTATUS_HIGHLIGHTED = 0x00000001;
 inline constexpr ULONG FLDSTATUS_TAGGED      = 0x00000002;
 inline constexpr ULONG FLDSTATUS_HIDDEN      = 0x00000004;
@@ -99,13 +99,13 @@ inline constexpr ULONG FOLDER_DIALOG      = 0x00000002;
 inline constexpr ULONG DEL_FOLDERS        = 0x00000004;
 inline constexpr ULONG DEL_ASSOCIATED     = 0x00000008;
 
-// Container table flags.
+// Flags of GetContentsTable and GetHierarchyTable.
 inline constexpr ULONG SHOW_SOFT_DELETES                   = 0x00000002;
 inline constexpr ULONG SHOW_SUBFOLDERS                     = 0x00000004;
 inline constexpr ULONG SUPRESS_NOTIFICATIONS_ON_MY_ACTIONS = 0x00001000;
 inline constexpr ULONG CONVENIENT_DEPTH                    = 0x00000001;
 
-// Message statuses.
+// Status of a message in a contents table (PR_MSG_STATUS).
 inline constexpr ULONG MSGSTATUS_IN_CONFLICT     = 0x00000800;
 inline constexpr ULONG MSGSTATUS_MDNSENT         = 0x00004000;
 inline constexpr ULONG MSGSTATUS_HIGHLIGHTED     = 0x00000001;
@@ -117,7 +117,7 @@ inline constexpr ULONG MSGSTATUS_REMOTE_DELETE   = 0x00002000;
 inline constexpr ULONG MSGSTATUS_ANSWERED        = 0x00000200;
 inline constexpr ULONG MSGSTATUS_DRAFT           = 0x00000100;
 
-// Message lock states.
+// Lock states of a submitted message (SetLockState).
 inline constexpr ULONG MSG_LOCKED   = 1;
 inline constexpr ULONG MSG_UNLOCKED = 0;
 
@@ -167,7 +167,7 @@ inline constexpr ULONG CLEAR_NRN_PENDING     = 0x00000040;
 // DeleteAttach flags.
 inline constexpr ULONG ATTACH_DIALOG = 0x00000001;
 
-// Attachment methods.
+// Where the content of an attachment is (PR_ATTACH_METHOD).
 inline constexpr ULONG NO_ATTACHMENT          = 0;
 inline constexpr ULONG ATTACH_BY_VALUE        = 1;
 inline constexpr ULONG ATTACH_BY_REFERENCE    = 2;
@@ -198,7 +198,7 @@ inline constexpr ULONG IMPORTANCE_LOW    = 0;
 inline constexpr ULONG IMPORTANCE_NORMAL = 1;
 inline constexpr ULONG IMPORTANCE_HIGH   = 2;
 
-// Native body.
+// Which body a message was written in, as the store tells it.
 inline constexpr ULONG MAPI_NATIVE_BODY                = 0x00010000;
 inline constexpr ULONG MAPI_NATIVE_BODY_TYPE_RTF       = 0x00000001;
 inline constexpr ULONG MAPI_NATIVE_BODY_TYPE_HTML      = 0x00000002;
@@ -211,7 +211,7 @@ inline constexpr ULONG RTF_SYNC_BODY_CHANGED = 0x00000002;
 // OpenIMsgOnIStg flags.
 inline constexpr ULONG IMSG_NO_ISTG_COMMIT = 0x00000001;
 
-// Property attributes (message on storage).
+// Property attributes of a message on a storage.
 inline constexpr ULONG PROPATTR_MANDATORY   = 0x00000001;
 inline constexpr ULONG PROPATTR_READABLE    = 0x00000002;
 inline constexpr ULONG PROPATTR_WRITEABLE   = 0x00000004;

@@ -8,8 +8,9 @@
 namespace mapi
 {
 
-// Identifiers.
-// An entry identifier: four flag bytes, then cb - 4 bytes that only the provider understands.
+// Entry identifiers.
+
+/// Four flag bytes, then bytes that only the provider understands. The size is kept apart.
 struct ENTRYID
 {
     BYTE abFlags[4];
@@ -17,7 +18,7 @@ struct ENTRYID
 };
 using LPENTRYID = ENTRYID*;
 
-// An entry identifier preceded by its size.
+/// An entry identifier preceded by its size.
 struct FLATENTRY
 {
     ULONG cb;
@@ -25,7 +26,7 @@ struct FLATENTRY
 };
 using LPFLATENTRY = FLATENTRY*;
 
-// FLATENTRY structures one after the other, each padded to four bytes.
+/// FLATENTRY structures one after the other, each padded to four bytes.
 struct FLATENTRYLIST
 {
     ULONG cEntries;
@@ -34,7 +35,9 @@ struct FLATENTRYLIST
 };
 using LPFLATENTRYLIST = FLATENTRYLIST*;
 
-// Binary value: cb bytes.
+// Multi-valued and binary values: a count and a pointer to the first element.
+
+/// A byte string of cb bytes.
 struct SBinary
 {
     ULONG cb;
@@ -42,7 +45,6 @@ struct SBinary
 };
 using LPSBinary = SBinary*;
 
-// Arrays: the values of multi-valued properties.
 struct SShortArray
 {
     ULONG cValues;
@@ -127,11 +129,13 @@ struct SLargeIntegerArray
 };
 using LPSLargeIntegerArray = SLargeIntegerArray*;
 
-// A list of entry identifiers is an array of binary values.
+/// A list of entry identifiers is an array of binary values.
 using ENTRYLIST = SBinaryArray;
 using LPENTRYLIST = ENTRYLIST*;
 
-// Open-ended: cValues tags follow.
+// Properties.
+
+/// Open-ended: cValues tags follow.
 struct SPropTagArray
 {
     ULONG cValues;
@@ -139,7 +143,7 @@ struct SPropTagArray
 };
 using LPSPropTagArray = SPropTagArray*;
 
-// The value part of a property; the property type says which member counts.
+/// The value part of a property; the property type says which member counts.
 union UPV
 {
     std::int16_t i;
@@ -173,7 +177,7 @@ union UPV
     LONG x;
 };
 
-// One property: tag and value.
+/// One property: tag and value.
 struct SPropValue
 {
     ULONG ulPropTag;
@@ -182,7 +186,7 @@ struct SPropValue
 };
 using LPSPropValue = SPropValue*;
 
-// Why one property of a call failed; ulIndex counts in the array that the caller passed.
+/// Why one property of a call failed; ulIndex counts in the array that the caller passed.
 struct SPropProblem
 {
     ULONG ulIndex;
@@ -191,7 +195,7 @@ struct SPropProblem
 };
 using LPSPropProblem = SPropProblem*;
 
-// Open-ended: cProblem problems follow.
+/// Open-ended: cProblem problems follow.
 struct SPropProblemArray
 {
     ULONG cProblem;
@@ -199,7 +203,7 @@ struct SPropProblemArray
 };
 using LPSPropProblemArray = SPropProblemArray*;
 
-// A property name: property set and either number or text.
+/// A property name: property set and either number or text.
 struct MAPINAMEID
 {
     LPGUID lpguid;
@@ -213,7 +217,7 @@ struct MAPINAMEID
 };
 using LPMAPINAMEID = MAPINAMEID*;
 
-// A provider's own error text; MAPI_UNICODE in the call decides the width of both texts.
+/// A provider's own error text; MAPI_UNICODE in the call decides the width of both texts.
 struct MAPIERROR
 {
     ULONG ulVersion;
@@ -224,7 +228,7 @@ struct MAPIERROR
 };
 using LPMAPIERROR = MAPIERROR*;
 
-// Open-ended: cValues attribute words (PROPATTR_...) follow.
+/// Open-ended: cValues attribute words (PROPATTR_...) follow.
 struct SPropAttrArray
 {
     ULONG cValues;
@@ -232,7 +236,9 @@ struct SPropAttrArray
 };
 using LPSPropAttrArray = SPropAttrArray*;
 
-// One row of a table.
+// Rows and recipients.
+
+/// One row of a table.
 struct SRow
 {
     ULONG ulAdrEntryPad;
@@ -241,7 +247,7 @@ struct SRow
 };
 using LPSRow = SRow*;
 
-// Open-ended: cRows rows follow. Each property array is an allocation of its own.
+/// Open-ended: cRows rows follow. Each property array is an allocation of its own.
 struct SRowSet
 {
     ULONG cRows;
@@ -249,7 +255,7 @@ struct SRowSet
 };
 using LPSRowSet = SRowSet*;
 
-// One recipient. Laid out like SRow, so that rows and recipients can be exchanged.
+/// One recipient. Laid out like SRow, so that rows and recipients can be exchanged.
 struct ADRENTRY
 {
     ULONG ulReserved1;
@@ -258,7 +264,7 @@ struct ADRENTRY
 };
 using LPADRENTRY = ADRENTRY*;
 
-// Open-ended: cEntries recipients follow. Each property array is an allocation of its own.
+/// Open-ended: cEntries recipients follow. Each property array is an allocation of its own.
 struct ADRLIST
 {
     ULONG cEntries;
@@ -266,7 +272,7 @@ struct ADRLIST
 };
 using LPADRLIST = ADRLIST*;
 
-// Open-ended: cFlags resolve states follow.
+/// Open-ended: cFlags resolve states follow.
 struct FlagList
 {
     ULONG cFlags;
@@ -281,7 +287,7 @@ struct SSortOrder
 };
 using LPSSortOrder = SSortOrder*;
 
-// Open-ended: cSorts orders follow, the first cCategories of them categories.
+/// Open-ended: cSorts orders follow, the first cCategories of them categories.
 struct SSortOrderSet
 {
     ULONG cSorts;
@@ -294,7 +300,8 @@ using LPSSortOrderSet = SSortOrderSet*;
 struct SRestriction;
 using LPSRestriction = SRestriction*;
 
-// The restriction kinds.
+// The kinds of restriction.
+
 struct SAndRestriction
 {
     ULONG cRes;
@@ -394,7 +401,7 @@ struct SCountRestriction
 };
 using LPSCountRestriction = SCountRestriction*;
 
-// A filter expression; rt says which member of res counts.
+/// A filter expression; rt says which member of res counts.
 struct SRestriction
 {
     ULONG rt;
@@ -416,7 +423,8 @@ struct SRestriction
     } res;
 };
 
-// The notification kinds.
+// The kinds of notification.
+
 struct ERROR_NOTIFICATION
 {
     ULONG cbEntryID;
@@ -454,7 +462,7 @@ struct OBJECT_NOTIFICATION
 };
 using LPOBJECT_NOTIFICATION = OBJECT_NOTIFICATION*;
 
-// propIndex is the instance key of the row, propPrior that of the row before it (PR_NULL: the first).
+/// propIndex is the instance key of the row, propPrior that of the row before it (PR_NULL: the first).
 struct TABLE_NOTIFICATION
 {
     ULONG ulTableEvent;
@@ -483,7 +491,7 @@ struct STATUS_OBJECT_NOTIFICATION
 };
 using LPSTATUS_OBJECT_NOTIFICATION = STATUS_OBJECT_NOTIFICATION*;
 
-// One event; ulEventType says which member of info counts.
+/// One event; ulEventType says which member of info counts.
 struct NOTIFICATION
 {
     ULONG ulEventType;
@@ -500,7 +508,7 @@ struct NOTIFICATION
 };
 using LPNOTIFICATION = NOTIFICATION*;
 
-// Open-ended: cb bytes follow.
+/// Open-ended: cb bytes follow.
 struct NOTIFKEY
 {
     ULONG cb;
@@ -509,41 +517,42 @@ struct NOTIFKEY
 using LPNOTIFKEY = NOTIFKEY*;
 
 // Memory functions, passed to functions that allocate on behalf of the caller. Their blocks form groups: freeing the
-// first frees all that were allocated with ALLOCATEMORE for it. Allocates a block.
+// first frees all that were allocated with ALLOCATEMORE for it.
+/// Allocates a block.
 using ALLOCATEBUFFER = SCODE DEFTMAPI_STDCALL(ULONG cbSize, LPVOID* lppBuffer);
 using LPALLOCATEBUFFER = ALLOCATEBUFFER*;
 
-// Allocates a block that is freed together with lpObject.
+/// Allocates a block that is freed together with lpObject.
 using ALLOCATEMORE = SCODE DEFTMAPI_STDCALL(ULONG cbSize, LPVOID lpObject, LPVOID* lppBuffer);
 using LPALLOCATEMORE = ALLOCATEMORE*;
 
-// Frees a block and all blocks linked to it.
+/// Frees a block and all blocks linked to it.
 using FREEBUFFER = ULONG DEFTMAPI_STDCALL(LPVOID lpBuffer);
 using LPFREEBUFFER = FREEBUFFER*;
 
-// Receives notifications.
+/// Receives notifications.
 using NOTIFCALLBACK = LONG DEFTMAPI_STDCALL(LPVOID lpvContext, ULONG cNotification, LPNOTIFICATION lpNotifications);
 using LPNOTIFCALLBACK = NOTIFCALLBACK*;
 
-// Called when a view of a memory table is released.
+/// Called when a view of a memory table is released.
 using CALLERRELEASE = void DEFTMAPI_STDCALL(ULONG_PTR ulCallerData, LPTABLEDATA lpTblData, LPMAPITABLE lpVue);
 
-// Called when a message on a storage is released.
+/// Called when a message on a storage is released.
 using MSGCALLRELEASE = void DEFTMAPI_STDCALL(ULONG ulCallerData, LPMESSAGE lpMessage);
 
-// Keyboard accelerators of a modeless address dialog.
+/// Keyboard accelerators of a modeless address dialog.
 using ACCELERATEABSDI = BOOL DEFTMAPI_STDCALL(ULONG_PTR ulUIParam, LPVOID lpvmsg);
 using LPFNABSDI = ACCELERATEABSDI*;
 
-// Called when a modeless address dialog closes.
+/// Called when a modeless address dialog closes.
 using DISMISSMODELESS = void DEFTMAPI_STDCALL(ULONG_PTR ulUIParam, LPVOID lpvContext);
 using LPFNDISMISS = DISMISSMODELESS*;
 
-// Called for the extra button of a details dialog.
+/// Called for the extra button of a details dialog.
 using LPFNBUTTON = SCODE(DEFTMAPI_STDCALL*)(ULONG_PTR ulUIParam, LPVOID lpvContext, ULONG cbEntryID,
                                             LPENTRYID lpSelection, ULONG ulFlags);
 
-// What the address dialog shows and returns.
+/// What the address dialog shows and returns.
 struct ADRPARM
 {
     ULONG cbABContEntryID;
@@ -568,6 +577,7 @@ struct ADRPARM
 using LPADRPARM = ADRPARM*;
 
 // Display table controls. Offsets to texts (ulbLpsz...) count from the start of the structure.
+
 struct DTBLLABEL
 {
     ULONG ulbLpszLabelName;
@@ -667,7 +677,9 @@ struct DTBLMVDDLBX
 };
 using LPDTBLMVDDLBX = DTBLMVDDLBX*;
 
-// Options of MAPIInitialize.
+// Initialisation, transport options and the RTF stream wrapper.
+
+/// Options of MAPIInitialize.
 struct MAPIINIT_0
 {
     ULONG ulVersion;
@@ -675,7 +687,7 @@ struct MAPIINIT_0
 };
 using LPMAPIINIT_0 = MAPIINIT_0*;
 
-// Options that a transport registers for a kind of recipient or message.
+/// Options that a transport registers for a kind of recipient or message.
 struct OPTIONDATA
 {
     ULONG ulFlags;
@@ -690,7 +702,7 @@ struct OPTIONDATA
 };
 using LPOPTIONDATA = OPTIONDATA*;
 
-// Input of the extended RTF stream wrapper.
+/// Input of the extended RTF stream wrapper.
 struct RTF_WCSINFO
 {
     ULONG size;
@@ -700,7 +712,7 @@ struct RTF_WCSINFO
 };
 using LPRTF_WCSINFO = RTF_WCSINFO*;
 
-// Output of the extended RTF stream wrapper.
+/// Output of the extended RTF stream wrapper.
 struct RTF_WCSRETINFO
 {
     ULONG size;

@@ -18,7 +18,7 @@ inline constexpr ULONG TABLE_RESTRICT_DONE = 7;
 inline constexpr ULONG TABLE_SETCOL_DONE   = 8;
 inline constexpr ULONG TABLE_RELOAD        = 9;
 
-// Table statuses.
+// State of a table (IMAPITable::GetStatus).
 inline constexpr ULONG TBLSTAT_COMPLETE       = 0x00000000;
 inline constexpr ULONG TBLSTAT_QCHANGED       = 0x00000007;
 inline constexpr ULONG TBLSTAT_SORTING        = 0x00000009;
@@ -28,12 +28,12 @@ inline constexpr ULONG TBLSTAT_SETCOL_ERROR   = 0x0000000D;
 inline constexpr ULONG TBLSTAT_RESTRICTING    = 0x0000000E;
 inline constexpr ULONG TBLSTAT_RESTRICT_ERROR = 0x0000000F;
 
-// Table types.
+// How a table follows changes of its object (IMAPITable::GetStatus).
 inline constexpr ULONG TBLTYPE_SNAPSHOT = 0;
 inline constexpr ULONG TBLTYPE_KEYSET   = 1;
 inline constexpr ULONG TBLTYPE_DYNAMIC  = 2;
 
-// Table flags.
+// Flags of table methods.
 inline constexpr ULONG TBL_ALL_COLUMNS = 0x00000001;
 inline constexpr ULONG TBL_NOWAIT      = 0x00000001;
 inline constexpr ULONG TBL_ASYNC       = 0x00000001;
@@ -41,13 +41,13 @@ inline constexpr ULONG TBL_BATCH       = 0x00000002;
 inline constexpr ULONG DIR_BACKWARD    = 0x00000001;
 inline constexpr ULONG TBL_NOADVANCE   = 0x00000001;
 
-// Table row types.
+// Kinds of row in a categorised table (PR_ROW_TYPE).
 inline constexpr ULONG TBL_LEAF_ROW           = 1;
 inline constexpr ULONG TBL_EMPTY_CATEGORY     = 2;
 inline constexpr ULONG TBL_EXPANDED_CATEGORY  = 3;
 inline constexpr ULONG TBL_COLLAPSED_CATEGORY = 4;
 
-// Sort orders.
+// Order of one sort column.
 inline constexpr ULONG TABLE_SORT_ASCEND    = 0x00000000;
 inline constexpr ULONG TABLE_SORT_DESCEND   = 0x00000001;
 inline constexpr ULONG TABLE_SORT_COMBINE   = 0x00000002;
@@ -59,7 +59,7 @@ inline constexpr BOOKMARK BOOKMARK_BEGINNING = 0;
 inline constexpr BOOKMARK BOOKMARK_CURRENT   = 1;
 inline constexpr BOOKMARK BOOKMARK_END       = 2;
 
-// Fuzzy levels.
+// How a content restriction compares: one value of the low word, any flags of the high word.
 inline constexpr ULONG FL_FULLSTRING         = 0x00000000;
 inline constexpr ULONG FL_SUBSTRING          = 0x00000001;
 inline constexpr ULONG FL_PREFIX             = 0x00000002;
@@ -69,7 +69,7 @@ inline constexpr ULONG FL_LOOSE              = 0x00040000;
 inline constexpr ULONG FL_PHRASE_MATCH       = 0x00000020;
 inline constexpr ULONG FL_PREFIX_ON_ANY_WORD = 0x00000010;
 
-// Relational operators.
+// Comparisons of property, size and compare-properties restrictions.
 inline constexpr ULONG RELOP_MEMBER_OF_DL = 100;
 inline constexpr ULONG RELOP_LT           = 0;
 inline constexpr ULONG RELOP_LE           = 1;
@@ -79,11 +79,11 @@ inline constexpr ULONG RELOP_EQ           = 4;
 inline constexpr ULONG RELOP_NE           = 5;
 inline constexpr ULONG RELOP_RE           = 6;
 
-// Bitmask operators.
+// Comparisons of bit mask restrictions.
 inline constexpr ULONG BMR_EQZ = 0;
 inline constexpr ULONG BMR_NEZ = 1;
 
-// Restriction types.
+// Kinds of restriction (SRestriction::rt).
 inline constexpr ULONG RES_AND            = 0;
 inline constexpr ULONG RES_OR             = 1;
 inline constexpr ULONG RES_NOT            = 2;
@@ -98,7 +98,7 @@ inline constexpr ULONG RES_COMMENT        = 10;
 inline constexpr ULONG RES_COUNT          = 11;
 inline constexpr ULONG RES_ANNOTATION     = 12;
 
-// Search states.
+// State of a search (GetSearchCriteria).
 inline constexpr ULONG SEARCH_RUNNING        = 0x00000001;
 inline constexpr ULONG SEARCH_REBUILD        = 0x00000002;
 inline constexpr ULONG SEARCH_RECURSIVE      = 0x00000004;
@@ -112,7 +112,7 @@ inline constexpr ULONG SEARCH_STATIC         = 0x00010000;
 inline constexpr ULONG TWIR_MOSTLY           = 0x04000000;
 inline constexpr ULONG TWIR_TOTALLY          = 0x08000000;
 
-// Search flags.
+// Flags of SetSearchCriteria.
 inline constexpr ULONG STOP_SEARCH                = 0x00000001;
 inline constexpr ULONG RESTART_SEARCH             = 0x00000002;
 inline constexpr ULONG RECURSIVE_SEARCH           = 0x00000004;

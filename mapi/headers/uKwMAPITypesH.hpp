@@ -12,8 +12,7 @@
 #if defined(MAPIDEFS_H) || defined(MAPIX_H) || defined(MAPITAGS_H) || defined(MAPICODE_H) || defined(MAPIFORM_H) ||    \
     defined(MAPISPI_H) || defined(EDKMDB_INCLUDED) || defined(PR_SUBJECT) || defined(PR_ENTRYID) ||                    \
     defined(MAPI_UNICODE) || defined(PT_UNSPECIFIED) || defined(MAPI_E_NOT_FOUND) || defined(SUCCESS_SUCCESS)
-#error                                                                                                                 \
-    "The platform's MAPI headers (mapidefs.h, mapitags.h, mapix.h ...) are already included: their macros would rewrite these declarations. Include Deft MAPI headers in a separate translation unit."
+#error "The platform MAPI headers are included already; include these headers in a separate translation unit."
 #endif
 
 // The Windows headers make macros of these method names (GetMessage becomes GetMessageW, and so do the slots of our
@@ -175,6 +174,24 @@ struct GUID
 
     friend constexpr bool operator==(const GUID&, const GUID&) = default;
 };
+
+/// A GUID from the five groups of its text form.
+constexpr GUID MakeGuid(ULONG group1, WORD group2, WORD group3, WORD group4, ULONGLONG group5)
+{
+    return {group1,
+            group2,
+            group3,
+            {static_cast<BYTE>(group4 >> 8), static_cast<BYTE>(group4), static_cast<BYTE>(group5 >> 40),
+             static_cast<BYTE>(group5 >> 32), static_cast<BYTE>(group5 >> 24), static_cast<BYTE>(group5 >> 16),
+             static_cast<BYTE>(group5 >> 8), static_cast<BYTE>(group5)}};
+}
+
+/// A GUID of the family xxxxxxxx-0000-0000-C000-000000000046, to which most MAPI identifiers belong.
+constexpr GUID OleGuid(ULONG group1)
+{
+    return MakeGuid(group1, 0, 0, 0xC000, 0x000000000046);
+}
+
 using IID = GUID;
 using CLSID = GUID;
 using LPGUID = GUID*;
@@ -196,6 +213,18 @@ struct MAPIUID
 
     friend constexpr bool operator==(const MAPIUID&, const MAPIUID&) = default;
 };
+
+/// A unique identifier from its bytes in memory order.
+constexpr MAPIUID MakeUid(ULONGLONG first8, ULONGLONG last8)
+{
+    MAPIUID uid{};
+    for (int i = 0; i < 8; ++i) {
+        uid.ab[i] = static_cast<BYTE>(first8 >> (56 - 8 * i));
+        uid.ab[8 + i] = static_cast<BYTE>(last8 >> (56 - 8 * i));
+    }
+    return uid;
+}
+
 using LPMAPIUID = MAPIUID*;
 
 /// 100-nanosecond intervals since 1601-01-01 00:00 UTC.
@@ -205,6 +234,7 @@ struct FILETIME
     DWORD dwHighDateTime;
 };
 
+/// A point in time in calendar units; the months count from 1, the days of the week from Sunday, which is 0.
 struct SYSTEMTIME
 {
     WORD wYear;
@@ -217,7 +247,7 @@ struct SYSTEMTIME
     WORD wMilliseconds;
 };
 
-// 64-bit numbers with halves. The platform also offers the halves without "u.", which standard C++ cannot express.
+/// A 64-bit number with halves. The platform also offers the halves without "u.", which standard C++ cannot express.
 union LARGE_INTEGER
 {
     struct
@@ -228,6 +258,7 @@ union LARGE_INTEGER
     LONGLONG QuadPart;
 };
 
+/// The same, unsigned.
 union ULARGE_INTEGER
 {
     struct
@@ -249,6 +280,7 @@ union CURRENCY
     LONGLONG int64;
 };
 
+/// A rectangle in pixels.
 struct RECT
 {
     LONG left;

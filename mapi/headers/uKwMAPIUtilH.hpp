@@ -7,7 +7,7 @@ namespace mapi
 {
 
 // clang-format off
-// In-memory table and property flags.
+// Flags of ITableData::HrNotify and access of IPropData.
 inline constexpr ULONG TAD_ALL_ROWS    = 0x00000001;
 inline constexpr ULONG IPROP_READONLY  = 0x00000001;
 inline constexpr ULONG IPROP_READWRITE = 0x00000002;

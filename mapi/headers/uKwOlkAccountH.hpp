@@ -62,14 +62,14 @@ inline constexpr ULONG PROP_MAPI_EMSMDB_UID        = 0x20090102;
 inline constexpr ULONG PROP_MAPI_TRANSPORT_FLAGS   = 0x20100102;
 // clang-format on
 
-// Binary value of an account property. Returned memory is freed with IOlkAccount::FreeMemory.
+/// Binary value of an account property. Returned memory is freed with IOlkAccount::FreeMemory.
 struct ACCT_BIN
 {
     DWORD cb;
     BYTE* pb;
 };
 
-// Value of an account property; dwType is its property type.
+/// Value of an account property; dwType is its property type.
 struct ACCT_VARIANT
 {
     DWORD dwType;

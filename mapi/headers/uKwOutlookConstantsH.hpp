@@ -192,7 +192,7 @@ inline constexpr ULONG SECFLAG_ENCRYPTED = 1;
 inline constexpr ULONG SECFLAG_NONE      = 0;
 inline constexpr ULONG SECFLAG_SIGNED    = 2;
 
-// Automatic response suppression.
+// Automatic answers that the sender does not want (PR_AUTO_RESPONSE_SUPPRESS).
 inline constexpr ULONG AUTO_RESPONSE_SUPPRESS_DR           = 0x00000001;
 inline constexpr ULONG AUTO_RESPONSE_SUPPRESS_NDR          = 0x00000002;
 inline constexpr ULONG AUTO_RESPONSE_SUPPRESS_RN           = 0x00000004;
@@ -201,18 +201,18 @@ inline constexpr ULONG AUTO_RESPONSE_SUPPRESS_OOF          = 0x00000010;
 inline constexpr ULONG AUTO_RESPONSE_SUPPRESS_AUTO_REPLY   = 0x00000020;
 inline constexpr ULONG AUTO_RESPONSE_SUPPRESS_NORFC821FROM = 0x00000040;
 
-// Follow-up statuses.
+// Follow-up flag of a message (PR_FLAG_STATUS).
 inline constexpr ULONG flwupComplete = 1;
 inline constexpr ULONG flwupMarked   = 2;
 inline constexpr ULONG flwupNone     = 0;
 
-// Busy statuses.
+// Free or busy state of an appointment.
 inline constexpr ULONG olBusy        = 2;
 inline constexpr ULONG olFree        = 0;
 inline constexpr ULONG olOutOfOffice = 3;
 inline constexpr ULONG olTentative   = 1;
 
-// Response statuses.
+// Answer to a meeting request.
 inline constexpr ULONG respAccepted     = 3;
 inline constexpr ULONG respDeclined     = 4;
 inline constexpr ULONG respNone         = 0;
@@ -220,7 +220,7 @@ inline constexpr ULONG respNotResponded = 5;
 inline constexpr ULONG respOrganized    = 1;
 inline constexpr ULONG respTentative    = 2;
 
-// Meeting types.
+// Kind of a meeting request.
 inline constexpr ULONG mtgDelegatorCopy = 0x00100000;
 inline constexpr ULONG mtgEmpty         = 0x00000000;
 inline constexpr ULONG mtgFull          = 0x00010000;
@@ -272,7 +272,7 @@ inline constexpr ULONG BIT_CH_SILENT       = 0x00000200;
 inline constexpr ULONG BIT_CH_START        = 0x00000001;
 inline constexpr ULONG BIT_CH_SUBJECT      = 0x00000010;
 
-// Recurrence types.
+// Recurrence of an appointment.
 inline constexpr ULONG rectypeDaily   = 1;
 inline constexpr ULONG rectypeMonthly = 3;
 inline constexpr ULONG rectypeNone    = 0;
@@ -308,7 +308,7 @@ inline constexpr ULONG rptMonthEnd                  = 0x00000004;
 inline constexpr ULONG rptMonthNth                  = 0x00000003;
 inline constexpr ULONG rptWeek                      = 0x00000001;
 
-// Recurrence exception override flags.
+// What an exception of a recurring appointment overrides.
 inline constexpr ULONG ARO_APPTCOLOR        = 0x00000100;
 inline constexpr ULONG ARO_ATTACHMENT       = 0x00000040;
 inline constexpr ULONG ARO_BUSYSTATUS       = 0x00000020;
@@ -337,7 +337,7 @@ inline constexpr ULONG tsvInProgress = 1;
 inline constexpr ULONG tsvNotStarted = 0;
 inline constexpr ULONG tsvWaiting    = 3;
 
-// Additional special folder.
+// Blocks and elements of the additional special folders (PR_ADDITIONAL_REN_ENTRYIDS_EX).
 inline constexpr ULONG RSF_ELID_ENTRYID           = 0x00000001;
 inline constexpr ULONG RSF_ELID_HEADER            = 0x00000002;
 inline constexpr ULONG RSF_PID_COMBINED_ACTIONS   = 0x00008007;
@@ -351,14 +351,14 @@ inline constexpr ULONG RSF_PID_CONTACT_SEARCH     = 0x00008009;
 inline constexpr ULONG RSF_PID_BUDDYLIST_PDLS     = 0x0000800A;
 inline constexpr ULONG RSF_PID_BUDDYLIST_CONTACTS = 0x0000800B;
 
-// Aging granularity.
+// Unit of the aging period.
 inline constexpr ULONG AG_MONTHS       = 0;
 inline constexpr ULONG AG_WEEKS        = 1;
 inline constexpr ULONG AG_DAYS         = 2;
 inline constexpr ULONG AG_DEFAULT_ALL  = 2;
 inline constexpr ULONG AG_DEFAULT_FILE = 1;
 
-// Retention flags.
+// Retention flags (PR_RETENTION_FLAGS).
 inline constexpr ULONG RETENTION_FLAGS_EXPLICIT         = 0x00000001;
 inline constexpr ULONG RETENTION_FLAGS_TAG_CHANGED      = 0x00000002;
 inline constexpr ULONG RETENTION_FLAGS_AUTOTAG          = 0x00000004;
@@ -369,7 +369,7 @@ inline constexpr ULONG RETENTION_FLAGS_NEEDS_RESCAN     = 0x00000080;
 inline constexpr ULONG RETENTION_FLAGS_PENDING_RESCAN   = 0x00000100;
 inline constexpr ULONG RETENTION_FLAGS_SYSTEM_DATA      = 0x00000040;
 
-// Store file encryption.
+// Encryption of an offline or personal store file.
 inline constexpr ULONG OSTF_NO_ENCRYPTION           = 0x80000000;
 inline constexpr ULONG OSTF_COMPRESSABLE_ENCRYPTION = 0x40000000;
 inline constexpr ULONG OSTF_BEST_ENCRYPTION         = 0x20000000;
@@ -377,7 +377,7 @@ inline constexpr ULONG PSTF_NO_ENCRYPTION           = 0x80000000;
 inline constexpr ULONG PSTF_COMPRESSABLE_ENCRYPTION = 0x40000000;
 inline constexpr ULONG PSTF_BEST_ENCRYPTION         = 0x20000000;
 
-// Store file config flags.
+// Configuration of a store file service.
 inline constexpr ULONG OST_CONFIG_CREATE_NEW_DEFAULT_OST  = 0x00000010;
 inline constexpr ULONG OST_CONFIG_POLICY_DELAY_IGNORE_OST = 0x00000008;
 inline constexpr ULONG PST_CONFIG_CREATE_NOWARN           = 0x00000001;

@@ -60,7 +60,7 @@ inline constexpr ULONG MAPI_E_INVALID_RECIPS           = 25;
 inline constexpr ULONG MAPI_E_NOT_SUPPORTED            = 26;
 // clang-format on
 
-// An attachment of a Simple MAPI message.
+/// An attachment of a Simple MAPI message.
 struct MapiFileDesc
 {
     ULONG ulReserved;
@@ -72,7 +72,7 @@ struct MapiFileDesc
 };
 using lpMapiFileDesc = MapiFileDesc*;
 
-// Type and encoding of an attachment; MapiFileDesc.lpFileType points to it.
+/// Type and encoding of an attachment; MapiFileDesc.lpFileType points to it.
 struct MapiFileTagExt
 {
     ULONG ulReserved;
@@ -83,7 +83,7 @@ struct MapiFileTagExt
 };
 using lpMapiFileTagExt = MapiFileTagExt*;
 
-// A recipient or the originator.
+/// A recipient or the originator.
 struct MapiRecipDesc
 {
     ULONG ulReserved;
@@ -95,7 +95,7 @@ struct MapiRecipDesc
 };
 using lpMapiRecipDesc = MapiRecipDesc*;
 
-// A message.
+/// A message.
 struct MapiMessage
 {
     ULONG ulReserved;
@@ -113,7 +113,8 @@ struct MapiMessage
 };
 using lpMapiMessage = MapiMessage*;
 
-// The same three with UTF-16 text.
+// The same with UTF-16 text.
+
 struct MapiFileDescW
 {
     ULONG ulReserved;
