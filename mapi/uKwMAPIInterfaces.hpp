@@ -1,0 +1,643 @@
+// Every public enumeration and interface of the library, and nothing else: this file is what breaks would-be include
+// circles.
+//
+// Interfaces are inherited virtually and implemented by the TKw… classes; an application holds TKwRef<IKw…>. An
+// operation with one result returns it; several results are reference out-parameters in the order given. Failures are
+// exceptions (mapi/core/uKwMAPIExceptions.hpp). A returned TKwRef carries a reference of its own; a returned plain
+// pointer adds none.
+#pragma once
+
+#include "mapi/headers/uKwMAPIdefsH.hpp"
+#include "support/uKwRef.hpp"
+#include "support/uKwVariant.hpp"
+
+#include <functional>
+#include <vector>
+
+namespace deftmapi
+{
+
+// ---- Values
+// ----------------------------------------------------------------------------------------------------------
+
+/// A property definition: 1 to 4866 predefined, then those that the application registers; 0 is never valid.
+using TKwMAPIPropDef = std::uint64_t;
+struct TKwMAPIPropInfo;
+
+/// Null, or the bytes of an entry identifier. See mapi/core/uKwMAPIEntryID.hpp.
+using TKwMAPIEntryID = TKwVariant;
+
+/// One bit per special folder, see TKwMAPIFolderTypeBits.
+using TKwMAPIFolderType = std::uint32_t;
+
+/// What a provider says of a failure beyond its code.
+struct TKwMAPIError
+{
+    WideString Error;     ///< the provider's text
+    WideString Component; ///< who reported it
+    std::int32_t LowLevelError = 0;
+    std::int32_t Context = 0;
+};
+
+// ---- Enumerations (element names and ordinals are part of the interface)
+// ---------------------------------------------
+
+enum TKwMAPIAccessLevel : std::int32_t
+{
+    alReadOnly,
+    alReadWrite,
+    alBestAccess
+};
+
+enum TKwMAPIObjectType : std::int32_t
+{
+    otUnknown,
+    otMessageStore,
+    otAddressBook,
+    otFolder,
+    otAddressbookContainer,
+    otMessage,
+    otRecipient,
+    otAttachment,
+    otDistributionList,
+    otProfileSection,
+    otStatus,
+    otSession,
+    otFormInfo
+};
+
+enum TKwMAPIContainerType : std::int32_t
+{
+    ctUnknown,
+    ctFolder,
+    ctABContainer,
+    ctDistList
+};
+
+enum TKwMAPIRecipientType : std::int32_t
+{
+    rtOrig,
+    rtTo,
+    rtCC,
+    rtBCC
+};
+
+enum TKwMAPIBodyFormat : std::int32_t
+{
+    fmtUnspecified,
+    fmtPlainText,
+    fmtHTML,
+    fmtRichText
+};
+
+/// What SaveChanges leaves the object open for; the values are not the platform's flags (those are in the comments).
+enum TKwMAPISaveMethod : std::int32_t
+{
+    smClose,         ///< no flag: the object is not used any more
+    smKeepReadOnly,  ///< KEEP_OPEN_READONLY
+    smKeepReadWrite, ///< KEEP_OPEN_READWRITE
+    smForceSave      ///< FORCE_SAVE and KEEP_OPEN_READWRITE: overwrites changes made by others meanwhile
+};
+
+/// Equal to BOOKMARK_BEGINNING, BOOKMARK_CURRENT and BOOKMARK_END.
+enum TKwMapiTableBookmark : std::int32_t
+{
+    tbkBeginning,
+    tbkCurrentRelative,
+    tbkEnd
+};
+
+enum TKwMAPICursorType : std::int32_t
+{
+    ctOpenForwardOnly,
+    ctDynamic
+};
+
+/// The special folders of a store. ftPlain is a folder of no special kind.
+enum TKwMAPIFolderTypeBits : TKwMAPIFolderType
+{
+    ftPlain = 0x1,
+    ftInbox = 0x2,
+    ftOutbox = 0x4,
+    ftDeleted = 0x8,
+    ftSentItems = 0x10,
+    ftIPMRoot = 0x20,
+    ftSearch = 0x40,
+    ftCommon = 0x80,
+    ftPersonal = 0x100,
+    ftContact = 0x200,
+    ftAppointment = 0x400,
+    ftJournal = 0x800,
+    ftStickyNote = 0x1000,
+    ftTask = 0x2000,
+    ftDraft = 0x4000,
+    ftSyncIssues = 0x8000,
+    ftJunkFolder = 0x10000
+};
+
+// ---- Objects and wrappers
+// --------------------------------------------------------------------------------------------
+
+class IKwMAPIEntryIDList;
+class IKwMAPIFolder;
+class IKwMAPIMessage;
+class IKwMAPIMsgStore;
+class IKwMAPIProp;
+class IKwMAPIPropList;
+class IKwMAPIPropValueList;
+class IKwMAPISession;
+class IKwMAPISessionBase;
+class IKwMAPITable;
+class IKwMAPIValueList;
+
+/// Any object of the library. REQUIRES (all interfaces): used on the thread that created it, unless it says otherwise.
+class IKwMAPIObject : public virtual IKwInterface
+{
+public:
+    /// The name used in messages, for example "TKwMAPIFolder".
+    [[nodiscard]] virtual WideString GetClassName() const = 0;
+};
+
+/// An object that stands for a MAPI object.
+class IKwMAPIWrapper : public virtual IKwMAPIObject
+{
+public:
+    /// The object that created this one, or null.
+    [[nodiscard]] virtual TKwRef<IKwMAPIObject> Get_CreatedBy() const = 0;
+    /// The wrapped MAPI object, or null when there is none (any more). Adds no reference.
+    [[nodiscard]] virtual mapi::IUnknown* Get_MAPIOBJECT() const noexcept = 0;
+    /// The session, or null.
+    [[nodiscard]] virtual IKwMAPISessionBase* Get_Session() const noexcept = 0;
+
+    /// Fills the record from the MAPI object's GetLastError; empty texts when it has none.
+    /// @throws  whatever the failing GetLastError call stands for
+    virtual void GetExtendedErrorInfo(mapi::HRESULT result, TKwMAPIError& error) = 0;
+
+    /// MAPI memory through the session. The caller frees with FreeBuffer of the same session's objects.
+    [[nodiscard]] virtual void* AllocateBuffer(mapi::ULONG size) = 0;
+    /// Freed together with its parent.
+    [[nodiscard]] virtual void* AllocateMore(mapi::ULONG size, void* parent) = 0;
+    /// Null is allowed.
+    virtual void FreeBuffer(void* buffer) = 0;
+    /// The identifier's bytes in MAPI memory; size in bytes. The caller frees the buffer with FreeBuffer.
+    [[nodiscard]] virtual void* GetMAPIEntryID(const TKwMAPIEntryID& entryID, mapi::ULONG& size) = 0;
+
+    /// The window handle that MAPI dialogs get as parent; 0 is none.
+    [[nodiscard]] virtual mapi::ULONG_PTR GetParentWindow() const = 0;
+    [[nodiscard]] virtual mapi::ULONG_PTR GetAppHandle() const = 0;
+};
+
+// ---- Properties
+// ------------------------------------------------------------------------------------------------------
+
+/// One cached property. A value that the object does not have reads as Empty.
+class IKwMAPIProperty : public virtual IKwMAPIObject
+{
+public:
+    [[nodiscard]] virtual mapi::ULONG Get_PropTag() = 0;
+    /// The MAPI type, for example 0x001F.
+    [[nodiscard]] virtual mapi::ULONG Get_DataType() const = 0;
+    /// The definition's handle; 0 when no definition has this tag.
+    [[nodiscard]] virtual TKwMAPIPropDef Get_PropDef() const = 0;
+    [[nodiscard]] virtual WideString Get_PropName() const = 0;
+
+    [[nodiscard]] virtual TKwVariant Get_Value() = 0;
+    /// Marks the property modified, also when the value is equal. Empty or Null: the next save deletes the property.
+    virtual void Set_Value(const TKwVariant& value) = 0;
+
+    [[nodiscard]] virtual bool GetModified() const noexcept = 0;
+    virtual void SetModified(bool modified) = 0;
+
+    // Typed views: the conversions of TKwVariant. @throws EKwConvertError
+    [[nodiscard]] virtual std::int32_t Get_AsInteger() = 0;
+    virtual void Set_AsInteger(std::int32_t value) = 0;
+    [[nodiscard]] virtual std::int64_t Get_AsLargeInteger() = 0;
+    virtual void Set_AsLargeInteger(std::int64_t value) = 0;
+    [[nodiscard]] virtual WideString Get_AsString() = 0;
+    virtual void Set_AsString(WideView value) = 0;
+    [[nodiscard]] virtual std::string Get_AsStringA() = 0;
+    virtual void Set_AsStringA(std::string_view value) = 0;
+    [[nodiscard]] virtual WideString Get_AsStringW() = 0;
+    virtual void Set_AsStringW(WideView value) = 0;
+    [[nodiscard]] virtual bool Get_AsBoolean() = 0;
+    virtual void Set_AsBoolean(bool value) = 0;
+    [[nodiscard]] virtual TKwDate Get_AsDateTime() = 0;
+    virtual void Set_AsDateTime(TKwDate value) = 0;
+    [[nodiscard]] virtual mapi::SYSTEMTIME Get_AsSystemTime() = 0;
+    virtual void Set_AsSystemTime(const mapi::SYSTEMTIME& value) = 0;
+    [[nodiscard]] virtual double Get_AsFloat() = 0;
+    virtual void Set_AsFloat(double value) = 0;
+    [[nodiscard]] virtual mapi::GUID Get_AsGUID() = 0;
+    virtual void Set_AsGUID(const mapi::GUID& value) = 0;
+    /// A new list of the values of a multi-valued property (one entry for a single value).
+    [[nodiscard]] virtual TKwRef<IKwMAPIValueList> Get_AsList() = 0;
+    virtual void Set_AsList(IKwMAPIValueList& list) = 0;
+};
+
+/// The properties of one object that the application has touched.
+class IKwMAPIProperties : public virtual IKwMAPIObject
+{
+public:
+    [[nodiscard]] virtual std::int32_t Get_Count() = 0;
+    /// @throws EKwListError  index outside 0 to Get_Count() - 1
+    [[nodiscard]] virtual TKwRef<IKwMAPIProperty> Get_Item(std::int32_t index) = 0;
+    /// The cached item, created when it is not there. @throws  a named property that the store cannot resolve
+    [[nodiscard]] virtual TKwRef<IKwMAPIProperty> PropByName(TKwMAPIPropDef def) = 0;
+    [[nodiscard]] virtual TKwRef<IKwMAPIProperty> FindPropByTag(mapi::ULONG tag) = 0;
+    [[nodiscard]] virtual bool HasProp(TKwMAPIPropDef def) = 0;
+    virtual void DeleteProperty(TKwMAPIPropDef def) = 0;
+};
+
+/// An object with properties.
+class IKwMAPIProp : public virtual IKwMAPIWrapper
+{
+public:
+    [[nodiscard]] virtual TKwRef<IKwMAPIProperties> Get_Properties() = 0;
+    /// The property, read from the object on its first access.
+    [[nodiscard]] virtual TKwRef<IKwMAPIProperty> PropByName(TKwMAPIPropDef def) = 0;
+    /// True when the object has the property (a value too large to be read at once counts).
+    [[nodiscard]] virtual bool HasProp(TKwMAPIPropDef def) = 0;
+    /// Marks the property for deletion at the next save.
+    virtual void DeleteProperty(TKwMAPIPropDef def) = 0;
+    /// The tag for this object's store. @throws EMAPI_NO_SUPPORT and others, see _GetPropTag
+    [[nodiscard]] virtual mapi::ULONG GetPropTag(TKwMAPIPropDef def) = 0;
+    [[nodiscard]] virtual TKwMAPIAccessLevel Get_AccessLevel() const noexcept = 0;
+    /// True while a property is modified and not yet written.
+    [[nodiscard]] virtual bool GetModified() const = 0;
+
+    [[nodiscard]] virtual TKwMAPIEntryID Get_EntryID() = 0;
+    [[nodiscard]] virtual TKwVariant Get_RecordKey() = 0;
+    [[nodiscard]] virtual TKwVariant Get_SearchKey() = 0;
+    virtual void Set_SearchKey(const TKwVariant& value) = 0;
+    /// @throws EMAPI_NOT_SUPPORTED  outside Exchange
+    [[nodiscard]] virtual TKwVariant Get_SourceKey() = 0;
+
+    /// The object's property tags, in the object's order.
+    [[nodiscard]] virtual std::vector<mapi::ULONG> GetPropList() = 0;
+    /// Makes a cache item of every property that the object has.
+    virtual void RetrieveAllProperties() = 0;
+    /// Drops the cache, changes that were not saved included.
+    virtual void ResetProperties() = 0;
+
+    /// Values in the order of the definitions, Empty for what the object does not have. One call to the object.
+    [[nodiscard]] virtual std::vector<TKwVariant> GetPropValues(const std::vector<TKwMAPIPropDef>& defs) = 0;
+    virtual void GetPropValues(IKwMAPIPropValueList& list) = 0;
+    /// Writes at once, without the cache.
+    virtual void SetPropValues(IKwMAPIPropValueList& list) = 0;
+
+    /// Writes the modified properties to the MAPI object; SaveChanges makes them permanent.
+    virtual void PersistPendingChanges() = 0;
+    virtual void SaveChanges(TKwMAPISaveMethod saveMethod = smKeepReadWrite) = 0;
+
+    /// A binary or text property as a stream, for values of any size. create: an absent property is created (needs
+    /// write access).
+    [[nodiscard]] virtual TKwComPtr<mapi::IStream> OpenBinProperty(TKwMAPIPropDef def, TKwMAPIAccessLevel accessLevel,
+                                                                   bool create) = 0;
+    /// A property as an interface, for example PR_ATTACH_DATA_OBJ as IID_IMessage.
+    [[nodiscard]] virtual TKwComPtr<mapi::IUnknown> OpenIntfProperty(TKwMAPIPropDef def, const mapi::GUID& iid,
+                                                                     mapi::ULONG interfaceOptions,
+                                                                     TKwMAPIAccessLevel accessLevel, bool create) = 0;
+    /// Shows the properties through the procedure set with SetShowPropertiesProc.
+    virtual void DisplayProperties() = 0;
+};
+
+/// What a wrapper can be bound to: a session on a profile, or one for messages in structured storage.
+class IKwMAPISessionBase : public virtual IKwMAPIWrapper
+{
+public:
+    [[nodiscard]] virtual bool Get_Active() const noexcept = 0;
+    /// True when the session runs on Extended MAPI.
+    [[nodiscard]] virtual bool UsesExtendedMAPI() const noexcept = 0;
+    [[nodiscard]] virtual bool Get_ConnectedToExchange() const noexcept = 0;
+};
+
+/// The session of messages kept in structured storage.
+class IKwMAPIStorageSession : public virtual IKwMAPISessionBase
+{
+public:
+    [[nodiscard]] virtual mapi::IMalloc* GetMemAllocIntf() = 0;
+    [[nodiscard]] virtual mapi::LPMSGSESS GetMsgSession() = 0;
+};
+
+// ---- Lists
+// -----------------------------------------------------------------------------------------------------------
+
+/// What every list has: a count and a cursor. EOF: there is no current record.
+class IKwMAPIList : public virtual IKwMAPIObject
+{
+public:
+    virtual void Clear() = 0;
+    [[nodiscard]] virtual std::int32_t Get_Count() const = 0;
+    [[nodiscard]] virtual bool Get_EOF() const = 0;
+    virtual void First() = 0;
+    virtual void Next() = 0;
+    virtual void Previous() = 0;
+    virtual void Last() = 0;
+    /// @throws EKwListError  index out of range
+    virtual void Delete(std::int32_t index) = 0;
+    /// Deletes the current record; the following one becomes current. @throws EMAPI_CALL_FAILED  "The list is EOF!"
+    virtual void DeleteRecord() = 0;
+};
+
+class IKwMAPIEntryIDList : public virtual IKwMAPIList
+{
+public:
+    /// -1 when absent.
+    virtual void IndexOf(const TKwMAPIEntryID& entryID, std::int32_t& index) const = 0;
+    virtual void Add(const TKwMAPIEntryID& entryID) = 0;
+    virtual void Remove(const TKwMAPIEntryID& entryID) = 0;
+    [[nodiscard]] virtual TKwMAPIEntryID Get_CurrentRecord() const = 0;
+    [[nodiscard]] virtual TKwMAPIEntryID Get_Item(std::int32_t index) const = 0;
+    virtual void Import(const mapi::SBinaryArray& binaryArray) = 0;
+    virtual void AssignTo(IKwMAPIEntryIDList& other) const = 0;
+};
+
+class IKwMAPIValueList : public virtual IKwMAPIList
+{
+public:
+    virtual void IndexOf(const TKwVariant& value, std::int32_t& index) const = 0;
+    virtual void Add(const TKwVariant& value) = 0;
+    virtual void Remove(const TKwVariant& value) = 0;
+    [[nodiscard]] virtual TKwVariant Get_CurrentRecord() const = 0;
+    [[nodiscard]] virtual TKwVariant Get_Item(std::int32_t index) const = 0;
+    virtual void AssignTo(IKwMAPIValueList& other) const = 0;
+};
+
+class IKwMAPIPropList : public virtual IKwMAPIList
+{
+public:
+    virtual void Add(TKwMAPIPropDef def) = 0;
+    virtual void Remove(TKwMAPIPropDef def) = 0;
+    virtual void IndexOf(TKwMAPIPropDef def, std::int32_t& index) const = 0;
+    [[nodiscard]] virtual TKwMAPIPropDef Get_Item(std::int32_t index) const = 0;
+    [[nodiscard]] virtual TKwMAPIPropDef Get_CurrentRecord() const = 0;
+    virtual void AssignTo(IKwMAPIPropList& other) const = 0;
+    /// Tags for the object, in MAPI memory that the caller frees with the object's FreeBuffer.
+    [[nodiscard]] virtual mapi::SPropTagArray* CreatePropTagArray(IKwMAPIProp& prop) const = 0;
+};
+
+class IKwMAPIPropValueList : public virtual IKwMAPIList
+{
+public:
+    virtual void Add(TKwMAPIPropDef def) = 0;
+    virtual void AddValue(TKwMAPIPropDef def, const TKwVariant& value) = 0;
+    virtual void Remove(TKwMAPIPropDef def) = 0;
+    virtual void IndexOf(TKwMAPIPropDef def, std::int32_t& index) const = 0;
+    [[nodiscard]] virtual TKwMAPIPropDef Get_Item(std::int32_t index) const = 0;
+    [[nodiscard]] virtual TKwVariant Get_Value(std::int32_t index) const = 0;
+    virtual void Set_Value(std::int32_t index, const TKwVariant& value) = 0;
+    [[nodiscard]] virtual TKwMAPIPropDef Get_CurrentRecord() const = 0;
+    [[nodiscard]] virtual TKwVariant Get_CurrentValue() const = 0;
+    virtual void Set_CurrentValue(const TKwVariant& value) = 0;
+};
+
+// ---- Tables
+// ----------------------------------------------------------------------------------------------------------
+
+/// A column of a table. Fails once its table is gone.
+class IKwMAPITableField : public virtual IKwMAPIObject
+{
+public:
+    [[nodiscard]] virtual TKwMAPIPropDef Get_PropDef() const = 0;
+    [[nodiscard]] virtual WideString Get_PropName() const = 0;
+    /// The value in the current row; Empty when the row has none.
+    [[nodiscard]] virtual TKwVariant Get_Value() = 0;
+    [[nodiscard]] virtual std::int32_t Get_AsInteger() = 0;
+    [[nodiscard]] virtual WideString Get_AsString() = 0;
+    [[nodiscard]] virtual bool Get_AsBoolean() = 0;
+    [[nodiscard]] virtual TKwDate Get_AsDateTime() = 0;
+};
+
+/// The columns of a table, in their order.
+class IKwMAPITableFields : public virtual IKwMAPIObject
+{
+public:
+    virtual TKwRef<IKwMAPITableField> Add(TKwMAPIPropDef def) = 0;
+    virtual void Delete(std::int32_t index) = 0;
+    virtual void Remove(IKwMAPITableField& field) = 0;
+    virtual void Clear() = 0;
+    [[nodiscard]] virtual std::int32_t Get_Count() const = 0;
+    [[nodiscard]] virtual TKwRef<IKwMAPITableField> Get_Item(std::int32_t index) const = 0;
+    [[nodiscard]] virtual TKwRef<IKwMAPITableField> FieldByName(TKwMAPIPropDef def) const = 0;
+};
+
+/// A record cursor over a MAPI table. Choose fields, Open, First; then Next until Get_EOF.
+class IKwMAPITable : public virtual IKwMAPIObject
+{
+public:
+    [[nodiscard]] virtual TKwRef<IKwMAPITableFields> Get_Fields() = 0;
+    virtual void Open() = 0;
+    virtual void Close() = 0;
+    [[nodiscard]] virtual bool Get_Active() const noexcept = 0;
+    virtual void First() = 0;
+    virtual void Next() = 0;
+    virtual void Previous() = 0;
+    virtual void Last() = 0;
+    virtual void MoveBy(TKwMapiTableBookmark origin, std::int32_t count) = 0;
+    virtual void SeekRow(TKwMapiTableBookmark bookmark, std::int32_t rows, bool& found) = 0;
+    [[nodiscard]] virtual bool Get_EOF() = 0;
+    [[nodiscard]] virtual std::int32_t Get_RowCount() = 0;
+    /// Rows per read from the client; 20 unless set.
+    [[nodiscard]] virtual std::int32_t Get_BatchSize() const noexcept = 0;
+    virtual void Set_BatchSize(std::int32_t rows) noexcept = 0;
+    [[nodiscard]] virtual TKwMAPICursorType Get_CursorType() const noexcept = 0;
+    /// The value of a column in the current row; Empty when the row has none.
+    [[nodiscard]] virtual TKwVariant GetFieldValue(TKwMAPIPropDef def) = 0;
+    /// Replaces the fields by the table's own columns.
+    virtual void QueryColumns() = 0;
+    virtual void Sort(TKwMAPIPropDef def, bool descending) = 0;
+};
+
+// ---- Messages, attachments, containers, stores
+// ------------------------------------------------------------------------
+
+class IKwMAPIAttachment : public virtual IKwMAPIProp
+{
+public:
+    /// The message of an embedded-message attachment. @throws EMAPI_…  the attachment holds none
+    [[nodiscard]] virtual TKwRef<IKwMAPIMessage> GetEmbeddedMessage() = 0;
+};
+
+class IKwMAPIMessage : public virtual IKwMAPIProp
+{
+public:
+    /// The best body and its format.
+    virtual void GetMessageText(TKwMAPIBodyFormat& format, WideString& text) = 0;
+    virtual void SetMessageText(WideView text, TKwMAPIBodyFormat format) = 0;
+    /// One representation each; empty when the message has none.
+    [[nodiscard]] virtual WideString GetBodyText() = 0;
+    [[nodiscard]] virtual WideString GetHtmlText() = 0;
+
+    [[nodiscard]] virtual WideString Get_Subject() = 0;
+    virtual void Set_Subject(WideView subject) = 0;
+    [[nodiscard]] virtual WideString Get_MessageClass() = 0;
+
+    /// The recipients as rows; a new table each time.
+    [[nodiscard]] virtual TKwRef<IKwMAPITable> GetRecipientTable() = 0;
+    [[nodiscard]] virtual TKwRef<IKwMAPITable> Get_Attachments() = 0;
+    /// @param number  PR_ATTACH_NUM of the attachment's row
+    [[nodiscard]] virtual TKwRef<IKwMAPIAttachment> OpenAttachment(std::int32_t number,
+                                                                   TKwMAPIAccessLevel accessLevel) = 0;
+};
+
+class IKwMAPIContainer : public virtual IKwMAPIProp
+{
+public:
+    [[nodiscard]] virtual TKwMAPIContainerType Get_ContainerType() = 0;
+    [[nodiscard]] virtual WideString Get_ContainerClass() = 0;
+    virtual void Set_ContainerClass(WideView containerClass) = 0;
+    [[nodiscard]] virtual TKwRef<IKwMAPITable> GetContentsTable() = 0;
+    [[nodiscard]] virtual TKwRef<IKwMAPITable> GetHierarchyTable(bool deep) = 0;
+};
+
+class IKwMAPIFolder : public virtual IKwMAPIContainer
+{
+public:
+    /// The store that this folder was opened from, or null for a folder wrapped on its own.
+    [[nodiscard]] virtual TKwRef<IKwMAPIMsgStore> GetMsgStore() = 0;
+    [[nodiscard]] virtual TKwMAPIFolderType Get_FolderType() = 0;
+    [[nodiscard]] virtual WideString Get_DefaultMessageClass() = 0;
+
+    /// @param openIfExists  an existing folder of the name is opened instead of failing
+    [[nodiscard]] virtual TKwRef<IKwMAPIFolder> CreateFolder(WideView containerClass, WideView AFolderName,
+                                                             WideView comment, bool openIfExists) = 0;
+    virtual void DeleteFolder(const TKwMAPIEntryID& entryID, bool ADeleteMessages, bool ADeleteSubFolders,
+                              bool showProgress) = 0;
+
+    /// Not on disk until SaveChanges. An empty class means the folder's default.
+    [[nodiscard]] virtual TKwRef<IKwMAPIMessage> CreateMessage(WideView messageClass) = 0;
+    /// Reads a message file (.eml) into a new message of this folder, which is saved before it is returned; when
+    /// reading fails nothing is left behind.
+    [[nodiscard]] virtual TKwRef<IKwMAPIMessage> ImportMessage(const WideString& fileName) = 0;
+    virtual void DeleteMessage(const TKwMAPIEntryID& entryID) = 0;
+
+    [[nodiscard]] virtual TKwRef<IKwMAPITable> GetAssociatedContentsTable() = 0;
+};
+
+class IKwMAPIMsgStore : public virtual IKwMAPIProp
+{
+public:
+    [[nodiscard]] virtual TKwMAPIEntryID GetInboxFolderID() = 0;
+    /// The identifier of a special folder; Null when the store has none of the kind.
+    [[nodiscard]] virtual TKwMAPIEntryID GetFolderID(TKwMAPIFolderType folderType) = 0;
+    [[nodiscard]] virtual TKwRef<IKwMAPIFolder> OpenFolder(const TKwMAPIEntryID& entryID,
+                                                           TKwMAPIAccessLevel accessLevel) = 0;
+    [[nodiscard]] virtual TKwRef<IKwMAPIFolder> OpenFolderByType(TKwMAPIFolderType folderType,
+                                                                 TKwMAPIAccessLevel accessLevel) = 0;
+    /// "//[Inbox]/Project A": an optional "//", an optional special-folder keyword in brackets, then display names.
+    [[nodiscard]] virtual TKwRef<IKwMAPIFolder> OpenFolderByPath(WideView path, TKwMAPIAccessLevel accessLevel) = 0;
+    [[nodiscard]] virtual TKwRef<IKwMAPIMessage> OpenMessage(const TKwMAPIEntryID& entryID,
+                                                             TKwMAPIAccessLevel accessLevel) = 0;
+    /// The object behind an identifier as it comes from the store; its MAPI object type in objectType.
+    [[nodiscard]] virtual TKwComPtr<mapi::IUnknown> OpenEntry(const TKwMAPIEntryID& entryID, const mapi::GUID* iid,
+                                                              mapi::ULONG flags, mapi::ULONG& objectType) = 0;
+    [[nodiscard]] virtual bool CompareEntryIDs(const TKwMAPIEntryID& a, const TKwMAPIEntryID& b) = 0;
+};
+
+// ---- Session
+// ---------------------------------------------------------------------------------------------------------
+
+/// Logon options. Their effect on each other: see TKwMAPILogonInfoImpl.
+class IKwMAPILogonInfo : public virtual IKwMAPIObject
+{
+public:
+#define DEFTMAPI_OPTION(Name)                                                                                          \
+    [[nodiscard]] virtual bool Get_##Name() const noexcept = 0;                                                        \
+    virtual void Set_##Name(bool value) noexcept = 0;
+    DEFTMAPI_OPTION(Shared)
+    DEFTMAPI_OPTION(ProfileRequired)
+    DEFTMAPI_OPTION(UseExtendedMAPI)
+    DEFTMAPI_OPTION(ForceDownload)
+    DEFTMAPI_OPTION(ShowLogonDialog)
+    DEFTMAPI_OPTION(NewSession)
+    DEFTMAPI_OPTION(NoMail)
+    DEFTMAPI_OPTION(NTService)
+    DEFTMAPI_OPTION(ShowPasswordDialog)
+    DEFTMAPI_OPTION(ShowServiceDialog)
+    DEFTMAPI_OPTION(ShortTimeOut)
+    DEFTMAPI_OPTION(MultiThreadedNotifications)
+#undef DEFTMAPI_OPTION
+    [[nodiscard]] virtual WideString Get_ProfileName() const = 0;
+    virtual void Set_ProfileName(WideView name) = 0;
+    [[nodiscard]] virtual WideString Get_Password() const = 0;
+    virtual void Set_Password(WideView password) = 0;
+    /// The MAPILogonEx flags of these options, without MAPI_UNICODE.
+    [[nodiscard]] virtual mapi::ULONG Flags() const noexcept = 0;
+};
+
+class IKwMAPILogoffInfo : public virtual IKwMAPIObject
+{
+public:
+    [[nodiscard]] virtual bool Get_Shared() const noexcept = 0;
+    virtual void Set_Shared(bool value) noexcept = 0;
+    [[nodiscard]] virtual bool Get_ShowLogoffDialog() const noexcept = 0;
+    virtual void Set_ShowLogoffDialog(bool value) noexcept = 0;
+    /// An integer value: MAPI_LOGOFF_SHARED and MAPI_LOGOFF_UI as the options say.
+    [[nodiscard]] virtual TKwVariant Flags() const = 0;
+};
+
+/// Sinks of session events. Each call names the session.
+class IKwMAPISessionDEvents : public virtual IKwInterface
+{
+public:
+    virtual void BeforeLogon(IKwMAPISession& session) = 0;
+    virtual void AfterLogon(IKwMAPISession& session) = 0;
+    virtual void BeforeLogoff(IKwMAPISession& session) = 0;
+    virtual void AfterLogoff(IKwMAPISession& session) = 0;
+};
+
+/// The object an application creates first (TSession::Create in mapi/session/uKwDeftMAPI.hpp).
+class IKwMAPISession : public virtual IKwMAPISessionBase
+{
+public:
+    virtual void Logon() = 0;
+    virtual void Logoff() = 0;
+    virtual void Set_Active(bool active) = 0;
+    [[nodiscard]] virtual TKwRef<IKwMAPILogonInfo> Get_LogonInfo() = 0;
+    [[nodiscard]] virtual TKwRef<IKwMAPILogoffInfo> Get_LogoffInfo() = 0;
+    virtual void Set_ParentWindow(mapi::ULONG_PTR window) = 0;
+    [[nodiscard]] virtual WideString Get_MAPIClient() const = 0;
+    virtual void Set_MAPIClient(WideView client) = 0;
+    /// For example "8.2.3.13 64-bit".
+    [[nodiscard]] virtual WideString Get_Version() const = 0;
+
+    virtual void MAPILoad(const WideString& fileName, bool& extendedMAPI, bool& loaded) = 0;
+    [[nodiscard]] virtual bool MAPILoaded() const = 0;
+    virtual void MAPIInitialize() = 0;
+    [[nodiscard]] virtual bool MAPIInitialized() const = 0;
+    virtual void MAPIUnitialize() = 0;
+    virtual void MAPIUnload() = 0;
+
+    [[nodiscard]] virtual TKwRef<IKwMAPITable> GetMsgStoresTable() = 0;
+    [[nodiscard]] virtual TKwMAPIEntryID GetDefaultMsgStoreID() = 0;
+    [[nodiscard]] virtual TKwRef<IKwMAPIMsgStore> OpenMsgStore(const TKwMAPIEntryID& entryID,
+                                                               TKwMAPIAccessLevel accessLevel) = 0;
+    [[nodiscard]] virtual TKwRef<IKwMAPIMsgStore> OpenDefaultMsgStore(TKwMAPIAccessLevel accessLevel) = 0;
+    [[nodiscard]] virtual bool CompareEntryIDs(const TKwMAPIEntryID& a, const TKwMAPIEntryID& b) = 0;
+
+    [[nodiscard]] virtual TKwRef<IKwMAPIEntryIDList> CreateEntryIDList() = 0;
+    [[nodiscard]] virtual TKwRef<IKwMAPIPropList> CreatePropList() = 0;
+    [[nodiscard]] virtual TKwRef<IKwMAPIValueList> CreateValueList() = 0;
+    [[nodiscard]] virtual TKwRef<IKwMAPIPropValueList> CreatePropValueList() = 0;
+
+    /// Connects or disconnects a sink; the session holds a reference while it is connected.
+    virtual void DEventConnect(const TKwRef<IKwMAPISessionDEvents>& sink, bool connect) = 0;
+};
+
+// ---- Administration
+// --------------------------------------------------------------------------------------------------
+
+/// Profiles of the MAPI client library. Works without a logon.
+class IKwMAPIProfileAdmin : public virtual IKwMAPIWrapper
+{
+public:
+    virtual void CreateProfile(WideView name, WideView password) = 0;
+    virtual void DeleteProfile(WideView name) = 0;
+    virtual void SetDefaultProfile(WideView name) = 0;
+    /// Empty when there is none.
+    [[nodiscard]] virtual WideString GetDefaultProfile() = 0;
+    [[nodiscard]] virtual bool HasDefaultProfile() = 0;
+    [[nodiscard]] virtual std::vector<WideString> GetProfiles() = 0;
+};
+
+} // namespace deftmapi
