@@ -46,8 +46,6 @@ inline constexpr ULONG CSET_APPLY_ALL      = 1;
 inline constexpr ULONG CSET_APPLY_TAG_ALL  = 2;
 // clang-format on
 
-DEFTMAPI_INTERFACES_BEGIN
-
 /// Converts between MIME and messages.
 struct IConverterSession : IUnknown
 {
@@ -63,8 +61,9 @@ struct IConverterSession : IUnknown
     virtual HRESULT DEFTMAPI_STDCALL SetSaveFormat(MIMESAVETYPE mstSaveFormat) = 0;
     virtual HRESULT DEFTMAPI_STDCALL PlaceHolder5() = 0;
     virtual HRESULT DEFTMAPI_STDCALL SetCharset(BOOL fApply, HCHARSET hcharset, CSETAPPLYTYPE csetapplytype) = 0;
-};
 
-DEFTMAPI_INTERFACES_END
+protected:
+    ~IConverterSession() = default;
+};
 
 } // namespace mapi

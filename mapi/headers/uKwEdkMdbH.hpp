@@ -87,8 +87,6 @@ struct READSTATE
 };
 using LPREADSTATE = READSTATE*;
 
-DEFTMAPI_INTERFACES_BEGIN
-
 /// Opens other mailboxes and lists what a server has. Each numbered successor appends to the one before.
 struct IExchangeManageStore : IUnknown
 {
@@ -102,6 +100,9 @@ struct IExchangeManageStore : IUnknown
     virtual HRESULT DEFTMAPI_STDCALL GetMailboxTable(LPSTR lpszServerName, LPMAPITABLE* lppTable, ULONG ulFlags) = 0;
     virtual HRESULT DEFTMAPI_STDCALL GetPublicFolderTable(LPSTR lpszServerName, LPMAPITABLE* lppTable,
                                                           ULONG ulFlags) = 0;
+
+protected:
+    ~IExchangeManageStore() = default;
 };
 
 /// Adds newsgroups.
@@ -109,6 +110,9 @@ struct IExchangeManageStore2 : IExchangeManageStore
 {
     virtual HRESULT DEFTMAPI_STDCALL CreateNewsgroupNameEntryID(LPSTR lpszNewsgroupName, ULONG* lpcbEntryID,
                                                                 LPENTRYID* lppEntryID) = 0;
+
+protected:
+    ~IExchangeManageStore2() = default;
 };
 
 /// Adds the mailbox table from an offset.
@@ -116,6 +120,9 @@ struct IExchangeManageStore3 : IExchangeManageStore2
 {
     virtual HRESULT DEFTMAPI_STDCALL GetMailboxTableOffset(LPSTR lpszServerName, LPMAPITABLE* lppTable, ULONG ulFlags,
                                                            UINT uOffset) = 0;
+
+protected:
+    ~IExchangeManageStore3() = default;
 };
 
 /// Adds the public folder table from an offset.
@@ -123,6 +130,9 @@ struct IExchangeManageStore4 : IExchangeManageStore3
 {
     virtual HRESULT DEFTMAPI_STDCALL GetPublicFolderTableOffset(LPSTR lpszServerName, LPMAPITABLE* lppTable,
                                                                 ULONG ulFlags, UINT uOffset) = 0;
+
+protected:
+    ~IExchangeManageStore4() = default;
 };
 
 /// Adds the tables of one database.
@@ -132,6 +142,9 @@ struct IExchangeManageStore5 : IExchangeManageStore4
                                                        ULONG ulFlags, UINT uOffset) = 0;
     virtual HRESULT DEFTMAPI_STDCALL GetPublicFolderTableEx(LPSTR lpszServerName, LPGUID lpguidMdb,
                                                             LPMAPITABLE* lppTable, ULONG ulFlags, UINT uOffset) = 0;
+
+protected:
+    ~IExchangeManageStore5() = default;
 };
 
 /// Adds entry identifiers from properties. It continues IExchangeManageStore, not its numbered successors.
@@ -139,6 +152,9 @@ struct IExchangeManageStoreEx : IExchangeManageStore
 {
     virtual HRESULT DEFTMAPI_STDCALL CreateStoreEntryID2(ULONG cValues, LPSPropValue lpPropArray, ULONG ulFlags,
                                                          ULONG* lpcbEntryID, LPENTRYID* lppEntryID) = 0;
+
+protected:
+    ~IExchangeManageStoreEx() = default;
 };
 
 /// Hands out what changed since a state.
@@ -150,6 +166,9 @@ struct IExchangeExportChanges : IUnknown
                                             LPSPropTagArray lpExcludeProps, ULONG ulBufferSize) = 0;
     virtual HRESULT DEFTMAPI_STDCALL Synchronize(ULONG* lpulSteps, ULONG* lpulProgress) = 0;
     virtual HRESULT DEFTMAPI_STDCALL UpdateState(LPSTREAM lpStream) = 0;
+
+protected:
+    ~IExchangeExportChanges() = default;
 };
 
 /// Adds messages as converted streams.
@@ -159,6 +178,9 @@ struct IExchangeExportChanges2 : IExchangeExportChanges
                                                                LPSRestriction lpRestriction, ULONG cValuesConversion,
                                                                LPSPropValue lpPropArrayConversion,
                                                                ULONG ulBufferSize) = 0;
+
+protected:
+    ~IExchangeExportChanges2() = default;
 };
 
 /// Adds a selection of messages.
@@ -168,6 +190,9 @@ struct IExchangeExportChanges3 : IExchangeExportChanges2
                                                             LPENTRYLIST lpMsgList, LPSRestriction lpRestriction,
                                                             LPSPropTagArray lpIncludeProps,
                                                             LPSPropTagArray lpExcludeProps, ULONG ulBufferSize) = 0;
+
+protected:
+    ~IExchangeExportChanges3() = default;
 };
 
 /// Takes in changes of messages.
@@ -185,6 +210,9 @@ struct IExchangeImportContentsChanges : IUnknown
                                                        ULONG cbPCLMessage, BYTE* pbPCLMessage,
                                                        ULONG cbSourceKeyDestMessage, BYTE* pbSourceKeyDestMessage,
                                                        ULONG cbChangeNumDestMessage, BYTE* pbChangeNumDestMessage) = 0;
+
+protected:
+    ~IExchangeImportContentsChanges() = default;
 };
 
 /// Adds messages as converted streams.
@@ -195,6 +223,9 @@ struct IExchangeImportContentsChanges2 : IExchangeImportContentsChanges
                                                                LPSPropValue lpPropArrayConversion) = 0;
     virtual HRESULT DEFTMAPI_STDCALL ImportMessageChangeAsAStream(ULONG cpvalChanges, LPSPropValue ppvalChanges,
                                                                   ULONG ulFlags, LPSTREAM* lppstream) = 0;
+
+protected:
+    ~IExchangeImportContentsChanges2() = default;
 };
 
 /// Takes in changes of folders.
@@ -205,6 +236,9 @@ struct IExchangeImportHierarchyChanges : IUnknown
     virtual HRESULT DEFTMAPI_STDCALL UpdateState(LPSTREAM lpStream) = 0;
     virtual HRESULT DEFTMAPI_STDCALL ImportFolderChange(ULONG cpvalChanges, LPSPropValue ppvalChanges) = 0;
     virtual HRESULT DEFTMAPI_STDCALL ImportFolderDeletion(ULONG ulFlags, LPENTRYLIST lpSrcEntryList) = 0;
+
+protected:
+    ~IExchangeImportHierarchyChanges() = default;
 };
 
 /// The rules or permissions of a folder.
@@ -213,6 +247,9 @@ struct IExchangeModifyTable : IUnknown
     virtual HRESULT DEFTMAPI_STDCALL GetLastError(HRESULT hResult, ULONG ulFlags, LPMAPIERROR* lppMAPIError) = 0;
     virtual HRESULT DEFTMAPI_STDCALL GetTable(ULONG ulFlags, LPMAPITABLE* lppTable) = 0;
     virtual HRESULT DEFTMAPI_STDCALL ModifyTable(ULONG ulFlags, LPROWLIST lpMods) = 0;
+
+protected:
+    ~IExchangeModifyTable() = default;
 };
 
 /// The actions of a deferred rule.
@@ -220,6 +257,9 @@ struct IExchangeRuleAction : IUnknown
 {
     virtual HRESULT DEFTMAPI_STDCALL ActionCount(ULONG* lpcActions) = 0;
     virtual HRESULT DEFTMAPI_STDCALL GetAction(ULONG ulActionNumber, LARGE_INTEGER* lpruleid, LPACTION* lppAction) = 0;
+
+protected:
+    ~IExchangeRuleAction() = default;
 };
 
 /// Copies as a byte stream.
@@ -229,6 +269,9 @@ struct IExchangeFastTransfer : IUnknown
     virtual HRESULT DEFTMAPI_STDCALL TransferBuffer(ULONG cb, LPBYTE lpb, ULONG* lpcbProcessed) = 0;
     virtual BOOL DEFTMAPI_STDCALL IsInterfaceOk(ULONG ulTransferMethod, REFIID refiid, LPSPropTagArray lpptagList,
                                                 ULONG ulFlags) = 0;
+
+protected:
+    ~IExchangeFastTransfer() = default;
 };
 
 /// The favourite public folders.
@@ -237,12 +280,18 @@ struct IExchangeFavorites : IUnknown
     virtual HRESULT DEFTMAPI_STDCALL GetLastError(HRESULT hResult, ULONG ulFlags, LPMAPIERROR* lppMAPIError) = 0;
     virtual HRESULT DEFTMAPI_STDCALL AddFavorites(LPENTRYLIST lpEntryList) = 0;
     virtual HRESULT DEFTMAPI_STDCALL DelFavorites(LPENTRYLIST lpEntryList) = 0;
+
+protected:
+    ~IExchangeFavorites() = default;
 };
 
 /// Receives change advice. No identifier is published.
 struct IExchangeChangeAdviseSink : IUnknown
 {
     virtual ULONG DEFTMAPI_STDCALL OnNotify(ULONG ulFlags, LPENTRYLIST lpEntryList) = 0;
+
+protected:
+    ~IExchangeChangeAdviseSink() = default;
 };
 
 /// Advises of changes in a set of folders.
@@ -254,12 +303,18 @@ struct IExchangeChangeAdvisor : IUnknown
     virtual HRESULT DEFTMAPI_STDCALL UpdateState(LPSTREAM lpStream) = 0;
     virtual HRESULT DEFTMAPI_STDCALL AddKeys(LPENTRYLIST lpEntryList) = 0;
     virtual HRESULT DEFTMAPI_STDCALL RemoveKeys(LPENTRYLIST lpEntryList) = 0;
+
+protected:
+    ~IExchangeChangeAdvisor() = default;
 };
 
 /// A message as a converted stream.
 struct IExchangeMessageConversion : IUnknown
 {
     virtual HRESULT DEFTMAPI_STDCALL OpenStream(ULONG cValues, LPSPropValue lpPropArray, LPSTREAM* lppStream) = 0;
+
+protected:
+    ~IExchangeMessageConversion() = default;
 };
 
 /// Is told of items that could not be moved.
@@ -267,6 +322,9 @@ struct IExchangeBadItemCallback : IUnknown
 {
     virtual HRESULT DEFTMAPI_STDCALL BadItem(HRESULT hResult, ULONG ulFlags, LPWSTR lpwszFolderName,
                                              LPSBinary lpsbFolderEid, ULONG cValues, LPSPropValue lpPropArray) = 0;
+
+protected:
+    ~IExchangeBadItemCallback() = default;
 };
 
 /// Progress of a mailbox move.
@@ -275,6 +333,9 @@ struct IExchangeMoveUserProgress : IUnknown
     virtual HRESULT DEFTMAPI_STDCALL NextFolder(ULONG ulFlags, LPWSTR lpwszFolderName) = 0;
     virtual HRESULT DEFTMAPI_STDCALL Progress(ULONG ulFlags, ULONG ulCount, ULONG ulTotal) = 0;
     virtual HRESULT DEFTMAPI_STDCALL Restart(ULONG ulFlags) = 0;
+
+protected:
+    ~IExchangeMoveUserProgress() = default;
 };
 
 /// News articles into public folders.
@@ -283,8 +344,9 @@ struct IExchangeNntpNewsfeed : IUnknown
     virtual HRESULT DEFTMAPI_STDCALL Configure(LPSTR lpszNewsfeedDN, ULONG cValues, LPSPropValue lpIMailPropArray) = 0;
     virtual HRESULT DEFTMAPI_STDCALL CheckMsgIds(LPSTR lpszMsgIds, ULONG* lpcfWanted, BYTE** lppfWanted) = 0;
     virtual HRESULT DEFTMAPI_STDCALL OpenArticleStream(LPSTREAM* lppStream) = 0;
-};
 
-DEFTMAPI_INTERFACES_END
+protected:
+    ~IExchangeNntpNewsfeed() = default;
+};
 
 } // namespace mapi

@@ -6,12 +6,13 @@
 namespace mapi
 {
 
-DEFTMAPI_INTERFACES_BEGIN
-
 /// Tells whether an attachment may be opened.
 struct IAttachmentSecurity : IUnknown
 {
     virtual HRESULT DEFTMAPI_STDCALL IsAttachmentBlocked(LPCWSTR pwszFileName, BOOL* pfBlocked) = 0;
+
+protected:
+    ~IAttachmentSecurity() = default;
 };
 
 /// A wrapper around the object of another process; UnwrapNoRef does not add a reference.
@@ -20,12 +21,18 @@ struct IProxyStoreObject : IUnknown
     virtual HRESULT DEFTMAPI_STDCALL PlaceHolder1() = 0;
     virtual HRESULT DEFTMAPI_STDCALL UnwrapNoRef(LPVOID* ppvObject) = 0;
     virtual HRESULT DEFTMAPI_STDCALL PlaceHolder2() = 0;
+
+protected:
+    ~IProxyStoreObject() = default;
 };
 
 /// The session behind an object.
 struct IMAPIGetSession : IUnknown
 {
     virtual HRESULT DEFTMAPI_STDCALL GetMAPISession(LPUNKNOWN* lppSession) = 0;
+
+protected:
+    ~IMAPIGetSession() = default;
 };
 
 /// A signed or encrypted message; the base message is the one without protection.
@@ -39,18 +46,27 @@ struct IMAPISecureMessage : IUnknown
     virtual HRESULT DEFTMAPI_STDCALL PlaceHolder5() = 0;
     virtual HRESULT DEFTMAPI_STDCALL PlaceHolder6() = 0;
     virtual HRESULT DEFTMAPI_STDCALL PlaceHolder7() = 0;
+
+protected:
+    ~IMAPISecureMessage() = default;
 };
 
 /// Administration of the contacts address book.
 struct IContabAdmin : IUnknown
 {
     virtual HRESULT DEFTMAPI_STDCALL RemoveStore(ULONG cbEntryID, LPENTRYID lpEntryID) = 0;
+
+protected:
+    ~IContabAdmin() = default;
 };
 
 /// What a store can do beyond its support mask.
 struct IMSCapabilities : IUnknown
 {
     virtual ULONG DEFTMAPI_STDCALL GetCapabilities(MSCAP_SELECTOR mscapSelector) = 0;
+
+protected:
+    ~IMSCapabilities() = default;
 };
 
 /// Fast shutdown, called by the client.
@@ -59,6 +75,9 @@ struct IMAPIClientShutdown : IUnknown
     virtual HRESULT DEFTMAPI_STDCALL QueryFastShutdown() = 0;
     virtual HRESULT DEFTMAPI_STDCALL NotifyProcessShutdown() = 0;
     virtual HRESULT DEFTMAPI_STDCALL DoFastShutdown() = 0;
+
+protected:
+    ~IMAPIClientShutdown() = default;
 };
 
 /// Fast shutdown, implemented by the provider.
@@ -67,8 +86,9 @@ struct IMAPIProviderShutdown : IUnknown
     virtual HRESULT DEFTMAPI_STDCALL QueryFastShutdown() = 0;
     virtual HRESULT DEFTMAPI_STDCALL NotifyProcessShutdown() = 0;
     virtual HRESULT DEFTMAPI_STDCALL DoFastShutdown() = 0;
-};
 
-DEFTMAPI_INTERFACES_END
+protected:
+    ~IMAPIProviderShutdown() = default;
+};
 
 } // namespace mapi

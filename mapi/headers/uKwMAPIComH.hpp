@@ -1,4 +1,7 @@
 // The COM interfaces that MAPI builds on: life time, memory, streams, structured storage, class factories.
+//
+// The destructors of all interfaces are protected and not virtual: a virtual one would take slots of the method table,
+// and an object ends in Release, never in delete.
 #pragma once
 
 #include "mapi/headers/uKwMAPIForwardH.hpp"
@@ -122,14 +125,15 @@ struct DISPPARAMS;
 struct VARIANT;
 struct EXCEPINFO;
 
-DEFTMAPI_INTERFACES_BEGIN
-
-/// Identity and life time of every object. The platform layout has no virtual destructor: objects end in Release.
+/// Identity and life time of every object.
 struct IUnknown
 {
     virtual HRESULT DEFTMAPI_STDCALL QueryInterface(REFIID riid, void** ppvObject) = 0;
     virtual ULONG DEFTMAPI_STDCALL AddRef() = 0;
     virtual ULONG DEFTMAPI_STDCALL Release() = 0;
+
+protected:
+    ~IUnknown() = default;
 };
 
 /// The COM allocator.
@@ -141,6 +145,9 @@ struct IMalloc : IUnknown
     virtual SIZE_T DEFTMAPI_STDCALL GetSize(void* pv) = 0;
     virtual int DEFTMAPI_STDCALL DidAlloc(void* pv) = 0;
     virtual void DEFTMAPI_STDCALL HeapMinimize() = 0;
+
+protected:
+    ~IMalloc() = default;
 };
 
 /// Bytes in order.
@@ -148,6 +155,9 @@ struct ISequentialStream : IUnknown
 {
     virtual HRESULT DEFTMAPI_STDCALL Read(void* pv, ULONG cb, ULONG* pcbRead) = 0;
     virtual HRESULT DEFTMAPI_STDCALL Write(const void* pv, ULONG cb, ULONG* pcbWritten) = 0;
+
+protected:
+    ~ISequentialStream() = default;
 };
 
 /// Bytes at random positions.
@@ -163,6 +173,9 @@ struct IStream : ISequentialStream
     virtual HRESULT DEFTMAPI_STDCALL UnlockRegion(ULARGE_INTEGER libOffset, ULARGE_INTEGER cb, DWORD dwLockType) = 0;
     virtual HRESULT DEFTMAPI_STDCALL Stat(STATSTG* pstatstg, DWORD grfStatFlag) = 0;
     virtual HRESULT DEFTMAPI_STDCALL Clone(IStream** ppstm) = 0;
+
+protected:
+    ~IStream() = default;
 };
 
 /// A folder of streams and storages.
@@ -191,6 +204,9 @@ struct IStorage : IUnknown
     virtual HRESULT DEFTMAPI_STDCALL SetClass(REFCLSID clsid) = 0;
     virtual HRESULT DEFTMAPI_STDCALL SetStateBits(DWORD grfStateBits, DWORD grfMask) = 0;
     virtual HRESULT DEFTMAPI_STDCALL Stat(STATSTG* pstatstg, DWORD grfStatFlag) = 0;
+
+protected:
+    ~IStorage() = default;
 };
 
 /// The elements of a storage.
@@ -200,6 +216,9 @@ struct IEnumSTATSTG : IUnknown
     virtual HRESULT DEFTMAPI_STDCALL Skip(ULONG celt) = 0;
     virtual HRESULT DEFTMAPI_STDCALL Reset() = 0;
     virtual HRESULT DEFTMAPI_STDCALL Clone(IEnumSTATSTG** ppenum) = 0;
+
+protected:
+    ~IEnumSTATSTG() = default;
 };
 
 /// Creates the objects of one class.
@@ -207,12 +226,18 @@ struct IClassFactory : IUnknown
 {
     virtual HRESULT DEFTMAPI_STDCALL CreateInstance(IUnknown* pUnkOuter, REFIID riid, void** ppvObject) = 0;
     virtual HRESULT DEFTMAPI_STDCALL LockServer(BOOL fLock) = 0;
+
+protected:
+    ~IClassFactory() = default;
 };
 
 /// Names the class of a stored object.
 struct IPersist : IUnknown
 {
     virtual HRESULT DEFTMAPI_STDCALL GetClassID(CLSID* pClassID) = 0;
+
+protected:
+    ~IPersist() = default;
 };
 
 /// Late-bound calls (Automation).
@@ -225,9 +250,10 @@ struct IDispatch : IUnknown
     virtual HRESULT DEFTMAPI_STDCALL Invoke(DISPID dispIdMember, REFIID riid, LCID lcid, WORD wFlags,
                                             DISPPARAMS* pDispParams, VARIANT* pVarResult, EXCEPINFO* pExcepInfo,
                                             UINT* puArgErr) = 0;
-};
 
-DEFTMAPI_INTERFACES_END
+protected:
+    ~IDispatch() = default;
+};
 
 } // namespace mapi
 

@@ -162,8 +162,6 @@ struct SMAPIFormInfoArray
 };
 using LPSMAPIFORMINFOARRAY = SMAPIFormInfoArray*;
 
-DEFTMAPI_INTERFACES_BEGIN
-
 /// Finds and starts forms.
 struct IMAPIFormMgr : IUnknown
 {
@@ -193,6 +191,9 @@ struct IMAPIFormMgr : IUnknown
     virtual HRESULT DEFTMAPI_STDCALL PrepareForm(ULONG_PTR ulUIParam, ULONG ulFlags, LPMAPIFORMINFO pfrminfo) = 0;
     virtual HRESULT DEFTMAPI_STDCALL IsInConflict(ULONG ulMessageFlags, ULONG ulMessageStatus, LPCSTR szMessageClass,
                                                   LPMAPIFOLDER pFolderFocus) = 0;
+
+protected:
+    ~IMAPIFormMgr() = default;
 };
 
 /// A running form.
@@ -206,6 +207,9 @@ struct IMAPIForm : IUnknown
                                             LPCRECT lprcPosRect) = 0;
     virtual HRESULT DEFTMAPI_STDCALL Advise(LPMAPIVIEWADVISESINK pAdvise, ULONG_PTR* pdwStatus) = 0;
     virtual HRESULT DEFTMAPI_STDCALL Unadvise(ULONG_PTR ulConnection) = 0;
+
+protected:
+    ~IMAPIForm() = default;
 };
 
 /// A form's way to its message and folder.
@@ -227,6 +231,9 @@ struct IMAPIMessageSite : IUnknown
     virtual HRESULT DEFTMAPI_STDCALL SaveMessage() = 0;
     virtual HRESULT DEFTMAPI_STDCALL SubmitMessage(ULONG ulFlags) = 0;
     virtual HRESULT DEFTMAPI_STDCALL GetSiteStatus(LPULONG lpulStatus) = 0;
+
+protected:
+    ~IMAPIMessageSite() = default;
 };
 
 /// A form's way to the next message and to printing.
@@ -238,6 +245,9 @@ struct IMAPIViewContext : IUnknown
     virtual HRESULT DEFTMAPI_STDCALL GetPrintSetup(ULONG ulFlags, LPFORMPRINTSETUP* lppFormPrintSetup) = 0;
     virtual HRESULT DEFTMAPI_STDCALL GetSaveStream(ULONG* pulFlags, ULONG* pulFormat, LPSTREAM* ppstm) = 0;
     virtual HRESULT DEFTMAPI_STDCALL GetViewStatus(LPULONG lpulStatus) = 0;
+
+protected:
+    ~IMAPIViewContext() = default;
 };
 
 /// Loads and saves the message of a form.
@@ -252,6 +262,9 @@ struct IPersistMessage : IUnknown
     virtual HRESULT DEFTMAPI_STDCALL Save(LPMESSAGE pMessage, ULONG fSameAsLoad) = 0;
     virtual HRESULT DEFTMAPI_STDCALL SaveCompleted(LPMESSAGE pMessage) = 0;
     virtual HRESULT DEFTMAPI_STDCALL HandsOffMessage() = 0;
+
+protected:
+    ~IPersistMessage() = default;
 };
 
 /// A library of forms.
@@ -266,6 +279,9 @@ struct IMAPIFormContainer : IUnknown
                                                                    LPSMAPIFORMINFOARRAY* ppfrminfoarray) = 0;
     virtual HRESULT DEFTMAPI_STDCALL CalcFormPropSet(ULONG ulFlags, LPMAPIFORMPROPARRAY* ppResults) = 0;
     virtual HRESULT DEFTMAPI_STDCALL GetDisplay(ULONG ulFlags, LPTSTR* pszDisplayName) = 0;
+
+protected:
+    ~IMAPIFormContainer() = default;
 };
 
 /// The description of a form.
@@ -276,6 +292,9 @@ struct IMAPIFormInfo : IMAPIProp
     virtual HRESULT DEFTMAPI_STDCALL MakeIconFromBinary(ULONG nPropID, HICON* phicon) = 0;
     virtual HRESULT DEFTMAPI_STDCALL SaveForm(LPCTSTR szFileName) = 0;
     virtual HRESULT DEFTMAPI_STDCALL OpenFormContainer(LPMAPIFORMCONTAINER* ppformcontainer) = 0;
+
+protected:
+    ~IMAPIFormInfo() = default;
 };
 
 /// Tells a form about changes in its view.
@@ -284,6 +303,9 @@ struct IMAPIFormAdviseSink : IUnknown
     virtual HRESULT DEFTMAPI_STDCALL OnChange(ULONG ulDir) = 0;
     virtual HRESULT DEFTMAPI_STDCALL OnActivateNext(LPCSTR lpszMessageClass, ULONG ulMessageStatus,
                                                     ULONG ulMessageFlags, LPPERSISTMESSAGE* ppPersistMessage) = 0;
+
+protected:
+    ~IMAPIFormAdviseSink() = default;
 };
 
 /// Tells a view about changes in its form.
@@ -294,6 +316,9 @@ struct IMAPIViewAdviseSink : IUnknown
     virtual HRESULT DEFTMAPI_STDCALL OnPrint(ULONG dwPageNumber, HRESULT hrStatus) = 0;
     virtual HRESULT DEFTMAPI_STDCALL OnSubmitted() = 0;
     virtual HRESULT DEFTMAPI_STDCALL OnSaved() = 0;
+
+protected:
+    ~IMAPIViewAdviseSink() = default;
 };
 
 /// Class factories for forms.
@@ -303,8 +328,9 @@ struct IMAPIFormFactory : IUnknown
     virtual HRESULT DEFTMAPI_STDCALL CreateClassFactory(REFCLSID clsidForm, ULONG ulFlags,
                                                         LPCLASSFACTORY* lppClassFactory) = 0;
     virtual HRESULT DEFTMAPI_STDCALL LockServer(ULONG ulFlags, ULONG fLockServer) = 0;
-};
 
-DEFTMAPI_INTERFACES_END
+protected:
+    ~IMAPIFormFactory() = default;
+};
 
 } // namespace mapi

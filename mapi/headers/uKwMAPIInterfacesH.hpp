@@ -9,12 +9,13 @@
 namespace mapi
 {
 
-DEFTMAPI_INTERFACES_BEGIN
-
 /// Receives notifications. Implemented by the client.
 struct IMAPIAdviseSink : IUnknown
 {
     virtual ULONG DEFTMAPI_STDCALL OnNotify(ULONG cNotif, LPNOTIFICATION lpNotifications) = 0;
+
+protected:
+    ~IMAPIAdviseSink() = default;
 };
 
 /// Progress of a long operation. Implemented by the client.
@@ -25,6 +26,9 @@ struct IMAPIProgress : IUnknown
     virtual HRESULT DEFTMAPI_STDCALL GetMax(ULONG* lpulMax) = 0;
     virtual HRESULT DEFTMAPI_STDCALL GetMin(ULONG* lpulMin) = 0;
     virtual HRESULT DEFTMAPI_STDCALL SetLimits(LPULONG lpulMin, LPULONG lpulMax, LPULONG lpulFlags) = 0;
+
+protected:
+    ~IMAPIProgress() = default;
 };
 
 /// Any object with properties.
@@ -50,6 +54,9 @@ struct IMAPIProp : IUnknown
                                                      ULONG* lpcPropNames, LPMAPINAMEID** lpppPropNames) = 0;
     virtual HRESULT DEFTMAPI_STDCALL GetIDsFromNames(ULONG cPropNames, LPMAPINAMEID* lppPropNames, ULONG ulFlags,
                                                      LPSPropTagArray* lppPropTags) = 0;
+
+protected:
+    ~IMAPIProp() = default;
 };
 
 /// Rows and columns over the contents of a container or of an administrative list.
@@ -83,6 +90,9 @@ struct IMAPITable : IUnknown
                                                       ULONG* lpcbCollapseState, LPBYTE* lppbCollapseState) = 0;
     virtual HRESULT DEFTMAPI_STDCALL SetCollapseState(ULONG ulFlags, ULONG cbCollapseState, LPBYTE pbCollapseState,
                                                       BOOKMARK* lpbkLocation) = 0;
+
+protected:
+    ~IMAPITable() = default;
 };
 
 /// Folders, address book containers and distribution lists.
@@ -96,6 +106,9 @@ struct IMAPIContainer : IMAPIProp
                                                        ULONG ulSearchFlags) = 0;
     virtual HRESULT DEFTMAPI_STDCALL GetSearchCriteria(ULONG ulFlags, LPSRestriction* lppRestriction,
                                                        LPENTRYLIST* lppContainerList, ULONG* lpulSearchState) = 0;
+
+protected:
+    ~IMAPIContainer() = default;
 };
 
 /// A message folder.
@@ -121,6 +134,9 @@ struct IMAPIFolder : IMAPIContainer
                                                       ULONG ulNewStatusMask, ULONG* lpulOldStatus) = 0;
     virtual HRESULT DEFTMAPI_STDCALL SaveContentsSort(LPSSortOrderSet lpSortCriteria, ULONG ulFlags) = 0;
     virtual HRESULT DEFTMAPI_STDCALL EmptyFolder(ULONG_PTR ulUIParam, LPMAPIPROGRESS lpProgress, ULONG ulFlags) = 0;
+
+protected:
+    ~IMAPIFolder() = default;
 };
 
 /// An address book container.
@@ -133,6 +149,9 @@ struct IABContainer : IMAPIContainer
     virtual HRESULT DEFTMAPI_STDCALL DeleteEntries(LPENTRYLIST lpEntries, ULONG ulFlags) = 0;
     virtual HRESULT DEFTMAPI_STDCALL ResolveNames(LPSPropTagArray lpPropTagArray, ULONG ulFlags, LPADRLIST lpAdrList,
                                                   LPFlagList lpFlagList) = 0;
+
+protected:
+    ~IABContainer() = default;
 };
 
 /// A distribution list. It repeats the methods of IABContainer but does not derive from it.
@@ -145,11 +164,17 @@ struct IDistList : IMAPIContainer
     virtual HRESULT DEFTMAPI_STDCALL DeleteEntries(LPENTRYLIST lpEntries, ULONG ulFlags) = 0;
     virtual HRESULT DEFTMAPI_STDCALL ResolveNames(LPSPropTagArray lpPropTagArray, ULONG ulFlags, LPADRLIST lpAdrList,
                                                   LPFlagList lpFlagList) = 0;
+
+protected:
+    ~IDistList() = default;
 };
 
 /// A messaging user; only properties.
 struct IMailUser : IMAPIProp
-{};
+{
+protected:
+    ~IMailUser() = default;
+};
 
 /// A message.
 struct IMessage : IMAPIProp
@@ -165,11 +190,17 @@ struct IMessage : IMAPIProp
     virtual HRESULT DEFTMAPI_STDCALL ModifyRecipients(ULONG ulFlags, LPADRLIST lpMods) = 0;
     virtual HRESULT DEFTMAPI_STDCALL SubmitMessage(ULONG ulFlags) = 0;
     virtual HRESULT DEFTMAPI_STDCALL SetReadFlag(ULONG ulFlags) = 0;
+
+protected:
+    ~IMessage() = default;
 };
 
 /// An attachment; only properties. Its identifier is IID_IAttachment.
 struct IAttach : IMAPIProp
-{};
+{
+protected:
+    ~IAttach() = default;
+};
 
 /// A message store.
 struct IMsgStore : IMAPIProp
@@ -192,8 +223,9 @@ struct IMsgStore : IMAPIProp
     virtual HRESULT DEFTMAPI_STDCALL SetLockState(LPMESSAGE lpMessage, ULONG ulLockState) = 0;
     virtual HRESULT DEFTMAPI_STDCALL FinishedMsg(ULONG ulFlags, ULONG cbEntryID, LPENTRYID lpEntryID) = 0;
     virtual HRESULT DEFTMAPI_STDCALL NotifyNewMail(LPNOTIFICATION lpNotification) = 0;
-};
 
-DEFTMAPI_INTERFACES_END
+protected:
+    ~IMsgStore() = default;
+};
 
 } // namespace mapi

@@ -6,8 +6,6 @@
 namespace mapi
 {
 
-DEFTMAPI_INTERFACES_BEGIN
-
 /// What a log-on gives.
 struct IMAPISession : IUnknown
 {
@@ -42,6 +40,9 @@ struct IMAPISession : IUnknown
                                               ULONG ulAccess, LPSTR lpszMessageClass) = 0;
     virtual HRESULT DEFTMAPI_STDCALL PrepareForm(LPCIID lpInterface, LPMESSAGE lpMessage,
                                                  ULONG_PTR* lpulMessageToken) = 0;
+
+protected:
+    ~IMAPISession() = default;
 };
 
 /// The address book over all providers.
@@ -77,6 +78,9 @@ struct IAddrBook : IMAPIProp
     virtual HRESULT DEFTMAPI_STDCALL SetSearchPath(ULONG ulFlags, LPSRowSet lpSearchPath) = 0;
     virtual HRESULT DEFTMAPI_STDCALL PrepareRecips(ULONG ulFlags, LPSPropTagArray lpPropTagArray,
                                                    LPADRLIST lpRecipList) = 0;
+
+protected:
+    ~IAddrBook() = default;
 };
 
 /// A row of the status table, opened.
@@ -87,11 +91,17 @@ struct IMAPIStatus : IMAPIProp
     virtual HRESULT DEFTMAPI_STDCALL ChangePassword(LPTSTR lpOldPass, LPTSTR lpNewPass, ULONG ulFlags) = 0;
     virtual HRESULT DEFTMAPI_STDCALL FlushQueues(ULONG_PTR ulUIParam, ULONG cbTargetTransport,
                                                  LPENTRYID lpTargetTransport, ULONG ulFlags) = 0;
+
+protected:
+    ~IMAPIStatus() = default;
 };
 
 /// A section of a profile; only properties.
 struct IProfSect : IMAPIProp
-{};
+{
+protected:
+    ~IProfSect() = default;
+};
 
 /// Creates, deletes and lists profiles.
 struct IProfAdmin : IUnknown
@@ -110,6 +120,9 @@ struct IProfAdmin : IUnknown
     virtual HRESULT DEFTMAPI_STDCALL SetDefaultProfile(LPTSTR lpszProfileName, ULONG ulFlags) = 0;
     virtual HRESULT DEFTMAPI_STDCALL AdminServices(LPTSTR lpszProfileName, LPTSTR lpszPassword, ULONG_PTR ulUIParam,
                                                    ULONG ulFlags, LPSERVICEADMIN* lppServiceAdmin) = 0;
+
+protected:
+    ~IProfAdmin() = default;
 };
 
 /// The message services of one profile.
@@ -133,6 +146,9 @@ struct IMsgServiceAdmin : IUnknown
                                                     LPPROVIDERADMIN* lppProviderAdmin) = 0;
     virtual HRESULT DEFTMAPI_STDCALL SetPrimaryIdentity(LPMAPIUID lpUID, ULONG ulFlags) = 0;
     virtual HRESULT DEFTMAPI_STDCALL GetProviderTable(ULONG ulFlags, LPMAPITABLE* lppTable) = 0;
+
+protected:
+    ~IMsgServiceAdmin() = default;
 };
 
 /// Adds the creation of a service that returns its identifier.
@@ -140,6 +156,9 @@ struct IMsgServiceAdmin2 : IMsgServiceAdmin
 {
     virtual HRESULT DEFTMAPI_STDCALL CreateMsgServiceEx(LPTSTR lpszService, LPTSTR lpszDisplayName, ULONG_PTR ulUIParam,
                                                         ULONG ulFlags, LPMAPIUID lpuidService) = 0;
+
+protected:
+    ~IMsgServiceAdmin2() = default;
 };
 
 /// The providers of one message service.
@@ -152,8 +171,9 @@ struct IProviderAdmin : IUnknown
     virtual HRESULT DEFTMAPI_STDCALL DeleteProvider(LPMAPIUID lpUID) = 0;
     virtual HRESULT DEFTMAPI_STDCALL OpenProfileSection(LPMAPIUID lpUID, LPCIID lpInterface, ULONG ulFlags,
                                                         LPPROFSECT* lppProfSect) = 0;
-};
 
-DEFTMAPI_INTERFACES_END
+protected:
+    ~IProviderAdmin() = default;
+};
 
 } // namespace mapi

@@ -89,8 +89,6 @@ inline constexpr ULONG MSG_SERVICE_PROVIDER_CREATE = 6;
 inline constexpr ULONG MSG_SERVICE_PROVIDER_DELETE = 7;
 // clang-format on
 
-DEFTMAPI_INTERFACES_BEGIN
-
 /// What MAPI offers to a provider. Its identifier is IID_IMAPISup.
 struct IMAPISupport : IUnknown
 {
@@ -167,6 +165,9 @@ struct IMAPISupport : IUnknown
     virtual HRESULT DEFTMAPI_STDCALL IStorageFromStream(LPUNKNOWN lpUnkIn, LPCIID lpInterface, ULONG ulFlags,
                                                         LPSTORAGE* lppStorageOut) = 0;
     virtual HRESULT DEFTMAPI_STDCALL GetSvcConfigSupportObj(ULONG ulFlags, LPMAPISUP* lppSvcSupport) = 0;
+
+protected:
+    ~IMAPISupport() = default;
 };
 
 /// Message store provider.
@@ -183,6 +184,9 @@ struct IMSProvider : IUnknown
                                                   LPMAPIERROR* lppMAPIError, LPMSLOGON* lppMSLogon, LPMDB* lppMDB) = 0;
     virtual HRESULT DEFTMAPI_STDCALL CompareStoreIDs(ULONG cbEntryID1, LPENTRYID lpEntryID1, ULONG cbEntryID2,
                                                      LPENTRYID lpEntryID2, ULONG ulFlags, ULONG* lpulResult) = 0;
+
+protected:
+    ~IMSProvider() = default;
 };
 
 /// A log-on to a store, as MAPI sees it.
@@ -199,6 +203,9 @@ struct IMSLogon : IUnknown
     virtual HRESULT DEFTMAPI_STDCALL Unadvise(ULONG_PTR ulConnection) = 0;
     virtual HRESULT DEFTMAPI_STDCALL OpenStatusEntry(LPCIID lpInterface, ULONG ulFlags, ULONG* lpulObjType,
                                                      LPVOID* lppEntry) = 0;
+
+protected:
+    ~IMSLogon() = default;
 };
 
 /// Address book provider.
@@ -208,6 +215,9 @@ struct IABProvider : IUnknown
     virtual HRESULT DEFTMAPI_STDCALL Logon(LPMAPISUP lpMAPISup, ULONG_PTR ulUIParam, LPTSTR lpszProfileName,
                                            ULONG ulFlags, ULONG* lpulpcbSecurity, LPBYTE* lppbSecurity,
                                            LPMAPIERROR* lppMAPIError, LPABLOGON* lppABLogon) = 0;
+
+protected:
+    ~IABProvider() = default;
 };
 
 /// A log-on to an address book.
@@ -230,6 +240,9 @@ struct IABLogon : IUnknown
     virtual HRESULT DEFTMAPI_STDCALL GetOneOffTable(ULONG ulFlags, LPMAPITABLE* lppTable) = 0;
     virtual HRESULT DEFTMAPI_STDCALL PrepareRecips(ULONG ulFlags, LPSPropTagArray lpPropTagArray,
                                                    LPADRLIST lpRecipList) = 0;
+
+protected:
+    ~IABLogon() = default;
 };
 
 /// Transport provider.
@@ -239,6 +252,9 @@ struct IXPProvider : IUnknown
     virtual HRESULT DEFTMAPI_STDCALL TransportLogon(LPMAPISUP lpMAPISup, ULONG_PTR ulUIParam, LPTSTR lpszProfileName,
                                                     ULONG* lpulFlags, LPMAPIERROR* lppMAPIError,
                                                     LPXPLOGON* lppXPLogon) = 0;
+
+protected:
+    ~IXPProvider() = default;
 };
 
 /// A log-on to a transport.
@@ -260,6 +276,9 @@ struct IXPLogon : IUnknown
     virtual HRESULT DEFTMAPI_STDCALL ValidateState(ULONG_PTR ulUIParam, ULONG ulFlags) = 0;
     virtual HRESULT DEFTMAPI_STDCALL FlushQueues(ULONG_PTR ulUIParam, ULONG cbTargetTransport,
                                                  LPENTRYID lpTargetTransport, ULONG ulFlags) = 0;
+
+protected:
+    ~IXPLogon() = default;
 };
 
 /// Sees messages on their way in and out.
@@ -269,8 +288,9 @@ struct ISpoolerHook : IUnknown
                                                     ULONG* lpulFlags, ULONG* lpcbEntryID, LPBYTE* lppEntryID) = 0;
     virtual HRESULT DEFTMAPI_STDCALL OutboundMsgHook(LPMESSAGE lpMessage, LPMAPIFOLDER lpFolder, LPMDB lpMDB,
                                                      ULONG* lpulFlags, ULONG* lpcbEntryID, LPBYTE* lppEntryID) = 0;
-};
 
-DEFTMAPI_INTERFACES_END
+protected:
+    ~ISpoolerHook() = default;
+};
 
 } // namespace mapi

@@ -90,17 +90,6 @@
 #define DEFTMAPI_STDCALL
 #endif
 
-// Interfaces must not have a virtual destructor (it would take slots of the method table), and compilers warn about
-// exactly that. The two macros stand around every group of interfaces.
-#if defined(__GNUC__)
-#define DEFTMAPI_INTERFACES_BEGIN                                                                                      \
-    _Pragma("GCC diagnostic push") _Pragma("GCC diagnostic ignored \"-Wnon-virtual-dtor\"")
-#define DEFTMAPI_INTERFACES_END _Pragma("GCC diagnostic pop")
-#else
-#define DEFTMAPI_INTERFACES_BEGIN
-#define DEFTMAPI_INTERFACES_END
-#endif
-
 namespace mapi
 {
 

@@ -15,14 +15,15 @@ inline constexpr ULONG IPROP_CLEAN     = 0x00010000;
 inline constexpr ULONG IPROP_DIRTY     = 0x00020000;
 // clang-format on
 
-DEFTMAPI_INTERFACES_BEGIN
-
 /// A button in a display table.
 struct IMAPIControl : IUnknown
 {
     virtual HRESULT DEFTMAPI_STDCALL GetLastError(HRESULT hResult, ULONG ulFlags, LPMAPIERROR* lppMAPIError) = 0;
     virtual HRESULT DEFTMAPI_STDCALL Activate(ULONG ulFlags, ULONG_PTR ulUIParam) = 0;
     virtual HRESULT DEFTMAPI_STDCALL GetState(ULONG ulFlags, ULONG* lpulState) = 0;
+
+protected:
+    ~IMAPIControl() = default;
 };
 
 /// A table in memory whose rows its owner changes. Its identifier is IID_IMAPITableData.
@@ -38,6 +39,9 @@ struct ITableData : IUnknown
     virtual HRESULT DEFTMAPI_STDCALL HrInsertRow(ULONG uliRow, LPSRow lpSRow) = 0;
     virtual HRESULT DEFTMAPI_STDCALL HrModifyRows(ULONG ulFlags, LPSRowSet lpSRowSet) = 0;
     virtual HRESULT DEFTMAPI_STDCALL HrDeleteRows(ULONG ulFlags, LPSRowSet lprowsetToDelete, ULONG* cRowsDeleted) = 0;
+
+protected:
+    ~ITableData() = default;
 };
 
 /// Properties in memory, with access rights for each. Its identifier is IID_IMAPIPropData.
@@ -48,8 +52,9 @@ struct IPropData : IMAPIProp
     virtual HRESULT DEFTMAPI_STDCALL HrGetPropAccess(LPSPropTagArray* lppPropTagArray, ULONG** lprgulAccess) = 0;
     virtual HRESULT DEFTMAPI_STDCALL HrAddObjProps(LPSPropTagArray lppPropTagArray,
                                                    LPSPropProblemArray* lprgulAccess) = 0;
-};
 
-DEFTMAPI_INTERFACES_END
+protected:
+    ~IPropData() = default;
+};
 
 } // namespace mapi

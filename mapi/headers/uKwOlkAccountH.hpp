@@ -83,12 +83,13 @@ struct ACCT_VARIANT
 
 struct IOlkEnum;
 
-DEFTMAPI_INTERFACES_BEGIN
-
 /// Error texts of the account manager.
 struct IOlkErrorUnknown : IUnknown
 {
     virtual HRESULT DEFTMAPI_STDCALL GetLastError(HRESULT hr, LPWSTR* ppwszError) = 0;
+
+protected:
+    ~IOlkErrorUnknown() = default;
 };
 
 /// One account.
@@ -110,6 +111,9 @@ struct IOlkAccount : IOlkErrorUnknown
     virtual HRESULT DEFTMAPI_STDCALL FreeMemory(BYTE* pv) = 0;
     virtual HRESULT DEFTMAPI_STDCALL PlaceHolder10() = 0;
     virtual HRESULT DEFTMAPI_STDCALL SaveChanges(DWORD dwFlags) = 0;
+
+protected:
+    ~IOlkAccount() = default;
 };
 
 /// What the account manager asks of its caller. Implemented by the client.
@@ -119,12 +123,18 @@ struct IOlkAccountHelper : IUnknown
     virtual HRESULT DEFTMAPI_STDCALL GetIdentity(LPWSTR pwszIdentity, DWORD* pcch) = 0;
     virtual HRESULT DEFTMAPI_STDCALL GetMapiSession(LPUNKNOWN* ppmsess) = 0;
     virtual HRESULT DEFTMAPI_STDCALL HandsOffSession() = 0;
+
+protected:
+    ~IOlkAccountHelper() = default;
 };
 
 /// Receives changes of accounts. Implemented by the client.
 struct IOlkAccountNotify : IOlkErrorUnknown
 {
     virtual HRESULT DEFTMAPI_STDCALL Notify(DWORD dwNotify, DWORD dwAcctID, DWORD dwFlags) = 0;
+
+protected:
+    ~IOlkAccountNotify() = default;
 };
 
 /// Walks over accounts.
@@ -134,6 +144,9 @@ struct IOlkEnum : IUnknown
     virtual HRESULT DEFTMAPI_STDCALL Reset() = 0;
     virtual HRESULT DEFTMAPI_STDCALL GetNext(LPUNKNOWN* ppunk) = 0;
     virtual HRESULT DEFTMAPI_STDCALL Skip(DWORD cSkip) = 0;
+
+protected:
+    ~IOlkEnum() = default;
 };
 
 /// The accounts of a profile.
@@ -166,8 +179,9 @@ struct IOlkAccountManager : IOlkErrorUnknown
     virtual HRESULT DEFTMAPI_STDCALL PlaceHolder12() = 0;
     virtual HRESULT DEFTMAPI_STDCALL PlaceHolder13() = 0;
     virtual HRESULT DEFTMAPI_STDCALL PlaceHolder14() = 0;
-};
 
-DEFTMAPI_INTERFACES_END
+protected:
+    ~IOlkAccountManager() = default;
+};
 
 } // namespace mapi
