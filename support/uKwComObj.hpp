@@ -6,7 +6,9 @@
 #include "support/uKwRef.hpp"
 
 #include <atomic>
+#include <exception>
 #include <mutex>
+#include <utility>
 #include <vector>
 
 namespace deftmapi
@@ -39,25 +41,31 @@ public:
 
 protected:
     ~TKwAutoIntfObject() override;
-    /// Called once when the last reference is gone, before any destructor runs: virtual calls still reach the derived class and
-    /// references taken and dropped here do not destroy again.
+    /// Called once when the last reference is gone, before any destructor runs: virtual calls still reach the derived
+    /// class and references taken and dropped here do not destroy again.
     virtual void BeforeDestruction() noexcept {}
     /// Called when the owner is being destroyed; OwnerDestroyed() is already true.
     virtual void DoOwnerDestroyed() noexcept {}
-    /// Tells every child that this object is no more. The destructor does it; a class calls it earlier when its own members
-    /// must still exist while the children are told.
+    /// Tells every child, in the order of creation, that this object is no more. The destructor does it; a class calls
+    /// it earlier when its own members must still exist while the children are told.
     void NotifyChildren() noexcept;
 
 private:
+    void Link(TKwAutoIntfObject& child);
+    void Unlink(TKwAutoIntfObject& child) noexcept;
+
     mutable std::atomic<std::uint32_t> FRefCount{0};
     TKwAutoIntfObject* FOwner = nullptr;
     TKwRef<TKwAutoIntfObject> FOwnerRef; // set with kaOwner only
     bool FOwnerDestroyed = false;
-    std::vector<TKwAutoIntfObject*> FChildren;
+    std::vector<TKwAutoIntfObject*> FChildren; // in the order of creation; null where a child has gone
+    std::size_t FLiveChildren = 0;
+    bool FNotifying = false;
+    std::size_t FSlot = 0; // this object's place in the owner's FChildren: a session may own very many objects
 };
 
-/// The sinks connected to one outgoing interface, in the order of connection. Thread-safe: sinks are called on a copy of the
-/// list and without the lock, so that a sink may connect or disconnect while it is called.
+/// The sinks connected to one outgoing interface, in the order of connection. Thread-safe: sinks are called on a copy
+/// of the list and without the lock, so that a sink may connect or disconnect while it is called.
 template <typename Sink>
 class TKwEventConnections
 {
@@ -67,15 +75,12 @@ public:
     bool Connect(const TKwRef<Sink>& sink, bool connect)
     {
         const std::lock_guard lock(FLock);
-        if (connect)
-        {
+        if (connect) {
             FSinks.push_back(sink);
             return true;
         }
-        for (auto it = FSinks.begin(); it != FSinks.end(); ++it)
-        {
-            if (*it == sink)
-            {
+        for (auto it = FSinks.begin(); it != FSinks.end(); ++it) {
+            if (*it == sink) {
                 FSinks.erase(it);
                 return true;
             }
@@ -98,11 +103,36 @@ private:
     std::vector<TKwRef<Sink>> FSinks;
 };
 
-// Silent server exceptions: while enabled (the default) an exception that leaves an event sink called by a foreign server is
-// swallowed at that boundary and reported to the handler set below; while disabled it passes on to the caller.
-// The switch is per thread and counts: as many enables as disables restore it.
+// Silent server exceptions: while enabled (the default) an exception that leaves an event sink called by a foreign
+// server is swallowed at that boundary and reported to the handler set below; while disabled it passes on to the
+// caller. The switch is per thread and counts: as many enables as disables restore it.
 DEFTMAPI_API void KwDisableSilentServerExceptions() noexcept;
 DEFTMAPI_API void KwEnableSilentServerExceptions() noexcept;
 [[nodiscard]] DEFTMAPI_API bool KwSilentServerExceptionsEnabled() noexcept;
+
+/// Receives what was swallowed, on the thread where it happened. An exception that leaves the handler is ignored.
+using TKwServerExceptionHandler = void (*)(std::exception_ptr exception, void* context);
+/// Sets the handler (null: none, the default). Process-wide; thread-safe.
+DEFTMAPI_API void KwSetServerExceptionHandler(TKwServerExceptionHandler handler, void* context) noexcept;
+/// Passes an exception to the handler.
+DEFTMAPI_API void KwReportServerException(std::exception_ptr exception) noexcept;
+
+/// Calls an event sink at the boundary to a foreign server: the one place where the switch above takes effect.
+/// Returns false when an exception was swallowed.
+template <typename Call>
+bool KwCallServerSink(Call&& call)
+{
+    if (!KwSilentServerExceptionsEnabled()) {
+        std::forward<Call>(call)();
+        return true;
+    }
+    try {
+        std::forward<Call>(call)();
+        return true;
+    } catch (...) {
+        KwReportServerException(std::current_exception());
+        return false;
+    }
+}
 
 } // namespace deftmapi

@@ -10,8 +10,8 @@
 namespace deftmapi
 {
 
-/// One code page. Cheap to make and to copy; 1252, 28591, 20127, 1200, 1201 and 65001 are converted by our own tables, all others by the
-/// platform. Thread-safe.
+/// One code page. Cheap to make and to copy; 1252, 28591, 20127, 1200, 1201 and 65001 are converted by our own tables,
+/// all others by the platform. Thread-safe.
 class DEFTMAPI_API TKwEncoding
 {
 public:
@@ -30,7 +30,8 @@ public:
     /// True when FromWide loses nothing. @throws EKwConvertError  the code page is unknown
     [[nodiscard]] bool CanEncode(WideView text) const;
 
-    /// The code page of a character-set name of the Internet ("iso-8859-1", "utf-8", "windows-1251", …), or 0 when unknown.
+    /// The code page of a character-set name of the Internet ("iso-8859-1", "utf-8", "windows-1251", …), or 0 when
+    /// unknown.
     [[nodiscard]] static unsigned CodePageOfCharset(std::string_view name) noexcept;
     /// The system ANSI code page.
     [[nodiscard]] static unsigned SystemCodePage() noexcept;

@@ -1,8 +1,8 @@
 // The exception bases and the registry that maps (category, code) to an exception class.
 //
-// An exception class is described by a constant record (TKwExceptionClass) that knows its name, its parent and how to make
-// one: the run-time class reference that C++ lacks. EKwException and EKwAbort are siblings on purpose: an application's
-// catch of errors does not catch a user's Cancel.
+// An exception class is described by a constant record (TKwExceptionClass) that knows its name, its parent and how to
+// make one: the run-time class reference that C++ lacks. EKwException and EKwAbort are siblings on purpose: an
+// application's catch of errors does not catch a user's Cancel.
 #pragma once
 
 #include "support/uKwFormat.hpp"
@@ -65,11 +65,30 @@ public:                                                                         
     Self(::deftmapi::WideString message, std::int32_t errorCode) : Base(std::move(message), errorCode) {}              \
     Self(::deftmapi::WideView format, std::initializer_list<::deftmapi::TKwFormatArg> args, std::int32_t errorCode)    \
         : Base(::deftmapi::KwFormat(format, args), errorCode)                                                          \
-    {                                                                                                                  \
-    }                                                                                                                  \
+    {}                                                                                                                 \
     static const ::deftmapi::TKwExceptionClass& Class() noexcept;                                                      \
-    const ::deftmapi::TKwExceptionClass& ClassType() const noexcept override { return Class(); }                       \
-    [[noreturn]] void Raise() const override { throw *this; }
+    const ::deftmapi::TKwExceptionClass& ClassType() const noexcept override                                           \
+    {                                                                                                                  \
+        return Class();                                                                                                \
+    }                                                                                                                  \
+    [[noreturn]] void Raise() const override                                                                           \
+    {                                                                                                                  \
+        throw *this;                                                                                                   \
+    }
+
+// Defines the class record of a class that was declared with DEFTMAPI_EXCEPTION; ParentClass is the address of the
+// parent's record or nullptr. Used in namespace scope of the class, in one source.
+#define DEFTMAPI_EXCEPTION_CLASS(Self, ParentClass)                                                                    \
+    const ::deftmapi::TKwExceptionClass& Self::Class() noexcept                                                        \
+    {                                                                                                                  \
+        static const ::deftmapi::TKwExceptionClass record{                                                             \
+            u"" #Self, ParentClass,                                                                                    \
+            [](::deftmapi::WideString message,                                                                         \
+               std::int32_t errorCode) -> std::unique_ptr<::deftmapi::EKwExceptionBase> {                              \
+                return std::make_unique<Self>(std::move(message), errorCode);                                          \
+            }};                                                                                                        \
+        return record;                                                                                                 \
+    }
 
 /// An error.
 class DEFTMAPI_API EKwException : public EKwExceptionBase
@@ -107,13 +126,16 @@ DEFTMAPI_API void KwAssert(bool condition, WideView message, WideView unit);
 // The registry. Filled before the library's first use; afterwards read by any thread without a lock.
 
 /// Registers a class for (category, code). A second registration of the pair replaces the first.
-DEFTMAPI_API void KwRegisterExceptionClass(WideView category, std::int32_t code, const TKwExceptionClass& exceptionClass);
+DEFTMAPI_API void KwRegisterExceptionClass(WideView category, std::int32_t code,
+                                           const TKwExceptionClass& exceptionClass);
 /// The class registered for (category, code); with inherited true the category's base class when there is none.
 /// Null when there is neither.
-[[nodiscard]] DEFTMAPI_API const TKwExceptionClass* KwGetExceptionClass(WideView category, std::int32_t code, bool inherited);
+[[nodiscard]] DEFTMAPI_API const TKwExceptionClass* KwGetExceptionClass(WideView category, std::int32_t code,
+                                                                        bool inherited);
 /// The class that stands for codes of the category that have no class of their own.
 DEFTMAPI_API void KwRegisterExceptionBase(WideView category, const TKwExceptionClass& exceptionClass);
-/// Creates (does not raise) an exception of the class registered for (category, code), else of the category's base class.
+/// Creates (does not raise) an exception of the class registered for (category, code), else of the category's base
+/// class.
 [[nodiscard]] DEFTMAPI_API std::unique_ptr<EKwExceptionBase> KwCreateException(WideView category, std::int32_t code,
                                                                                WideString message);
 [[nodiscard]] DEFTMAPI_API std::unique_ptr<EKwExceptionBase>

@@ -1,4 +1,5 @@
-// The export marks of the library. Hidden visibility is the default everywhere; what carries DEFTMAPI_API is the interface.
+// The export marks of the library. Hidden visibility is the default everywhere; what carries DEFTMAPI_API is the
+// interface.
 #pragma once
 
 #if defined(_WIN32) && !defined(DEFTMAPI_STATIC)

@@ -24,10 +24,9 @@ public:
     TKwFormatArg(const WideString& text) : FValue(text) {}
     TKwFormatArg(const char16_t* text) : FValue(WideString(text)) {}
     template <std::integral T>
-        requires(!std::same_as<T, bool> && !std::same_as<T, char16_t>)
-    TKwFormatArg(T number) : FValue(static_cast<std::int64_t>(number)), FBytes(sizeof(T))
-    {
-    }
+    requires(!std::same_as<T, bool> && !std::same_as<T, char16_t>) TKwFormatArg(T number)
+        : FValue(static_cast<std::int64_t>(number)), FBytes(sizeof(T))
+    {}
 
     [[nodiscard]] const std::variant<WideString, std::int64_t>& Value() const noexcept { return FValue; }
     /// Size of the integer type in bytes: how many hexadecimal digits a negative number shows.

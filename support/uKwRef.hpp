@@ -10,7 +10,8 @@
 namespace deftmapi
 {
 
-/// Root of the library's reference-counted interfaces. An object starts with a count of zero; the first TKwRef takes it to one.
+/// Root of the library's reference-counted interfaces. An object starts with a count of zero; the first TKwRef takes it
+/// to one.
 class IKwInterface
 {
 public:
@@ -28,8 +29,7 @@ protected:
 
 /// Tag: the pointer already carries the reference that the smart pointer is to own.
 struct TKwAdopt
-{
-};
+{};
 inline constexpr TKwAdopt KwAdopt{};
 
 /// Owns one reference of a T that has AddRef and Release. The common ground of TKwRef and TKwComPtr.
@@ -50,10 +50,8 @@ public:
     TKwCounted(const TKwCounted& other) noexcept : TKwCounted(other.FPointer) {}
     TKwCounted(TKwCounted&& other) noexcept : FPointer(std::exchange(other.FPointer, nullptr)) {}
     template <typename U>
-        requires(!std::is_same_v<U, T> && std::is_convertible_v<U*, T*>)
-    TKwCounted(const TKwCounted<U>& other) noexcept : TKwCounted(static_cast<T*>(other.Get()))
-    {
-    }
+    requires(!std::is_same_v<U, T> && std::is_convertible_v<U*, T*>) TKwCounted(const TKwCounted<U>& other)
+    noexcept : TKwCounted(static_cast<T*>(other.Get())) {}
     ~TKwCounted() { Reset(); }
 
     TKwCounted& operator=(TKwCounted other) noexcept

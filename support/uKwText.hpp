@@ -17,8 +17,8 @@ using WideView = std::u16string_view;
 /// UTF-8 to UTF-16. Each byte that is not part of a well-formed sequence becomes U+FFFD.
 [[nodiscard]] DEFTMAPI_API WideString KwFromUtf8(std::string_view text);
 
-/// True when the texts are equal without regard to case. Case folding is per code point (simple folding) and independent
-/// of the locale.
+/// True when the texts are equal without regard to case. Case folding is per code point (simple folding) and
+/// independent of the locale.
 [[nodiscard]] DEFTMAPI_API bool KwSameText(WideView a, WideView b) noexcept;
 [[nodiscard]] DEFTMAPI_API WideString KwUpperCase(WideView text);
 [[nodiscard]] DEFTMAPI_API WideString KwLowerCase(WideView text);

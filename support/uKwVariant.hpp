@@ -1,4 +1,5 @@
-// TKwVariant: one value of any kind that a property can have, with the conversions and the equality that the library relies on.
+// TKwVariant: one value of any kind that a property can have, with the conversions and the equality that the library
+// relies on.
 #pragma once
 
 #include "support/uKwRef.hpp"
@@ -120,9 +121,9 @@ public:
         return std::get_if<T>(&FValue);
     }
 
-    // Conversions. Numbers convert to each other (with a range check), to and from their decimal text, Booleans are 0 and -1
-    // (any number but 0 is true; "True"/"False" as text); dates and file times convert to each other and to ISO 8601 text;
-    // 8-bit text converts through the system ANSI code page. Empty converts to 0, "" and false.
+    // Conversions. Numbers convert to each other (with a range check), to and from their decimal text, Booleans are 0
+    // and -1 (any number but 0 is true; "True"/"False" as text); dates and file times convert to each other and to ISO
+    // 8601 text; 8-bit text converts through the system ANSI code page. Empty converts to 0, "" and false.
     /// @throws EKwConvertError  the value is Null or of a kind that does not convert, or is out of range
     [[nodiscard]] std::int32_t AsInteger() const;
     [[nodiscard]] std::int64_t AsLargeInteger() const;
@@ -139,8 +140,9 @@ public:
     [[nodiscard]] Array AsArray() const;
 
     /// Variant equality: numbers by value whatever their kind, texts by code units (8-bit text converted), Empty equals
-    /// Empty and Null equals Null, arrays element-wise, bytes byte-wise. Values that do not convert to each other differ.
-    [[nodiscard]] friend DEFTMAPI_API bool operator==(const TKwVariant& a, const TKwVariant& b) noexcept;
+    /// Empty and Null equals Null, arrays element-wise, bytes byte-wise. Values that do not convert to each other
+    /// differ.
+    friend DEFTMAPI_API bool operator==(const TKwVariant& a, const TKwVariant& b) noexcept;
 
 private:
     std::variant<std::monostate, TKwNull, std::int16_t, std::int32_t, std::int64_t, float, double, TKwCurrency, TKwDate,
@@ -151,7 +153,8 @@ private:
 /// File time to date and back. Both are UTC; a date outside 1601 to 30827 raises EKwConvertError.
 [[nodiscard]] DEFTMAPI_API TKwDate KwFileTimeToDate(TKwFileTime time) noexcept;
 [[nodiscard]] DEFTMAPI_API TKwFileTime KwDateToFileTime(TKwDate date);
-/// "2024-01-31T10:20:30Z", with ".1234567" before the Z only when the fraction is not zero; and its parser (date alone allowed).
+/// "2024-01-31T10:20:30Z", with ".1234567" before the Z only when the fraction is not zero; and its parser (date alone
+/// allowed).
 [[nodiscard]] DEFTMAPI_API WideString KwFileTimeToIso(TKwFileTime time);
 /// @throws EKwConvertError  the text is no ISO 8601 date or date-time
 [[nodiscard]] DEFTMAPI_API TKwFileTime KwIsoToFileTime(WideView text);

@@ -30,8 +30,8 @@ enum class TKwRegistryView
 /// A loaded module, opaque. Null is none.
 using TKwModule = void*;
 
-/// All operations are read-only but LoadModule and FreeModule. Thread-safe. File names use the platform's separators; on POSIX
-/// they are UTF-8 underneath.
+/// All operations are read-only but LoadModule and FreeModule. Thread-safe. File names use the platform's separators;
+/// on POSIX they are UTF-8 underneath.
 class DEFTMAPI_API IKwPlatform
 {
 public:
@@ -39,11 +39,13 @@ public:
 
     // Registry. Keys have no leading backslash: the implementation removes it. On POSIX the registry is empty.
     [[nodiscard]] virtual bool RegistryKeyExists(TKwRegistryRoot root, TKwRegistryView view, const WideString& key) = 0;
-    /// The text of a REG_SZ or REG_EXPAND_SZ value (not expanded), the decimal text of a REG_DWORD; empty valueName is the default value.
-    [[nodiscard]] virtual std::optional<WideString> RegistryValue(TKwRegistryRoot root, TKwRegistryView view, const WideString& key,
-                                                                  const WideString& valueName) = 0;
+    /// The text of a REG_SZ or REG_EXPAND_SZ value (not expanded), the decimal text of a REG_DWORD; empty valueName is
+    /// the default value.
+    [[nodiscard]] virtual std::optional<WideString>
+    RegistryValue(TKwRegistryRoot root, TKwRegistryView view, const WideString& key, const WideString& valueName) = 0;
     /// Names of the sub-keys in the registry's order.
-    [[nodiscard]] virtual std::vector<WideString> RegistrySubKeys(TKwRegistryRoot root, TKwRegistryView view, const WideString& key) = 0;
+    [[nodiscard]] virtual std::vector<WideString> RegistrySubKeys(TKwRegistryRoot root, TKwRegistryView view,
+                                                                  const WideString& key) = 0;
 
     // Modules.
     /// Loads a library; null when it cannot be loaded, with the platform's reason in `reason`.
@@ -51,7 +53,8 @@ public:
     virtual void FreeModule(TKwModule module) noexcept = 0;
     /// The address of an export, or null.
     [[nodiscard]] virtual void* FindExport(TKwModule module, const char* name) noexcept = 0;
-    /// Full path of the module that contains the given address (for example a function of the library); empty when unknown.
+    /// Full path of the module that contains the given address (for example a function of the library); empty when
+    /// unknown.
     [[nodiscard]] virtual WideString ModuleFileNameOf(const void* address) = 0;
     /// True when a process of this kind runs 64-bit code.
     [[nodiscard]] virtual bool Is64BitProcess() const noexcept = 0;
@@ -59,8 +62,10 @@ public:
     // Files.
     [[nodiscard]] virtual bool FileExists(const WideString& fileName) = 0;
     /// Up to `count` bytes at `offset`; fewer at the end; nothing when the file cannot be read.
-    [[nodiscard]] virtual std::optional<std::string> ReadFile(const WideString& fileName, std::uint64_t offset, std::size_t count) = 0;
-    /// Full names of the files named `name` (without regard to case) in the folder and below it, depth first in directory order.
+    [[nodiscard]] virtual std::optional<std::string> ReadFile(const WideString& fileName, std::uint64_t offset,
+                                                              std::size_t count) = 0;
+    /// Full names of the files named `name` (without regard to case) in the folder and below it, depth first in
+    /// directory order.
     [[nodiscard]] virtual std::vector<WideString> FindFiles(const WideString& folder, const WideString& name) = 0;
 
     // Environment and locale.
@@ -72,11 +77,12 @@ public:
     [[nodiscard]] virtual unsigned AnsiCodePage() noexcept = 0;
 
     /// The system's message text for a result code, without trailing line breaks; empty when it has none.
-    /// On POSIX: the texts of our own table for the platform's general codes (HRESULTs of facility Win32 included), else empty.
+    /// On POSIX: the texts of our own table for the platform's general codes (HRESULTs of facility Win32 included),
+    /// else empty.
     [[nodiscard]] virtual WideString SystemMessage(std::int32_t code) = 0;
 
-    // Code pages that TKwEncoding does not convert itself. Return false when the code page is unknown; a malformed sequence becomes
-    // U+FFFD, a character that the code page lacks '?' (and *lossy is set, when given).
+    // Code pages that TKwEncoding does not convert itself. Return false when the code page is unknown; a malformed
+    // sequence becomes U+FFFD, a character that the code page lacks '?' (and *lossy is set, when given).
     [[nodiscard]] virtual bool CodePageToWide(unsigned codePage, std::string_view bytes, WideString& text) = 0;
     [[nodiscard]] virtual bool WideToCodePage(unsigned codePage, WideView text, std::string& bytes, bool* lossy) = 0;
 };
@@ -116,8 +122,8 @@ struct TKwModuleInfo
     [[nodiscard]] bool HasExport(std::string_view name) const noexcept;
 };
 
-/// Reads the machine type and the export table of a PE or ELF file through KwPlatform().ReadFile. Damaged or foreign files give
-/// Format::None or an empty export list; reading is bounded by the file's size.
+/// Reads the machine type and the export table of a PE or ELF file through KwPlatform().ReadFile. Damaged or foreign
+/// files give Format::None or an empty export list; reading is bounded by the file's size.
 [[nodiscard]] DEFTMAPI_API TKwModuleInfo KwReadModuleInfo(const WideString& fileName);
 
 } // namespace deftmapi
