@@ -11,6 +11,10 @@
 #include <string>
 #include <vector>
 
+#ifdef FreeModule
+#undef FreeModule // a macro of <windows.h>, which would rename the operation below
+#endif
+
 namespace deftmapi
 {
 
