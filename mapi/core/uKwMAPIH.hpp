@@ -52,4 +52,56 @@ inline void CheckSimpleMAPIResult(mapi::ULONG code)
         RaiseSimpleMAPIResult(code);
 }
 
+// ---- Memory
+// -------------------------------------------------------------------------------------------------------------- All
+// three return the client's result, which is 0: anything else raises the class of that result.
+
+/// A block of cbSize bytes; the caller frees it with MAPIFreeBuffer.
+DEFTMAPI_API mapi::SCODE MAPIAllocateBuffer(mapi::ULONG cbSize, mapi::LPVOID* lppBuffer);
+/// A block that is freed together with lpObject, which MAPIAllocateBuffer gave.
+DEFTMAPI_API mapi::SCODE MAPIAllocateMore(mapi::ULONG cbSize, mapi::LPVOID lpObject, mapi::LPVOID* lppBuffer);
+/// Null is allowed.
+DEFTMAPI_API mapi::ULONG MAPIFreeBuffer(mapi::LPVOID lpBuffer);
+
+// ---- Entry points
+// -------------------------------------------------------------------------------------------------------- Each raises
+// EMAPI_CALL_FAILED when the loaded library does not have the function.
+
+/// The index of a reply (of a new conversation when there is no parent). Hands the result back unchecked; the caller
+/// frees the index with MAPIFreeBuffer.
+DEFTMAPI_API mapi::SCODE ScCreateConversationIndex(mapi::ULONG cbParent, mapi::LPBYTE lpbParent,
+                                                   mapi::ULONG* lpcbConvIndex, mapi::LPBYTE* lppbConvIndex);
+
+// Simple MAPI: texts are in the system ANSI code page. The result goes through CheckSimpleMAPIResult, so what is
+// returned is 0 or 0x80004005. Structures that a function delivers are freed with MAPIFreeBuffer.
+
+/// @throws EMAPI_CALL_FAILED  the client reports success and delivers no session handle
+DEFTMAPI_API mapi::ULONG MAPILogon(mapi::ULONG_PTR ulUIParam, mapi::LPSTR lpszProfileName, mapi::LPSTR lpszPassword,
+                                   mapi::FLAGS flFlags, mapi::ULONG ulReserved, mapi::LPLHANDLE lplhSession);
+DEFTMAPI_API mapi::ULONG MAPILogoff(mapi::LHANDLE lhSession, mapi::ULONG_PTR ulUIParam, mapi::FLAGS flFlags,
+                                    mapi::ULONG ulReserved);
+DEFTMAPI_API mapi::ULONG MAPISendMail(mapi::LHANDLE lhSession, mapi::ULONG_PTR ulUIParam, mapi::lpMapiMessage lpMessage,
+                                      mapi::FLAGS flFlags, mapi::ULONG ulReserved);
+DEFTMAPI_API mapi::ULONG MAPISendDocuments(mapi::ULONG_PTR ulUIParam, mapi::LPSTR lpszDelimChar,
+                                           mapi::LPSTR lpszFilePaths, mapi::LPSTR lpszFileNames,
+                                           mapi::ULONG ulReserved);
+/// Raises EMAPI_NO_MESSAGES after the last message.
+DEFTMAPI_API mapi::ULONG MAPIFindNext(mapi::LHANDLE lhSession, mapi::ULONG_PTR ulUIParam, mapi::LPSTR lpszMessageType,
+                                      mapi::LPSTR lpszSeedMessageID, mapi::FLAGS flFlags, mapi::ULONG ulReserved,
+                                      mapi::LPSTR lpszMessageID);
+DEFTMAPI_API mapi::ULONG MAPIReadMail(mapi::LHANDLE lhSession, mapi::ULONG_PTR ulUIParam, mapi::LPSTR lpszMessageID,
+                                      mapi::FLAGS flFlags, mapi::ULONG ulReserved, mapi::lpMapiMessage* lppMessage);
+DEFTMAPI_API mapi::ULONG MAPISaveMail(mapi::LHANDLE lhSession, mapi::ULONG_PTR ulUIParam, mapi::lpMapiMessage lpMessage,
+                                      mapi::FLAGS flFlags, mapi::ULONG ulReserved, mapi::LPSTR lpszMessageID);
+DEFTMAPI_API mapi::ULONG MAPIDeleteMail(mapi::LHANDLE lhSession, mapi::ULONG_PTR ulUIParam, mapi::LPSTR lpszMessageID,
+                                        mapi::FLAGS flFlags, mapi::ULONG ulReserved);
+DEFTMAPI_API mapi::ULONG MAPIAddress(mapi::LHANDLE lhSession, mapi::ULONG_PTR ulUIParam, mapi::LPSTR lpszCaption,
+                                     mapi::ULONG nEditFields, mapi::LPSTR lpszLabels, mapi::ULONG nRecips,
+                                     mapi::lpMapiRecipDesc lpRecips, mapi::FLAGS flFlags, mapi::ULONG ulReserved,
+                                     mapi::LPULONG lpnNewRecips, mapi::lpMapiRecipDesc* lppNewRecips);
+DEFTMAPI_API mapi::ULONG MAPIDetails(mapi::LHANDLE lhSession, mapi::ULONG_PTR ulUIParam, mapi::lpMapiRecipDesc lpRecip,
+                                     mapi::FLAGS flFlags, mapi::ULONG ulReserved);
+DEFTMAPI_API mapi::ULONG MAPIResolveName(mapi::LHANDLE lhSession, mapi::ULONG_PTR ulUIParam, mapi::LPSTR lpszName,
+                                         mapi::FLAGS flFlags, mapi::ULONG ulReserved, mapi::lpMapiRecipDesc* lppRecip);
+
 } // namespace deftmapi

@@ -1,0 +1,4 @@
+// Utilities for applications: the detection of the installed Outlook (KwGetOutlookInfo, TKwOutlookInfo).
+#pragma once
+
+#include "mapi/core/OutlookInfo.hpp"
