@@ -50,7 +50,14 @@ public:
     [[nodiscard]] const char* what() const noexcept override { return FWhat.c_str(); }
     [[nodiscard]] virtual const TKwExceptionClass& ClassType() const noexcept = 0;
     /// Throws a copy of this object with its own dynamic type.
-    [[noreturn]] virtual void Raise() const = 0;
+    [[noreturn]] void Raise() const
+    {
+        DoRaise();
+        std::terminate(); // not reached: compilers do not see that a virtual function never returns
+    }
+
+protected:
+    [[noreturn]] virtual void DoRaise() const = 0;
 
 private:
     WideString FMessage;
@@ -71,7 +78,7 @@ public:                                                                         
     {                                                                                                                  \
         return Class();                                                                                                \
     }                                                                                                                  \
-    [[noreturn]] void Raise() const override                                                                           \
+    [[noreturn]] void DoRaise() const override                                                                         \
     {                                                                                                                  \
         throw *this;                                                                                                   \
     }
