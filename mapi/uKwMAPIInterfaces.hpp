@@ -142,6 +142,7 @@ class IKwMAPIEntryIDList;
 class IKwMAPIFolder;
 class IKwMAPIMessage;
 class IKwMAPIMsgStore;
+class IKwMAPIProfileAdmin;
 class IKwMAPIProp;
 class IKwMAPIPropList;
 class IKwMAPIPropValueList;
@@ -614,6 +615,9 @@ public:
                                                                TKwMAPIAccessLevel accessLevel) = 0;
     [[nodiscard]] virtual TKwRef<IKwMAPIMsgStore> OpenDefaultMsgStore(TKwMAPIAccessLevel accessLevel) = 0;
     [[nodiscard]] virtual bool CompareEntryIDs(const TKwMAPIEntryID& a, const TKwMAPIEntryID& b) = 0;
+
+    /// Profile administration; works without a logon.
+    [[nodiscard]] virtual TKwRef<IKwMAPIProfileAdmin> GetProfileAdmin() = 0;
 
     [[nodiscard]] virtual TKwRef<IKwMAPIEntryIDList> CreateEntryIDList() = 0;
     [[nodiscard]] virtual TKwRef<IKwMAPIPropList> CreatePropList() = 0;
