@@ -67,6 +67,8 @@ std::optional<TKwCurrency> ParseCurrency(std::string_view text)
     if (point == std::string_view::npos || text.size() - point - 1 > 4 ||
         text.find_first_not_of("-.0123456789") != text.npos)
         return std::nullopt;
+    if (text.find_first_of("0123456789") == text.npos)
+        return std::nullopt;
     std::string digits(text.substr(0, point));
     digits += text.substr(point + 1);
     digits.append(4 - (text.size() - point - 1), '0');

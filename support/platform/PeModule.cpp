@@ -14,6 +14,7 @@ constexpr std::uint64_t magic32 = 0x010B;
 constexpr std::uint64_t magic64 = 0x020B;
 constexpr std::uint64_t fileHeaderSize = 20;
 constexpr std::uint64_t sectionSize = 40;
+constexpr std::uint64_t mostSections = 256; // linkers make a few dozen; every name is looked up in all of them
 
 // Offsets within the headers.
 constexpr std::uint64_t newHeaderField = 0x3C;
