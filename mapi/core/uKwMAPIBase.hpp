@@ -306,7 +306,8 @@ private:
     friend class TKwMAPIPropItems;
 
     [[nodiscard]] std::vector<mapi::ULONG> TagsOf(std::span<const TKwMAPIPropDef> defs);
-    TKwMAPIBuffer<mapi::SPropValue> ReadTags(std::vector<mapi::ULONG> tags, mapi::ULONG& returned);
+    [[nodiscard]] TKwMAPIBuffer<mapi::SPropValue> ReadTags(std::vector<mapi::ULONG> tags, mapi::ULONG& returned);
+    [[nodiscard]] TKwMAPIBuffer<mapi::SPropValue> ReadExactly(std::vector<mapi::ULONG> tags);
     void WriteValues(std::vector<mapi::SPropValue>& values);
     void DeleteTags(const std::vector<mapi::ULONG>& tags);
     void NameProperties(const std::vector<mapi::ULONG>& tags);
@@ -347,8 +348,10 @@ public:
 
 protected:
     ~TKwMAPIStorageSession() override;
+    void BeforeDestruction() noexcept override;
 
 private:
+    bool FReleased = false; // the last reference went before the destructor ran
     TKwComPtr<mapi::IMalloc> FMalloc;
     mapi::LPMSGSESS FMsgSession = nullptr;
 };

@@ -1,13 +1,15 @@
 // Owners of MAPI memory: a buffer, a row set, an address list. Each frees what it holds through the object whose
 // session allocated it, so that memory never goes back to another allocator than it came from.
 //
-// They are for memory that a MAPI call handed out; arguments of a call are built in ordinary memory. A destructor
-// cannot report a failed release: the only one there is (the client library was unloaded meanwhile) means that the
-// memory is gone with its library.
+// They are for memory that a MAPI call handed out; arguments of a call are built in ordinary memory. What a
+// release raises on the way out of a scope goes to KwReportServerException.
 #pragma once
 
 #include "mapi/uKwMAPIInterfaces.hpp"
 #include "support/uKwExport.hpp"
+
+#include <span>
+#include <vector>
 
 namespace deftmapi
 {
@@ -95,5 +97,27 @@ using TKwMAPIBuffer = TKwMAPIOwner<T, &KwFreeMAPIBufferOf<T>>;
 using TKwMAPIRowSet = TKwMAPIOwner<mapi::SRowSet, &KwFreeMAPIRows>;
 /// Recipients.
 using TKwMAPIAdrList = TKwMAPIOwner<mapi::ADRLIST, &KwFreeMAPIAdrList>;
+
+/// Tags as an argument of a MAPI call, in ordinary memory.
+///
+///     TKwMAPITagArray columns({mapi::…});
+///     table.SetColumns(columns.Get(), 0);
+class TKwMAPITagArray
+{
+public:
+    explicit TKwMAPITagArray(std::span<const mapi::ULONG> tags)
+    {
+        FWords.reserve(tags.size() + 2);
+        FWords.push_back(static_cast<mapi::ULONG>(tags.size()));
+        FWords.insert(FWords.end(), tags.begin(), tags.end());
+        FWords.push_back(0); // an empty array still has the size of the structure
+    }
+
+    /// Valid while this object lives.
+    [[nodiscard]] mapi::SPropTagArray* Get() noexcept { return reinterpret_cast<mapi::SPropTagArray*>(FWords.data()); }
+
+private:
+    std::vector<mapi::ULONG> FWords; // the count, then the tags
+};
 
 } // namespace deftmapi

@@ -77,13 +77,16 @@ public:
     /// The MAPI form of the value; for a property without a value one of type PT_ERROR with MAPI_E_NOT_FOUND. Owned by
     /// the item and valid until its value changes, the property is read again, or the cache drops the item.
     [[nodiscard]] const mapi::SPropValue& GetMAPIValue();
-    /// Set_Value with the value of an SPropValue, which is copied. Its type may differ from the property's.
+    /// Set_Value with the value of an SPropValue, which is copied. Its type may differ from the property's; PT_NULL
+    /// deletes.
+    /// @throws EMAPI_INVALID_PARAMETER  the value is of type PT_ERROR or of a type without variant form
     void SetMAPIValue(const mapi::SPropValue& value);
 
     /// True when the object has the property; reads it when it was not read yet, but never a large value as a whole.
     [[nodiscard]] bool HasValue();
 
 private:
+    friend class TKwMAPIProp;
     friend class TKwMAPIPropItems;
     enum class TState
     {
@@ -96,6 +99,9 @@ private:
     ~TKwMAPIPropItem() override;
     void Probe();
     void ReadLarge();
+    void Load();
+    void MarkModified();
+    void Detach() noexcept;
     void Accept(const mapi::SPropValue& value);
     void Forget() noexcept;
     [[nodiscard]] TKwMAPIPropItems& Items() const noexcept;
@@ -136,9 +142,9 @@ public:
     [[nodiscard]] TKwMAPIPropItem* FindPropByDef(const TKwMAPIPropInfo& info);
     /// The cached item of a plain tag; created when it is not there and create is true, else null.
     /// @throws EMAPI_INVALID_PARAMETER  the tag is in the named range (0x8000 and above)
-    [[nodiscard]] TKwRef<TKwMAPIPropItem> PropByTag(mapi::ULONG tag, bool create);
+    TKwRef<TKwMAPIPropItem> PropByTag(mapi::ULONG tag, bool create);
     /// The item of a tag of this object's store in the named range, whose name is given. Created when it is not there.
-    [[nodiscard]] TKwRef<TKwMAPIPropItem> PropByTag(mapi::ULONG tag, const mapi::MAPINAMEID& nameID);
+    TKwRef<TKwMAPIPropItem> PropByTag(mapi::ULONG tag, const mapi::MAPINAMEID& nameID);
     /// PropByName(def); the property stays unread and unmodified.
     TKwRef<TKwMAPIPropItem> Add(TKwMAPIPropDef def);
     /// Takes an item out of the cache; a change that was not written is lost, the object keeps the property.
@@ -159,7 +165,11 @@ private:
     ~TKwMAPIPropItems() override;
     [[nodiscard]] TKwMAPIProp& Prop() const noexcept;
     TKwMAPIPropItem& Append(mapi::ULONG tag, const TKwMAPIPropInfo* info, WideString name);
-    void Detach(TKwMAPIPropItem& item) noexcept;
+    [[nodiscard]] TKwRef<TKwMAPIPropItem> FindOrAdd(const TKwMAPIPropInfo& info, bool raiseOnError);
+    [[nodiscard]] const TKwRef<TKwMAPIPropItem>& At(std::int32_t index) const;
+    [[nodiscard]] static bool IsNamedTag(mapi::ULONG tag) noexcept;
+    void UnnamedByTag(mapi::ULONG tag);
+    void MarkWritten(const std::vector<TKwRef<TKwMAPIPropItem>>& written) noexcept;
     void ForgetUnmodified() noexcept;
     void ForgetTag(mapi::ULONG tag) noexcept;
     void ReadUnread();

@@ -68,14 +68,10 @@ private:
 /// Arrays of values of a fixed size. PT_MV_CURRENCY and PT_MV_SYSTIME are arrays of 64-bit numbers, PT_MV_APPTIME is
 /// one of doubles.
 template <typename T>
-class TKwMAPIFixedArrBuffer final : public TKwMAPIValueBuffer
+class DEFTMAPI_API TKwMAPIFixedArrBuffer final : public TKwMAPIValueBuffer
 {
 public:
-    TKwMAPIFixedArrBuffer(std::vector<T> values, mapi::ULONG& count, void*& data) : FValues(std::move(values))
-    {
-        count = static_cast<mapi::ULONG>(FValues.size());
-        data = FValues.data();
-    }
+    TKwMAPIFixedArrBuffer(std::vector<T> values, mapi::UPV& out);
 
 private:
     std::vector<T> FValues;
@@ -140,6 +136,10 @@ private:
     std::unique_ptr<TKwMAPIValueBuffer> FBuffer;
 };
 
+/// The elements of an array or of an IKwMAPIValueList held by the variant; a single value is an array of one, Empty and
+/// Null are none. @throws EKwConvertError  the variant holds another interface
+[[nodiscard]] DEFTMAPI_API TKwVariant::Array KwElementsOf(const TKwVariant& value);
+
 /// The value of a property or of a table column. Everything is copied.
 ///
 ///     PT_I2, PT_LONG, PT_I8, PT_R4, PT_DOUBLE, PT_BOOLEAN   the number or Boolean of that kind
@@ -157,9 +157,7 @@ private:
 /// A column of one value per row (MV_INSTANCE) reads as its single value.
 [[nodiscard]] DEFTMAPI_API TKwVariant KwPropValueToVariant(const mapi::SPropValue& value);
 
-/// "{00062008-0000-0000-C000-000000000046}", upper case.
-[[nodiscard]] DEFTMAPI_API WideString KwGuidToStr(const mapi::GUID& guid);
-/// Parses the braced form, in either case. @throws EKwConvertError  the text is no such form
+/// Parses the braced text form of a GUID, digits of either case. @throws EKwConvertError  the text is no such form
 [[nodiscard]] DEFTMAPI_API mapi::GUID KwStrToGuid(WideView text);
 
 /// UTC both ways. @throws EKwConvertError  the time is before 1601 or the fields are no date and time
