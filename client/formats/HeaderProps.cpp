@@ -121,7 +121,10 @@ void AddSenders(const TMimeMessage& message, TPropList& props, TMimeState& state
     WideString names;
     for (const TMimeAddress& address : Addresses(message, "Reply-To", state)) {
         replyTo.push_back(MakeRecipient(address));
-        names.append(names.empty() ? u"" : u";").append(replyTo.back().Name);
+        // ";" separates the names, so none may contain it. The identifier keeps the name as it is.
+        WideString name = replyTo.back().Name;
+        std::replace(name.begin(), name.end(), u';', u',');
+        names.append(names.empty() ? u"" : u";").append(name);
     }
     if (!replyTo.empty()) {
         props.AddBinary(tag::ReplyRecipientEntries, FlatEntryList(replyTo));

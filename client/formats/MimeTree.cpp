@@ -6,6 +6,7 @@
 
 #include "client/entry/Guard.hpp"
 #include "client/formats/AsciiText.hpp"
+#include "client/formats/EncodedWords.hpp"
 #include "client/formats/MessageStart.hpp"
 
 #include <gmime/gmime.h>
@@ -412,8 +413,18 @@ private:
         }
     }
 
+    /// The raw value of a field with its base64 words rewritten, or an empty text when it has none.
+    std::string Rewritten(GMimeObject* source, const char* name)
+    {
+        GMimeHeader* field = g_mime_header_list_get_header(g_mime_object_get_header_list(source), name);
+        const std::string raw = field != nullptr ? Text(g_mime_header_get_raw_value(field)) : std::string();
+        return raw.find("=?") != std::string::npos ? RewriteEncodedWords(raw, FState.Damage) : std::string();
+    }
+
     void CopyTypes(TMimePart& part, GMimeObject* source)
     {
+        // The library has already decoded the parameters, but names in encoded words must be rewritten first.
+        const TParserOptions options(FState.Damage);
         if (GMimeContentType* type = g_mime_object_get_content_type(source)) {
             part.Type = LowerAscii(Text(g_mime_content_type_get_media_type(type)));
             part.Subtype = LowerAscii(Text(g_mime_content_type_get_media_subtype(type)));
@@ -423,16 +434,25 @@ private:
             part.DeleteSpace = SameAscii(Text(g_mime_content_type_get_parameter(type, "delsp")), "yes");
             part.FileName = Text(g_mime_content_type_get_parameter(type, "name"));
         }
+        if (const std::string raw = Rewritten(source, "Content-Type"); !raw.empty()) {
+            const TObject<GMimeContentType> type(g_mime_content_type_parse(options.Get(), raw.c_str()));
+            part.FileName = type ? Text(g_mime_content_type_get_parameter(type.get(), "name")) : part.FileName;
+        }
+        std::string name;
         if (GMimeContentDisposition* disposition = g_mime_object_get_content_disposition(source)) {
             part.Disposition = LowerAscii(Text(g_mime_content_disposition_get_disposition(disposition)));
-            const std::string name = Text(g_mime_content_disposition_get_parameter(disposition, "filename"));
-            if (!name.empty())
-                part.FileName = name;
+            name = Text(g_mime_content_disposition_get_parameter(disposition, "filename"));
         }
+        if (const std::string raw = Rewritten(source, "Content-Disposition"); !raw.empty()) {
+            const TObject<GMimeContentDisposition> disposition(
+                g_mime_content_disposition_parse(options.Get(), raw.c_str()));
+            name = disposition ? Text(g_mime_content_disposition_get_parameter(disposition.get(), "filename")) : name;
+        }
+        if (!name.empty())
+            part.FileName = name;
         part.ContentID = WithoutBrackets(Text(g_mime_object_get_header(source, "Content-Id")));
         part.ContentLocation = TrimAscii(Text(g_mime_object_get_header(source, "Content-Location")));
         std::erase_if(part.ContentLocation, IsBlankAscii); // long addresses are folded
-        part.Description = Text(g_mime_object_get_header(source, "Content-Description"));
         part.TransferEncoding = TrimAscii(Text(g_mime_object_get_header(source, "Content-Transfer-Encoding")));
     }
 
@@ -506,6 +526,7 @@ const std::string* TMimeMessage::Field(std::string_view name) const noexcept
 std::unique_ptr<TMimeMessage> ParseMime(TByteSource& source, TMimeState& state, std::size_t depth)
 {
     Initialise();
+    const bool truncatedBefore = (state.Damage & mdTruncated) != 0;
     const std::uint64_t start = FindMessageStart(source, state);
     TParseGuard guard(source, state);
     const TParserOptions options(state.Damage);
@@ -519,16 +540,23 @@ std::unique_ptr<TMimeMessage> ParseMime(TByteSource& source, TMimeState& state, 
         std::rethrow_exception(guard.Failure);
     if (!message)
         Fail(mapi::MAPI_E_CORRUPT_DATA, sNoHeader);
-    return TTreeBuilder(state).Message(message.get(), depth + 1);
+    auto result = TTreeBuilder(state).Message(message.get(), depth + 1);
+    // A header that ends with the text is a message without a body, not half a message.
+    const TMimePart* body = result->Body.get();
+    if (!truncatedBefore && (body == nullptr || (body->Kind == TMimePart::TKind::Leaf && body->Begin == body->End)))
+        state.Damage &= ~mdTruncated;
+    return result;
 }
 
 std::string DecodeHeaderText(const std::string& raw, TMimeState& state)
 {
     Initialise();
     const TParserOptions options(state.Damage);
-    const TOwnedText unfolded(g_mime_utils_header_unfold(raw.c_str()));
-    const TOwnedText text(g_mime_utils_header_decode_text(options.Get(), unfolded.get()));
-    return std::string(TrimAscii(Text(text.get())));
+    const TOwnedText unfolded(g_mime_utils_header_unfold(RewriteEncodedWords(raw, state.Damage).c_str()));
+    const TOwnedText decoded(g_mime_utils_header_decode_text(options.Get(), unfolded.get()));
+    std::string text(TrimAscii(Text(decoded.get())));
+    std::replace(text.begin(), text.end(), '\t', ' '); // the blank of a folded line
+    return text;
 }
 
 std::vector<TMimeAddress> DecodeAddresses(const std::string& raw, TMimeState& state)
@@ -536,7 +564,8 @@ std::vector<TMimeAddress> DecodeAddresses(const std::string& raw, TMimeState& st
     Initialise();
     std::vector<TMimeAddress> result;
     const TParserOptions options(state.Damage);
-    const TObject<InternetAddressList> list(internet_address_list_parse(options.Get(), raw.c_str()));
+    const TObject<InternetAddressList> list(
+        internet_address_list_parse(options.Get(), RewriteEncodedWords(raw, state.Damage).c_str()));
     AppendAddresses(list.get(), result);
     if (!list && !TrimAscii(raw).empty())
         state.Damage |= mdAddress;

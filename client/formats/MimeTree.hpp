@@ -44,7 +44,6 @@ struct TMimePart
     std::string FileName;     ///< of the disposition, else the name of the content type
     std::string ContentID;    ///< without brackets
     std::string ContentLocation;
-    std::string Description;
     std::string TransferEncoding;
 
     std::uint64_t Begin = 0; ///< content of a leaf: a range of the source

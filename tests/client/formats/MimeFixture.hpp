@@ -1,0 +1,88 @@
+// What the MIME tests share: converting a text into an in-memory message, and a check at the end of every test that no
+// object and no MAPI buffer is left.
+#pragma once
+
+#include "client/formats/MimeReader.hpp"
+#include "tests/client/formats/Listing.hpp"
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <iterator>
+
+namespace deftmapi::client::mime::test
+{
+
+struct TResult
+{
+    mapi::HRESULT Code = mapi::S_OK;
+    TMimeDamage Damage = 0;
+    TMessageState Message; ///< empty after a failure
+
+    [[nodiscard]] WideString Text(mapi::ULONG propTag) const
+    {
+        const auto it = Message.Values.find(propTag);
+        return it != Message.Values.end() ? it->second.Text : WideString();
+    }
+    [[nodiscard]] std::string Bytes(mapi::ULONG propTag) const
+    {
+        const auto it = Message.Values.find(propTag);
+        return it != Message.Values.end() ? it->second.Bytes : std::string();
+    }
+    [[nodiscard]] mapi::LONG Number(mapi::ULONG propTag) const
+    {
+        const auto it = Message.Values.find(propTag);
+        return it != Message.Values.end() ? it->second.Number : -1;
+    }
+    [[nodiscard]] bool Has(mapi::ULONG propTag) const { return Message.Values.contains(propTag); }
+};
+
+class MimeTest : public testing::Test
+{
+protected:
+    MimeTest() : FObjects(LiveObjects()), FBuffers(LiveBuffers())
+    {
+        // 2024-01-01 00:00:00, so that a message without any date has one that can be told beforehand.
+        Options.Now = [] { return std::uint64_t{133'485'408'000'000'000}; };
+    }
+    ~MimeTest() override
+    {
+        EXPECT_EQ(LiveObjects(), FObjects);
+        EXPECT_EQ(LiveBuffers(), FBuffers);
+    }
+
+    /// Reads the stream into a new message and saves that, as a caller does. Faults count the calls of both.
+    TResult Convert(TMemoryStream* stream)
+    {
+        TResult result;
+        auto state = std::make_shared<TMessageState>();
+        const TKwComPtr<mapi::IStream> kept(stream);
+        TKwComPtr<TMemoryMessage> message(new TMemoryMessage(Faults, state));
+        message->Refused = Refused;
+        try {
+            result.Damage = ReadMime(*stream, *message, Options);
+            result.Code = message->SaveChanges(0);
+        } catch (const Failure& failure) {
+            result.Code = failure.Code();
+        }
+        result.Message = *state;
+        return result;
+    }
+    TResult Convert(std::string text) { return Convert(new TMemoryStream(std::move(text), &Faults)); }
+
+    TMimeOptions Options;
+    TFaults Faults;
+    std::map<mapi::ULONG, mapi::SCODE> Refused;
+
+private:
+    std::size_t FObjects;
+    std::size_t FBuffers;
+};
+
+[[nodiscard]] inline std::string ReadFile(const std::string& path)
+{
+    std::ifstream file(path, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(file), {});
+}
+
+} // namespace deftmapi::client::mime::test
