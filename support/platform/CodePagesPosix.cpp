@@ -1,5 +1,6 @@
-// Code pages through iconv. One descriptor per code page and direction is kept per thread: opening one loads a
-// conversion table and costs more than converting a short text.
+// Code pages through iconv. Open converters are kept for the next caller: opening one loads a conversion table and
+// costs more than converting a short text. They belong to no thread, because a thread's end would close them behind the
+// loader's back.
 #include "support/platform/PosixParts.hpp"
 
 #include <bit>
@@ -7,6 +8,9 @@
 #include <cstring>
 #include <map>
 #include <memory>
+#include <mutex>
+#include <new>
+#include <vector>
 
 #include <iconv.h>
 
@@ -18,7 +22,6 @@ namespace
 
 constexpr const char* wideCharset = std::endian::native == std::endian::little ? "UTF-16LE" : "UTF-16BE";
 constexpr std::size_t chunkSize = 1024;
-constexpr std::size_t keptDescriptors = 16;
 
 struct TName
 {
@@ -91,25 +94,72 @@ private:
     iconv_t FHandle;
 };
 
-/// The thread's converter of a code page, or null when the code page is unknown. Valid until the next call.
-TConverter* ConverterOf(unsigned codePage, bool toWide)
+/// Open converters that nobody uses at the moment.
+class TPool
 {
-    thread_local std::map<std::pair<unsigned, bool>, std::unique_ptr<TConverter>> cache;
-    const std::pair key(codePage, toWide);
-    const auto found = cache.find(key);
-    if (found != cache.end()) {
-        found->second->Restart();
-        return found->second.get();
+public:
+    using TKey = std::pair<unsigned, bool>; // code page, towards wide text
+
+    /// Null when the code page is unknown.
+    std::unique_ptr<TConverter> Take(TKey key)
+    {
+        // Opening stays inside the lock: it loads and counts the converters' modules.
+        const std::lock_guard lock(FLock);
+        auto& idle = FIdle[key];
+        if (!idle.empty()) {
+            std::unique_ptr<TConverter> converter = std::move(idle.back());
+            idle.pop_back();
+            return converter;
+        }
+        const std::string charset = CharsetOf(key.first);
+        auto converter = key.second ? std::make_unique<TConverter>(wideCharset, charset.c_str())
+                                    : std::make_unique<TConverter>(charset.c_str(), wideCharset);
+        return converter->IsOpen() ? std::move(converter) : nullptr;
     }
-    const std::string charset = CharsetOf(codePage);
-    auto converter = toWide ? std::make_unique<TConverter>(wideCharset, charset.c_str())
-                            : std::make_unique<TConverter>(charset.c_str(), wideCharset);
-    if (!converter->IsOpen())
-        return nullptr;
-    if (cache.size() >= keptDescriptors)
-        cache.clear();
-    return cache.emplace(key, std::move(converter)).first->second.get();
+
+    void Return(TKey key, std::unique_ptr<TConverter> converter) noexcept
+    {
+        try {
+            const std::lock_guard lock(FLock);
+            FIdle[key].push_back(std::move(converter));
+        } catch (const std::bad_alloc&) {
+            // No memory to keep it: then it is closed and opened again next time.
+        }
+    }
+
+private:
+    std::mutex FLock;
+    std::map<TKey, std::vector<std::unique_ptr<TConverter>>> FIdle;
+};
+
+TPool& Pool()
+{
+    static TPool pool;
+    return pool;
 }
+
+/// A converter for the life of this object.
+class TBorrowedConverter
+{
+public:
+    TBorrowedConverter(unsigned codePage, bool toWide) : FKey(codePage, toWide), FConverter(Pool().Take(FKey)) {}
+    ~TBorrowedConverter()
+    {
+        if (FConverter) {
+            FConverter->Restart();
+            Pool().Return(FKey, std::move(FConverter));
+        }
+    }
+    TBorrowedConverter(const TBorrowedConverter&) = delete;
+    TBorrowedConverter& operator=(const TBorrowedConverter&) = delete;
+
+    explicit operator bool() const noexcept { return FConverter != nullptr; }
+    TConverter* operator->() const noexcept { return FConverter.get(); }
+
+private:
+    TPool::TKey FKey;
+    std::unique_ptr<TConverter> FConverter;
+};
 
 void AppendUnits(std::string& bytes, WideView text)
 {
@@ -120,8 +170,8 @@ void AppendUnits(std::string& bytes, WideView text)
 
 bool CodePageToWide(unsigned codePage, std::string_view bytes, WideString& text)
 {
-    TConverter* converter = ConverterOf(codePage, true);
-    if (converter == nullptr)
+    const TBorrowedConverter converter(codePage, true);
+    if (!converter)
         return false;
     std::string units;
     units.reserve(bytes.size() * sizeof(char16_t));
@@ -140,8 +190,8 @@ bool CodePageToWide(unsigned codePage, std::string_view bytes, WideString& text)
 
 bool WideToCodePage(unsigned codePage, WideView text, std::string& bytes, bool* lossy)
 {
-    TConverter* converter = ConverterOf(codePage, false);
-    if (converter == nullptr)
+    const TBorrowedConverter converter(codePage, false);
+    if (!converter)
         return false;
     bytes.clear();
     std::string units;

@@ -41,7 +41,7 @@ std::optional<std::uint64_t> OffsetOf(const std::vector<TSection>& sections, std
 std::vector<TSection> ReadSections(TModuleBytes& bytes, std::uint64_t table, std::uint64_t count)
 {
     std::vector<TSection> sections;
-    for (std::uint64_t i = 0; i < count; ++i) {
+    for (std::uint64_t i = 0; i < count && i < mostSections; ++i) {
         const std::uint64_t header = table + i * sectionSize;
         const auto rawOffset = bytes.Number(header + 20, 4);
         if (!rawOffset)
