@@ -1,0 +1,82 @@
+// What all tables have: fields, tag resolution and the operations that a kind of table may refuse.
+#include "mapi/core/uKwMAPIExceptions.hpp"
+#include "mapi/headers/uKwMAPICodeH.hpp"
+#include "mapi/table/uKwMAPITable.hpp"
+
+namespace deftmapi
+{
+
+namespace
+{
+
+constexpr auto sMethodNotSupported = u"This method is not supported by this table!";
+constexpr auto sTableReadOnly = u"The table is readonly!";
+constexpr auto sCursorTypeReadOnly = u"The CursorType is a readonly property!";
+constexpr auto sTableEOF = u"The table is EOF!";
+
+// The library's own code for what a kind of object does not offer.
+constexpr mapi::HRESULT NotSupported = 26;
+
+[[noreturn]] void RaiseNotSupported()
+{
+    CreateKwMAPIException(NotSupported, sMethodNotSupported)->Raise();
+}
+
+} // namespace
+
+TKwMAPITableBase::TKwMAPITableBase(TKwMAPIObject* owner)
+    : TKwMAPIObject(owner), FTableOwner(owner), FFields(KwMake<TKwMAPITableFields>(*this))
+{}
+
+TKwRef<IKwMAPITableFields> TKwMAPITableBase::Get_Fields()
+{
+    return FFields;
+}
+
+TKwVariant TKwMAPITableBase::GetFieldValue(TKwMAPIPropDef def)
+{
+    return FFields->FieldByName(def)->Get_Value();
+}
+
+void TKwMAPITableBase::SeekRow(TKwMapiTableBookmark, std::int32_t, bool&)
+{
+    RaiseNotSupported();
+}
+
+void TKwMAPITableBase::Sort(TKwMAPIPropDef, bool)
+{
+    RaiseNotSupported();
+}
+
+void TKwMAPITableBase::Insert()
+{
+    RaiseNotSupported();
+}
+
+void TKwMAPITableBase::Delete()
+{
+    RaiseNotSupported();
+}
+
+void TKwMAPITableBase::SetFieldValue(TKwMAPIPropDef, const TKwVariant&)
+{
+    CreateKwMAPIException(mapi::MAPI_E_NO_ACCESS, sTableReadOnly)->Raise();
+}
+
+void TKwMAPITableBase::Set_CursorType(TKwMAPICursorType)
+{
+    CreateKwMAPIException(mapi::MAPI_E_NO_ACCESS, sCursorTypeReadOnly)->Raise();
+}
+
+void TKwMAPITableBase::CheckEOF()
+{
+    if (Get_EOF())
+        CreateKwMAPIException(mapi::MAPI_E_CALL_FAILED, sTableEOF)->Raise();
+}
+
+mapi::ULONG TKwMAPITableBase::GetPropTag(const TKwMAPIPropInfo& info)
+{
+    return _GetPropTag(PI(info.Hash), dynamic_cast<IKwMAPIProp*>(TableOwner()), true);
+}
+
+} // namespace deftmapi

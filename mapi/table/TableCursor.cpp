@@ -1,0 +1,265 @@
+// The cursor of TKwMAPITable: opening, moving, counting and sorting. Reading rows is in TableRows.cpp.
+//
+// The MAPI table has a position of its own, and after a batch it is not where the cursor is: behind the batch when the
+// read advanced, at its first row when it did not. FBeyondFirst keeps that distance, so that a relative move that
+// leaves the batch counts from the cursor and not from wherever the last read left the MAPI position.
+#include "mapi/core/uKwMAPIExceptions.hpp"
+#include "mapi/headers/uKwMAPICodeH.hpp"
+#include "mapi/headers/uKwMAPITableConstantsH.hpp"
+#include "mapi/table/ColumnNames.hpp"
+#include "mapi/table/MAPISide.hpp"
+
+#include <cstdlib>
+
+namespace deftmapi
+{
+
+namespace
+{
+
+constexpr auto sNoMAPIObject = u"Cannot open the table. There is no MAPIOBJECT!";
+constexpr auto sOpenBusy =
+    u"%s.Open failed!\r\nAnother operation is in progress that prevents the Field setting operation from starting.\r\n"
+    u"Either the operation in progress should be allowed to complete or it should be stopped";
+constexpr auto sNoRowCount = u"%s.Open failed!\r\nThe table cannot calculate the number of rows.";
+constexpr auto sRowCountBusy =
+    u"%s.Open failed!\r\nAnother operation is in progress that prevents the row count retrieval operation from "
+    u"starting. \r\nEither the operation in progress should be allowed to complete or it should be stopped.";
+
+constexpr std::int32_t CountingStep = 20;
+
+} // namespace
+
+TKwMAPITable::TKwMAPITable(TKwMAPIWrapper& owner, mapi::IMAPITable* table, TKwMAPITableOpener reopen)
+    : TKwMAPITableBase(&owner), FMAPISide(KwMake<TMAPISide>(*this, owner, table)), FReopen(std::move(reopen)),
+      FRowSet(*FMAPISide)
+{}
+
+TKwMAPITable::~TKwMAPITable()
+{
+    ClearRowSet();
+    FMAPISide->Detach();
+}
+
+mapi::IMAPITable* TKwMAPITable::MAPITable() const noexcept
+{
+    return FMAPISide->Table();
+}
+
+IKwMAPIWrapper& TKwMAPITable::MemoryOwner()
+{
+    return *FMAPISide;
+}
+
+void TKwMAPITable::MAPIObjectReplaced(bool active) noexcept
+{
+    ClearRowSet();
+    FActive = FActive && active;
+}
+
+void TKwMAPITable::Open()
+{
+    if (MAPITable() == nullptr)
+        CreateKwMAPIException(mapi::MAPI_E_CALL_FAILED, sNoMAPIObject)->Raise();
+    if (FActive)
+        return;
+    FEOF = false;
+    if (Fields().Get_Count() == 0)
+        QueryColumns();
+    else
+        SetColumns();
+    FRowCount = -1;
+    ReadRowCount(u"Open");
+    FActive = true;
+}
+
+void TKwMAPITable::Close()
+{
+    ClearRowSet();
+    FActive = false;
+}
+
+void TKwMAPITable::SetColumns()
+{
+    mapi::HRESULT hr = ApplyColumns();
+    if (hr == mapi::MAPI_E_INVALID_PARAMETER) {
+        // A field that this table does not know: take the columns that it has.
+        QueryColumns();
+        hr = ApplyColumns();
+    }
+    if (hr == mapi::MAPI_E_BUSY)
+        RaiseBusy(sOpenBusy);
+    CheckMAPIResult(GetClassName(), u"Open", hr, FMAPISide.Get());
+}
+
+mapi::HRESULT TKwMAPITable::ApplyColumns()
+{
+    std::vector<mapi::ULONG> tags = Fields().CreatePropTagArray();
+    const mapi::HRESULT hr = MAPITable()->SetColumns(reinterpret_cast<mapi::SPropTagArray*>(tags.data()), 0);
+    if (hr == mapi::S_OK)
+        Fields().LocateIn(std::span(tags).subspan(1));
+    return hr;
+}
+
+void TKwMAPITable::QueryColumns()
+{
+    if (MAPITable() == nullptr)
+        CreateKwMAPIException(mapi::MAPI_E_CALL_FAILED, sNoMAPIObject)->Raise();
+    TKwMAPIBuffer<mapi::SPropTagArray> tags(MemoryOwner());
+    CheckMAPIResult(GetClassName(), u"QueryColumns", MAPITable()->QueryColumns(0, Out(tags)), FMAPISide.Get());
+    const std::span<const mapi::ULONG> columns(tags->aulPropTag, tags->cValues);
+    const TKwMAPIColumnNames names(*this, dynamic_cast<IKwMAPIProp*>(TableOwner()), columns);
+    Fields().Clear();
+    for (const mapi::ULONG tag : columns)
+        if (!TKwMAPIColumnNames::IsNamed(tag))
+            Fields().Add3(tag, nullptr);
+        else if (const mapi::MAPINAMEID* name = names.NameOf(tag))
+            Fields().Add3(tag, name);
+    Fields().LocateIn(columns);
+}
+
+void TKwMAPITable::First()
+{
+    if (MAPITable() == nullptr)
+        return;
+    if (!FActive)
+        Open();
+    FEOF = false;
+    MoveBy(tbkBeginning, 0);
+}
+
+void TKwMAPITable::MoveBy(TKwMapiTableBookmark origin, std::int32_t count)
+{
+    if (MAPITable() == nullptr)
+        return;
+    if (!FActive) {
+        First();
+        if (origin == tbkBeginning)
+            return;
+    }
+    const bool relative = origin == tbkCurrentRelative;
+    if ((relative && count == 0 && FRowSet) || FEOF)
+        return;
+
+    if (relative && FRowSet) {
+        // The first cached row is not served from the cache: moving back onto it reads again.
+        const std::int32_t target = FCurrentIndex + count;
+        if (target > 0 && target < static_cast<std::int32_t>(CachedRows())) {
+            FCurrentIndex = target;
+            return;
+        }
+    }
+    const bool next = relative && count == 1;
+    const bool forward = next || origin == tbkBeginning;
+    // One row on from nowhere is the row at the MAPI position.
+    const std::int32_t distance = next && !FRowSet ? 0 : DistanceTo(origin, count);
+    const bool seek = !next || distance != 0;
+    ClearRowSet();
+
+    std::int32_t sought = 0;
+    if (seek)
+        MAPISeekRow(origin, distance, sought);
+    if (forward) {
+        if (!GetRowset(FBatchSize, true, false)) {
+            if (origin != tbkBeginning)
+                MoveBy(origin, -1);
+            FEOF = true;
+        }
+        return;
+    }
+    if (relative)
+        FEOF = std::abs(sought) != std::abs(distance);
+    if (FEOF) {
+        MAPISeekRow(count > 0 ? tbkEnd : tbkBeginning, 0, sought);
+        FEOF = count > 0;
+    }
+    if (!GetRowset(FBatchSize, false, false))
+        FEOF = true;
+}
+
+std::int32_t TKwMAPITable::DistanceTo(TKwMapiTableBookmark origin, std::int32_t count) const noexcept
+{
+    return origin == tbkCurrentRelative && FRowSet ? FCurrentIndex + count - FBeyondFirst : count;
+}
+
+void TKwMAPITable::SeekRow(TKwMapiTableBookmark bookmark, std::int32_t rows, bool& found)
+{
+    found = false;
+    if (bookmark != tbkBeginning && bookmark != tbkCurrentRelative && bookmark != tbkEnd)
+        CheckMAPIResult(GetClassName(), u"SeekRow", mapi::MAPI_E_INVALID_PARAMETER);
+    if (MAPITable() == nullptr)
+        return;
+    const std::int32_t distance = DistanceTo(bookmark, rows);
+    std::int32_t sought = 0;
+    FEOF = false;
+    MAPISeekRow(bookmark, distance, sought);
+    found = GetRowset(1, true, true) && !FEOF && sought == distance;
+}
+
+bool TKwMAPITable::Get_EOF()
+{
+    return MAPITable() == nullptr || FEOF;
+}
+
+std::int32_t TKwMAPITable::Get_RowCount()
+{
+    if (MAPITable() == nullptr)
+        return 0;
+    if (!FActive)
+        First();
+    if (FRowCount == -1)
+        ReadRowCount(u"Get_RowCount");
+    return FRowCount;
+}
+
+void TKwMAPITable::ReadRowCount(WideView methodName)
+{
+    FRowCount = 0;
+    mapi::ULONG count = 0;
+    const mapi::HRESULT hr = MAPITable()->GetRowCount(0, &count);
+    switch (hr) {
+    case mapi::MAPI_W_APPROX_COUNT:
+        FRowCount = CountByWalking();
+        return;
+    case mapi::MAPI_E_NO_SUPPORT:
+        CreateKwMAPIException(hr, sNoRowCount, {GetClassName()})->Raise();
+    case mapi::MAPI_E_BUSY:
+        RaiseBusy(sRowCountBusy);
+    default:
+        CheckMAPIResult(GetClassName(), methodName, hr, FMAPISide.Get());
+        FRowCount = static_cast<std::int32_t>(count);
+    }
+}
+
+std::int32_t TKwMAPITable::CountByWalking()
+{
+    std::int32_t count = 0;
+    std::int32_t sought = 0;
+    MAPISeekRow(tbkBeginning, 0, sought);
+    do {
+        MAPISeekRow(tbkCurrentRelative, CountingStep, sought);
+        count += sought;
+    } while (sought != 0);
+    return count;
+}
+
+void TKwMAPITable::Sort(TKwMAPIPropDef def, bool descending)
+{
+    if (MAPITable() == nullptr)
+        CreateKwMAPIException(mapi::MAPI_E_CALL_FAILED, sNoMAPIObject)->Raise();
+    mapi::SSortOrderSet order{1, 0, 0, {{GetPropTag(GetPropInfo(def)), mapi::TABLE_SORT_ASCEND}}};
+    if (descending)
+        order.aSort[0].ulOrder = mapi::TABLE_SORT_DESCEND;
+    CheckMAPIResult(GetClassName(), u"Sort", MAPITable()->SortTable(&order, 0), FMAPISide.Get());
+    FSortOrder = order.aSort[0];
+    ClearRowSet();
+    FEOF = false;
+    ReadRowCount(u"Sort");
+}
+
+void TKwMAPITable::RaiseBusy(WideView pattern) const
+{
+    CreateKwMAPIException(mapi::MAPI_E_BUSY, pattern, {GetClassName()})->Raise();
+}
+
+} // namespace deftmapi
