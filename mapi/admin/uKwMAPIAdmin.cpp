@@ -1,0 +1,121 @@
+// Administration of profiles; see uKwMAPIAdmin.hpp.
+#include "mapi/admin/uKwMAPIAdmin.hpp"
+
+#include "mapi/core/uKwMAPIxH.hpp"
+#include "mapi/session/TextArg.hpp"
+#include "mapi/table/uKwMAPITable.hpp"
+
+namespace deftmapi
+{
+
+namespace
+{
+
+constexpr auto sProfileExists = u"The specified new profile already exists.";
+constexpr auto sNoSuchProfile = u"The specified profile does not exist.";
+
+} // namespace
+
+TKwMAPIProfileAdmin::TKwMAPIProfileAdmin(TKwMAPISessionBase& session) : TKwMAPIWrapper(&session)
+{
+    SetSession(&session);
+}
+
+mapi::IProfAdmin& TKwMAPIProfileAdmin::Admin()
+{
+    if (Get_MAPIOBJECT() == nullptr) {
+        TKwComPtr<mapi::IProfAdmin> admin;
+        CheckMAPIResult(GetClassName(), u"MAPIAdminProfiles", MAPIAdminProfiles(0, Out(admin)), this);
+        SetMAPIOBJECT(admin.Get());
+    }
+    return MAPIObjectAs<mapi::IProfAdmin>();
+}
+
+mapi::HRESULT TKwMAPIProfileAdmin::CallGetLastError(mapi::HRESULT result, mapi::ULONG flags, mapi::MAPIERROR** error)
+{
+    return Get_MAPIOBJECT() != nullptr ? Admin().GetLastError(result, flags, error) : mapi::S_OK;
+}
+
+void TKwMAPIProfileAdmin::CreateProfile(WideView name, WideView password)
+{
+    CheckActive(u"CreateProfile");
+    const mapi::HRESULT hr = WithCharWidth(mapi::MAPI_DEFAULT_SERVICES, [&](mapi::ULONG flags) {
+        return Admin().CreateProfile(TKwMAPITextArg(name, flags).Get(), TKwMAPITextArg(password, flags).Get(),
+                                     GetParentWindow(), flags);
+    });
+    if (hr == mapi::MAPI_E_NO_ACCESS || hr == mapi::MAPI_E_COLLISION)
+        CreateKwMAPIException(hr, sProfileExists)->Raise();
+    CheckMAPIResult(*this, u"CreateProfile", hr);
+}
+
+void TKwMAPIProfileAdmin::DeleteProfile(WideView name)
+{
+    CheckActive(u"DeleteProfile");
+    const mapi::HRESULT hr = WithCharWidth(
+        0, [&](mapi::ULONG flags) { return Admin().DeleteProfile(TKwMAPITextArg(name, flags).Get(), flags); });
+    if (hr == mapi::MAPI_E_NOT_FOUND)
+        CreateKwMAPIException(hr, sNoSuchProfile)->Raise();
+    CheckMAPIResult(*this, u"DeleteProfile", hr);
+}
+
+void TKwMAPIProfileAdmin::SetDefaultProfile(WideView name)
+{
+    CheckActive(u"SetDefaultProfile");
+    const mapi::HRESULT hr = WithCharWidth(
+        0, [&](mapi::ULONG flags) { return Admin().SetDefaultProfile(TKwMAPITextArg(name, flags).Get(), flags); });
+    if (hr == mapi::MAPI_E_NOT_FOUND)
+        CreateKwMAPIException(hr, sNoSuchProfile)->Raise();
+    CheckMAPIResult(*this, u"SetDefaultProfile", hr);
+}
+
+TKwComPtr<mapi::IMAPITable> TKwMAPIProfileAdmin::OpenProfileTable(WideView methodName)
+{
+    CheckActive(methodName);
+    TKwComPtr<mapi::IMAPITable> table;
+    CheckMAPIResult(*this, methodName,
+                    WithCharWidth(0, [&](mapi::ULONG flags) { return Admin().GetProfileTable(flags, Out(table)); }));
+    return table;
+}
+
+TKwRef<IKwMAPITable> TKwMAPIProfileAdmin::GetProfileTable()
+{
+    return KwMake<TKwMAPITable>(*this, OpenProfileTable(u"GetProfileTable").Get(),
+                                [this] { return OpenProfileTable(u"GetProfileTable"); });
+}
+
+TKwRef<IKwMAPITable> TKwMAPIProfileAdmin::Profiles(WideView methodName)
+{
+    const auto table = KwMake<TKwMAPITable>(*this, OpenProfileTable(methodName).Get(), nullptr);
+    table->Get_Fields()->Add(PR_DEFAULT_PROFILE);
+    table->Get_Fields()->Add(PR_DISPLAY_NAME);
+    return table;
+}
+
+WideString TKwMAPIProfileAdmin::GetDefaultProfile()
+{
+    const auto table = Profiles(u"GetDefaultProfile");
+    for (table->First(); !table->Get_EOF(); table->Next())
+        if (table->GetFieldValue(PR_DEFAULT_PROFILE).AsBoolean())
+            return table->GetFieldValue(PR_DISPLAY_NAME).AsStringW();
+    return {};
+}
+
+bool TKwMAPIProfileAdmin::HasDefaultProfile()
+{
+    const auto table = Profiles(u"HasDefaultProfile");
+    for (table->First(); !table->Get_EOF(); table->Next())
+        if (table->GetFieldValue(PR_DEFAULT_PROFILE).AsBoolean())
+            return true;
+    return false;
+}
+
+std::vector<WideString> TKwMAPIProfileAdmin::GetProfiles()
+{
+    std::vector<WideString> names;
+    const auto table = Profiles(u"GetProfiles");
+    for (table->First(); !table->Get_EOF(); table->Next())
+        names.push_back(table->GetFieldValue(PR_DISPLAY_NAME).AsStringW());
+    return names;
+}
+
+} // namespace deftmapi

@@ -1,0 +1,112 @@
+// The registry of message classes, and the making of message wrappers.
+#include "mapi/core/uKwMAPIProps.hpp"
+#include "mapi/message/uKwMAPIMessage.hpp"
+#include "mapi/session/AccessLevel.hpp"
+
+#include <array>
+#include <memory>
+
+namespace deftmapi
+{
+
+namespace
+{
+
+struct TRegistration
+{
+    WideString MessageClass;
+    const TKwMAPIMessageClass* WrapperClass;
+    std::int32_t Priority;
+};
+
+/// In the order of registration, which decides between several base classes.
+std::vector<TRegistration>& Registrations()
+{
+    static std::vector<TRegistration> registrations;
+    return registrations;
+}
+
+bool IsSubclass(WideView messageClass, WideView baseClass)
+{
+    return messageClass.size() > baseClass.size() && messageClass[baseClass.size()] == u'.' &&
+           KwStartsText(baseClass, messageClass);
+}
+
+WideString ReadMessageClass(mapi::IMessage& message, TKwMAPISessionBase& session)
+{
+    std::array<mapi::ULONG, 3> tags{2, GetPropTag(PR_MESSAGE_CLASS_W), GetPropTag(PR_MESSAGE_CLASS_A)};
+    TKwMAPIBuffer<mapi::SPropValue> values(session);
+    mapi::ULONG count = 0;
+    const mapi::HRESULT hr =
+        message.GetProps(reinterpret_cast<mapi::SPropTagArray*>(tags.data()), 0, &count, Out(values));
+    // A message without a class, or with it in one form only, is a warning.
+    if (hr != mapi::MAPI_W_ERRORS_RETURNED)
+        CheckMAPIResult(u"TKwMAPIMessage", u"GetProps", hr);
+    for (mapi::ULONG i = 0; i < count; ++i) {
+        const TKwVariant text = KwPropValueToVariant(values.Get()[i]);
+        if (!text.IsEmptyOrNull())
+            return text.AsStringW();
+    }
+    return {};
+}
+
+} // namespace
+
+const TKwMAPIMessageClass KwMAPIMessageClass{
+    u"TKwMAPIMessage", [](TKwMAPIObject* owner, TKwMAPIAccessLevel accessLevel) -> TKwRef<TKwMAPIMessage> {
+        return KwMake<TKwMAPIMessage>(owner, accessLevel);
+    }};
+
+void KwRegisterMessageClass(const TKwMAPIMessageClass& wrapperClass, WideView messageClass, std::int32_t priority)
+{
+    auto& registrations = Registrations();
+    for (auto it = registrations.rbegin(); it != registrations.rend(); ++it) {
+        if (!KwSameText(it->MessageClass, messageClass))
+            continue;
+        if (it->Priority < priority) {
+            it->WrapperClass = &wrapperClass;
+            it->Priority = priority;
+        }
+        return;
+    }
+    registrations.push_back({WideString(messageClass), &wrapperClass, priority});
+}
+
+const TKwMAPIMessageClass& KwFindMessageClass(WideView messageClass)
+{
+    for (const TRegistration& registration : Registrations())
+        if (KwSameText(registration.MessageClass, messageClass))
+            return *registration.WrapperClass;
+    for (const TRegistration& registration : Registrations())
+        if (IsSubclass(messageClass, registration.MessageClass))
+            return *registration.WrapperClass;
+    return KwMAPIMessageClass;
+}
+
+TKwRef<TKwMAPIMessage> CreateMessageObjectFromMsgClass(WideView messageClass, TKwMAPIObject* owner,
+                                                       TKwMAPISessionBase* session,
+                                                       TKwRef<IKwMAPIStorageSession> storageSession,
+                                                       mapi::IStorage* storage, mapi::IMessage* message,
+                                                       TKwMAPIAccessLevel accessLevel)
+{
+    TKwRef<TKwMAPIMessage> wrapper = KwFindMessageClass(messageClass).Create(owner, accessLevel);
+    wrapper->SetSession(session);
+    wrapper->SetStorageSession(std::move(storageSession), storage);
+    wrapper->SetMAPIOBJECT(message);
+    SetOpenedAccess(*wrapper, accessLevel);
+    return wrapper;
+}
+
+TKwRef<TKwMAPIMessage> CreateMessageObjectFromIntf(TKwMAPIObject* owner, TKwMAPISessionBase* session,
+                                                   mapi::IMessage* message, TKwMAPIAccessLevel accessLevel)
+{
+    return CreateMessageObjectFromMsgClass(ReadMessageClass(*message, *session), owner, session, nullptr, nullptr,
+                                           message, accessLevel);
+}
+
+TKwRef<IKwMAPIMessage> WrapMAPIMessage(TKwMAPISessionBase& session, mapi::IMessage* message)
+{
+    return CreateMessageObjectFromIntf(&session, &session, message, alBestAccess);
+}
+
+} // namespace deftmapi

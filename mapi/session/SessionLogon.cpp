@@ -1,0 +1,192 @@
+// Logging on and off. The order of the steps, and of the events between them, is what applications rely on.
+#include "mapi/core/uKwMAPILib.hpp"
+#include "mapi/session/SessionSink.hpp"
+#include "mapi/table/uKwMAPITable.hpp"
+
+namespace deftmapi
+{
+
+namespace
+{
+
+constexpr auto ExchangeClient = u"ExchangeMAPI";
+constexpr auto ExchangeService = u"MSEMS";
+
+} // namespace
+
+void TSession::Set_Active(bool active)
+{
+    if (active == FActive)
+        return;
+    // A sink may drop the last reference in the middle.
+    const TKwRef<TSession> self(this);
+    if (active) {
+        TKwMAPISessionBase::Set_Active(true);
+        InternalLogon();
+        return;
+    }
+    // The session ends even when one of its objects raises while it is told so.
+    std::exception_ptr failure;
+    try {
+        TKwMAPISessionBase::Set_Active(false);
+    } catch (...) {
+        failure = std::current_exception();
+    }
+    InternalLogoff();
+    if (failure)
+        std::rethrow_exception(failure);
+}
+
+// ---- Logon
+
+void TSession::InternalLogon()
+{
+    try {
+        LogonSteps();
+    } catch (...) {
+        const std::exception_ptr failure = std::current_exception();
+        try {
+            InternalLogoff2();
+        } catch (...) {
+            KwReportServerException(std::current_exception()); // the caller learns of what failed first
+        }
+        ForgetLogon();
+        std::rethrow_exception(failure);
+    }
+}
+
+void TSession::LogonSteps()
+{
+    TriggerEvent(&IKwMAPISessionDEvents::BeforeLogon);
+    EnsureLibrary();
+    ReleaseSessionCount();
+    MAPIInitialize();
+    FLogonWindow = GetParentWindow();
+
+    mapi::ULONG flags = FLogonInfo->Flags();
+    if (GetCanUseUnicode())
+        flags |= mapi::MAPI_UNICODE;
+    SetMAPIOBJECT(nullptr);
+    TKwComPtr<mapi::IMAPISession> session;
+    KwMAPILogon(FLogonWindow, FLogonInfo->Get_ProfileName(), FLogonInfo->Get_Password(), flags, session,
+                FSessionHandle);
+    SetMAPIOBJECT(session.Get());
+    FActive = true;
+    FLogonThread = std::this_thread::get_id();
+    FJoinedSession = !FLogonInfo->Get_NewSession();
+    KwMAPISessionOpened();
+    FCounted = true;
+
+    if (UsesExtendedMAPI() && Get_MAPIOBJECT() != nullptr) {
+        AdviseSession();
+        FConnectedToExchange = DetectExchange();
+    }
+    TriggerEvent(&IKwMAPISessionDEvents::AfterLogon);
+}
+
+void TSession::AdviseSession()
+{
+    FSink = TKwComPtr<TSink>(new TSink(*this));
+    const mapi::HRESULT hr = MAPISession().Advise(0, nullptr, mapi::fnevExtended, FSink.Get(), &FConnection);
+    // Without support for it there is no shared session whose end could be told.
+    if (hr == mapi::MAPI_E_NO_SUPPORT)
+        UnadviseSession();
+    else
+        CheckMAPIResult(*this, u"Advise", hr);
+}
+
+bool TSession::DetectExchange()
+{
+    const WideString client = FMAPIClient.empty() ? KwGetMAPIInfo().DefaultClient : FMAPIClient;
+    return KwSameText(client, ExchangeClient) || HasMessageService(ExchangeService);
+}
+
+bool TSession::HasMessageService(WideView serviceName)
+{
+    TKwComPtr<mapi::IMsgServiceAdmin> admin;
+    mapi::HRESULT hr = MAPISession().AdminServices(0, Out(admin));
+    TKwComPtr<mapi::IMAPITable> object;
+    if (hr == mapi::S_OK)
+        hr = admin->GetMsgServiceTable(0, Out(object));
+    if (hr == mapi::MAPI_E_NO_SUPPORT)
+        return false; // a client without message services has none for Exchange
+    CheckMAPIResult(*this, u"GetMsgServiceTable", hr);
+
+    const auto services = KwMake<TKwMAPITable>(*this, object.Get(), nullptr);
+    services->Get_Fields()->Add(PR_SERVICE_NAME_A);
+    for (services->First(); !services->Get_EOF(); services->Next())
+        if (services->GetFieldValue(PR_SERVICE_NAME_A).AsStringW() == serviceName)
+            return true;
+    return false;
+}
+
+// ---- Logoff
+
+void TSession::InternalLogoff()
+{
+    if (!FActive)
+        return;
+    TriggerEvent(&IKwMAPISessionDEvents::BeforeLogoff);
+    std::exception_ptr failure;
+    try {
+        InternalLogoff2();
+    } catch (...) {
+        failure = std::current_exception(); // the session is gone all the same
+    }
+    ForgetLogon();
+    TriggerEvent(&IKwMAPISessionDEvents::AfterLogoff);
+    if (failure)
+        std::rethrow_exception(failure);
+}
+
+void TSession::InternalLogoff2()
+{
+    mapi::ULONG flags = 0;
+    if (Get_MAPIOBJECT() != nullptr) {
+        UnadviseSession();
+        flags = static_cast<mapi::ULONG>(FLogoffInfo->Flags().AsLargeInteger());
+    }
+    TKwComPtr<mapi::IMAPISession> session(static_cast<mapi::IMAPISession*>(Get_MAPIOBJECT()));
+    if (!session && FSessionHandle == 0)
+        return;
+    SetMAPIOBJECT(nullptr);
+    KwMAPILogoff(FLogonWindow, flags, session, FSessionHandle);
+}
+
+void TSession::UnadviseSession()
+{
+    if (FSink)
+        FSink->Detach();
+    FSink.Reset();
+    if (const mapi::ULONG_PTR connection = std::exchange(FConnection, 0))
+        CheckMAPIResult(*this, u"Unadvise", MAPISession().Unadvise(connection));
+}
+
+void TSession::ForgetLogon() noexcept
+{
+    FConnection = 0;
+    FConnectedToExchange = false;
+    FSessionHandle = 0;
+    FLogonWindow = 0;
+    FActive = false;
+    ReleaseSessionCount();
+}
+
+void TSession::ReleaseSessionCount() noexcept
+{
+    // The count belongs to the thread that logged on. A logoff on the client's thread leaves it to that thread's next
+    // logon or to the session's end.
+    if (FCounted && FLogonThread == std::this_thread::get_id()) {
+        FCounted = false;
+        KwMAPISessionClosed();
+    }
+}
+
+void TSession::OnNotify(mapi::ULONG count, const mapi::NOTIFICATION* notifications)
+{
+    for (mapi::ULONG i = 0; i < count; ++i)
+        if (notifications[i].ulEventType == mapi::fnevExtended && FJoinedSession)
+            Set_Active(false);
+}
+
+} // namespace deftmapi

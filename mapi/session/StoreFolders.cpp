@@ -1,0 +1,157 @@
+// The special folders of a store, and folders by path.
+#include "mapi/core/uKwMAPIEntryID.hpp"
+#include "mapi/session/SpecialFolders.hpp"
+#include "mapi/session/uKwMAPIMsgStore.hpp"
+
+namespace deftmapi
+{
+
+namespace
+{
+
+constexpr auto sSimpleMAPIFolders = u"When using Simple MAPI, you can only open the Inbox, Outbox or IPMRoot.";
+constexpr auto sInvalidFolderType = u"You have specified an invalid FolderType";
+constexpr auto sNoSuchFolder =
+    u"%s.OpenFolderByType failed, because the message store does not have a folder of the type you requested!";
+constexpr auto sNoSpecialFolder = u"There is no special folder %s";
+constexpr auto sNoSuchPath = u"The given path %s does not exist!";
+
+constexpr mapi::HRESULT NotSupported = 26;
+
+/// Simple MAPI has no identifiers: the type itself stands for the folder.
+TKwMAPIEntryID PseudoFolderID(TKwMAPIFolderType folderType)
+{
+    TKwBytes bytes;
+    for (unsigned shift = 0; shift < 32; shift += 8)
+        bytes.push_back(static_cast<std::uint8_t>(folderType >> shift));
+    return bytes;
+}
+
+/// A value that may be absent, as an identifier that may be Null.
+TKwMAPIEntryID AsEntryID(const TKwVariant& value)
+{
+    if (!value.IsEmptyOrNull() && !value.AsBytes().empty())
+        return value;
+    return TKwNull{};
+}
+
+} // namespace
+
+TKwMAPIEntryID TKwMAPIMsgStore::ReceiveFolderID(WideView methodName)
+{
+    CheckActive(methodName);
+    if (!Session()->UsesExtendedMAPI())
+        return PseudoFolderID(ftInbox);
+    mapi::ULONG size = 0;
+    TKwMAPIBuffer<mapi::ENTRYID> id(*this);
+    const mapi::HRESULT hr = WithCharWidth(
+        0, [&](mapi::ULONG flags) { return MsgStore().GetReceiveFolder(nullptr, flags, &size, Out(id), nullptr); });
+    if (hr == mapi::MAPI_E_NO_SUPPORT)
+        return TKwNull{};
+    CheckMAPIResult(*this, methodName, hr);
+    return BinToEntryID(static_cast<std::int32_t>(size), id.Get());
+}
+
+TKwMAPIEntryID TKwMAPIMsgStore::GetInboxFolderID()
+{
+    return ReceiveFolderID(u"GetInboxFolderID");
+}
+
+TKwMAPIEntryID TKwMAPIMsgStore::GetReceiveFolderID()
+{
+    return ReceiveFolderID(u"GetReceiveFolderID");
+}
+
+TKwMAPIEntryID TKwMAPIMsgStore::GetFolderID(TKwMAPIFolderType folderType)
+{
+    CheckActive(u"GetFolderID");
+    if (!Session()->UsesExtendedMAPI()) {
+        if (folderType != ftInbox && folderType != ftOutbox && folderType != ftIPMRoot)
+            CreateKwMAPIException(NotSupported, sSimpleMAPIFolders)->Raise();
+        return PseudoFolderID(folderType);
+    }
+    const TKwMAPISpecialFolder* special = FindSpecialFolder(folderType);
+    if (special == nullptr)
+        CreateKwMAPIException(mapi::MAPI_E_INVALID_PARAMETER, sInvalidFolderType)->Raise();
+    switch (special->Place) {
+    case TKwMAPIFolderPlace::ReceiveFolder:
+        return GetReceiveFolderID();
+    case TKwMAPIFolderPlace::StoreProperty:
+        return AsEntryID(PropByName(special->Property)->Get_Value());
+    default:
+        return FolderIDFromInbox(folderType);
+    }
+}
+
+TKwMAPIEntryID TKwMAPIMsgStore::FolderIDFromInbox(TKwMAPIFolderType folderType)
+{
+    const TKwMAPISpecialFolder& special = *FindSpecialFolder(folderType);
+    const TKwMAPIEntryID inboxID = GetReceiveFolderID();
+    if (inboxID.IsEmptyOrNull())
+        return special.ContainerClass != nullptr ? FindFolderOfClass(special.ContainerClass) : TKwNull{};
+    const auto inbox = OpenFolder(inboxID, alBestAccess);
+    const TKwVariant value = inbox->PropByName(special.Property)->Get_Value();
+    if (special.Place != TKwMAPIFolderPlace::AdditionalFolder)
+        return AsEntryID(value);
+    const TKwVariant::Array list = value.IsEmptyOrNull() ? TKwVariant::Array{} : value.AsArray();
+    return special.Element < list.size() ? AsEntryID(list[special.Element]) : TKwNull{};
+}
+
+TKwMAPIEntryID TKwMAPIMsgStore::FindFolderOfClass(WideView containerClass)
+{
+    const auto folders = OpenFolderByType(ftIPMRoot, alBestAccess)->GetHierarchyTable(false);
+    folders->Get_Fields()->Add(PR_ENTRYID);
+    folders->Get_Fields()->Add(PR_CONTAINER_CLASS);
+    for (folders->First(); !folders->Get_EOF(); folders->Next())
+        if (KwSameText(folders->GetFieldValue(PR_CONTAINER_CLASS).AsStringW(), containerClass))
+            return folders->GetFieldValue(PR_ENTRYID);
+    return TKwNull{};
+}
+
+TKwRef<IKwMAPIFolder> TKwMAPIMsgStore::OpenFolderByType(TKwMAPIFolderType folderType, TKwMAPIAccessLevel accessLevel)
+{
+    const TKwMAPIEntryID id = GetFolderID(folderType);
+    if (id.IsEmptyOrNull())
+        CreateKwMAPIException(mapi::MAPI_E_NOT_FOUND, sNoSuchFolder, {GetClassName()})->Raise();
+    return OpenFolder(id, accessLevel);
+}
+
+TKwRef<IKwMAPIFolder> TKwMAPIMsgStore::OpenFolderByPath(WideView path, TKwMAPIAccessLevel accessLevel)
+{
+    CheckActive(u"OpenFolderByPath");
+    CheckAccessLevel(accessLevel);
+    WideView rest = path;
+    if (rest.starts_with(u"//"))
+        rest.remove_prefix(2);
+    TKwMAPIFolderType start = ftIPMRoot;
+    if (rest.starts_with(u'[')) {
+        const std::size_t end = std::min(rest.find(u']'), rest.size());
+        const WideView keyword = rest.substr(1, end - 1);
+        const TKwMAPISpecialFolder* special = FindSpecialFolder(keyword);
+        if (special == nullptr)
+            CreateKwMAPIException(mapi::MAPI_E_INVALID_PARAMETER, sNoSpecialFolder, {keyword})->Raise();
+        start = special->Type;
+        rest.remove_prefix(std::min(end + 2, rest.size())); // the bracket and the separator after it
+    }
+    // Only the folder that the caller gets needs the caller's access.
+    const auto access = [&] { return rest.empty() ? accessLevel : alReadOnly; };
+    TKwRef<IKwMAPIFolder> folder = OpenFolderByType(start, access());
+    while (!rest.empty()) {
+        const std::size_t separator = std::min(rest.find(u'/'), rest.size());
+        const WideView name = rest.substr(0, separator);
+        rest.remove_prefix(std::min(separator + 1, rest.size()));
+
+        const auto children = folder->GetHierarchyTable(false);
+        children->Get_Fields()->Add(PR_ENTRYID);
+        children->Get_Fields()->Add(PR_DISPLAY_NAME);
+        children->First();
+        while (!children->Get_EOF() && !KwSameText(children->GetFieldValue(PR_DISPLAY_NAME).AsStringW(), name))
+            children->Next();
+        if (children->Get_EOF())
+            CreateKwMAPIException(mapi::MAPI_E_INVALID_PARAMETER, sNoSuchPath, {path})->Raise();
+        folder = OpenFolder(children->GetFieldValue(PR_ENTRYID), access());
+    }
+    return folder;
+}
+
+} // namespace deftmapi

@@ -1,0 +1,220 @@
+// The session apart from logging on and off: the client library, errors, lists and events.
+#include "mapi/session/uKwDeftMAPI.hpp"
+
+#include "mapi/admin/uKwMAPIAdmin.hpp"
+#include "mapi/core/uKwMAPILib.hpp"
+#include "mapi/core/uKwMAPILists.hpp"
+#include "mapi/session/SessionSink.hpp"
+#include "support/platform/uKwPlatform.hpp"
+#include "support/uKwFormat.hpp"
+
+#include <atomic>
+
+namespace deftmapi
+{
+
+namespace
+{
+
+constexpr auto sMustLogon = u"You must logon before you can execute %s!";
+constexpr auto sNeedsExtendedMAPI = u"The %s can only be used in combination with Extended MAPI!";
+constexpr auto sLoadFailed = u"Failed to load the MAPI library (%s)!";
+constexpr auto sNoExtendedMAPI = u"Extended MAPI is not supported by the loaded MAPI library (%s)!";
+constexpr auto sClientWhileActive =
+    u"%s.SetMAPIClient failed, because the session is already active. Please logoff first!";
+constexpr auto sClientNotInstalled = u"%s.SetMAPIClient failed. \"%s\" is not installed on this system!";
+constexpr auto sVersion = u"%d.%d.%d.%d 64-bit";
+
+constexpr mapi::HRESULT NotSupported = 26;
+
+// The last session object of a thread uninitialises MAPI for it.
+thread_local std::int32_t ThreadSessions = 0;
+
+} // namespace
+
+TSession::TSession()
+    : FLogoffInfo(KwMake<TKwMAPILogoffInfoImpl>()), FLogonInfo(KwMake<TKwMAPILogonInfoImpl>(FLogoffInfo))
+{
+    ++ThreadSessions;
+}
+
+TSession::~TSession() = default;
+
+TKwRef<IKwMAPISession> TSession::Create()
+{
+    return KwMake<TSession>();
+}
+
+TKwRef<IKwMAPISession> CoSessionCreate()
+{
+    return TSession::Create();
+}
+
+void TSession::BeforeDestruction() noexcept
+{
+    --ThreadSessions;
+    FDestroying = true;
+    try {
+        Set_Active(false);
+        ReleaseSessionCount();
+        if (ThreadSessions == 0 && KwMAPIInitialized())
+            KwMAPIUninitialize(false);
+    } catch (...) {
+        KwReportServerException(std::current_exception());
+    }
+    TKwMAPISessionBase::BeforeDestruction();
+}
+
+mapi::HRESULT TSession::CallGetLastError(mapi::HRESULT result, mapi::ULONG flags, mapi::MAPIERROR** error)
+{
+    return Get_MAPIOBJECT() != nullptr ? MAPISession().GetLastError(result, flags, error) : mapi::S_OK;
+}
+
+void TSession::CheckActive(WideView methodName) const
+{
+    if (!FActive)
+        CreateKwMAPIException(mapi::MAPI_E_NO_ACCESS, sMustLogon, {methodName})->Raise();
+}
+
+void TSession::CheckUsingExtendedMAPI(WideView methodName) const
+{
+    if (!UsesExtendedMAPI())
+        CreateKwMAPIException(NotSupported, sNeedsExtendedMAPI, {methodName})->Raise();
+}
+
+mapi::ULONG_PTR TSession::GetParentWindow() const
+{
+    return FParentWindow != 0 ? FParentWindow : GetAppHandle();
+}
+
+WideString TSession::Get_Version() const
+{
+    return KwFormat(sVersion, {DEFTMAPI_VERSION_NUMBERS});
+}
+
+// ---- The client library
+
+void TSession::MAPILoad(const WideString& fileName, bool& extendedMAPI, bool& loaded)
+{
+    // The library stays loaded between sessions: clients are slow to load and some do not survive being loaded twice.
+    WideString name = fileName;
+    KwLoadMAPIDLL(name, extendedMAPI, false);
+    loaded = MAPILoaded();
+}
+
+bool TSession::MAPILoaded() const
+{
+    return KwMAPIModule() != nullptr;
+}
+
+void TSession::MAPIInitialize()
+{
+    KwMAPIInitialize(FLogonInfo->Get_MultiThreadedNotifications(), FLogonInfo->Get_NTService(), UsesExtendedMAPI(),
+                     true);
+}
+
+bool TSession::MAPIInitialized() const
+{
+    return KwMAPIInitialized();
+}
+
+void TSession::MAPIUnitialize()
+{
+    KwMAPIUninitialize(false);
+}
+
+void TSession::MAPIUnload()
+{
+    KwUnloadDLL();
+}
+
+void TSession::EnsureLibrary()
+{
+    if (!MAPILoaded())
+        LoadLibrary(KwFindMAPIDll(FMAPIClient));
+}
+
+void TSession::LoadLibrary(const WideString& path)
+{
+    bool extended = false;
+    bool loaded = false;
+    MAPILoad(path, extended, loaded);
+    if (!loaded)
+        CreateKwMAPIException(mapi::MAPI_E_CALL_FAILED, sLoadFailed, {path})->Raise();
+    if (UsesExtendedMAPI() && !extended) {
+        MAPIUnload();
+        CreateKwMAPIException(mapi::MAPI_E_CALL_FAILED, sNoExtendedMAPI, {path})->Raise();
+    }
+}
+
+void TSession::Set_MAPIClient(WideView client)
+{
+    if (FActive)
+        CreateKwMAPIException(mapi::MAPI_E_CALL_FAILED, sClientWhileActive, {GetClassName()})->Raise();
+    const WideString path = KwFindMAPIDll(client);
+    if (path.empty() && !client.empty())
+        CreateKwMAPIException(mapi::MAPI_E_INVALID_PARAMETER, sClientNotInstalled, {GetClassName(), client})->Raise();
+    if (MAPILoaded() && !path.empty() && !KwSameText(path, KwCurrentMAPIDllFileName())) {
+        if (KwMAPIInitialized())
+            KwMAPIUninitialize(false);
+        MAPIUnload();
+        LoadLibrary(path);
+    }
+    FMAPIClient = client;
+}
+
+TKwRef<IKwMAPIProfileAdmin> TSession::GetProfileAdmin()
+{
+    CheckUsingExtendedMAPI(u"GetProfileAdmin");
+    EnsureLibrary();
+    MAPIInitialize();
+    return KwMake<TKwMAPIProfileAdmin>(*this);
+}
+
+// ---- Lists
+
+TKwRef<IKwMAPIEntryIDList> TSession::CreateEntryIDList()
+{
+    return KwMake<TKwMAPIEntryIDList>();
+}
+
+TKwRef<IKwMAPIPropList> TSession::CreatePropList()
+{
+    return KwMake<TKwMAPIPropList>();
+}
+
+TKwRef<IKwMAPIValueList> TSession::CreateValueList()
+{
+    return KwMake<TKwMAPIValueList>();
+}
+
+TKwRef<IKwMAPIPropValueList> TSession::CreatePropValueList()
+{
+    return KwMake<TKwMAPIPropValueList>();
+}
+
+// ---- Events
+
+void TSession::DEventConnect(const TKwRef<IKwMAPISessionDEvents>& sink, bool connect)
+{
+    FEvents.Connect(sink, connect);
+}
+
+void TSession::TriggerEvent(TEventHandler handler)
+{
+    if (FDestroying)
+        return;
+    // A sink may drop the application's last reference, and it may raise.
+    struct TExecuting
+    {
+        explicit TExecuting(TSession& session) : FSession(&session) { session.SetExecutingEvents(true); }
+        ~TExecuting() { FSession->SetExecutingEvents(false); }
+        TExecuting(const TExecuting&) = delete;
+        TExecuting& operator=(const TExecuting&) = delete;
+        TKwRef<TSession> FSession;
+    } const executing(*this);
+    for (const auto& sink : FEvents.Snapshot())
+        (sink.Get()->*handler)(*this);
+}
+
+} // namespace deftmapi

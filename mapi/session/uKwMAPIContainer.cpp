@@ -1,0 +1,100 @@
+// Containers; see uKwMAPIContainer.hpp.
+#include "mapi/session/uKwMAPIContainer.hpp"
+
+#include "mapi/core/uKwMAPIProps.hpp"
+#include "mapi/headers/uKwMAPIguidH.hpp"
+#include "mapi/headers/uKwMAPIStoreConstantsH.hpp"
+#include "mapi/table/uKwMAPITable.hpp"
+
+namespace deftmapi
+{
+
+namespace
+{
+
+constexpr auto sNotInSimpleMAPI = u"This action is not supported by Simple MAPI!";
+constexpr auto sUnknownEntry = u"%s.%s has raised the following exception:\r\n%s (%d)\r\nThis exception can be raised "
+                               u"if you are trying to open an Outlook contacts folder that has not been marked as an "
+                               u"Addressbook folder!";
+constexpr auto sUnknownEntryText = u"The given EntryID could not be located.";
+
+constexpr mapi::HRESULT NotSupported = 26;
+
+TKwMAPIContainerType ContainerTypeOf(std::int32_t objectType)
+{
+    switch (static_cast<mapi::ULONG>(objectType)) {
+    case mapi::MAPI_FOLDER:
+        return ctFolder;
+    case mapi::MAPI_ABCONT:
+        return ctABContainer;
+    case mapi::MAPI_DISTLIST:
+        return ctDistList;
+    default:
+        return ctUnknown;
+    }
+}
+
+} // namespace
+
+void TKwMAPIContainer::SetMAPIOBJECT(mapi::IUnknown* object)
+{
+    TKwMAPIProp::SetMAPIOBJECT(object);
+    FContainerType = object != nullptr ? ContainerTypeOf(PropByName(PR_OBJECT_TYPE)->Get_AsInteger()) : ctUnknown;
+}
+
+WideString TKwMAPIContainer::Get_ContainerClass()
+{
+    CheckActive(u"Get_ContainerClass");
+    return PropByName(PR_CONTAINER_CLASS)->Get_AsString();
+}
+
+void TKwMAPIContainer::Set_ContainerClass(WideView containerClass)
+{
+    CheckActive(u"Set_ContainerClass");
+    PropByName(PR_CONTAINER_CLASS)->Set_AsString(containerClass);
+}
+
+TKwComPtr<mapi::IMAPITable> TKwMAPIContainer::OpenContentsTable(WideView methodName, mapi::ULONG flags)
+{
+    CheckActive(methodName);
+    if (!Session()->UsesExtendedMAPI())
+        CreateKwMAPIException(NotSupported, sNotInSimpleMAPI)->Raise();
+    TKwComPtr<mapi::IMAPITable> table;
+    const mapi::HRESULT hr = WithCharWidth(
+        flags, [&](mapi::ULONG allFlags) { return MAPIContainer().GetContentsTable(allFlags, Out(table)); });
+    if (hr == mapi::MAPI_E_UNKNOWN_ENTRYID)
+        CreateKwMAPIException(hr, sUnknownEntry, {GetClassName(), methodName, sUnknownEntryText, hr})->Raise();
+    CheckMAPIResult(*this, methodName, hr);
+    return table;
+}
+
+TKwRef<IKwMAPITable> TKwMAPIContainer::GetContentsTable()
+{
+    return KwMake<TKwMAPITable>(*this, OpenContentsTable(u"GetContentsTable", 0).Get(),
+                                [this] { return OpenContentsTable(u"GetContentsTable", 0); });
+}
+
+TKwComPtr<mapi::IMAPITable> TKwMAPIContainer::OpenHierarchyTable(bool deep)
+{
+    CheckActive(u"GetHierarchyTable");
+    CheckExtendedMAPI(u"GetHierarchyTable");
+    TKwComPtr<mapi::IMAPITable> table;
+    if (FContainerType == ctDistList) {
+        const auto object = OpenIntfProperty(PR_CONTAINER_HIERARCHY, mapi::IID_IMAPITable, 0, alReadOnly, false);
+        table = TKwComPtr<mapi::IMAPITable>(static_cast<mapi::IMAPITable*>(object.Get()));
+        return table;
+    }
+    CheckMAPIResult(*this, u"GetHierarchyTable",
+                    WithCharWidth(deep ? mapi::CONVENIENT_DEPTH : 0, [&](mapi::ULONG flags) {
+                        return MAPIContainer().GetHierarchyTable(flags, Out(table));
+                    }));
+    return table;
+}
+
+TKwRef<IKwMAPITable> TKwMAPIContainer::GetHierarchyTable(bool deep)
+{
+    return KwMake<TKwMAPITable>(*this, OpenHierarchyTable(deep).Get(),
+                                [this, deep] { return OpenHierarchyTable(deep); });
+}
+
+} // namespace deftmapi
