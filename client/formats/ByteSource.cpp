@@ -97,10 +97,13 @@ std::size_t TSpoolSource::Read(std::uint64_t offset, std::span<char> buffer)
 
 std::unique_ptr<TByteSource> OpenByteSource(mapi::IStream& stream)
 {
-    mapi::LARGE_INTEGER zero{};
+    const mapi::LARGE_INTEGER zero{};
     mapi::ULARGE_INTEGER start{};
-    mapi::ULARGE_INTEGER end{};
-    if (stream.Seek(zero, mapi::STREAM_SEEK_CUR, &start) >= 0 && stream.Seek(zero, mapi::STREAM_SEEK_END, &end) >= 0) {
+    const mapi::HRESULT seekable = stream.Seek(zero, mapi::STREAM_SEEK_CUR, &start);
+    if (seekable != mapi::E_NOTIMPL && seekable != mapi::STG_E_INVALIDFUNCTION && seekable != mapi::MAPI_E_NO_SUPPORT) {
+        mapi::ULARGE_INTEGER end{};
+        CheckCall(seekable, u"IStream::Seek");
+        CheckCall(stream.Seek(zero, mapi::STREAM_SEEK_END, &end), u"IStream::Seek");
         const std::uint64_t size = end.QuadPart > start.QuadPart ? end.QuadPart - start.QuadPart : 0;
         return std::make_unique<TStreamSource>(stream, start.QuadPart, size);
     }

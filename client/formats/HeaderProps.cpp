@@ -112,7 +112,14 @@ void AddSenders(const TMimeMessage& message, TPropList& props, TMimeState& state
 {
     const auto from = Addresses(message, "From", state);
     const auto sender = Addresses(message, "Sender", state);
-    if (!from.empty() || !sender.empty()) {
+    if (from.empty() && sender.empty()) {
+        // A sender without a readable address still has a name to show.
+        const WideString name = HeaderText(message, message.Field("From") != nullptr ? "From" : "Sender", state);
+        if (!name.empty()) {
+            props.AddText(tag::SenderName, name);
+            props.AddText(tag::SentReprName, name);
+        }
+    } else {
         AddSender(sender.empty() ? from.front() : sender.front(), senderTags, props);
         AddSender(from.empty() ? sender.front() : from.front(), representedTags, props);
     }

@@ -67,7 +67,9 @@ std::uint64_t FindMessageStart(TByteSource& source, TMimeState& state)
         if (IsBinary(line))
             RaiseNoMessage();
         const std::string_view text = TrimAscii(line);
-        if (text.empty() && skippedLine)
+        // One line may be foreign, such as the answer of a server; more of them, or a blank line after one, are just
+        // text.
+        if (skippedLine)
             RaiseNoMessage();
         if (text.empty() || text.starts_with("From ") || text.starts_with(">From ")) {
             state.Damage |= mdLeadingData;

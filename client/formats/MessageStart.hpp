@@ -7,9 +7,9 @@
 namespace deftmapi::client::mime
 {
 
-/// Offset of the first header field. A byte order mark, blank lines, an mbox line ("From someone ...") and lines that
-/// are no fields are skipped and noted.
-/// @throws Failure  MAPI_E_CORRUPT_DATA: a blank line, the end or a control character comes before the first field
+/// Offset of the first header field. A byte order mark, blank lines, an mbox line ("From someone ...") and one line
+/// that is no field are skipped and noted.
+/// @throws Failure  MAPI_E_CORRUPT_DATA: more text, the end or a control character comes before the first field
 [[nodiscard]] std::uint64_t FindMessageStart(TByteSource& source, TMimeState& state);
 
 } // namespace deftmapi::client::mime

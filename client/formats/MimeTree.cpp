@@ -564,11 +564,25 @@ std::vector<TMimeAddress> DecodeAddresses(const std::string& raw, TMimeState& st
     Initialise();
     std::vector<TMimeAddress> result;
     const TParserOptions options(state.Damage);
-    const TObject<InternetAddressList> list(
-        internet_address_list_parse(options.Get(), RewriteEncodedWords(raw, state.Damage).c_str()));
+    const std::string rewritten = RewriteEncodedWords(raw, state.Damage);
+    const TObject<InternetAddressList> list(internet_address_list_parse(options.Get(), rewritten.c_str()));
     AppendAddresses(list.get(), result);
-    if (!list && !TrimAscii(raw).empty())
-        state.Damage |= mdAddress;
+    const bool readable = list && internet_address_list_length(list.get()) > 0;
+    if (readable || TrimAscii(raw).empty())
+        return result;
+
+    // "Name user@domain" without brackets, as some programs write it.
+    state.Damage |= mdAddress;
+    const std::string text = DecodeHeaderText(raw, state);
+    const std::size_t at = text.find('@');
+    if (at == std::string::npos)
+        return result;
+    const std::size_t blank = text.rfind(' ', at);
+    const std::size_t start = blank == std::string::npos ? 0 : blank + 1;
+    TMimeAddress address{std::string(TrimAscii(std::string_view(text).substr(0, start))),
+                         text.substr(start, text.find_first_of(" ,;", at) - start)};
+    if (address.Address.size() > 2)
+        result.push_back(std::move(address));
     return result;
 }
 

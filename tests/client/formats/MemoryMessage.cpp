@@ -77,10 +77,14 @@ mapi::HRESULT TMemoryStream::Write(const void* pv, mapi::ULONG cb, mapi::ULONG* 
     if (FFaults != nullptr && FFaults->Next())
         return FFaults->Code;
     return Guard(last, [&] {
+        *pcbWritten = cb;
+        if (FFaults != nullptr && FFaults->Discard) {
+            FFaults->Discarded += cb;
+            return;
+        }
         FBytes.resize(FPosition);
         FBytes.append(static_cast<const char*>(pv), cb);
         FPosition += cb;
-        *pcbWritten = cb;
     });
 }
 

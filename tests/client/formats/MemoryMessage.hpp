@@ -21,6 +21,8 @@ struct TFaults
     long FailAt = 0; ///< 0: never
     long Calls = 0;
     mapi::HRESULT Code = mapi::MAPI_E_DISK_ERROR;
+    bool Discard = false; ///< streams only count what is written
+    std::uint64_t Discarded = 0;
 
     [[nodiscard]] bool Next() noexcept { return ++Calls == FailAt; }
 };

@@ -59,12 +59,11 @@ protected:
         const TKwComPtr<mapi::IStream> kept(stream);
         TKwComPtr<TMemoryMessage> message(new TMemoryMessage(Faults, state));
         message->Refused = Refused;
-        try {
+        LastError last;
+        result.Code = Guard(last, [&] {
             result.Damage = ReadMime(*stream, *message, Options);
-            result.Code = message->SaveChanges(0);
-        } catch (const Failure& failure) {
-            result.Code = failure.Code();
-        }
+            return message->SaveChanges(0);
+        });
         result.Message = *state;
         return result;
     }

@@ -1,5 +1,5 @@
-// Real messages, where the samples are at hand: DEFTMAPI_SAMPLES names their folder. Every one converts, or is refused as no
-// message; nothing else is allowed. Some are checked more closely.
+// Real messages, where the samples are at hand: DEFTMAPI_SAMPLES names their folder. Every one converts, or is refused
+// as no message; nothing else is allowed. Some are checked more closely.
 #include "client/formats/MimeTags.hpp"
 #include "tests/client/formats/MimeFixture.hpp"
 
@@ -38,9 +38,9 @@ protected:
 
 [[maybe_unused]] std::size_t VisibleAttachments(const TResult& result)
 {
-    return static_cast<std::size_t>(std::count_if(result.Message.Attachments.begin(), result.Message.Attachments.end(),
-                                                  [](const auto& attachment)
-                                                  { return attachment->Values.at(tag::AttachmentHidden).Number == 0; }));
+    return static_cast<std::size_t>(
+        std::count_if(result.Message.Attachments.begin(), result.Message.Attachments.end(),
+                      [](const auto& attachment) { return attachment->Values.at(tag::AttachmentHidden).Number == 0; }));
 }
 
 } // namespace
@@ -49,8 +49,7 @@ TEST_F(MimeSamples, EveryMessageConvertsOrIsRefused)
 {
     std::size_t messages = 0;
     std::size_t refused = 0;
-    for (const auto& entry : std::filesystem::recursive_directory_iterator(FFolder))
-    {
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(FFolder)) {
         const std::string extension = entry.path().extension().string();
         if (!entry.is_regular_file() || (extension != ".eml" && extension != ".msg" && extension != ".txt"))
             continue;
@@ -61,8 +60,7 @@ TEST_F(MimeSamples, EveryMessageConvertsOrIsRefused)
             std::cout << "==== " << entry.path().string() << "\nresult: " << std::hex << result.Code << std::dec
                       << "\ndamage: " << DamageText(result.Damage) << '\n'
                       << ListMessage(result.Message);
-        if (result.Code == mapi::S_OK)
-        {
+        if (result.Code == mapi::S_OK) {
             EXPECT_TRUE(result.Has(tag::TransportHeaders)) << entry.path();
             EXPECT_TRUE(result.Has(tag::MessageDeliveryTime)) << entry.path();
         }
