@@ -16,7 +16,7 @@ void Info(Context& context)
     session.MAPIInitialize();
     const Json document{{"version", KwToUtf8(session.Get_Version())},
                         {"client", KwToUtf8(KwCurrentMAPIDllFileName())},
-                        {"extended", KwIsExtendedMAPI()},
+                        {"extended", KwExtendedMAPIAvailable()},
                         {"definitions", PropDefCount()}};
     if (context.Options.Json)
         return PrintJson(document);

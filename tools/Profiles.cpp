@@ -14,7 +14,7 @@ namespace
 
 void List(Context& context)
 {
-    const auto admin = TKwMAPIProfileAdmin::Create(context.Session());
+    const auto admin = context.Session().GetProfileAdmin();
     const WideString defaultName = admin->GetDefaultProfile();
     Json document = Json::array();
     for (const WideString& name : admin->GetProfiles())
@@ -40,7 +40,7 @@ void AddOn(CLI::App& parent, Context& context, const char* name, const char* hel
     if (withPassword)
         command->add_option("--password", arguments->Password, "the profile's password");
     command->callback([&context, arguments, done, action] {
-        const auto admin = TKwMAPIProfileAdmin::Create(context.Session());
+        const auto admin = context.Session().GetProfileAdmin();
         action(*admin, KwFromUtf8(arguments->Name), KwFromUtf8(arguments->Password));
         if (context.Options.Json)
             PrintJson({{"name", arguments->Name}, {done, true}});

@@ -33,7 +33,7 @@ int main(int argc, char** argv)
     CLI::App app{"Looks at a messaging store through the Deft MAPI library", "deftmapi"};
     app.require_subcommand(1);
     app.fallthrough();
-    app.set_version_flag("--version", DeftMAPIVersion);
+    app.set_version_flag("--version", [] { return KwToUtf8(TSession::Create()->Get_Version()); });
     app.add_option("--profile", context.Options.Profile, "the profile to log on to (default: the default profile)");
     app.add_option("--home", context.Options.Home, "the data folder of the embedded client");
     app.add_option("--client", context.Options.Client, "the MAPI client library to load");

@@ -1,0 +1,205 @@
+// The deftmapi command as a script sees it: every call is a process of its own on a temporary data folder, so that what
+// one call saved must be on disk for the next.
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+#include <sys/wait.h>
+
+#include <array>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <string>
+
+namespace
+{
+
+namespace fs = std::filesystem;
+using Json = nlohmann::json;
+
+struct Outcome
+{
+    int Status = -1;
+    std::string Output;
+    std::string Errors;
+
+    [[nodiscard]] Json Document() const { return Json::parse(Output); }
+};
+
+std::string Contents(const fs::path& file)
+{
+    std::ifstream stream(file, std::ios::binary);
+    return {std::istreambuf_iterator<char>(stream), {}};
+}
+
+class CommandTest : public testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        const char* command = std::getenv("DEFTMAPI_COMMAND");
+        ASSERT_NE(command, nullptr) << "DEFTMAPI_COMMAND names the program under test";
+        FCommand = command;
+        std::string name = (fs::temp_directory_path() / "deftmapi-tools-XXXXXX").string();
+        ASSERT_NE(mkdtemp(name.data()), nullptr);
+        FFolder = name;
+    }
+    void TearDown() override { fs::remove_all(FFolder); }
+
+    [[nodiscard]] Outcome Run(const std::string& arguments) const
+    {
+        const std::string line = "'" + FCommand + "' --home '" + (FFolder / "home").string() + "' " + arguments +
+                                 " 2>'" + (FFolder / "errors").string() + "'";
+        Outcome outcome;
+        const std::unique_ptr<FILE, int (*)(FILE*)> pipe(popen(line.c_str(), "r"), [](FILE*) { return 0; });
+        std::array<char, 4096> buffer{};
+        for (std::size_t n = 0; (n = fread(buffer.data(), 1, buffer.size(), pipe.get())) > 0;)
+            outcome.Output.append(buffer.data(), n);
+        const int status = pclose(pipe.get());
+        outcome.Status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+        outcome.Errors = Contents(FFolder / "errors");
+        return outcome;
+    }
+    void CreateProfile() const { ASSERT_EQ(Run("profile create Test").Status, 0); }
+    [[nodiscard]] std::string Write(const std::string& name, const std::string& contents) const
+    {
+        const fs::path file = FFolder / name;
+        std::ofstream(file, std::ios::binary) << contents;
+        return "'" + file.string() + "'";
+    }
+
+    static constexpr const char* Letter = "From: Ada Example <ada@example.org>\r\nTo: Ben <ben@example.net>\r\n"
+                                          "Subject: The second letter\r\nDate: Fri, 01 Mar 2024 12:00:00 +0000\r\n"
+                                          "\r\nDear Ben,\r\nsee you.\r\n";
+
+    std::string FCommand;
+    fs::path FFolder;
+};
+
+TEST_F(CommandTest, AnswersWithoutAProfile)
+{
+    const Outcome info = Run("--json info");
+    ASSERT_EQ(info.Status, 0) << info.Errors;
+    EXPECT_EQ(info.Document()["extended"], true);
+    EXPECT_EQ(info.Document()["client"], std::getenv("DEFTMAPI_CLIENT"));
+    EXPECT_EQ(info.Document()["definitions"], 4866);
+
+    const Outcome profiles = Run("profile list --json");
+    ASSERT_EQ(profiles.Status, 0) << profiles.Errors;
+    EXPECT_EQ(profiles.Document(), Json::array());
+
+    const Outcome tree = Run("tree --json");
+    EXPECT_EQ(tree.Status, 1);
+    const Json error = Json::parse(tree.Errors);
+    EXPECT_EQ(error["class"], "EMAPI_LOGON_FAILED");
+    EXPECT_EQ(error["code"], "0x80040111");
+}
+
+TEST_F(CommandTest, UsageErrorsAreStatusTwo)
+{
+    for (const char* arguments : {"", "nonsense", "ls", "show", "show XYZ", "show ABC", "ls '//[Inbox]' --sort",
+                                  "import '//[Inbox]'", "profile", "ls '//[Inbox]' --limit many", "mkdir ''"})
+        EXPECT_EQ(Run(arguments).Status, 2) << arguments;
+    CreateProfile();
+    EXPECT_EQ(Run("ls '//[Inbox]' --columns PR_NOT_THERE").Status, 2);
+    EXPECT_EQ(Run("ls '//[Inbox]' --sort PR_SUBJECT:down").Status, 2);
+}
+
+TEST_F(CommandTest, Profiles)
+{
+    CreateProfile();
+    ASSERT_EQ(Run("profile create 'Second one'").Status, 0);
+    EXPECT_EQ(Run("--json profile list").Document(),
+              Json::parse(R"([{"name":"Test","default":true},{"name":"Second one","default":false}])"));
+    const Outcome again = Run("profile create Test");
+    EXPECT_EQ(again.Status, 1);
+    EXPECT_NE(again.Errors.find("The specified new profile already exists."), std::string::npos) << again.Errors;
+    ASSERT_EQ(Run("profile default 'Second one'").Status, 0);
+    ASSERT_EQ(Run("profile delete Test").Status, 0);
+    EXPECT_EQ(Run("--json profile list").Document(), Json::parse(R"([{"name":"Second one","default":true}])"));
+    const Outcome missing = Run("profile delete Test");
+    EXPECT_EQ(missing.Status, 1);
+    EXPECT_NE(missing.Errors.find("The specified profile does not exist."), std::string::npos) << missing.Errors;
+    EXPECT_EQ(Run("--profile Nobody tree").Status, 1);
+}
+
+TEST_F(CommandTest, ImportsListsShowsAndDeletes)
+{
+    CreateProfile();
+    ASSERT_EQ(Run("mkdir '//[Inbox]/Project A'").Status, 0);
+    EXPECT_EQ(Run("mkdir '//[Inbox]/Project A'").Status, 1) << "the name is taken";
+    const std::string letter = Write("letter.eml", Letter);
+    const std::string junk = Write("junk.eml", std::string("\x7f"
+                                                           "ELF\x01\x02\x00\x03",
+                                                           8));
+    const Outcome import =
+        Run("--json import '//[Inbox]/Project A' " + letter + " " + junk + " " + Write("letter2.eml", Letter));
+    EXPECT_EQ(import.Status, 1) << "one file is no message";
+    const Json imported = import.Document();
+    ASSERT_EQ(imported.size(), 3U);
+    EXPECT_TRUE(imported[0].contains("id"));
+    EXPECT_TRUE(imported[1].contains("error"));
+    EXPECT_NE(import.Errors.find("junk.eml"), std::string::npos);
+    EXPECT_TRUE(imported[2].contains("id"));
+
+    const std::string columns = " --columns PR_SUBJECT,PR_SENDER_EMAIL_ADDRESS,PR_MESSAGE_DELIVERY_TIME,PR_HASATTACH";
+    const Json rows = Run("--json ls '//[Inbox]/Project A'" + columns).Document();
+    ASSERT_EQ(rows.size(), 2U) << "nothing of the bad file is saved";
+    EXPECT_EQ(rows[0]["PR_SUBJECT"], "The second letter");
+    EXPECT_EQ(rows[0]["PR_SENDER_EMAIL_ADDRESS"], "ada@example.org");
+    EXPECT_EQ(rows[0]["PR_MESSAGE_DELIVERY_TIME"], "2024-03-01T12:00:00Z");
+    EXPECT_EQ(rows[0]["PR_HASATTACH"], false);
+    const std::string id = imported[0]["id"];
+    EXPECT_TRUE(rows[0]["id"] == id || rows[1]["id"] == id);
+    EXPECT_EQ(Run("--json ls '//[Inbox]/Project A' --limit 1").Document().size(), 1U);
+
+    const Json shown = Run("--json show " + id).Document();
+    EXPECT_EQ(shown["id"], id);
+    EXPECT_EQ(shown["class"], "IPM.Note");
+    EXPECT_EQ(shown["properties"]["PR_SUBJECT"], "The second letter");
+    ASSERT_EQ(shown["recipients"].size(), 1U);
+    EXPECT_EQ(shown["recipients"][0]["address"], "ben@example.net");
+    EXPECT_EQ(shown["attachments"], Json::array());
+    EXPECT_NE(Run("show " + id + " --text").Output.find("Dear Ben,"), std::string::npos);
+
+    ASSERT_EQ(Run("rm " + id).Status, 0);
+    EXPECT_EQ(Run("--json ls '//[Inbox]/Project A'").Document().size(), 1U);
+    EXPECT_EQ(Run("show " + id).Status, 1) << "deleted";
+}
+
+TEST_F(CommandTest, TheProjectsMessagesGoInAndTheTreeCountsThem)
+{
+    CreateProfile();
+    const Outcome import = Run("--json import '//[Inbox]' '" DEFTMAPI_MESSAGES "'");
+    ASSERT_EQ(import.Status, 0) << import.Errors;
+    const std::size_t count = import.Document().size();
+    EXPECT_GE(count, 12U);
+    const Json inbox = Run("--json tree '//[Inbox]'").Document();
+    EXPECT_EQ(inbox["type"], "Inbox");
+    EXPECT_EQ(inbox["messages"], count);
+    const Json sorted = Run("--json ls '//[Inbox]' --columns PR_MESSAGE_SIZE --sort PR_MESSAGE_SIZE:desc").Document();
+    ASSERT_EQ(sorted.size(), count);
+    for (std::size_t i = 1; i < count; ++i)
+        EXPECT_GE(sorted[i - 1]["PR_MESSAGE_SIZE"], sorted[i]["PR_MESSAGE_SIZE"]);
+}
+
+TEST_F(CommandTest, Definitions)
+{
+    const Json subject = Run("--json defs PR_SUBJECT").Document();
+    ASSERT_EQ(subject.size(), 1U);
+    EXPECT_EQ(subject[0]["number"], 61);
+    EXPECT_EQ(subject[0]["id"], "0x0037");
+    EXPECT_EQ(subject[0]["type"], "dtWideString");
+    EXPECT_EQ(subject[0]["set"], nullptr);
+    EXPECT_EQ(Run("--json defs 0x0037001F").Document().size(), 2U) << "PR_SUBJECT and its twin";
+    const Json named = Run("--json defs NPR_CLIENTINTENT").Document();
+    EXPECT_EQ(named[0]["kind"], "string");
+    EXPECT_EQ(named[0]["set"], "PSETID_CalendarAssistant");
+    EXPECT_EQ(named[0]["string_name"], "ClientIntent");
+    EXPECT_EQ(Run("--json defs").Document().size(), 4866U);
+    EXPECT_EQ(Run("defs PR_NOT_THERE").Status, 3);
+}
+
+} // namespace
