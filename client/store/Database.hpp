@@ -1,0 +1,124 @@
+// The one wrapper around SQLite. Statements are prepared once per text and used through Query, which returns them;
+// an SQLite error is thrown as the Failure whose code MAPI has for it.
+#pragma once
+
+#include "support/uKwText.hpp"
+
+#include <cstdint>
+#include <filesystem>
+#include <span>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+struct sqlite3;
+struct sqlite3_stmt;
+
+namespace deftmapi::client
+{
+
+class Database;
+
+/// One use of a prepared statement. Parameters count from 1, columns from 0.
+class Query
+{
+public:
+    ~Query();
+    Query(Query&& other) noexcept;
+    Query(const Query&) = delete;
+    Query& operator=(const Query&) = delete;
+
+    Query& Bind(int index, std::int64_t value);
+    Query& BindText(int index, std::string_view utf8);
+    Query& BindBlob(int index, std::span<const std::uint8_t> bytes);
+    Query& BindNull(int index);
+    Query& BindReal(int index, double value);
+
+    /// Moves to the next row; false when there is none (or the statement returns none and has run).
+    bool Step();
+    /// Runs a statement that returns no rows.
+    void Run() { Step(); }
+    /// Makes the statement ready for new parameters.
+    void Reset();
+
+    [[nodiscard]] bool IsNull(int column) const;
+    [[nodiscard]] std::int64_t Number(int column) const;
+    /// Valid until the next Step.
+    [[nodiscard]] std::string_view Text(int column) const;
+    [[nodiscard]] std::span<const std::uint8_t> Blob(int column) const;
+
+private:
+    friend class Database;
+    Query(Database& database, sqlite3_stmt* statement, std::vector<sqlite3_stmt*>& idle);
+    [[noreturn]] void FailNow() const;
+
+    Database* FDatabase;
+    sqlite3_stmt* FStatement;
+    std::vector<sqlite3_stmt*>* FIdle; // where the statement rests between two uses
+};
+
+/// REQUIRES: one thread at a time (the owner holds a lock).
+class Database
+{
+public:
+    enum class Mode
+    {
+        Create, ///< the file must not exist yet
+        Open    ///< the file must exist
+    };
+
+    Database(const std::filesystem::path& file, Mode mode);
+    ~Database();
+    Database(const Database&) = delete;
+    Database& operator=(const Database&) = delete;
+
+    void Execute(const std::string& sql);
+    [[nodiscard]] Query Prepare(std::string_view sql);
+    [[nodiscard]] std::int64_t LastRow() const;
+    /// Rows that the last statement changed.
+    [[nodiscard]] std::int64_t Changes() const;
+    /// The first column of the first row of a query, 0 when there is no row.
+    [[nodiscard]] std::int64_t Scalar(std::string_view sql);
+    [[noreturn]] void FailNow(std::string_view doing) const;
+
+private:
+    friend class Query;
+    friend class Transaction;
+    friend class Snapshot;
+
+    sqlite3* FHandle = nullptr;
+    std::unordered_map<std::string, std::vector<sqlite3_stmt*>> FIdle;
+    int FDepth = 0;
+};
+
+/// A write transaction; a transaction inside another joins it. Rolls back unless committed.
+class Transaction
+{
+public:
+    explicit Transaction(Database& database);
+    ~Transaction();
+    Transaction(const Transaction&) = delete;
+    Transaction& operator=(const Transaction&) = delete;
+    void Commit();
+
+private:
+    Database& FDatabase;
+    bool FOpen = true;
+};
+
+/// One consistent view for several reads.
+class Snapshot
+{
+public:
+    explicit Snapshot(Database& database);
+    ~Snapshot();
+    Snapshot(const Snapshot&) = delete;
+    Snapshot& operator=(const Snapshot&) = delete;
+
+private:
+    Database& FDatabase;
+    bool FOwner;
+};
+
+} // namespace deftmapi::client

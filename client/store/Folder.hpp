@@ -1,0 +1,95 @@
+// IMAPIFolder. A folder has no state of its own in memory: properties are read afresh for each call and written at once,
+// one transaction per call.
+#pragma once
+
+#include "client/store/MessageRecords.hpp"
+#include "client/store/StoreObjects.hpp"
+
+namespace deftmapi::client
+{
+
+/// A row of table folders.
+struct FolderRow
+{
+    std::int64_t row = 0;
+    std::int64_t parent = 0; ///< 0 for the root folder
+    ULONG type = 0;
+    std::int64_t contents = 0;
+    std::int64_t unread = 0;
+    std::int64_t associated = 0;
+    bool hasSubfolders = false;
+    PropertyBag props; ///< with PR_DISPLAY_NAME and the times
+};
+/// @throws Failure  MAPI_E_NOT_FOUND
+[[nodiscard]] FolderRow LoadFolder(StoreFile& store, std::int64_t row);
+/// A property of the folder that is not in its bag, as objects and hierarchy tables show it.
+[[nodiscard]] std::optional<Prop> FolderProperty(const StoreFile& store, const FolderRow& folder, bool writable, ULONG id);
+[[nodiscard]] std::span<const ULONG> FolderPropertyTags();
+/// Removes a folder with everything in and below it, in several transactions when it is large.
+void PurgeFolder(StoreFile& store, std::int64_t row);
+/// Removes the messages of a folder in pieces of a size that keeps the log short.
+void PurgeMessages(StoreFile& store, std::int64_t row, bool withAssociated);
+
+class FolderObject final : public PropertyObject<mapi::IMAPIFolder>
+{
+public:
+    FolderObject(StorePtr store, std::int64_t row, bool writable) : PropertyObject(std::move(store), writable), FRow(row) {}
+
+    mapi::HRESULT DEFTMAPI_STDCALL GetContentsTable(ULONG flags, mapi::LPMAPITABLE* table) noexcept override;
+    mapi::HRESULT DEFTMAPI_STDCALL GetHierarchyTable(ULONG flags, mapi::LPMAPITABLE* table) noexcept override;
+    mapi::HRESULT DEFTMAPI_STDCALL OpenEntry(ULONG size, mapi::LPENTRYID id, mapi::LPCIID iid, ULONG flags, ULONG* type,
+                                             mapi::LPUNKNOWN* object) noexcept override;
+    mapi::HRESULT DEFTMAPI_STDCALL SetSearchCriteria(mapi::LPSRestriction, mapi::LPENTRYLIST, ULONG) noexcept override;
+    mapi::HRESULT DEFTMAPI_STDCALL GetSearchCriteria(ULONG, mapi::LPSRestriction*, mapi::LPENTRYLIST*,
+                                                     ULONG*) noexcept override;
+    mapi::HRESULT DEFTMAPI_STDCALL CreateMessage(mapi::LPCIID iid, ULONG flags, mapi::LPMESSAGE* message) noexcept override;
+    mapi::HRESULT DEFTMAPI_STDCALL CopyMessages(mapi::LPENTRYLIST list, mapi::LPCIID iid, mapi::LPVOID destination,
+                                                mapi::ULONG_PTR, mapi::LPMAPIPROGRESS, ULONG flags) noexcept override;
+    mapi::HRESULT DEFTMAPI_STDCALL DeleteMessages(mapi::LPENTRYLIST list, mapi::ULONG_PTR, mapi::LPMAPIPROGRESS,
+                                                  ULONG flags) noexcept override;
+    mapi::HRESULT DEFTMAPI_STDCALL CreateFolder(ULONG type, mapi::LPTSTR name, mapi::LPTSTR comment, mapi::LPCIID iid,
+                                                ULONG flags, mapi::LPMAPIFOLDER* folder) noexcept override;
+    mapi::HRESULT DEFTMAPI_STDCALL CopyFolder(ULONG size, mapi::LPENTRYID id, mapi::LPCIID iid, mapi::LPVOID destination,
+                                              mapi::LPTSTR name, mapi::ULONG_PTR, mapi::LPMAPIPROGRESS,
+                                              ULONG flags) noexcept override;
+    mapi::HRESULT DEFTMAPI_STDCALL DeleteFolder(ULONG size, mapi::LPENTRYID id, mapi::ULONG_PTR, mapi::LPMAPIPROGRESS,
+                                                ULONG flags) noexcept override;
+    mapi::HRESULT DEFTMAPI_STDCALL SetReadFlags(mapi::LPENTRYLIST list, mapi::ULONG_PTR, mapi::LPMAPIPROGRESS,
+                                                ULONG flags) noexcept override;
+    mapi::HRESULT DEFTMAPI_STDCALL GetMessageStatus(ULONG size, mapi::LPENTRYID id, ULONG flags,
+                                                    ULONG* status) noexcept override;
+    mapi::HRESULT DEFTMAPI_STDCALL SetMessageStatus(ULONG size, mapi::LPENTRYID id, ULONG status, ULONG mask,
+                                                    ULONG* old) noexcept override;
+    mapi::HRESULT DEFTMAPI_STDCALL SaveContentsSort(mapi::LPSSortOrderSet, ULONG) noexcept override;
+    mapi::HRESULT DEFTMAPI_STDCALL EmptyFolder(mapi::ULONG_PTR, mapi::LPMAPIPROGRESS, ULONG flags) noexcept override;
+
+    [[nodiscard]] bool Implements(const mapi::IID& iid) const noexcept override
+    {
+        return iid == mapi::IID_IMAPIFolder || iid == mapi::IID_IMAPIContainer || iid == mapi::IID_IMAPIProp;
+    }
+
+protected:
+    void Refresh() override;
+    const PropertyBag& Read() override { return FState.props; }
+    PropertyBag& Write() override { return FState.props; }
+    void Changed(std::span<const ULONG> ids) override;
+    std::optional<Prop> Computed(ULONG id) override { return FolderProperty(*FStore, FState, FWritable, id); }
+    std::vector<ULONG> ComputedTags() const override
+    {
+        const auto tags = FolderPropertyTags();
+        return {tags.begin(), tags.end()};
+    }
+    mapi::HRESULT CheckChange(ULONG tag, bool deleting) override;
+    TKwComPtr<mapi::IUnknown> OpenObject(ULONG tag, const mapi::IID& iid, ULONG options, ULONG flags) override;
+
+private:
+    /// The rows that the list names; entries that are no messages of this store are counted in `bad`.
+    [[nodiscard]] std::vector<std::int64_t> MessageRows(const mapi::ENTRYLIST* list, std::size_t& bad);
+    /// The row of a folder object handed in by the caller. @throws Failure  MAPI_E_NO_SUPPORT it belongs to another store
+    [[nodiscard]] std::int64_t DestinationRow(mapi::LPVOID destination, mapi::LPCIID iid);
+
+    std::int64_t FRow;
+    FolderRow FState;
+};
+
+} // namespace deftmapi::client

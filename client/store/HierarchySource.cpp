@@ -1,0 +1,93 @@
+// Rows of a hierarchy table: the folders below one folder, in the order of their names, parents before their children.
+#include "client/store/Folder.hpp"
+#include "client/table/Table.hpp"
+
+#include <algorithm>
+
+namespace deftmapi::client
+{
+namespace
+{
+
+const std::vector<ULONG> DefaultTags = {
+    tag::EntryId,      tag::InstanceKey,   tag::DisplayName, tag::FolderType,    tag::ContentCount, tag::ContentUnread,
+    tag::Subfolders,   tag::Depth,         tag::ObjectType,  tag::FolderStatus,  tag::ContainerClass, tag::Comment,
+    tag::ParentEntryId, tag::RecordKey,    tag::Access,      tag::AccessLevel,   tag::StoreEntryId,
+    tag::StoreRecordKey, tag::MappingSignature};
+
+class HierarchySource final : public RowSource
+{
+public:
+    HierarchySource(StorePtr store, std::int64_t folder, bool deep)
+        : FStore(std::move(store)), FFolder(folder), FDeep(deep)
+    {
+    }
+
+    std::recursive_mutex& Lock() override { return FStore->Lock(); }
+    std::int64_t Stamp(bool) override { return FStore->Db().Scalar("SELECT hierarchy FROM store"); }
+    std::vector<ULONG> DefaultColumns() override { return DefaultTags; }
+
+    void Scan(std::span<const ULONG> tags, const Visit& visit) override
+    {
+        FDepths.clear();
+        Props values;
+        Walk(FFolder, 1, tags, values, visit);
+    }
+
+    bool Fetch(RowKey key, std::span<const ULONG> tags, Props& values) override
+    {
+        FolderRow folder;
+        try {
+            folder = LoadFolder(*FStore, key);
+        } catch (const Failure& failure) {
+            if (failure.Code() != mapi::MAPI_E_NOT_FOUND)
+                throw;
+            return false;
+        }
+        values.clear();
+        for (const ULONG tag : tags) {
+            std::optional<Prop> value;
+            if (tag >> 16 == tag::Depth >> 16)
+                value = LongProp(tag::Depth, FDepths[key]);
+            else if (const Prop* stored = folder.props.Find(tag >> 16))
+                value = *stored;
+            else
+                value = FolderProperty(*FStore, folder, true, tag >> 16);
+            values.push_back(value ? std::move(*value) : ErrorProp(tag, mapi::MAPI_E_NOT_FOUND));
+        }
+        return true;
+    }
+
+private:
+    void Walk(std::int64_t parent, std::int64_t depth, std::span<const ULONG> tags, Props& values, const Visit& visit)
+    {
+        std::vector<std::int64_t> rows;
+        {
+            Query query = FStore->Db().Prepare("SELECT id FROM folders WHERE parent = ?1 ORDER BY name_key");
+            query.Bind(1, parent);
+            while (query.Step())
+                rows.push_back(query.Number(0));
+        }
+        for (const std::int64_t row : rows) {
+            FDepths[row] = depth;
+            if (Fetch(row, tags, values))
+                visit(row, values);
+            if (FDeep)
+                Walk(row, depth + 1, tags, values, visit);
+        }
+    }
+
+    StorePtr FStore;
+    std::int64_t FFolder;
+    bool FDeep;
+    std::unordered_map<RowKey, std::int64_t> FDepths;
+};
+
+} // namespace
+
+TKwComPtr<mapi::IMAPITable> OpenHierarchyTable(const StorePtr& store, std::int64_t folder, bool deep, bool unicode)
+{
+    return {new Table(std::make_shared<HierarchySource>(store, folder, deep), unicode)};
+}
+
+} // namespace deftmapi::client

@@ -1,0 +1,48 @@
+// Reading and writing messages in the database, and the list of properties that have columns of their own.
+#pragma once
+
+#include "client/store/MessageState.hpp"
+#include "client/store/StoreFile.hpp"
+
+namespace deftmapi::client
+{
+
+/// A property of messages that has a column in table messages.
+struct MessageColumn
+{
+    ULONG tag;
+    const char* name;
+};
+[[nodiscard]] std::span<const MessageColumn> MessageColumns();
+/// The column of the property, or null.
+[[nodiscard]] const MessageColumn* FindMessageColumn(ULONG id);
+/// Reads column number `index` of a running query as that property; nothing for NULL.
+[[nodiscard]] std::optional<Prop> ReadColumn(const Query& query, int index, const MessageColumn& column);
+
+/// @throws Failure  MAPI_E_NOT_FOUND there is no such message
+[[nodiscard]] MessageState LoadMessage(StoreFile& store, std::int64_t row);
+void LoadRecipients(StoreFile& store, MessageState& message);
+void LoadAttachments(StoreFile& store, MessageState& message);
+
+/// Writes what has changed of a message and everything inside it, in one transaction. Afterwards message.row and .version are
+/// those of the store, but the rest of the state must be loaded again.
+/// @throws Failure  MAPI_E_OBJECT_DELETED, MAPI_E_OBJECT_CHANGED (another user saved it meanwhile and `force` is not set)
+void SaveMessage(StoreFile& store, MessageState& message, bool force);
+/// Removes a message with its attachments and embedded messages. REQUIRES: a transaction is open.
+/// @returns false when there was no such message
+bool DeleteMessageRow(StoreFile& store, std::int64_t row);
+/// The message with everything in it in memory (large values stay where they are), as a new one for another folder.
+[[nodiscard]] MessageState CopyOfMessage(StoreFile& store, std::int64_t row, std::int64_t folder);
+
+/// What flags of SetReadFlag and SetReadFlags do to PR_MESSAGE_FLAGS. Receipts are not sent: there is no transport.
+struct ReadFlagChange
+{
+    explicit ReadFlagChange(ULONG flags);
+    [[nodiscard]] std::int64_t Apply(std::int64_t messageFlags) const { return (messageFlags & ~clear) | set; }
+    std::int64_t set = 0;
+    std::int64_t clear = 0;
+};
+/// Changes the flags of one message. REQUIRES: a transaction is open. @returns false when there is no such message
+bool SetReadFlagOf(StoreFile& store, std::int64_t row, const ReadFlagChange& change);
+
+} // namespace deftmapi::client
