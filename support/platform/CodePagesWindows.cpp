@@ -91,6 +91,23 @@ bool Encode(UINT codePage, WideView text, std::string& bytes, BOOL* lost)
     return ::WideCharToMultiByte(codePage, flags, source, length, bytes.data(), size, mark, lost) == size;
 }
 
+/// The text with every pair of surrogates that the code page lacks replaced: the system would put one mark per half.
+WideString WithoutLostPairs(UINT codePage, WideView text)
+{
+    WideString result;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const bool pair = (text[i] & 0xFC00) == 0xD800 && i + 1 < text.size() && (text[i + 1] & 0xFC00) == 0xDC00;
+        BOOL lost = FALSE;
+        std::string bytes;
+        if (pair && Encode(codePage, text.substr(i, 2), bytes, &lost) && lost != FALSE)
+            result.push_back(u'?');
+        else
+            result.append(text, i, pair ? 2 : 1);
+        i += pair ? 1 : 0;
+    }
+    return result;
+}
+
 /// GB18030 takes its own flag set: nothing is ever lost there but a lone surrogate.
 bool TakesNoDefaultCharacter(UINT codePage) noexcept
 {
@@ -124,10 +141,13 @@ bool WideToCodePage(unsigned codePage, WideView text, std::string& bytes, bool* 
         return true;
     BOOL lost = FALSE;
     if (!TakesNoDefaultCharacter(number)) {
-        const bool converted = Encode(number, text, bytes, &lost);
-        if (lossy != nullptr && lost != FALSE)
+        if (!Encode(number, text, bytes, &lost))
+            return false;
+        if (lost == FALSE)
+            return true;
+        if (lossy != nullptr)
             *lossy = true;
-        return converted;
+        return Encode(number, WithoutLostPairs(number, text), bytes, &lost);
     }
     if (!Encode(number, text, bytes, nullptr))
         return false;

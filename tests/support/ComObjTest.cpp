@@ -102,7 +102,8 @@ TEST_F(ComObjTest, CountsReferences)
     *Out(moved) = KwMake<TNode>(Log, "c").Detach(); // Out drops what was held, the callee's reference is adopted
     EXPECT_EQ(Log.Entries, (TEntries{"before a", "~a"}));
     EXPECT_EQ(moved->RefCount(), 1u);
-    moved = moved; // NOLINT: self-assignment is the point
+    const TKwRef<TNode>& same = moved;
+    moved = same;
     EXPECT_EQ(moved->RefCount(), 1u);
 }
 
