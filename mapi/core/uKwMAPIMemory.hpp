@@ -8,7 +8,9 @@
 #include "mapi/uKwMAPIInterfaces.hpp"
 #include "support/uKwExport.hpp"
 
+#include <memory>
 #include <span>
+#include <type_traits>
 #include <vector>
 
 namespace deftmapi
@@ -42,7 +44,7 @@ public:
     {}
     TKwMAPIOwner& operator=(TKwMAPIOwner&& other) noexcept
     {
-        if (this != &other) {
+        if (this != std::addressof(other)) {
             Reset();
             FWrapper = std::move(other.FWrapper);
             FBlock = std::exchange(other.FBlock, nullptr);
@@ -54,7 +56,7 @@ public:
 
     [[nodiscard]] T* Get() const noexcept { return FBlock; }
     T* operator->() const noexcept { return FBlock; }
-    T& operator*() const noexcept { return *FBlock; }
+    std::add_lvalue_reference_t<T> operator*() const noexcept { return *FBlock; }
     explicit operator bool() const noexcept { return FBlock != nullptr; }
 
     /// Frees the block, if any.

@@ -38,7 +38,7 @@ public:
     std::optional<mapi::HRESULT> Enter(const std::string& method, const std::string& arguments);
 
     /// The lines "SetProps(0x0037001F=\"x\")" in order, joined by line ends; the log is empty afterwards.
-    [[nodiscard]] std::string Take();
+    std::string Take();
     [[nodiscard]] const std::vector<std::string>& Lines() const noexcept { return FLines; }
     /// How many of the logged calls are calls of the method.
     [[nodiscard]] std::size_t Count(const std::string& method) const;
