@@ -8,13 +8,13 @@
 #include "client/formats/AsciiText.hpp"
 #include "client/formats/EncodedWords.hpp"
 #include "client/formats/MessageStart.hpp"
+#include "client/formats/ParseGuard.hpp"
 
 #include <gmime/gmime.h>
 
 #include <algorithm>
 #include <exception>
 #include <mutex>
-#include <unordered_set>
 #include <utility>
 
 namespace deftmapi::client::mime
@@ -28,7 +28,9 @@ constexpr auto sNoHeader = u"This is not a MIME message: its header cannot be re
 
 // Text without a declared character set is tried as these, in this order.
 const char* fallbackCharsets[] = {"utf-8", "windows-1252", nullptr};
-constexpr std::size_t maxBoundaryLine = 8 * 1024;
+// What the parser reads after the end of the text. Without it a text that ends inside a header line would lose its
+// whole header.
+constexpr std::string_view textEnd = "\n\n";
 constexpr std::int64_t secondsFrom1601To1970 = 11'644'473'600;
 constexpr std::int64_t ticksPerSecond = 10'000'000;
 
@@ -116,84 +118,19 @@ private:
     GMimeParserOptions* FOptions;
 };
 
-/// What the parser's stream shares with ParseMime: the source, the exception it threw, and the counts of the guard.
-class TParseGuard
+/// What the parser's stream shares with ParseMime.
+struct TParsing
 {
-public:
-    TParseGuard(TByteSource& source, TMimeState& state) : Source(source), FState(state) {}
-
-    /// A field went by. Boundaries are remembered so that Scan knows them.
-    void Field(const char* name, const char* value)
-    {
-        // Twice the limit, so that the limit itself is applied to the byte when the structure is copied.
-        if (++FFields > FState.Options.MaxHeaderFields * 2 + 100)
-            Stop(mdHeaderLimit);
-        if (!SameAscii(name, "content-type"))
-            return;
-        const TObject<GMimeContentType> type(g_mime_content_type_parse(nullptr, value));
-        const char* boundary = type ? g_mime_content_type_get_parameter(type.get(), "boundary") : nullptr;
-        if (boundary != nullptr && FBoundaries.size() < FState.Options.MaxParts)
-            FBoundaries.insert(boundary);
-    }
-
-    /// The parser reads the piece at `offset`. Counts the boundary lines in it.
-    void Scan(std::uint64_t offset, std::string_view bytes)
-    {
-        if (offset != FScanned || FBoundaries.empty()) {
-            FScanned = std::max(FScanned, offset + bytes.size());
-            return;
-        }
-        FScanned += bytes.size();
-        for (const char c : bytes) {
-            if (c == '\n') {
-                if (IsBoundary() && ++FParts > FState.Options.MaxParts * 2 + 100)
-                    Stop(mdPartLimit);
-                FLine.clear();
-                FSkipLine = false;
-            } else if (!FSkipLine) {
-                FLine.push_back(c);
-                FSkipLine = (FLine.size() <= 2 && c != '-') || FLine.size() > maxBoundaryLine;
-            }
-        }
-    }
-
-    [[nodiscard]] bool Stopped() const noexcept { return FStopped; }
-
     TByteSource& Source;
-    std::exception_ptr Failure;
-
-private:
-    void Stop(TMimeDamage damage) noexcept
-    {
-        FStopped = true;
-        FState.Damage |= damage;
-    }
-    bool IsBoundary() const
-    {
-        std::string_view line = TrimAscii(FLine);
-        if (FSkipLine || line.size() < 3)
-            return false;
-        line.remove_prefix(2);
-        if (FBoundaries.contains(std::string(line)))
-            return true;
-        return line.ends_with("--") && FBoundaries.contains(std::string(line.substr(0, line.size() - 2)));
-    }
-
-    TMimeState& FState;
-    std::unordered_set<std::string> FBoundaries;
-    std::string FLine;
-    bool FSkipLine = false;
-    std::uint64_t FScanned = 0;
-    std::size_t FParts = 0;
-    std::size_t FFields = 0;
-    bool FStopped = false;
+    TParseGuard Guard;
+    std::exception_ptr Failure; ///< what the source threw: exceptions cannot pass through the library
 };
 
 // A GMimeStream over a byte source. Positions are those of the source, as in the library's own streams on files.
 struct TSourceStream
 {
     GMimeStream Base;
-    TParseGuard* Guard;
+    TParsing* Parsing;
 };
 struct TSourceStreamClass
 {
@@ -204,26 +141,41 @@ TSourceStream& Self(GMimeStream* stream)
 {
     return *reinterpret_cast<TSourceStream*>(stream);
 }
+/// Where the text ends: at its end, or where the guard stopped the reading.
+std::uint64_t RealEnd(const TParsing& parsing)
+{
+    const std::uint64_t size = parsing.Source.Size();
+    return parsing.Guard.Stopped() ? std::min(size, parsing.Guard.Scanned()) : size;
+}
 gint64 EndOf(GMimeStream* stream)
 {
-    return stream->bound_end != -1 ? stream->bound_end : static_cast<gint64>(Self(stream).Guard->Source.Size());
+    return stream->bound_end != -1 ? stream->bound_end
+                                   : static_cast<gint64>(RealEnd(*Self(stream).Parsing) + textEnd.size());
 }
 
 ssize_t SourceRead(GMimeStream* stream, char* buffer, size_t size)
 {
-    TParseGuard& guard = *Self(stream).Guard;
+    TParsing& parsing = *Self(stream).Parsing;
     const gint64 end = EndOf(stream);
-    if (stream->position >= end || guard.Stopped() || guard.Failure)
-        return guard.Failure ? -1 : 0;
+    if (stream->position >= end || parsing.Failure)
+        return parsing.Failure ? -1 : 0;
     try {
         const auto offset = static_cast<std::uint64_t>(stream->position);
-        const std::size_t wanted = std::min(size, static_cast<std::size_t>(end - stream->position));
-        const std::size_t got = guard.Source.Read(offset, std::span(buffer, wanted));
-        guard.Scan(offset, std::string_view(buffer, got));
+        const std::uint64_t realEnd = RealEnd(parsing);
+        std::size_t got = 0;
+        if (offset < realEnd) {
+            const std::size_t wanted = std::min(
+                {size, static_cast<std::size_t>(end - stream->position), static_cast<std::size_t>(realEnd - offset)});
+            got = parsing.Source.Read(offset, std::span(buffer, wanted));
+            parsing.Guard.Scan(offset, std::string_view(buffer, got));
+        } else {
+            got = textEnd.copy(buffer, std::min(size, static_cast<std::size_t>(end - stream->position)),
+                               static_cast<std::size_t>(offset - realEnd));
+        }
         stream->position += static_cast<gint64>(got);
         return static_cast<ssize_t>(got);
     } catch (...) {
-        guard.Failure = std::current_exception();
+        parsing.Failure = std::current_exception();
         return -1;
     }
 }
@@ -237,8 +189,7 @@ int SourceDone(GMimeStream*)
 }
 gboolean SourceEos(GMimeStream* stream)
 {
-    const TParseGuard& guard = *Self(stream).Guard;
-    return stream->position >= EndOf(stream) || guard.Stopped() || guard.Failure;
+    return stream->position >= EndOf(stream) || Self(stream).Parsing->Failure;
 }
 int SourceReset(GMimeStream* stream)
 {
@@ -264,10 +215,10 @@ gint64 SourceLength(GMimeStream* stream)
 {
     return EndOf(stream) - stream->bound_start;
 }
-GMimeStream* NewSourceStream(TParseGuard& guard, gint64 start, gint64 end);
+GMimeStream* NewSourceStream(TParsing& parsing, gint64 start, gint64 end);
 GMimeStream* SourceSubstream(GMimeStream* stream, gint64 start, gint64 end)
 {
-    return NewSourceStream(*Self(stream).Guard, start, end);
+    return NewSourceStream(*Self(stream).Parsing, start, end);
 }
 
 void InitSourceClass(gpointer cls, gpointer)
@@ -300,21 +251,26 @@ GType SourceStreamType()
     return type;
 }
 
-GMimeStream* NewSourceStream(TParseGuard& guard, gint64 start, gint64 end)
+GMimeStream* NewSourceStream(TParsing& parsing, gint64 start, gint64 end)
 {
     auto* stream = static_cast<TSourceStream*>(g_object_new(SourceStreamType(), nullptr));
-    stream->Guard = &guard;
+    stream->Parsing = &parsing;
     g_mime_stream_construct(&stream->Base, start, end);
     return &stream->Base;
 }
 
-void NoteField(GMimeParser*, const char* name, const char* value, gint64, gpointer guard)
+void NoteField(GMimeParser*, const char* name, const char* value, gint64, gpointer data)
 {
-    auto& self = *static_cast<TParseGuard*>(guard);
+    auto& parsing = *static_cast<TParsing*>(data);
     try {
-        self.Field(name, value);
+        parsing.Guard.CountField();
+        if (!SameAscii(name, "content-type"))
+            return;
+        const TObject<GMimeContentType> type(g_mime_content_type_parse(nullptr, value));
+        if (const char* boundary = type ? g_mime_content_type_get_parameter(type.get(), "boundary") : nullptr)
+            parsing.Guard.AddBoundary(boundary);
     } catch (...) {
-        self.Failure = std::current_exception();
+        parsing.Failure = std::current_exception();
     }
 }
 
@@ -339,7 +295,8 @@ std::string_view WithoutLineEnd(std::string_view text)
 class TTreeBuilder
 {
 public:
-    explicit TTreeBuilder(TMimeState& state) : FState(state) {}
+    /// @param end  where the real text ends
+    TTreeBuilder(TMimeState& state, std::uint64_t end) : FState(state), FEnd(end) {}
 
     /// @param level  levels used, this message included
     std::unique_ptr<TMimeMessage> Message(GMimeMessage* source, std::size_t level)
@@ -469,6 +426,8 @@ private:
             part.Subtype = "plain";
             part.TransferEncoding.clear();
             part.Preamble = Text(g_mime_multipart_get_prologue(source));
+            if (part.Preamble.ends_with(textEnd))
+                part.Preamble.resize(part.Preamble.size() - textEnd.size());
             FState.Damage |= mdMultipart;
         }
     }
@@ -492,11 +451,12 @@ private:
             return;
         if (!G_TYPE_CHECK_INSTANCE_TYPE(stream, SourceStreamType()))
             Fail(mapi::MAPI_E_CALL_FAILED, sNoContent);
-        part.Begin = static_cast<std::uint64_t>(stream->bound_start);
-        part.End = std::max(part.Begin, static_cast<std::uint64_t>(EndOf(stream)));
+        part.Begin = std::min(static_cast<std::uint64_t>(stream->bound_start), FEnd);
+        part.End = std::clamp(static_cast<std::uint64_t>(EndOf(stream)), part.Begin, FEnd);
     }
 
     TMimeState& FState;
+    std::uint64_t FEnd;
 };
 
 void AppendAddresses(InternetAddressList* list, std::vector<TMimeAddress>& result)
@@ -526,26 +486,21 @@ const std::string* TMimeMessage::Field(std::string_view name) const noexcept
 std::unique_ptr<TMimeMessage> ParseMime(TByteSource& source, TMimeState& state, std::size_t depth)
 {
     Initialise();
-    const bool truncatedBefore = (state.Damage & mdTruncated) != 0;
+
     const std::uint64_t start = FindMessageStart(source, state);
-    TParseGuard guard(source, state);
+    TParsing parsing{source, TParseGuard(state, start), nullptr};
     const TParserOptions options(state.Damage);
-    const TObject<GMimeStream> stream(NewSourceStream(guard, static_cast<gint64>(start), -1));
+    const TObject<GMimeStream> stream(NewSourceStream(parsing, static_cast<gint64>(start), -1));
     const TObject<GMimeParser> parser(g_mime_parser_new_with_stream(stream.get()));
     g_mime_parser_set_persist_stream(parser.get(), TRUE);
-    g_mime_parser_set_header_regex(parser.get(), ".", NoteField, &guard);
+    g_mime_parser_set_header_regex(parser.get(), ".", NoteField, &parsing);
 
     const TObject<GMimeMessage> message(g_mime_parser_construct_message(parser.get(), options.Get()));
-    if (guard.Failure)
-        std::rethrow_exception(guard.Failure);
+    if (parsing.Failure)
+        std::rethrow_exception(parsing.Failure);
     if (!message)
         Fail(mapi::MAPI_E_CORRUPT_DATA, sNoHeader);
-    auto result = TTreeBuilder(state).Message(message.get(), depth + 1);
-    // A header that ends with the text is a message without a body, not half a message.
-    const TMimePart* body = result->Body.get();
-    if (!truncatedBefore && (body == nullptr || (body->Kind == TMimePart::TKind::Leaf && body->Begin == body->End)))
-        state.Damage &= ~mdTruncated;
-    return result;
+    return TTreeBuilder(state, RealEnd(parsing)).Message(message.get(), depth + 1);
 }
 
 std::string DecodeHeaderText(const std::string& raw, TMimeState& state)
