@@ -1,6 +1,7 @@
-// The road from the search to an initialised thread with the real client library, on the real platform.
+// The road from the search to an initialised thread with real client libraries, on the real platform.
 #include "mapi/core/uKwMAPIH.hpp"
 #include "mapi/core/uKwMAPILib.hpp"
+#include "mapi/core/uKwMAPIxH.hpp"
 
 #include <gtest/gtest.h>
 
@@ -39,6 +40,27 @@ TEST(LibraryClient, IsFoundLoadedAndInitialised)
     MAPIFreeBuffer(nullptr);
     KwMAPIUninitialize(false);
     EXPECT_EQ(KwMAPIModule(), nullptr);
+}
+
+TEST(LibraryClient, TheSystemsOwnLibraryExportsWhatIsAskedFor)
+{
+    WideString fileName = u"MAPI32.dll";
+    WideString reason;
+    const TKwModule module = KwSystemPlatform().LoadModule(fileName, reason);
+    if (module == nullptr)
+        GTEST_SKIP() << "this system has no MAPI library of its own";
+    KwSystemPlatform().FreeModule(module);
+
+    bool isExtendedMAPI = false;
+    KwLoadMAPIDLL(fileName, isExtendedMAPI, false);
+    EXPECT_TRUE(isExtendedMAPI);
+    void* block = nullptr;
+    MAPIAllocateBuffer(100, &block);
+    EXPECT_NE(block, nullptr);
+    MAPIFreeBuffer(block);
+    FreeProws(nullptr);
+    FreePadrlist(nullptr);
+    KwUnloadDLL();
 }
 
 } // namespace
