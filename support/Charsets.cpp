@@ -175,11 +175,13 @@ unsigned TKwEncoding::CodePageOfCharset(std::string_view name) noexcept
     if (it != std::end(charsets) && it->Name == key)
         return it->CodePage;
 
-    // Families: the parts of ISO 8859 are code pages 28590 + part; "iso88598i" and "…e" name the reading order, and the
-    // year of the standard ("ISO_8859-1:1987") does not matter.
+    // Families: the parts of ISO 8859 are code pages 28590 + part; the year of the standard ("ISO_8859-1:1987") does
+    // not matter. Hebrew has a second number for text in logical order ("-i").
+    if (key == "iso88598i")
+        return 38598;
     if (key.substr(0, 7) == "iso8859") {
         key.remove_prefix(7);
-        if (!key.empty() && (key.back() == 'i' || key.back() == 'e'))
+        if (key == "8e")
             key.remove_suffix(1);
         if (key.size() > 4)
             key.remove_suffix(4);

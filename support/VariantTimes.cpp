@@ -214,8 +214,8 @@ TKwFileTime KwIsoToFileTime(WideView text)
     const std::int64_t days = DaysFromCivil(year, month, day);
     const std::int64_t total =
         days * static_cast<std::int64_t>(secondsPerDay) + static_cast<std::int64_t>(seconds) - zone;
-    constexpr std::uint64_t mostSeconds = std::numeric_limits<std::uint64_t>::max() / ticksPerSecond;
-    if (total < 0 || static_cast<std::uint64_t>(total) >= mostSeconds)
+    constexpr std::uint64_t mostTicks = std::numeric_limits<std::uint64_t>::max();
+    if (total < 0 || static_cast<std::uint64_t>(total) > (mostTicks - fraction) / ticksPerSecond)
         RaiseOutOfRange();
     return {static_cast<std::uint64_t>(total) * ticksPerSecond + fraction};
 }

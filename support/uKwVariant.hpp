@@ -123,8 +123,12 @@ public:
 
     // Conversions. Numbers convert to each other (with a range check), to and from their decimal text, Booleans are 0
     // and -1 (any number but 0 is true; "True"/"False" as text); dates and file times convert to each other and to ISO
-    // 8601 text; 8-bit text converts through the system ANSI code page. Empty converts to 0, "" and false.
-    /// @throws EKwConvertError  the value is Null or of a kind that does not convert, or is out of range
+    // 8601 text, and a date is its number of days as a number; 8-bit text converts through the system ANSI code page.
+    // Empty converts to 0, "" and false. Halves round to the even neighbour; decimal texts are the shortest that read
+    // back as the same number, with a point whatever the locale.
+    /// @throws EKwConvertError  0x80020005: the value is Null or of a kind or text that does not convert; 0x8002000A:
+    /// it is
+    ///                          out of range
     [[nodiscard]] std::int32_t AsInteger() const;
     [[nodiscard]] std::int64_t AsLargeInteger() const;
     [[nodiscard]] double AsFloat() const;
@@ -140,8 +144,9 @@ public:
     [[nodiscard]] Array AsArray() const;
 
     /// Variant equality: numbers by value whatever their kind, texts by code units (8-bit text converted), Empty equals
-    /// Empty and Null equals Null, arrays element-wise, bytes byte-wise. Values that do not convert to each other
-    /// differ.
+    /// Empty and Null equals Null, arrays element-wise, bytes byte-wise. A text equals a number,
+    /// Boolean or time that it spells, and a date equals a file time that it cannot tell apart. Values that do not
+    /// convert to each other differ; Empty and Null differ from each other and from everything else.
     friend DEFTMAPI_API bool operator==(const TKwVariant& a, const TKwVariant& b) noexcept;
 
 private:
@@ -150,13 +155,18 @@ private:
         FValue;
 };
 
-/// File time to date and back. Both are UTC; a date outside 1601 to 30827 raises EKwConvertError.
+/// File time to date. Both are UTC. A date keeps milliseconds; the sub-millisecond part of a file time does not survive
+/// the way there and back.
 [[nodiscard]] DEFTMAPI_API TKwDate KwFileTimeToDate(TKwFileTime time) noexcept;
+/// Date to file time, rounded to milliseconds. @throws EKwConvertError  the year is not one of 1601 to 30827
 [[nodiscard]] DEFTMAPI_API TKwFileTime KwDateToFileTime(TKwDate date);
-/// "2024-01-31T10:20:30Z", with ".1234567" before the Z only when the fraction is not zero; and its parser (date alone
-/// allowed).
+/// "2024-01-31T10:20:30Z", with ".1234567" before the Z only when the fraction is not zero. Years past 9999 have five
+/// digits.
 [[nodiscard]] DEFTMAPI_API WideString KwFileTimeToIso(TKwFileTime time);
-/// @throws EKwConvertError  the text is no ISO 8601 date or date-time
+/// Parses that form: also a date alone, a blank for the T, no seconds, any number of fraction digits (cut off after the
+/// seventh), and an offset from UTC instead of the Z; without either the time is UTC.
+/// @throws EKwConvertError  0x80020005: the text is no ISO 8601 date or date-time; 0x8002000A: before 1601 or past the
+/// last tick
 [[nodiscard]] DEFTMAPI_API TKwFileTime KwIsoToFileTime(WideView text);
 
 } // namespace deftmapi

@@ -64,6 +64,9 @@ TEST(VariantTimeTest, IsoTextRoundTrips)
 {
     for (std::uint64_t ticks = 3; ticks < 18'000'000'000'000'000'000u; ticks += 87'654'321'987'654'321)
         ASSERT_EQ(KwIsoToFileTime(KwFileTimeToIso({ticks})), (TKwFileTime{ticks}));
+    const TKwFileTime last{std::numeric_limits<std::uint64_t>::max()};
+    EXPECT_EQ(KwIsoToFileTime(KwFileTimeToIso(last)), last);
+    EXPECT_THROW(static_cast<void>(KwIsoToFileTime(u"60056-05-28T05:36:10.9551616Z")), EKwConvertError);
     // Every day of two leap cycles has its own number.
     TKwFileTime time = KwIsoToFileTime(u"1999-12-31");
     for (int day = 0; day < 3000; ++day, time.Ticks += 86400 * second)
