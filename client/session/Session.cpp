@@ -1,0 +1,391 @@
+#include "client/session/Session.hpp"
+
+#include "client/entry/ComObject.hpp"
+#include "client/entry/Guard.hpp"
+#include "client/session/ServiceAdmin.hpp"
+#include "client/store/StoreObjects.hpp"
+#include "client/table/MemorySource.hpp"
+#include "client/table/Table.hpp"
+
+#include <algorithm>
+#include <map>
+
+namespace deftmapi::client
+{
+namespace
+{
+
+constexpr auto sNoDefault = u"There is no default profile.";
+constexpr auto sNoProfileName = u"No profile was named, and there is nobody to ask: the client shows no dialogs.";
+constexpr auto sEnded = u"The session has been logged off.";
+constexpr auto sNoStore = u"The profile has no message store of this entry identifier.";
+constexpr auto sReplaced = u"The file of the message store holds another store now.";
+constexpr auto sUnknownProvider = u"No provider of the profile knows the entry identifier.";
+constexpr auto sNotAStore = u"The entry identifier does not name a message store.";
+constexpr auto sNoAddressBook = u"There is no address book.";
+constexpr auto sNoSections = u"Profiles have no sections.";
+constexpr auto sNoStatus = u"There is no status table.";
+constexpr auto sNoOptions = u"There is no transport that has message options.";
+constexpr auto sNoIdentity = u"No message service of the profile supplies an identity.";
+constexpr auto sNoForms = u"The client shows no forms.";
+constexpr auto sNoEvents = u"The session tells only of its own end and of critical errors.";
+constexpr auto sNoConnection = u"There is no notification of this connection number.";
+constexpr auto sNoRole = u"A store can only be made the default store of its profile.";
+
+constexpr ULONG LogonFlags = mapi::MAPI_ALLOW_OTHERS | mapi::MAPI_APP_PROFILE | mapi::MAPI_BG_SESSION |
+                             mapi::MAPI_EXPLICIT_PROFILE | mapi::MAPI_EXTENDED | mapi::MAPI_FORCE_DOWNLOAD |
+                             mapi::MAPI_LOGON_UI | mapi::MAPI_NEW_SESSION | mapi::MAPI_NO_MAIL | mapi::MAPI_NT_SERVICE |
+                             mapi::MAPI_PASSWORD_UI | mapi::MAPI_SERVICE_UI_ALWAYS | mapi::MAPI_TIMEOUT_SHORT |
+                             mapi::MAPI_UNICODE | mapi::MAPI_USE_DEFAULT;
+constexpr ULONG OpenStoreFlags = mapi::MAPI_BEST_ACCESS | mapi::MAPI_DEFERRED_ERRORS | mapi::MDB_NO_DIALOG |
+                                 mapi::MDB_NO_MAIL | mapi::MDB_TEMPORARY | mapi::MDB_WRITE | mapi::MDB_ONLINE;
+constexpr ULONG OpenEntryFlags = mapi::MAPI_BEST_ACCESS | mapi::MAPI_DEFERRED_ERRORS | mapi::MAPI_MODIFY |
+                                 mapi::MAPI_CACHE_ONLY | mapi::MAPI_NO_CACHE;
+
+constexpr ULONG StoreColumns[] = {tag::InstanceKey,   tag::EntryId,      tag::RecordKey,   tag::ObjectType,
+                                  tag::DisplayName,   tag::DefaultStore, tag::MdbProvider, tag::ProviderDisplay,
+                                  tag::ResourceFlags, tag::ResourceType, tag::ServiceUid,  tag::ProviderUid};
+
+std::span<const std::uint8_t> Span(ULONG size, const mapi::ENTRYID* id)
+{
+    return {reinterpret_cast<const std::uint8_t*>(id), id ? size : 0};
+}
+
+class Session final : public ComObject<mapi::IMAPISession>
+{
+public:
+    Session(ProfilesPtr profiles, ProfileId profile) : FProfiles(std::move(profiles)), FProfile(profile)
+    {
+        FServices = FProfiles->Services(FProfile);
+    }
+
+    [[nodiscard]] bool Implements(const mapi::IID& iid) const noexcept override
+    {
+        return iid == mapi::IID_IMAPISession;
+    }
+
+    mapi::HRESULT DEFTMAPI_STDCALL GetLastError(mapi::HRESULT code, ULONG flags,
+                                                mapi::LPMAPIERROR* error) noexcept override
+    {
+        return FLast.Get(code, flags, error);
+    }
+    mapi::HRESULT DEFTMAPI_STDCALL GetMsgStoresTable(ULONG flags, mapi::LPMAPITABLE* table) noexcept override;
+    mapi::HRESULT DEFTMAPI_STDCALL OpenMsgStore(mapi::ULONG_PTR, ULONG size, mapi::LPENTRYID id, mapi::LPCIID iid,
+                                                ULONG flags, mapi::LPMDB* store) noexcept override;
+    mapi::HRESULT DEFTMAPI_STDCALL OpenAddressBook(mapi::ULONG_PTR, mapi::LPCIID, ULONG,
+                                                   mapi::LPADRBOOK* book) noexcept override
+    {
+        return NoSupport(sNoAddressBook, book);
+    }
+    mapi::HRESULT DEFTMAPI_STDCALL OpenProfileSection(mapi::LPMAPIUID, mapi::LPCIID, ULONG,
+                                                      mapi::LPPROFSECT* section) noexcept override
+    {
+        return NoSupport(sNoSections, section);
+    }
+    mapi::HRESULT DEFTMAPI_STDCALL GetStatusTable(ULONG, mapi::LPMAPITABLE* table) noexcept override
+    {
+        return NoSupport(sNoStatus, table);
+    }
+    mapi::HRESULT DEFTMAPI_STDCALL OpenEntry(ULONG size, mapi::LPENTRYID id, mapi::LPCIID iid, ULONG flags, ULONG* type,
+                                             mapi::LPUNKNOWN* object) noexcept override;
+    mapi::HRESULT DEFTMAPI_STDCALL CompareEntryIDs(ULONG size1, mapi::LPENTRYID id1, ULONG size2, mapi::LPENTRYID id2,
+                                                   ULONG flags, ULONG* result) noexcept override;
+    mapi::HRESULT DEFTMAPI_STDCALL Advise(ULONG size, mapi::LPENTRYID id, ULONG mask, mapi::LPMAPIADVISESINK sink,
+                                          mapi::ULONG_PTR* connection) noexcept override;
+    mapi::HRESULT DEFTMAPI_STDCALL Unadvise(mapi::ULONG_PTR connection) noexcept override;
+    mapi::HRESULT DEFTMAPI_STDCALL MessageOptions(mapi::ULONG_PTR, ULONG, mapi::LPTSTR,
+                                                  mapi::LPMESSAGE) noexcept override
+    {
+        return NoSupport(sNoOptions);
+    }
+    mapi::HRESULT DEFTMAPI_STDCALL QueryDefaultMessageOpt(mapi::LPTSTR, ULONG, ULONG* count,
+                                                          mapi::LPSPropValue* options) noexcept override
+    {
+        if (count)
+            *count = 0;
+        return NoSupport(sNoOptions, options);
+    }
+    mapi::HRESULT DEFTMAPI_STDCALL EnumAdrTypes(ULONG flags, ULONG* count, mapi::LPTSTR** types) noexcept override
+    {
+        return Run([&] {
+            Require(count, u"lpcAdrTypes");
+            Require(types, u"lpppszAdrTypes");
+            *count = 0; // the types that the active transports deliver to; there is no transport
+            *types = nullptr;
+            RequireFlags(flags, mapi::MAPI_UNICODE);
+        });
+    }
+    mapi::HRESULT DEFTMAPI_STDCALL QueryIdentity(ULONG* size, mapi::LPENTRYID* id) noexcept override
+    {
+        return Run([&] {
+            Require(size, u"lpcbEntryID");
+            Require(id, u"lppEntryID");
+            *size = 0;
+            *id = nullptr;
+            Fail(mapi::MAPI_E_NOT_FOUND, sNoIdentity);
+        });
+    }
+    mapi::HRESULT DEFTMAPI_STDCALL Logoff(mapi::ULONG_PTR, ULONG flags, ULONG reserved) noexcept override;
+    mapi::HRESULT DEFTMAPI_STDCALL SetDefaultStore(ULONG flags, ULONG size, mapi::LPENTRYID id) noexcept override;
+    mapi::HRESULT DEFTMAPI_STDCALL AdminServices(ULONG flags, mapi::LPSERVICEADMIN* admin) noexcept override
+    {
+        return Run([&] {
+            Require(admin, u"lppServiceAdmin");
+            *admin = nullptr;
+            RequireFlags(flags, mapi::MAPI_UNICODE);
+            *admin = NewServiceAdmin(FProfiles, FProfile).Detach();
+        });
+    }
+    mapi::HRESULT DEFTMAPI_STDCALL ShowForm(mapi::ULONG_PTR, mapi::LPMDB, mapi::LPMAPIFOLDER, mapi::LPCIID,
+                                            mapi::ULONG_PTR, mapi::LPMESSAGE, ULONG, ULONG, ULONG, ULONG,
+                                            mapi::LPSTR) noexcept override
+    {
+        return NoSupport(sNoForms);
+    }
+    mapi::HRESULT DEFTMAPI_STDCALL PrepareForm(mapi::LPCIID, mapi::LPMESSAGE, mapi::ULONG_PTR* token) noexcept override
+    {
+        if (token)
+            *token = 0;
+        return NoSupport(sNoForms);
+    }
+
+private:
+    struct Connection
+    {
+        ULONG mask;
+        TKwComPtr<mapi::IMAPIAdviseSink> sink;
+    };
+    using Connections = std::map<mapi::ULONG_PTR, Connection>;
+
+    template <typename Body>
+    mapi::HRESULT Run(Body&& body) noexcept
+    {
+        const std::lock_guard lock(FLock);
+        return Guard(FLast, [&] {
+            if (FEnded)
+                Fail(mapi::MAPI_E_INVALID_OBJECT, sEnded);
+            return body();
+        });
+    }
+    mapi::HRESULT NoSupport(WideView text) noexcept
+    {
+        return Run([&] { Fail(mapi::MAPI_E_NO_SUPPORT, text); });
+    }
+    template <typename T>
+    mapi::HRESULT NoSupport(WideView text, T** object) noexcept
+    {
+        if (object)
+            *object = nullptr;
+        return NoSupport(text);
+    }
+
+    /// The services as they are now; after the profile was deleted those that it had.
+    const std::vector<StoreService>& Services();
+    [[nodiscard]] const StoreService& ServiceOf(const Uid& store);
+    [[nodiscard]] StorePtr OpenFile(const StoreService& service);
+
+    std::recursive_mutex FLock;
+    ProfilesPtr FProfiles;
+    ProfileId FProfile;
+    std::vector<StoreService> FServices;
+    std::map<Bytes, StorePtr> FStores; // one connection per store for all objects of the session
+    Connections FConnections;
+    mapi::ULONG_PTR FNextConnection = 1;
+    bool FEnded = false;
+    LastError FLast;
+};
+
+const std::vector<StoreService>& Session::Services()
+{
+    try {
+        FServices = FProfiles->Services(FProfile);
+    } catch (const Failure& failure) {
+        if (failure.Code() != mapi::MAPI_E_NOT_FOUND)
+            throw;
+    }
+    return FServices;
+}
+
+const StoreService& Session::ServiceOf(const Uid& store)
+{
+    for (const StoreService& service : Services()) {
+        if (service.store && service.store->uid == store)
+            return service;
+    }
+    Fail(mapi::MAPI_E_NOT_FOUND, sNoStore);
+}
+
+StorePtr Session::OpenFile(const StoreService& service)
+{
+    StorePtr& store = FStores[ToBytes(service.store->uid)];
+    if (!store) {
+        StorePtr opened = StoreFile::Open(service.store->file);
+        if (opened->Id() != service.store->uid)
+            Fail(mapi::MAPI_E_NOT_FOUND, sReplaced);
+        store = std::move(opened);
+    }
+    return store;
+}
+
+mapi::HRESULT Session::GetMsgStoresTable(ULONG flags, mapi::LPMAPITABLE* table) noexcept
+{
+    return Run([&] {
+        Require(table, u"lppTable");
+        *table = nullptr;
+        RequireFlags(flags, mapi::MAPI_UNICODE);
+        std::vector<Props> rows;
+        for (const StoreService& service : Services()) {
+            if (!service.store)
+                continue;
+            const auto* raw = reinterpret_cast<const std::uint8_t*>(&service.row);
+            const ULONG resource =
+                mapi::STATUS_NO_PRIMARY_IDENTITY | (service.isDefault ? mapi::STATUS_DEFAULT_STORE : 0);
+            rows.push_back(
+                {BinaryProp(tag::InstanceKey, Bytes(raw, raw + sizeof service.row)),
+                 BinaryProp(tag::EntryId, MakeEntryId({service.store->uid, EntryKind::Store, 0})),
+                 BinaryProp(tag::RecordKey, ToBytes(service.store->uid)), LongProp(tag::ObjectType, mapi::MAPI_STORE),
+                 TextProp(tag::DisplayName, service.store->displayName), LongProp(tag::DefaultStore, service.isDefault),
+                 BinaryProp(tag::MdbProvider, ToBytes(ProviderUniqueId)),
+                 TextProp(tag::ProviderDisplay, StoreServiceDisplay), LongProp(tag::ResourceFlags, resource),
+                 LongProp(tag::ResourceType, mapi::MAPI_STORE_PROVIDER),
+                 BinaryProp(tag::ServiceUid, ToBytes(service.service)),
+                 BinaryProp(tag::ProviderUid, ToBytes(service.provider))});
+        }
+        auto source = std::make_shared<MemorySource>(
+            std::vector<ULONG>(std::begin(StoreColumns), std::end(StoreColumns)), std::move(rows));
+        const bool unicode = (flags & mapi::MAPI_UNICODE) != 0;
+        *table = TKwComPtr<mapi::IMAPITable>(new Table(std::move(source), unicode)).Detach();
+    });
+}
+
+mapi::HRESULT Session::OpenMsgStore(mapi::ULONG_PTR, ULONG size, mapi::LPENTRYID id, mapi::LPCIID iid, ULONG flags,
+                                    mapi::LPMDB* store) noexcept
+{
+    return Run([&] {
+        Require(store, u"lppMDB");
+        *store = nullptr;
+        RequireFlags(flags, OpenStoreFlags);
+        const EntryReference entry = RequireEntryId(size, id);
+        if (entry.kind != EntryKind::Store)
+            Fail(mapi::MAPI_E_INVALID_ENTRYID, sNotAStore);
+        RequireInterface(iid, {&mapi::IID_IMsgStore, &mapi::IID_IMAPIProp});
+        const StoreService& service = ServiceOf(entry.store);
+        const StorePtr file = OpenFile(service);
+        const bool writable = (flags & (mapi::MDB_WRITE | mapi::MAPI_BEST_ACCESS)) != 0;
+        const std::lock_guard lock(file->Lock());
+        *store = OpenStoreObject(file, writable, service.isDefault).Detach();
+    });
+}
+
+mapi::HRESULT Session::OpenEntry(ULONG size, mapi::LPENTRYID id, mapi::LPCIID iid, ULONG flags, ULONG* type,
+                                 mapi::LPUNKNOWN* object) noexcept
+{
+    return Run([&] {
+        Require(type, u"lpulObjType");
+        Require(object, u"lppUnk");
+        *type = 0;
+        *object = nullptr;
+        RequireFlags(flags, OpenEntryFlags);
+        if (!id || size == 0)
+            Fail(mapi::MAPI_E_INVALID_ENTRYID, sUnknownProvider);
+        const auto entry = ParseEntryId(Span(size, id));
+        if (!entry)
+            Fail(mapi::MAPI_E_UNKNOWN_ENTRYID, sUnknownProvider);
+        const StoreService& service = ServiceOf(entry->store);
+        const StorePtr file = OpenFile(service);
+        const std::lock_guard lock(file->Lock());
+        ULONG found = mapi::MAPI_STORE;
+        if (entry->kind == EntryKind::Store) {
+            RequireInterface(iid, {&mapi::IID_IMsgStore, &mapi::IID_IMAPIProp});
+            const bool writable = (flags & (mapi::MAPI_MODIFY | mapi::MAPI_BEST_ACCESS)) != 0;
+            *object = OpenStoreObject(file, writable, service.isDefault).Detach();
+        } else {
+            *object = OpenStoreEntry(file, true, size, id, iid, flags, &found).Detach();
+        }
+        *type = found;
+    });
+}
+
+mapi::HRESULT Session::CompareEntryIDs(ULONG size1, mapi::LPENTRYID id1, ULONG size2, mapi::LPENTRYID id2, ULONG flags,
+                                       ULONG* result) noexcept
+{
+    return Run([&] {
+        Require(result, u"lpulResult");
+        *result = 0;
+        RequireFlags(flags, 0);
+        const auto first = ParseEntryId(Span(size1, id1));
+        const auto second = ParseEntryId(Span(size2, id2));
+        if (!first && !second)
+            Fail(mapi::MAPI_E_UNKNOWN_ENTRYID, sUnknownProvider);
+        *result = first && second && *first == *second;
+    });
+}
+
+mapi::HRESULT Session::Advise(ULONG size, mapi::LPENTRYID id, ULONG mask, mapi::LPMAPIADVISESINK sink,
+                              mapi::ULONG_PTR* connection) noexcept
+{
+    return Run([&] {
+        Require(connection, u"lpulConnection");
+        *connection = 0;
+        Require(sink, u"lpAdviseSink");
+        if (id || size || mask == 0 || mask & ~(mapi::fnevExtended | mapi::fnevCriticalError))
+            Fail(mapi::MAPI_E_NO_SUPPORT, sNoEvents);
+        FConnections.emplace(FNextConnection, Connection{mask, TKwComPtr<mapi::IMAPIAdviseSink>(sink)});
+        *connection = FNextConnection++;
+    });
+}
+
+mapi::HRESULT Session::Unadvise(mapi::ULONG_PTR connection) noexcept
+{
+    Connections::node_type ended; // released outside the lock: it may be the last reference to the sink
+    return Run([&] {
+        ended = FConnections.extract(connection);
+        if (ended.empty())
+            Fail(mapi::MAPI_E_NOT_FOUND, sNoConnection);
+    });
+}
+
+mapi::HRESULT Session::Logoff(mapi::ULONG_PTR, ULONG flags, ULONG reserved) noexcept
+{
+    Connections connections; // these, too
+    return Run([&] {
+        RequireFlags(flags, mapi::MAPI_LOGOFF_SHARED | mapi::MAPI_LOGOFF_UI);
+        RequireFlags(reserved, 0);
+        FEnded = true;
+        connections.swap(FConnections);
+        FStores.clear(); // objects that are still open keep theirs
+    });
+}
+
+mapi::HRESULT Session::SetDefaultStore(ULONG flags, ULONG size, mapi::LPENTRYID id) noexcept
+{
+    return Run([&] {
+        if (flags != mapi::MAPI_DEFAULT_STORE)
+            Fail(mapi::MAPI_E_NO_SUPPORT, sNoRole);
+        if (size == 0) {
+            FProfiles->SetDefaultStore(FProfile, nullptr);
+            return;
+        }
+        const EntryReference entry = RequireEntryId(size, id);
+        FProfiles->SetDefaultStore(FProfile, &entry.store);
+    });
+}
+
+} // namespace
+
+TKwComPtr<mapi::IMAPISession> LogOn(const WideString& profile, const WideString& password, ULONG flags)
+{
+    RequireFlags(flags, LogonFlags);
+    ProfilesPtr profiles = OpenProfiles();
+    WideString name = profile;
+    if (name.empty() && !(flags & mapi::MAPI_USE_DEFAULT))
+        Fail(mapi::MAPI_E_LOGON_FAILED, sNoProfileName);
+    if (name.empty())
+        name = profiles->DefaultName();
+    if (name.empty())
+        Fail(mapi::MAPI_E_LOGON_FAILED, sNoDefault);
+    const ProfileId id = profiles->LogOn(name, password);
+    return {new Session(std::move(profiles), id)};
+}
+
+} // namespace deftmapi::client
