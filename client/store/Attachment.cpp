@@ -8,7 +8,8 @@ namespace
 {
 
 constexpr auto sNoEmbedded = u"The attachment has no embedded message.";
-constexpr auto sNoStorage = u"Attachment data can be opened as IID_IStream or, for an embedded message, as IID_IMessage.";
+constexpr auto sNoStorage =
+    u"Attachment data can be opened as IID_IStream or, for an embedded message, as IID_IMessage.";
 
 constexpr ULONG ReadOnlyTags[] = {tag::AttachNum,   tag::AttachSize,       tag::RecordKey,        tag::ObjectType,
                                   tag::AccessLevel, tag::StoreSupportMask, tag::MappingSignature, tag::InstanceKey};
@@ -18,8 +19,7 @@ constexpr ULONG DataId = tag::AttachDataBin >> 16;
 
 AttachmentObject::AttachmentObject(TKwComPtr<MessageObject> parent, AttachmentState state, bool writable)
     : PropertyObject(parent->SharedStore(), writable), FParent(std::move(parent)), FState(std::move(state))
-{
-}
+{}
 
 AttachmentObject::~AttachmentObject() = default;
 
@@ -69,8 +69,8 @@ std::vector<ULONG> AttachmentObject::ComputedTags() const
 
 mapi::HRESULT AttachmentObject::CheckChange(ULONG tag, bool)
 {
-    const bool readOnly = std::any_of(std::begin(ReadOnlyTags), std::end(ReadOnlyTags),
-                                      [tag](ULONG t) { return t >> 16 == tag >> 16; });
+    const bool readOnly =
+        std::any_of(std::begin(ReadOnlyTags), std::end(ReadOnlyTags), [tag](ULONG t) { return t >> 16 == tag >> 16; });
     return readOnly ? mapi::MAPI_E_COMPUTED : mapi::S_OK;
 }
 
@@ -108,7 +108,8 @@ void AttachmentObject::PutEmbedded(const MessageState& message)
 
 void AttachmentObject::Save(ULONG flags)
 {
-    RequireFlags(flags, mapi::KEEP_OPEN_READONLY | mapi::KEEP_OPEN_READWRITE | mapi::FORCE_SAVE | mapi::MAPI_DEFERRED_ERRORS);
+    RequireFlags(flags,
+                 mapi::KEEP_OPEN_READONLY | mapi::KEEP_OPEN_READWRITE | mapi::FORCE_SAVE | mapi::MAPI_DEFERRED_ERRORS);
     RequireWritable();
     if (FState.changed || FState.row == 0) {
         FState.props.Set(LongProp(tag::LastModification, Now()));

@@ -101,8 +101,8 @@ void Spool::Write(std::uint64_t offset, const void* from, std::size_t count)
     } else {
         std::size_t done = 0;
         while (done < count) {
-            const auto put = ::pwrite(FFile, static_cast<const char*>(from) + done, count - done,
-                                      static_cast<off_t>(offset + done));
+            const auto put =
+                ::pwrite(FFile, static_cast<const char*>(from) + done, count - done, static_cast<off_t>(offset + done));
             if (put < 0 && errno == EINTR)
                 continue;
             if (put < 0)

@@ -1,6 +1,6 @@
 // Large values that are read piece by piece: a blob is immutable to its readers, a spool is one that is being written.
-// A spool keeps the first 256 KiB in memory and the rest in a nameless file of the data folder (not of /tmp, which may be
-// memory itself), so that a 2 GiB attachment is never in memory whole.
+// A spool keeps the first 256 KiB in memory and the rest in a nameless file of the data folder (not of /tmp, which may
+// be memory itself), so that a 2 GiB attachment is never in memory whole.
 #pragma once
 
 #include <cstdint>

@@ -15,20 +15,19 @@ constexpr ULONG LongTermEntryId = 0x66700102;
 constexpr ULONG RowType = 0x0FF50003;
 
 const std::vector<ULONG> DefaultTags = {
-    tag::EntryId,      tag::InstanceKey,      tag::RecordKey,    tag::ParentEntryId, tag::ObjectType,
-    tag::MessageClass, tag::Subject,          tag::NormalizedSubject, tag::SenderName, tag::SentRepName,
-    tag::DisplayTo,    tag::DisplayCc,        tag::DisplayBcc,   tag::ClientSubmitTime, tag::DeliveryTime,
-    tag::CreationTime, tag::LastModification, tag::MessageFlags, tag::MessageStatus, tag::MessageSize,
-    tag::Importance,   tag::Priority,         tag::Sensitivity,  tag::HasAttach,     tag::SearchKey,
-    tag::MappingSignature, tag::StoreEntryId, tag::StoreRecordKey};
+    tag::EntryId,          tag::InstanceKey,      tag::RecordKey,         tag::ParentEntryId,    tag::ObjectType,
+    tag::MessageClass,     tag::Subject,          tag::NormalizedSubject, tag::SenderName,       tag::SentRepName,
+    tag::DisplayTo,        tag::DisplayCc,        tag::DisplayBcc,        tag::ClientSubmitTime, tag::DeliveryTime,
+    tag::CreationTime,     tag::LastModification, tag::MessageFlags,      tag::MessageStatus,    tag::MessageSize,
+    tag::Importance,       tag::Priority,         tag::Sensitivity,       tag::HasAttach,        tag::SearchKey,
+    tag::MappingSignature, tag::StoreEntryId,     tag::StoreRecordKey};
 
 class ContentsSource final : public RowSource
 {
 public:
     ContentsSource(StorePtr store, std::int64_t folder, bool associated)
         : FStore(std::move(store)), FFolder(folder), FAssociated(associated)
-    {
-    }
+    {}
 
     std::recursive_mutex& Lock() override { return FStore->Lock(); }
 
@@ -111,8 +110,9 @@ private:
         {
             const ULONG id = tag >> 16;
             const auto identity = IdentityTags();
-            return id == 0 || id == tag::ParentEntryId >> 16 || id == tag::Access >> 16 || id == tag::AccessLevel >> 16 ||
-                   id == LongTermEntryId >> 16 || id == RowType >> 16 || id == tag::Depth >> 16 ||
+            return id == 0 || id == tag::ParentEntryId >> 16 || id == tag::Access >> 16 ||
+                   id == tag::AccessLevel >> 16 || id == LongTermEntryId >> 16 || id == RowType >> 16 ||
+                   id == tag::Depth >> 16 ||
                    std::any_of(identity.begin(), identity.end(), [id](ULONG t) { return t >> 16 == id; });
         }
 

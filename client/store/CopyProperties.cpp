@@ -1,5 +1,6 @@
-// CopyTo and CopyProps between objects of any providers. Only published methods are used on both sides: what GetProps does not
-// give is copied as a stream, recipients and attachments through their tables, names of named properties by their names.
+// CopyTo and CopyProps between objects of any providers. Only published methods are used on both sides: what GetProps
+// does not give is copied as a stream, recipients and attachments through their tables, names of named properties by
+// their names.
 #include "client/store/PropertyObject.hpp"
 
 #include "client/store/StoreObjects.hpp"
@@ -116,7 +117,8 @@ private:
             return;
         TKwComPtr<mapi::IStream> from;
         TKwComPtr<mapi::IStream> to;
-        Check(FFrom.OpenProperty(tag, &mapi::IID_IStream, mapi::STGM_READ, 0, reinterpret_cast<mapi::LPUNKNOWN*>(Out(from))));
+        Check(FFrom.OpenProperty(tag, &mapi::IID_IStream, mapi::STGM_READ, 0,
+                                 reinterpret_cast<mapi::LPUNKNOWN*>(Out(from))));
         Check(FTo.OpenProperty(target, &mapi::IID_IStream, mapi::STGM_READWRITE, mapi::MAPI_CREATE | mapi::MAPI_MODIFY,
                                reinterpret_cast<mapi::LPUNKNOWN*>(Out(to))));
         mapi::ULARGE_INTEGER all;
@@ -229,7 +231,8 @@ void CopyObject(mapi::IMAPIProp& from, const mapi::SPropTagArray* tags, const ma
     copier.CopyTags(wanted);
 
     const auto takes = [&](ULONG tag, const mapi::IID& iid) {
-        const bool out = std::any_of(excludedInterfaces.begin(), excludedInterfaces.end(), [&](const auto& x) { return x == iid; });
+        const bool out =
+            std::any_of(excludedInterfaces.begin(), excludedInterfaces.end(), [&](const auto& x) { return x == iid; });
         return !out && (tags ? IsIn(tags, tag) : !IsIn(excluded, tag));
     };
     const auto fromMessage = As<mapi::IMessage>(from, mapi::IID_IMessage);

@@ -47,13 +47,11 @@ mapi::HRESULT ResultOf(int code)
 
 Query::Query(Database& database, sqlite3_stmt* statement, std::vector<sqlite3_stmt*>& idle)
     : FDatabase(&database), FStatement(statement), FIdle(&idle)
-{
-}
+{}
 
 Query::Query(Query&& other) noexcept
     : FDatabase(other.FDatabase), FStatement(std::exchange(other.FStatement, nullptr)), FIdle(other.FIdle)
-{
-}
+{}
 
 Query::~Query()
 {

@@ -30,8 +30,8 @@ struct EntryReference
 };
 
 [[nodiscard]] Bytes MakeEntryId(const EntryReference& reference);
-/// @returns nothing for an identifier of another provider or version. @throws Failure  MAPI_E_INVALID_ENTRYID when it is
-/// damaged (too short, unknown kind)
+/// @returns nothing for an identifier of another provider or version. @throws Failure  MAPI_E_INVALID_ENTRYID when it
+/// is damaged (too short, unknown kind)
 [[nodiscard]] std::optional<EntryReference> ParseEntryId(std::span<const std::uint8_t> id);
 /// The same for parameters of a call. @throws Failure  MAPI_E_INVALID_ENTRYID also for identifiers of other providers
 [[nodiscard]] EntryReference RequireEntryId(ULONG size, const mapi::ENTRYID* id);

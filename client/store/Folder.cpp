@@ -20,19 +20,35 @@ constexpr ULONG FullAccess = mapi::MAPI_ACCESS_MODIFY | mapi::MAPI_ACCESS_READ |
                              mapi::MAPI_ACCESS_CREATE_HIERARCHY | mapi::MAPI_ACCESS_CREATE_CONTENTS |
                              mapi::MAPI_ACCESS_CREATE_ASSOCIATED;
 
-constexpr ULONG FolderTags[] = {
-    tag::EntryId,          tag::RecordKey,    tag::InstanceKey,      tag::StoreEntryId,       tag::StoreRecordKey,
-    tag::MappingSignature, tag::ObjectType,   tag::StoreSupportMask, tag::FolderType,         tag::ContentCount,
-    tag::ContentUnread,    tag::Subfolders,   tag::FolderStatus,     tag::ContainerHierarchy, tag::ContainerContents,
-    tag::AssociatedContents, tag::AssociatedCount, tag::ParentEntryId, tag::Access,           tag::AccessLevel};
+constexpr ULONG FolderTags[] = {tag::EntryId,
+                                tag::RecordKey,
+                                tag::InstanceKey,
+                                tag::StoreEntryId,
+                                tag::StoreRecordKey,
+                                tag::MappingSignature,
+                                tag::ObjectType,
+                                tag::StoreSupportMask,
+                                tag::FolderType,
+                                tag::ContentCount,
+                                tag::ContentUnread,
+                                tag::Subfolders,
+                                tag::FolderStatus,
+                                tag::ContainerHierarchy,
+                                tag::ContainerContents,
+                                tag::AssociatedContents,
+                                tag::AssociatedCount,
+                                tag::ParentEntryId,
+                                tag::Access,
+                                tag::AccessLevel};
 
 } // namespace
 
 FolderRow LoadFolder(StoreFile& store, std::int64_t row)
 {
-    Query query = store.Db().Prepare("SELECT parent, type, content_count, unread_count, associated_count, name, created, "
-                                     "modified, props, EXISTS (SELECT 1 FROM folders c WHERE c.parent = f.id) "
-                                     "FROM folders f WHERE id = ?1");
+    Query query =
+        store.Db().Prepare("SELECT parent, type, content_count, unread_count, associated_count, name, created, "
+                           "modified, props, EXISTS (SELECT 1 FROM folders c WHERE c.parent = f.id) "
+                           "FROM folders f WHERE id = ?1");
     if (!query.Bind(1, row).Step())
         Fail(mapi::MAPI_E_NOT_FOUND, sNoFolder);
     FolderRow folder;
@@ -148,11 +164,14 @@ mapi::HRESULT FolderObject::GetContentsTable(ULONG flags, mapi::LPMAPITABLE* tab
     return Run([&] {
         Require(table, u"lppTable");
         *table = nullptr;
-        RequireFlags(flags, mapi::MAPI_UNICODE | mapi::MAPI_ASSOCIATED | mapi::MAPI_DEFERRED_ERRORS | mapi::SHOW_SOFT_DELETES);
+        RequireFlags(flags,
+                     mapi::MAPI_UNICODE | mapi::MAPI_ASSOCIATED | mapi::MAPI_DEFERRED_ERRORS | mapi::SHOW_SOFT_DELETES);
         if (flags & mapi::SHOW_SOFT_DELETES)
             Fail(mapi::MAPI_E_NO_SUPPORT, sSoftDeletes);
         Refresh();
-        *table = OpenContentsTable(FStore, FRow, (flags & mapi::MAPI_ASSOCIATED) != 0, (flags & mapi::MAPI_UNICODE) != 0).Detach();
+        *table =
+            OpenContentsTable(FStore, FRow, (flags & mapi::MAPI_ASSOCIATED) != 0, (flags & mapi::MAPI_UNICODE) != 0)
+                .Detach();
     });
 }
 
@@ -161,11 +180,14 @@ mapi::HRESULT FolderObject::GetHierarchyTable(ULONG flags, mapi::LPMAPITABLE* ta
     return Run([&] {
         Require(table, u"lppTable");
         *table = nullptr;
-        RequireFlags(flags, mapi::MAPI_UNICODE | mapi::CONVENIENT_DEPTH | mapi::MAPI_DEFERRED_ERRORS | mapi::SHOW_SOFT_DELETES);
+        RequireFlags(flags, mapi::MAPI_UNICODE | mapi::CONVENIENT_DEPTH | mapi::MAPI_DEFERRED_ERRORS |
+                                mapi::SHOW_SOFT_DELETES);
         if (flags & mapi::SHOW_SOFT_DELETES)
             Fail(mapi::MAPI_E_NO_SUPPORT, sSoftDeletes);
         Refresh();
-        *table = OpenHierarchyTable(FStore, FRow, (flags & mapi::CONVENIENT_DEPTH) != 0, (flags & mapi::MAPI_UNICODE) != 0).Detach();
+        *table =
+            OpenHierarchyTable(FStore, FRow, (flags & mapi::CONVENIENT_DEPTH) != 0, (flags & mapi::MAPI_UNICODE) != 0)
+                .Detach();
     });
 }
 

@@ -1,5 +1,5 @@
-// IMAPIFolder. A folder has no state of its own in memory: properties are read afresh for each call and written at once,
-// one transaction per call.
+// IMAPIFolder. A folder has no state of its own in memory: properties are read afresh for each call and written at
+// once, one transaction per call.
 #pragma once
 
 #include "client/store/MessageRecords.hpp"
@@ -23,7 +23,8 @@ struct FolderRow
 /// @throws Failure  MAPI_E_NOT_FOUND
 [[nodiscard]] FolderRow LoadFolder(StoreFile& store, std::int64_t row);
 /// A property of the folder that is not in its bag, as objects and hierarchy tables show it.
-[[nodiscard]] std::optional<Prop> FolderProperty(const StoreFile& store, const FolderRow& folder, bool writable, ULONG id);
+[[nodiscard]] std::optional<Prop> FolderProperty(const StoreFile& store, const FolderRow& folder, bool writable,
+                                                 ULONG id);
 [[nodiscard]] std::span<const ULONG> FolderPropertyTags();
 /// Removes a folder with everything in and below it, in several transactions when it is large.
 void PurgeFolder(StoreFile& store, std::int64_t row);
@@ -33,7 +34,9 @@ void PurgeMessages(StoreFile& store, std::int64_t row, bool withAssociated);
 class FolderObject final : public PropertyObject<mapi::IMAPIFolder>
 {
 public:
-    FolderObject(StorePtr store, std::int64_t row, bool writable) : PropertyObject(std::move(store), writable), FRow(row) {}
+    FolderObject(StorePtr store, std::int64_t row, bool writable)
+        : PropertyObject(std::move(store), writable), FRow(row)
+    {}
 
     mapi::HRESULT DEFTMAPI_STDCALL GetContentsTable(ULONG flags, mapi::LPMAPITABLE* table) noexcept override;
     mapi::HRESULT DEFTMAPI_STDCALL GetHierarchyTable(ULONG flags, mapi::LPMAPITABLE* table) noexcept override;
@@ -42,16 +45,17 @@ public:
     mapi::HRESULT DEFTMAPI_STDCALL SetSearchCriteria(mapi::LPSRestriction, mapi::LPENTRYLIST, ULONG) noexcept override;
     mapi::HRESULT DEFTMAPI_STDCALL GetSearchCriteria(ULONG, mapi::LPSRestriction*, mapi::LPENTRYLIST*,
                                                      ULONG*) noexcept override;
-    mapi::HRESULT DEFTMAPI_STDCALL CreateMessage(mapi::LPCIID iid, ULONG flags, mapi::LPMESSAGE* message) noexcept override;
+    mapi::HRESULT DEFTMAPI_STDCALL CreateMessage(mapi::LPCIID iid, ULONG flags,
+                                                 mapi::LPMESSAGE* message) noexcept override;
     mapi::HRESULT DEFTMAPI_STDCALL CopyMessages(mapi::LPENTRYLIST list, mapi::LPCIID iid, mapi::LPVOID destination,
                                                 mapi::ULONG_PTR, mapi::LPMAPIPROGRESS, ULONG flags) noexcept override;
     mapi::HRESULT DEFTMAPI_STDCALL DeleteMessages(mapi::LPENTRYLIST list, mapi::ULONG_PTR, mapi::LPMAPIPROGRESS,
                                                   ULONG flags) noexcept override;
     mapi::HRESULT DEFTMAPI_STDCALL CreateFolder(ULONG type, mapi::LPTSTR name, mapi::LPTSTR comment, mapi::LPCIID iid,
                                                 ULONG flags, mapi::LPMAPIFOLDER* folder) noexcept override;
-    mapi::HRESULT DEFTMAPI_STDCALL CopyFolder(ULONG size, mapi::LPENTRYID id, mapi::LPCIID iid, mapi::LPVOID destination,
-                                              mapi::LPTSTR name, mapi::ULONG_PTR, mapi::LPMAPIPROGRESS,
-                                              ULONG flags) noexcept override;
+    mapi::HRESULT DEFTMAPI_STDCALL CopyFolder(ULONG size, mapi::LPENTRYID id, mapi::LPCIID iid,
+                                              mapi::LPVOID destination, mapi::LPTSTR name, mapi::ULONG_PTR,
+                                              mapi::LPMAPIPROGRESS, ULONG flags) noexcept override;
     mapi::HRESULT DEFTMAPI_STDCALL DeleteFolder(ULONG size, mapi::LPENTRYID id, mapi::ULONG_PTR, mapi::LPMAPIPROGRESS,
                                                 ULONG flags) noexcept override;
     mapi::HRESULT DEFTMAPI_STDCALL SetReadFlags(mapi::LPENTRYLIST list, mapi::ULONG_PTR, mapi::LPMAPIPROGRESS,
@@ -85,7 +89,8 @@ protected:
 private:
     /// The rows that the list names; entries that are no messages of this store are counted in `bad`.
     [[nodiscard]] std::vector<std::int64_t> MessageRows(const mapi::ENTRYLIST* list, std::size_t& bad);
-    /// The row of a folder object handed in by the caller. @throws Failure  MAPI_E_NO_SUPPORT it belongs to another store
+    /// The row of a folder object handed in by the caller. @throws Failure  MAPI_E_NO_SUPPORT it belongs to another
+    /// store
     [[nodiscard]] std::int64_t DestinationRow(mapi::LPVOID destination, mapi::LPCIID iid);
 
     std::int64_t FRow;

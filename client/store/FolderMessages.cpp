@@ -1,6 +1,6 @@
 // What a folder does with its messages: create, copy, move, delete, read flags, status.
-#include "client/store/Folder.hpp"
 #include "client/store/Attachment.hpp"
+#include "client/store/Folder.hpp"
 
 #include <algorithm>
 
@@ -9,7 +9,8 @@ namespace deftmapi::client
 namespace
 {
 
-constexpr auto sOtherStore = u"Messages and folders can only be copied within one store; copy their properties instead.";
+constexpr auto sOtherStore =
+    u"Messages and folders can only be copied within one store; copy their properties instead.";
 constexpr auto sNoMessage = u"The message does not exist.";
 constexpr auto sNoDestination = u"The destination is not a folder.";
 
@@ -56,7 +57,8 @@ std::vector<std::int64_t> FolderObject::MessageRows(const mapi::ENTRYLIST* list,
 
 std::int64_t FolderObject::DestinationRow(mapi::LPVOID destination, mapi::LPCIID iid)
 {
-    RequireInterface(iid, {&mapi::IID_IMAPIFolder, &mapi::IID_IMAPIContainer, &mapi::IID_IMAPIProp, &mapi::IID_IUnknown});
+    RequireInterface(iid,
+                     {&mapi::IID_IMAPIFolder, &mapi::IID_IMAPIContainer, &mapi::IID_IMAPIProp, &mapi::IID_IUnknown});
     Require(destination, u"lpDestFolder");
     TKwComPtr<mapi::IMAPIFolder> folder;
     if (mapi::Failed(static_cast<mapi::IUnknown*>(destination)->QueryInterface(mapi::IID_IMAPIFolder, OutVoid(folder))))

@@ -157,8 +157,9 @@ mapi::HRESULT FolderObject::CopyFolder(ULONG size, mapi::LPENTRYID id, mapi::LPC
         if (taken != 0 && !(move && taken == row))
             Fail(mapi::MAPI_E_COLLISION, sNameTaken);
         if (move) {
-            Query update = FStore->Db().Prepare("UPDATE folders SET parent = ?2, name = ?3, name_key = ?4, modified = ?5, "
-                                                "version = version + 1 WHERE id = ?1");
+            Query update =
+                FStore->Db().Prepare("UPDATE folders SET parent = ?2, name = ?3, name_key = ?4, modified = ?5, "
+                                     "version = version + 1 WHERE id = ?1");
             update.Bind(1, row).Bind(2, target).BindText(3, PackText(text)).BindText(4, PackText(KwUpperCase(text)));
             update.Bind(5, Now()).Run();
         } else {

@@ -9,19 +9,18 @@ namespace deftmapi::client
 namespace
 {
 
-const std::vector<ULONG> DefaultTags = {
-    tag::EntryId,      tag::InstanceKey,   tag::DisplayName, tag::FolderType,    tag::ContentCount, tag::ContentUnread,
-    tag::Subfolders,   tag::Depth,         tag::ObjectType,  tag::FolderStatus,  tag::ContainerClass, tag::Comment,
-    tag::ParentEntryId, tag::RecordKey,    tag::Access,      tag::AccessLevel,   tag::StoreEntryId,
-    tag::StoreRecordKey, tag::MappingSignature};
+const std::vector<ULONG> DefaultTags = {tag::EntryId,       tag::InstanceKey,    tag::DisplayName,     tag::FolderType,
+                                        tag::ContentCount,  tag::ContentUnread,  tag::Subfolders,      tag::Depth,
+                                        tag::ObjectType,    tag::FolderStatus,   tag::ContainerClass,  tag::Comment,
+                                        tag::ParentEntryId, tag::RecordKey,      tag::Access,          tag::AccessLevel,
+                                        tag::StoreEntryId,  tag::StoreRecordKey, tag::MappingSignature};
 
 class HierarchySource final : public RowSource
 {
 public:
     HierarchySource(StorePtr store, std::int64_t folder, bool deep)
         : FStore(std::move(store)), FFolder(folder), FDeep(deep)
-    {
-    }
+    {}
 
     std::recursive_mutex& Lock() override { return FStore->Lock(); }
     std::int64_t Stamp(bool) override { return FStore->Db().Scalar("SELECT hierarchy FROM store"); }

@@ -11,6 +11,7 @@ namespace deftmapi::client
 namespace
 {
 
+constexpr auto sDeleted = u"The message has been deleted since it was opened.";
 constexpr auto sNoAttachment = u"The message has no attachment of this number.";
 constexpr auto sNoTransport = u"This session has no transport provider that could send the message.";
 constexpr auto sNoRow = u"A recipient to be changed or removed needs PR_ROWID of an existing recipient.";
@@ -20,28 +21,27 @@ constexpr ULONG DisplayType = 0x39000003;
 constexpr ULONG SendRichInfo = 0x3A40000B;
 
 /// Bits of PR_MESSAGE_FLAGS that the caller decides before the first save; the others follow from the message.
-constexpr std::int64_t SettableFlags = mapi::MSGFLAG_READ | mapi::MSGFLAG_UNMODIFIED | mapi::MSGFLAG_SUBMIT |
-                                       mapi::MSGFLAG_UNSENT | mapi::MSGFLAG_FROMME | mapi::MSGFLAG_RESEND |
-                                       mapi::MSGFLAG_RN_PENDING | mapi::MSGFLAG_NRN_PENDING |
-                                       mapi::MSGFLAG_ORIGIN_X400 | mapi::MSGFLAG_ORIGIN_INTERNET |
-                                       mapi::MSGFLAG_ORIGIN_MISC_EXT;
+constexpr std::int64_t SettableFlags =
+    mapi::MSGFLAG_READ | mapi::MSGFLAG_UNMODIFIED | mapi::MSGFLAG_SUBMIT | mapi::MSGFLAG_UNSENT | mapi::MSGFLAG_FROMME |
+    mapi::MSGFLAG_RESEND | mapi::MSGFLAG_RN_PENDING | mapi::MSGFLAG_NRN_PENDING | mapi::MSGFLAG_ORIGIN_X400 |
+    mapi::MSGFLAG_ORIGIN_INTERNET | mapi::MSGFLAG_ORIGIN_MISC_EXT;
 
 constexpr ULONG ReadOnlyTags[] = {
-    tag::EntryId,      tag::RecordKey,   tag::ParentEntryId,     tag::StoreEntryId,      tag::StoreRecordKey,
-    tag::ObjectType,   tag::Access,      tag::AccessLevel,       tag::MessageSize,       tag::HasAttach,
-    tag::DisplayTo,    tag::DisplayCc,   tag::DisplayBcc,        tag::NormalizedSubject, tag::MessageRecipients,
-    tag::InstanceKey,  tag::MappingSignature, tag::StoreSupportMask, tag::MessageAttachments, tag::MessageStatus};
+    tag::EntryId,     tag::RecordKey,        tag::ParentEntryId,    tag::StoreEntryId,       tag::StoreRecordKey,
+    tag::ObjectType,  tag::Access,           tag::AccessLevel,      tag::MessageSize,        tag::HasAttach,
+    tag::DisplayTo,   tag::DisplayCc,        tag::DisplayBcc,       tag::NormalizedSubject,  tag::MessageRecipients,
+    tag::InstanceKey, tag::MappingSignature, tag::StoreSupportMask, tag::MessageAttachments, tag::MessageStatus};
 
 constexpr ULONG ComputedOnly[] = {tag::ParentEntryId, tag::Access, tag::AccessLevel, tag::MessageRecipients,
                                   tag::MessageAttachments};
 
-const std::vector<ULONG> RecipientColumns = {tag::RowId,   tag::RecipientType, tag::DisplayName,    tag::AddrType,
-                                             tag::EmailAddress, tag::EntryId,  tag::SearchKey,      tag::ObjectType,
-                                             DisplayType,  SendRichInfo,       tag::Responsibility, tag::InstanceKey};
+const std::vector<ULONG> RecipientColumns = {
+    tag::RowId,     tag::RecipientType, tag::DisplayName, tag::AddrType, tag::EmailAddress,   tag::EntryId,
+    tag::SearchKey, tag::ObjectType,    DisplayType,      SendRichInfo,  tag::Responsibility, tag::InstanceKey};
 
-const std::vector<ULONG> AttachmentColumns = {tag::AttachNum,      tag::InstanceKey,        tag::RecordKey,
-                                              tag::RenderingPosition, tag::AttachMethod,    tag::AttachFileName,
-                                              tag::AttachLongFileName, tag::DisplayName,    tag::AttachSize};
+const std::vector<ULONG> AttachmentColumns = {tag::AttachNum,          tag::InstanceKey,  tag::RecordKey,
+                                              tag::RenderingPosition,  tag::AttachMethod, tag::AttachFileName,
+                                              tag::AttachLongFileName, tag::DisplayName,  tag::AttachSize};
 
 Bytes NumberKey(ULONG number)
 {
@@ -73,8 +73,7 @@ PropertyBag RecipientProps(const mapi::ADRENTRY& entry)
 
 MessageObject::MessageObject(StorePtr store, MessageState state, bool writable, TKwComPtr<AttachmentObject> parent)
     : PropertyObject(std::move(store), writable), FState(std::move(state)), FParent(std::move(parent))
-{
-}
+{}
 
 MessageObject::~MessageObject() = default;
 
@@ -82,7 +81,13 @@ void MessageObject::Refresh()
 {
     if (!FStale)
         return;
-    FState = LoadMessage(*FStore, FState.row);
+    try {
+        FState = LoadMessage(*FStore, FState.row);
+    } catch (const Failure& failure) {
+        if (failure.Code() != mapi::MAPI_E_NOT_FOUND)
+            throw;
+        Fail(mapi::MAPI_E_OBJECT_DELETED, sDeleted);
+    }
     FStale = false;
 }
 
@@ -109,8 +114,9 @@ std::optional<Prop> MessageObject::Computed(ULONG id)
             return std::nullopt;
         return BinaryProp(tag::ParentEntryId, FStore->EntryIdOf(EntryKind::Folder, FState.folder));
     case tag::Access >> 16:
-        return LongProp(tag::Access, FWritable ? mapi::MAPI_ACCESS_MODIFY | mapi::MAPI_ACCESS_READ | mapi::MAPI_ACCESS_DELETE
-                                               : mapi::MAPI_ACCESS_READ);
+        return LongProp(tag::Access, FWritable
+                                         ? mapi::MAPI_ACCESS_MODIFY | mapi::MAPI_ACCESS_READ | mapi::MAPI_ACCESS_DELETE
+                                         : mapi::MAPI_ACCESS_READ);
     case tag::AccessLevel >> 16:
         return LongProp(tag::AccessLevel, FWritable ? mapi::MAPI_MODIFY : 0);
     case tag::MessageRecipients >> 16:
@@ -262,11 +268,13 @@ mapi::HRESULT MessageObject::OpenAttach(ULONG num, mapi::LPCIID iid, ULONG flags
         if (!state)
             Fail(mapi::MAPI_E_NOT_FOUND, sNoAttachment);
         const bool writable = FWritable && (flags & (mapi::MAPI_MODIFY | mapi::MAPI_BEST_ACCESS)) != 0;
-        *attachment = TKwComPtr<mapi::IAttach>(new AttachmentObject(TKwComPtr<MessageObject>(this), *state, writable)).Detach();
+        *attachment =
+            TKwComPtr<mapi::IAttach>(new AttachmentObject(TKwComPtr<MessageObject>(this), *state, writable)).Detach();
     });
 }
 
-mapi::HRESULT MessageObject::CreateAttach(mapi::LPCIID iid, ULONG flags, ULONG* num, mapi::LPATTACH* attachment) noexcept
+mapi::HRESULT MessageObject::CreateAttach(mapi::LPCIID iid, ULONG flags, ULONG* num,
+                                          mapi::LPATTACH* attachment) noexcept
 {
     return Run([&] {
         Require(num, u"lpulAttachmentNum");
@@ -281,7 +289,8 @@ mapi::HRESULT MessageObject::CreateAttach(mapi::LPCIID iid, ULONG flags, ULONG* 
         state.num = FState.nextAttachment;
         state.props.Set(LongProp(tag::RenderingPosition, -1));
         state.props.Set(LongProp(tag::CreationTime, Now()));
-        *attachment = TKwComPtr<mapi::IAttach>(new AttachmentObject(TKwComPtr<MessageObject>(this), state, true)).Detach();
+        *attachment =
+            TKwComPtr<mapi::IAttach>(new AttachmentObject(TKwComPtr<MessageObject>(this), state, true)).Detach();
         *num = FState.nextAttachment++;
     });
 }

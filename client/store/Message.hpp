@@ -1,5 +1,5 @@
-// IMessage. Everything happens on a MessageState in memory; SaveChanges writes it in one transaction, or, for an embedded
-// message, puts a copy into the attachment that holds it.
+// IMessage. Everything happens on a MessageState in memory; SaveChanges writes it in one transaction, or, for an
+// embedded message, puts a copy into the attachment that holds it.
 #pragma once
 
 #include "client/store/MessageRecords.hpp"

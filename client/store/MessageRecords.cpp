@@ -80,7 +80,8 @@ void BindColumn(Query& query, int index, const Prop* prop)
     } else if (const auto* number = std::get_if<std::int64_t>(&prop->data)) {
         query.Bind(index, *number);
     } else if (const auto* text = std::get_if<WideString>(&prop->data)) {
-        query.BindText(index, PackText(FitsColumn(*prop) ? WideView(*text) : WideView(*text).substr(0, limits::TableText)));
+        query.BindText(index,
+                       PackText(FitsColumn(*prop) ? WideView(*text) : WideView(*text).substr(0, limits::TableText)));
     } else if (const auto* bytes = std::get_if<Bytes>(&prop->data)) {
         query.BindBlob(index, FitsColumn(*prop) ? std::span(*bytes) : std::span<const std::uint8_t>());
     } else if (const auto* blob = std::get_if<BlobPtr>(&prop->data); blob && prop->Type() == mapi::PT_UNICODE) {
@@ -161,7 +162,8 @@ private:
         const Bytes props = FStore.Pack({LargeOwner::Message, message.row}, message.props,
                                         [](const Prop& prop) { return !IsWholeInColumn(prop); });
         if (message.version == 1 || message.recipientsChanged) {
-            Query query = FStore.Db().Prepare("INSERT OR REPLACE INTO bags (message, props, recipients) VALUES (?1, ?2, ?3)");
+            Query query =
+                FStore.Db().Prepare("INSERT OR REPLACE INTO bags (message, props, recipients) VALUES (?1, ?2, ?3)");
             query.Bind(1, message.row).BindBlob(2, props);
             if (!FRecipients.empty())
                 query.BindBlob(3, FRecipients);
@@ -213,7 +215,8 @@ private:
     {
         Database& database = FStore.Db();
         if (attachment.row == 0) {
-            Query insert = database.Prepare("INSERT INTO attachments (message, num, size, props) VALUES (?1, ?2, 0, x'')");
+            Query insert =
+                database.Prepare("INSERT INTO attachments (message, num, size, props) VALUES (?1, ?2, 0, x'')");
             insert.Bind(1, message.row).Bind(2, attachment.num).Run();
             attachment.row = database.LastRow();
         }
@@ -228,10 +231,12 @@ private:
             embeddedSize = static_cast<std::uint64_t>(embedded.props.Number(tag::MessageSize));
         } else if (attachment.embeddedRow) {
             Query query = database.Prepare("SELECT size FROM messages WHERE id = ?1");
-            embeddedSize = query.Bind(1, attachment.embeddedRow).Step() ? static_cast<std::uint64_t>(query.Number(0)) : 0;
+            embeddedSize =
+                query.Bind(1, attachment.embeddedRow).Step() ? static_cast<std::uint64_t>(query.Number(0)) : 0;
         }
         const auto size = static_cast<std::int64_t>(AttachmentSize(attachment, embeddedSize));
-        attachment.props.Set(LongProp(tag::AttachSize, std::min<std::int64_t>(size, std::numeric_limits<std::int32_t>::max())));
+        attachment.props.Set(
+            LongProp(tag::AttachSize, std::min<std::int64_t>(size, std::numeric_limits<std::int32_t>::max())));
         const Bytes props = FStore.Pack({LargeOwner::Attachment, attachment.row}, attachment.props);
         Query update = database.Prepare("UPDATE attachments SET size = ?2, embedded = ?3, props = ?4 WHERE id = ?1");
         update.Bind(1, attachment.row).Bind(2, size).BindBlob(4, props);
@@ -330,7 +335,8 @@ void LoadAttachments(StoreFile& store, MessageState& message)
 {
     if (message.attachmentsLoaded)
         return;
-    Query query = store.Db().Prepare("SELECT id, num, embedded, props FROM attachments WHERE message = ?1 ORDER BY num");
+    Query query =
+        store.Db().Prepare("SELECT id, num, embedded, props FROM attachments WHERE message = ?1 ORDER BY num");
     query.Bind(1, message.row);
     std::vector<AttachmentState> attachments;
     while (query.Step()) {

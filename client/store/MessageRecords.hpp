@@ -24,9 +24,10 @@ struct MessageColumn
 void LoadRecipients(StoreFile& store, MessageState& message);
 void LoadAttachments(StoreFile& store, MessageState& message);
 
-/// Writes what has changed of a message and everything inside it, in one transaction. Afterwards message.row and .version are
-/// those of the store, but the rest of the state must be loaded again.
-/// @throws Failure  MAPI_E_OBJECT_DELETED, MAPI_E_OBJECT_CHANGED (another user saved it meanwhile and `force` is not set)
+/// Writes what has changed of a message and everything inside it, in one transaction. Afterwards message.row and
+/// .version are those of the store, but the rest of the state must be loaded again.
+/// @throws Failure  MAPI_E_OBJECT_DELETED, MAPI_E_OBJECT_CHANGED (another user saved it meanwhile and `force` is not
+/// set)
 void SaveMessage(StoreFile& store, MessageState& message, bool force);
 /// Removes a message with its attachments and embedded messages. REQUIRES: a transaction is open.
 /// @returns false when there was no such message

@@ -153,8 +153,9 @@ std::vector<Recipient> UnpackRecipients(std::span<const std::uint8_t> packed)
         const std::uint32_t size = TakeNumber(packed);
         if (size > packed.size())
             Fail(mapi::MAPI_E_CORRUPT_DATA, sDamaged);
-        UnpackProps(packed.first(size), [](const auto&) { return std::make_shared<MemoryBlob>(Bytes()); }, nullptr,
-                    [&recipient](Prop prop) { recipient.props.Set(std::move(prop)); });
+        UnpackProps(
+            packed.first(size), [](const auto&) { return std::make_shared<MemoryBlob>(Bytes()); }, nullptr,
+            [&recipient](Prop prop) { recipient.props.Set(std::move(prop)); });
         packed = packed.subspan(size);
         recipients.push_back(std::move(recipient));
     }

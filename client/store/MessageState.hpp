@@ -1,5 +1,5 @@
-// What a message consists of, in memory: properties, recipients, attachments. It is a value: an attachment or an embedded
-// message that is open works on a copy, and its SaveChanges puts the copy into its parent.
+// What a message consists of, in memory: properties, recipients, attachments. It is a value: an attachment or an
+// embedded message that is open works on a copy, and its SaveChanges puts the copy into its parent.
 #pragma once
 
 #include "client/store/PropertyBag.hpp"
@@ -52,8 +52,8 @@ struct MessageState
 
 /// A message as CreateMessage makes it: nothing written, the documented first values of its properties set.
 [[nodiscard]] MessageState NewMessage(std::int64_t folder, bool associated);
-/// Makes PR_SUBJECT_PREFIX and PR_NORMALIZED_SUBJECT follow PR_SUBJECT. `explicitPrefix`: the prefix was set by the caller and
-/// counts if the subject begins with it.
+/// Makes PR_SUBJECT_PREFIX and PR_NORMALIZED_SUBJECT follow PR_SUBJECT. `explicitPrefix`: the prefix was set by the
+/// caller and counts if the subject begins with it.
 void DeriveSubject(PropertyBag& props, bool explicitPrefix);
 /// Makes PR_DISPLAY_TO, _CC and _BCC follow the recipients.
 void DeriveDisplayNames(MessageState& message);

@@ -1,6 +1,6 @@
 // IMsgStore, and what all objects of a store share.
-#include "client/store/Folder.hpp"
 #include "client/store/Attachment.hpp"
+#include "client/store/Folder.hpp"
 #include "client/store/PropertyStream.hpp"
 #include "client/store/StoreObjects.hpp"
 #include "client/table/MemorySource.hpp"
@@ -22,12 +22,12 @@ constexpr auto sStoreEntry = u"A message store is opened through the session.";
 constexpr auto sDefaultClass = u"The default receive folder can be changed but not removed.";
 constexpr auto sProvider = u"Deft store";
 
-constexpr ULONG IdentityList[] = {tag::EntryId,          tag::RecordKey,  tag::InstanceKey,     tag::StoreEntryId,
-                                  tag::StoreRecordKey,   tag::ObjectType, tag::MappingSignature, tag::StoreSupportMask};
+constexpr ULONG IdentityList[] = {tag::EntryId,        tag::RecordKey,  tag::InstanceKey,      tag::StoreEntryId,
+                                  tag::StoreRecordKey, tag::ObjectType, tag::MappingSignature, tag::StoreSupportMask};
 
-constexpr ULONG StoreTags[] = {tag::EntryId,          tag::RecordKey,       tag::StoreEntryId, tag::StoreRecordKey,
+constexpr ULONG StoreTags[] = {tag::EntryId,          tag::RecordKey,       tag::StoreEntryId,     tag::StoreRecordKey,
                                tag::MappingSignature, tag::ObjectType,      tag::StoreSupportMask, tag::DefaultStore,
-                               tag::MdbProvider,      tag::ValidFolderMask, tag::StoreState,   tag::Access,
+                               tag::MdbProvider,      tag::ValidFolderMask, tag::StoreState,       tag::Access,
                                tag::AccessLevel,      tag::ResourceFlags,   tag::ProviderDisplay};
 
 // The special folders cannot be deleted, so all of them are always valid.
@@ -41,8 +41,7 @@ class StoreObject final : public PropertyObject<mapi::IMsgStore>
 public:
     StoreObject(StorePtr store, bool writable, bool isDefault)
         : PropertyObject(std::move(store), writable), FDefault(isDefault)
-    {
-    }
+    {}
 
     mapi::HRESULT DEFTMAPI_STDCALL Advise(ULONG, mapi::LPENTRYID, ULONG, mapi::LPMAPIADVISESINK,
                                           mapi::ULONG_PTR* connection) noexcept override
@@ -84,11 +83,26 @@ public:
             *flags = mapi::LOGOFF_COMPLETE; // nothing is ever under way
         });
     }
-    mapi::HRESULT DEFTMAPI_STDCALL AbortSubmit(ULONG, mapi::LPENTRYID, ULONG) noexcept override { return NoSupport(sNoQueue); }
-    mapi::HRESULT DEFTMAPI_STDCALL GetOutgoingQueue(ULONG, mapi::LPMAPITABLE*) noexcept override { return NoSupport(sNoQueue); }
-    mapi::HRESULT DEFTMAPI_STDCALL SetLockState(mapi::LPMESSAGE, ULONG) noexcept override { return NoSupport(sNoQueue); }
-    mapi::HRESULT DEFTMAPI_STDCALL FinishedMsg(ULONG, ULONG, mapi::LPENTRYID) noexcept override { return NoSupport(sNoQueue); }
-    mapi::HRESULT DEFTMAPI_STDCALL NotifyNewMail(mapi::LPNOTIFICATION) noexcept override { return NoSupport(sNoNotifications); }
+    mapi::HRESULT DEFTMAPI_STDCALL AbortSubmit(ULONG, mapi::LPENTRYID, ULONG) noexcept override
+    {
+        return NoSupport(sNoQueue);
+    }
+    mapi::HRESULT DEFTMAPI_STDCALL GetOutgoingQueue(ULONG, mapi::LPMAPITABLE*) noexcept override
+    {
+        return NoSupport(sNoQueue);
+    }
+    mapi::HRESULT DEFTMAPI_STDCALL SetLockState(mapi::LPMESSAGE, ULONG) noexcept override
+    {
+        return NoSupport(sNoQueue);
+    }
+    mapi::HRESULT DEFTMAPI_STDCALL FinishedMsg(ULONG, ULONG, mapi::LPENTRYID) noexcept override
+    {
+        return NoSupport(sNoQueue);
+    }
+    mapi::HRESULT DEFTMAPI_STDCALL NotifyNewMail(mapi::LPNOTIFICATION) noexcept override
+    {
+        return NoSupport(sNoNotifications);
+    }
 
     [[nodiscard]] bool Implements(const mapi::IID& iid) const noexcept override
     {
@@ -116,8 +130,8 @@ protected:
     std::vector<ULONG> ComputedTags() const override { return {std::begin(StoreTags), std::end(StoreTags)}; }
     mapi::HRESULT CheckChange(ULONG tag, bool) override
     {
-        const bool computed = std::any_of(std::begin(StoreTags), std::end(StoreTags),
-                                          [tag](ULONG t) { return t >> 16 == tag >> 16; });
+        const bool computed =
+            std::any_of(std::begin(StoreTags), std::end(StoreTags), [tag](ULONG t) { return t >> 16 == tag >> 16; });
         return computed ? mapi::MAPI_E_COMPUTED : mapi::S_OK;
     }
 
@@ -153,19 +167,22 @@ std::optional<Prop> StoreObject::Computed(ULONG id)
     case tag::ResourceFlags >> 16:
         return LongProp(tag::ResourceFlags, FDefault ? mapi::STATUS_DEFAULT_STORE : 0);
     case tag::Access >> 16:
-        return LongProp(tag::Access, FWritable ? mapi::MAPI_ACCESS_MODIFY | mapi::MAPI_ACCESS_READ : mapi::MAPI_ACCESS_READ);
+        return LongProp(tag::Access,
+                        FWritable ? mapi::MAPI_ACCESS_MODIFY | mapi::MAPI_ACCESS_READ : mapi::MAPI_ACCESS_READ);
     case tag::AccessLevel >> 16:
         return LongProp(tag::AccessLevel, FWritable ? mapi::MAPI_MODIFY : 0);
     case tag::StoreSupportMask >> 16:
-        return LongProp(tag::StoreSupportMask, FWritable ? StoreSupport
-                                                         : (StoreSupport & ~(mapi::STORE_MODIFY_OK | mapi::STORE_CREATE_OK)) |
-                                                               mapi::STORE_READONLY);
+        return LongProp(tag::StoreSupportMask,
+                        FWritable
+                            ? StoreSupport
+                            : (StoreSupport & ~(mapi::STORE_MODIFY_OK | mapi::STORE_CREATE_OK)) | mapi::STORE_READONLY);
     default:
         return IdentityProperty(*FStore, EntryKind::Store, 0, id);
     }
 }
 
-mapi::HRESULT StoreObject::SetReceiveFolder(mapi::LPTSTR messageClass, ULONG flags, ULONG size, mapi::LPENTRYID id) noexcept
+mapi::HRESULT StoreObject::SetReceiveFolder(mapi::LPTSTR messageClass, ULONG flags, ULONG size,
+                                            mapi::LPENTRYID id) noexcept
 {
     return Run([&] {
         RequireFlags(flags, mapi::MAPI_UNICODE);
@@ -234,10 +251,12 @@ mapi::HRESULT StoreObject::GetReceiveFolderTable(ULONG flags, mapi::LPMAPITABLE*
         Query query = FStore->Db().Prepare("SELECT folder, class FROM receive_folders ORDER BY class_key");
         while (query.Step()) {
             const Bytes entry = FStore->EntryIdOf(EntryKind::Folder, query.Number(0));
-            rows.push_back({BinaryProp(tag::EntryId, entry), TextProp(tag::MessageClass, UnpackText(query.Text(1))),
-                            BinaryProp(tag::RecordKey, MakeRecordKey({FStore->Id(), EntryKind::Folder, query.Number(0)}))});
+            rows.push_back(
+                {BinaryProp(tag::EntryId, entry), TextProp(tag::MessageClass, UnpackText(query.Text(1))),
+                 BinaryProp(tag::RecordKey, MakeRecordKey({FStore->Id(), EntryKind::Folder, query.Number(0)}))});
         }
-        auto source = std::make_shared<MemorySource>(std::vector<ULONG>{tag::EntryId, tag::MessageClass, tag::RecordKey}, std::move(rows));
+        auto source = std::make_shared<MemorySource>(
+            std::vector<ULONG>{tag::EntryId, tag::MessageClass, tag::RecordKey}, std::move(rows));
         *table = TKwComPtr<mapi::IMAPITable>(new Table(std::move(source), (flags & mapi::MAPI_UNICODE) != 0)).Detach();
     });
 }

@@ -59,7 +59,8 @@ ULONG StoreFile::IdOfName(const mapi::GUID& set, std::int64_t lid, const WideStr
             id = id == 0 ? FirstNamedId : id + 1;
             if (id > LastNamedId)
                 Fail(mapi::MAPI_E_TOO_BIG, sNoMoreIds);
-            Query insert = FDatabase.Prepare("INSERT INTO named_props (id, set_guid, lid, name) VALUES (?1, ?2, ?3, ?4)");
+            Query insert =
+                FDatabase.Prepare("INSERT INTO named_props (id, set_guid, lid, name) VALUES (?1, ?2, ?3, ?4)");
             insert.Bind(1, id).BindBlob(2, GuidBytes(set));
             if (name)
                 insert.BindText(4, PackText(*name));

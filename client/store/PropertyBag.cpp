@@ -1,5 +1,6 @@
-// Packed form: per property the tag, the length of the data and the data, all little-endian. Numbers take 8 bytes, text is
-// UTF-8, multiple values are a count and then length-prefixed values. A length of 0xFFFFFFFF announces a large reference.
+// Packed form: per property the tag, the length of the data and the data, all little-endian. Numbers take 8 bytes, text
+// is UTF-8, multiple values are a count and then length-prefixed values. A length of 0xFFFFFFFF announces a large
+// reference.
 #include "client/store/PropertyBag.hpp"
 
 #include "client/entry/Guard.hpp"

@@ -1,4 +1,5 @@
-// The properties of one object, one value per property identifier, and the packed form in which they lie in the database.
+// The properties of one object, one value per property identifier, and the packed form in which they lie in the
+// database.
 #pragma once
 
 #include "client/store/PropertyValues.hpp"

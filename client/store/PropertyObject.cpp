@@ -93,7 +93,8 @@ std::optional<Prop> PropertyCore::ConvertHtml(const Prop& stored, ULONG type)
     const TKwEncoding named(codePage);
     const TKwEncoding encoding = codePage != 0 && named.IsKnown() ? named : TKwEncoding(65001);
     if (stored.Type() == mapi::PT_BINARY && IsTextType(type)) {
-        const Prop text{mapi::CHANGE_PROP_TYPE(stored.tag, mapi::PT_UNICODE), encoding.ToWide(StringOf(std::get<Bytes>(stored.data)))};
+        const Prop text{mapi::CHANGE_PROP_TYPE(stored.tag, mapi::PT_UNICODE),
+                        encoding.ToWide(StringOf(std::get<Bytes>(stored.data)))};
         return Convert(text, type, true);
     }
     if (stored.Type() == mapi::PT_UNICODE && type == mapi::PT_BINARY) {
@@ -114,7 +115,7 @@ Prop PropertyCore::GetOne(ULONG tag, bool unicode)
     const bool streamable = IsStreamType(stored->Type());
     if (streamable && DataSize(*stored) > limits::GetProps)
         return ErrorProp(tag, type == mapi::PT_UNSPECIFIED || IsStreamType(type) ? mapi::MAPI_E_NOT_ENOUGH_MEMORY
-                                                                                : mapi::MAPI_E_NOT_FOUND);
+                                                                                 : mapi::MAPI_E_NOT_FOUND);
     const Prop value = Materialize(*stored);
     std::optional<Prop> result = Convert(value, type, unicode);
     if (!result && id == HtmlId)
@@ -384,9 +385,12 @@ mapi::HRESULT PropertyCore::DoGetIDsFromNames(ULONG count, mapi::LPMAPINAMEID* n
         const mapi::MAPINAMEID* name = names[i];
         ULONG id = 0;
         if (name && name->lpguid && *name->lpguid == mapi::PS_MAPI && name->ulKind == mapi::MNID_ID) {
-            id = name->Kind.lID > 0 && static_cast<ULONG>(name->Kind.lID) < FirstNamed ? static_cast<ULONG>(name->Kind.lID) : 0;
+            id = name->Kind.lID > 0 && static_cast<ULONG>(name->Kind.lID) < FirstNamed
+                     ? static_cast<ULONG>(name->Kind.lID)
+                     : 0;
         } else if (name && name->lpguid &&
-                   (name->ulKind == mapi::MNID_ID || (name->ulKind == mapi::MNID_STRING && name->Kind.lpwstrName))) {
+                   (name->ulKind == mapi::MNID_ID || (name->ulKind == mapi::MNID_STRING && name->Kind.lpwstrName)))
+        {
             const bool isText = name->ulKind == mapi::MNID_STRING;
             const WideString text = isText ? WideString(name->Kind.lpwstrName) : WideString();
             const std::int64_t lid = isText ? 0 : name->Kind.lID;

@@ -40,7 +40,8 @@ protected:
     /// S_OK, or the problem with setting (or deleting) this property.
     [[nodiscard]] virtual mapi::HRESULT CheckChange(ULONG tag, bool deleting);
     /// OpenProperty for everything but streams. @throws Failure  MAPI_E_INTERFACE_NOT_SUPPORTED
-    [[nodiscard]] virtual TKwComPtr<mapi::IUnknown> OpenObject(ULONG tag, const mapi::IID& iid, ULONG options, ULONG flags);
+    [[nodiscard]] virtual TKwComPtr<mapi::IUnknown> OpenObject(ULONG tag, const mapi::IID& iid, ULONG options,
+                                                               ULONG flags);
     /// The object itself, for those that must keep it alive.
     [[nodiscard]] virtual TKwComPtr<mapi::IUnknown> Self() = 0;
 
@@ -77,7 +78,8 @@ template <typename Interface>
 class PropertyObject : public ComObject<Interface>, public PropertyCore
 {
 public:
-    mapi::HRESULT DEFTMAPI_STDCALL GetLastError(mapi::HRESULT code, ULONG flags, mapi::LPMAPIERROR* error) noexcept override
+    mapi::HRESULT DEFTMAPI_STDCALL GetLastError(mapi::HRESULT code, ULONG flags,
+                                                mapi::LPMAPIERROR* error) noexcept override
     {
         return FLast.Get(code, flags, error);
     }
@@ -116,8 +118,8 @@ public:
     mapi::HRESULT DEFTMAPI_STDCALL CopyProps(mapi::LPSPropTagArray included, mapi::ULONG_PTR, mapi::LPMAPIPROGRESS,
                                              mapi::LPCIID interfaceId, mapi::LPVOID destination, ULONG flags,
                                              mapi::LPSPropProblemArray* problems) noexcept override;
-    mapi::HRESULT DEFTMAPI_STDCALL GetNamesFromIDs(mapi::LPSPropTagArray* tags, mapi::LPGUID set, ULONG flags, ULONG* count,
-                                                   mapi::LPMAPINAMEID** names) noexcept override
+    mapi::HRESULT DEFTMAPI_STDCALL GetNamesFromIDs(mapi::LPSPropTagArray* tags, mapi::LPGUID set, ULONG flags,
+                                                   ULONG* count, mapi::LPMAPINAMEID** names) noexcept override
     {
         return Run([&] { return DoGetNamesFromIDs(tags, set, flags, count, names); });
     }
@@ -131,15 +133,22 @@ protected:
     using PropertyCore::PropertyCore;
 
     /// SaveChanges. Objects whose changes are written at once have nothing to do.
-    virtual void Save(ULONG flags) { RequireFlags(flags, mapi::KEEP_OPEN_READONLY | mapi::KEEP_OPEN_READWRITE | mapi::FORCE_SAVE | mapi::MAPI_DEFERRED_ERRORS); }
-    [[nodiscard]] TKwComPtr<mapi::IUnknown> Self() override { return TKwComPtr<mapi::IUnknown>(static_cast<Interface*>(this)); }
+    virtual void Save(ULONG flags)
+    {
+        RequireFlags(flags, mapi::KEEP_OPEN_READONLY | mapi::KEEP_OPEN_READWRITE | mapi::FORCE_SAVE |
+                                mapi::MAPI_DEFERRED_ERRORS);
+    }
+    [[nodiscard]] TKwComPtr<mapi::IUnknown> Self() override
+    {
+        return TKwComPtr<mapi::IUnknown>(static_cast<Interface*>(this));
+    }
 };
 
 /// What CopyTo and CopyProps do, through the published interface of both objects, so that the destination may be of any
 /// provider. `tags` null copies everything but `excluded`.
 void CopyObject(mapi::IMAPIProp& from, const mapi::SPropTagArray* tags, const mapi::SPropTagArray* excluded,
-                std::span<const mapi::IID> excludedInterfaces, mapi::LPCIID interfaceId, mapi::LPVOID destination, ULONG flags,
-                mapi::LPSPropProblemArray* problems);
+                std::span<const mapi::IID> excludedInterfaces, mapi::LPCIID interfaceId, mapi::LPVOID destination,
+                ULONG flags, mapi::LPSPropProblemArray* problems);
 
 template <typename Interface>
 mapi::HRESULT PropertyObject<Interface>::CopyTo(ULONG excludedCount, mapi::LPCIID excludedInterfaces,
@@ -147,7 +156,8 @@ mapi::HRESULT PropertyObject<Interface>::CopyTo(ULONG excludedCount, mapi::LPCII
                                                 mapi::LPCIID interfaceId, mapi::LPVOID destination, ULONG flags,
                                                 mapi::LPSPropProblemArray* problems) noexcept
 {
-    // Without the lock: the destination takes that of its own store, and two copies in opposite directions must not meet.
+    // Without the lock: the destination takes that of its own store, and two copies in opposite directions must not
+    // meet.
     return Guard(FLast, [&] {
         CopyObject(*this, nullptr, excluded, std::span(excludedInterfaces, excludedInterfaces ? excludedCount : 0),
                    interfaceId, destination, flags, problems);
@@ -155,8 +165,9 @@ mapi::HRESULT PropertyObject<Interface>::CopyTo(ULONG excludedCount, mapi::LPCII
 }
 
 template <typename Interface>
-mapi::HRESULT PropertyObject<Interface>::CopyProps(mapi::LPSPropTagArray included, mapi::ULONG_PTR, mapi::LPMAPIPROGRESS,
-                                                   mapi::LPCIID interfaceId, mapi::LPVOID destination, ULONG flags,
+mapi::HRESULT PropertyObject<Interface>::CopyProps(mapi::LPSPropTagArray included, mapi::ULONG_PTR,
+                                                   mapi::LPMAPIPROGRESS, mapi::LPCIID interfaceId,
+                                                   mapi::LPVOID destination, ULONG flags,
                                                    mapi::LPSPropProblemArray* problems) noexcept
 {
     return Guard(FLast, [&] {

@@ -99,7 +99,8 @@ void PropertyStream::Publish(bool final)
     FUnpublished = !final;
     if (final) {
         const Bytes bytes = FSpool->ReadAll();
-        FCore.SetStreamValue(WideTag(FTag), TKwEncoding().ToWide({reinterpret_cast<const char*>(bytes.data()), bytes.size()}));
+        FCore.SetStreamValue(WideTag(FTag),
+                             TKwEncoding().ToWide({reinterpret_cast<const char*>(bytes.data()), bytes.size()}));
     }
 }
 
@@ -142,10 +143,12 @@ mapi::HRESULT PropertyStream::Write(const void* from, ULONG count, ULONG* writte
     });
 }
 
-mapi::HRESULT PropertyStream::Seek(mapi::LARGE_INTEGER move, mapi::DWORD origin, mapi::ULARGE_INTEGER* position) noexcept
+mapi::HRESULT PropertyStream::Seek(mapi::LARGE_INTEGER move, mapi::DWORD origin,
+                                   mapi::ULARGE_INTEGER* position) noexcept
 {
     return Run([&] {
-        const std::uint64_t base = origin == mapi::STREAM_SEEK_CUR ? FPosition : (origin == mapi::STREAM_SEEK_END ? Size() : 0);
+        const std::uint64_t base =
+            origin == mapi::STREAM_SEEK_CUR ? FPosition : (origin == mapi::STREAM_SEEK_END ? Size() : 0);
         const auto target = static_cast<std::int64_t>(base) + move.QuadPart;
         if (origin > mapi::STREAM_SEEK_END || target < 0)
             Fail(mapi::STG_E_INVALIDFUNCTION, u"The position lies before the beginning of the stream.");

@@ -1,5 +1,6 @@
-// IStream over one text or binary property. Reading goes to the stored chunks; the first write makes a spool that the object
-// sees at once (8-bit text: at Commit or when the stream is released). On disk it is only when the object is saved.
+// IStream over one text or binary property. Reading goes to the stored chunks; the first write makes a spool that the
+// object sees at once (8-bit text: at Commit or when the stream is released). On disk it is only when the object is
+// saved.
 #pragma once
 
 #include "client/store/PropertyObject.hpp"
@@ -29,8 +30,10 @@ public:
                                           mapi::ULARGE_INTEGER* written) noexcept override;
     mapi::HRESULT DEFTMAPI_STDCALL Commit(mapi::DWORD flags) noexcept override;
     mapi::HRESULT DEFTMAPI_STDCALL Revert() noexcept override;
-    mapi::HRESULT DEFTMAPI_STDCALL LockRegion(mapi::ULARGE_INTEGER, mapi::ULARGE_INTEGER, mapi::DWORD) noexcept override;
-    mapi::HRESULT DEFTMAPI_STDCALL UnlockRegion(mapi::ULARGE_INTEGER, mapi::ULARGE_INTEGER, mapi::DWORD) noexcept override;
+    mapi::HRESULT DEFTMAPI_STDCALL LockRegion(mapi::ULARGE_INTEGER, mapi::ULARGE_INTEGER,
+                                              mapi::DWORD) noexcept override;
+    mapi::HRESULT DEFTMAPI_STDCALL UnlockRegion(mapi::ULARGE_INTEGER, mapi::ULARGE_INTEGER,
+                                                mapi::DWORD) noexcept override;
     mapi::HRESULT DEFTMAPI_STDCALL Stat(mapi::STATSTG* stat, mapi::DWORD flags) noexcept override;
     mapi::HRESULT DEFTMAPI_STDCALL Clone(mapi::IStream** clone) noexcept override;
 

@@ -218,8 +218,9 @@ void Layout::WriteMulti(const Prop& prop, UPV& v)
                 return guid;
             });
         else
-            v.MVbin.lpbin = PutArray<SBinary>(
-                *binaries, [this](const Bytes& x) { return SBinary{CountOf(x), Put<BYTE>(x.data(), x.size())}; });
+            v.MVbin.lpbin = PutArray<SBinary>(*binaries, [this](const Bytes& x) {
+                return SBinary{CountOf(x), Put<BYTE>(x.data(), x.size())};
+            });
     }
 }
 

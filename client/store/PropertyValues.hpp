@@ -19,9 +19,9 @@ using mapi::ULONG;
 /// Which member holds which types: int64 PT_I2, PT_LONG, PT_BOOLEAN, PT_I8, PT_CURRENCY, PT_SYSTIME, PT_ERROR; double
 /// PT_R4, PT_DOUBLE, PT_APPTIME; Bytes PT_BINARY, PT_CLSID, PT_SVREID; std::string only in values on their way out;
 /// monostate PT_NULL and PT_OBJECT. A large text or binary value is a blob (text as UTF-16 bytes).
-using PropData = std::variant<std::monostate, std::int64_t, double, WideString, std::string, Bytes,
-                              std::vector<std::int64_t>, std::vector<double>, std::vector<WideString>,
-                              std::vector<std::string>, std::vector<Bytes>, BlobPtr>;
+using PropData =
+    std::variant<std::monostate, std::int64_t, double, WideString, std::string, Bytes, std::vector<std::int64_t>,
+                 std::vector<double>, std::vector<WideString>, std::vector<std::string>, std::vector<Bytes>, BlobPtr>;
 
 struct Prop
 {
@@ -66,13 +66,13 @@ using Props = std::vector<Prop>;
 /// Bytes that the value counts for in sizes.
 [[nodiscard]] std::uint64_t DataSize(const Prop& prop);
 
-/// Copies a value that came over the interface; 8-bit text becomes wide. @throws Failure  MAPI_E_INVALID_PARAMETER for a
-/// missing pointer, MAPI_E_INVALID_TYPE for a type that cannot be stored
+/// Copies a value that came over the interface; 8-bit text becomes wide. @throws Failure  MAPI_E_INVALID_PARAMETER for
+/// a missing pointer, MAPI_E_INVALID_TYPE for a type that cannot be stored
 [[nodiscard]] Prop FromInterface(const mapi::SPropValue& value);
 
-/// The stored value in the type asked for: PT_UNSPECIFIED gives the own type (text wide or 8-bit by `unicode`), text converts
-/// between widths. @returns nothing when the types do not go together
-/// Blobs are not converted: the caller has read them or refused.
+/// The stored value in the type asked for: PT_UNSPECIFIED gives the own type (text wide or 8-bit by `unicode`), text
+/// converts between widths. @returns nothing when the types do not go together Blobs are not converted: the caller has
+/// read them or refused.
 [[nodiscard]] std::optional<Prop> Convert(const Prop& stored, ULONG type, bool unicode);
 
 /// Lays the values out in one MAPI buffer. @throws std::bad_alloc

@@ -225,11 +225,13 @@ void InsertFolder(Database& database, SpecialFolder id, std::optional<SpecialFol
 
 void Populate(Database& database, const Uid& store, const WideString& displayName)
 {
-    const std::pair<ULONG, SpecialFolder> links[] = {
-        {tag::IpmSubtree, SpecialFolder::IpmSubtree},        {tag::IpmOutbox, SpecialFolder::Outbox},
-        {tag::IpmWastebasket, SpecialFolder::DeletedItems},  {tag::IpmSentMail, SpecialFolder::SentItems},
-        {tag::Views, SpecialFolder::Views},                  {tag::CommonViews, SpecialFolder::CommonViews},
-        {tag::Finder, SpecialFolder::Finder}};
+    const std::pair<ULONG, SpecialFolder> links[] = {{tag::IpmSubtree, SpecialFolder::IpmSubtree},
+                                                     {tag::IpmOutbox, SpecialFolder::Outbox},
+                                                     {tag::IpmWastebasket, SpecialFolder::DeletedItems},
+                                                     {tag::IpmSentMail, SpecialFolder::SentItems},
+                                                     {tag::Views, SpecialFolder::Views},
+                                                     {tag::CommonViews, SpecialFolder::CommonViews},
+                                                     {tag::Finder, SpecialFolder::Finder}};
     Bytes props;
     PackProp(TextProp(tag::DisplayName, displayName), props);
     for (const auto& [tag, folder] : links)

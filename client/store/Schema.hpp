@@ -1,8 +1,8 @@
 // The layout of a store file and the numbered steps that bring an older file up to date.
 //
-// messages has columns of its own for what contents tables show, sort by and restrict on; everything else of an object is
-// one packed list (PropertyBag) in bags, apart from the columns so that a walk over a folder does not read it. Values above
-// Limits::Inline bytes lie in chunks. Row identifiers are AUTOINCREMENT: never used twice.
+// messages has columns of its own for what contents tables show, sort by and restrict on; everything else of an object
+// is one packed list (PropertyBag) in bags, apart from the columns so that a walk over a folder does not read it.
+// Values above Limits::Inline bytes lie in chunks. Row identifiers are AUTOINCREMENT: never used twice.
 #pragma once
 
 #include "client/store/Database.hpp"
@@ -25,8 +25,8 @@ namespace limits
 inline constexpr std::uint64_t Inline = 8 * 1024;
 /// Bytes per chunk.
 inline constexpr std::size_t Chunk = 64 * 1024;
-/// GetProps gives text and binary values up to this many bytes; larger ones are MAPI_E_NOT_ENOUGH_MEMORY and must be opened
-/// as a stream.
+/// GetProps gives text and binary values up to this many bytes; larger ones are MAPI_E_NOT_ENOUGH_MEMORY and must be
+/// opened as a stream.
 inline constexpr std::uint64_t GetProps = 32 * 1024;
 /// Tables cut text off after this many characters, as the platform's tables do.
 inline constexpr std::size_t TableText = 255;

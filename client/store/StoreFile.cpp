@@ -146,8 +146,8 @@ Bytes StoreFile::Pack(const LargeOwner& owner, const PropertyBag& bag, const std
         if (const auto* blob = std::get_if<BlobPtr>(&prop.data)) {
             const auto* saved = dynamic_cast<const SavedBlob*>(blob->get());
             Query mine = FDatabase.Prepare("SELECT 1 FROM large_values WHERE id = ?1 AND owner = ?2");
-            const bool stays = saved && saved->IsIn(*this) &&
-                               mine.Bind(1, saved->Reference().valueId).Bind(2, owner.Key()).Step();
+            const bool stays =
+                saved && saved->IsIn(*this) && mine.Bind(1, saved->Reference().valueId).Bind(2, owner.Key()).Step();
             reference = stays ? saved->Reference() : WriteLarge(owner, **blob);
         } else if (const auto* text = std::get_if<WideString>(&prop.data)) {
             const auto* raw = reinterpret_cast<const std::uint8_t*>(text->data());

@@ -1,6 +1,6 @@
 // One opened store file: its connection, its lock, its large values and its property names.
-// Every object of a store holds its StoreFile and takes the lock for the length of a call, so that objects may be used from
-// any thread; other sessions and processes have connections of their own.
+// Every object of a store holds its StoreFile and takes the lock for the length of a call, so that objects may be used
+// from any thread; other sessions and processes have connections of their own.
 #pragma once
 
 #include "client/store/Database.hpp"
@@ -42,16 +42,16 @@ public:
     [[nodiscard]] std::shared_ptr<Spool> NewSpool() const { return std::make_shared<Spool>(FFolder); }
 
     [[nodiscard]] Bytes EntryIdOf(EntryKind kind, std::int64_t row) const { return MakeEntryId({FId, kind, row}); }
-    /// The row that the identifier names in this store. @throws Failure  MAPI_E_INVALID_ENTRYID damaged, of another provider
-    /// or kind; MAPI_E_UNKNOWN_ENTRYID of another store
+    /// The row that the identifier names in this store. @throws Failure  MAPI_E_INVALID_ENTRYID damaged, of another
+    /// provider or kind; MAPI_E_UNKNOWN_ENTRYID of another store
     [[nodiscard]] std::int64_t RowOf(ULONG size, const mapi::ENTRYID* id, EntryKind kind) const;
 
     /// Decodes a packed list; large values become blobs that read from this file.
     void Unpack(std::span<const std::uint8_t> packed, const std::function<bool(ULONG id)>& wanted,
                 const std::function<void(Prop)>& sink);
     void Unpack(std::span<const std::uint8_t> packed, PropertyBag& bag);
-    /// Encodes the properties that `take` accepts (null: all), writes the large ones among them and drops those of the owner
-    /// that are no longer used. REQUIRES: a transaction is open.
+    /// Encodes the properties that `take` accepts (null: all), writes the large ones among them and drops those of the
+    /// owner that are no longer used. REQUIRES: a transaction is open.
     [[nodiscard]] Bytes Pack(const LargeOwner& owner, const PropertyBag& bag,
                              const std::function<bool(const Prop&)>& take = nullptr);
     /// Removes every large value of the owner. REQUIRES: a transaction is open.

@@ -20,11 +20,12 @@ inline constexpr ULONG StoreSupport = mapi::STORE_ENTRYID_UNIQUE | mapi::STORE_M
 /// @throws Failure  MAPI_E_INTERFACE_NOT_SUPPORTED when iid is given and `object` does not have it
 void RequireInterface(mapi::LPCIID iid, std::initializer_list<const mapi::IID*> supported);
 
-/// IMsgStore::OpenEntry, IMAPIContainer::OpenEntry and IMAPISession::OpenEntry for folders and messages. An empty identifier
-/// opens the root folder. `writable`: the store was opened for writing.
+/// IMsgStore::OpenEntry, IMAPIContainer::OpenEntry and IMAPISession::OpenEntry for folders and messages. An empty
+/// identifier opens the root folder. `writable`: the store was opened for writing.
 /// @throws Failure  MAPI_E_NOT_FOUND, MAPI_E_NO_ACCESS, MAPI_E_UNKNOWN_ENTRYID, MAPI_E_INVALID_ENTRYID
 [[nodiscard]] TKwComPtr<mapi::IUnknown> OpenStoreEntry(const StorePtr& store, bool writable, ULONG size,
-                                                       const mapi::ENTRYID* id, mapi::LPCIID iid, ULONG flags, ULONG* type);
+                                                       const mapi::ENTRYID* id, mapi::LPCIID iid, ULONG flags,
+                                                       ULONG* type);
 /// The interface objects of the parts.
 [[nodiscard]] TKwComPtr<mapi::IMAPIFolder> OpenFolderRow(const StorePtr& store, std::int64_t row, bool writable);
 [[nodiscard]] TKwComPtr<mapi::IMessage> OpenMessageRow(const StorePtr& store, std::int64_t row, bool writable);

@@ -34,7 +34,8 @@ bool MemorySource::Fetch(RowKey key, std::span<const ULONG> tags, Props& values)
         return false;
     const Props& row = FRows[static_cast<std::size_t>(key)];
     for (const ULONG tag : tags) {
-        const auto it = std::find_if(row.begin(), row.end(), [tag](const Prop& prop) { return prop.Id() == tag >> 16; });
+        const auto it =
+            std::find_if(row.begin(), row.end(), [tag](const Prop& prop) { return prop.Id() == tag >> 16; });
         values.push_back(it == row.end() ? ErrorProp(tag, mapi::MAPI_E_NOT_FOUND) : *it);
     }
     return true;

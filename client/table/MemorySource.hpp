@@ -1,4 +1,5 @@
-// Rows held in memory: stores, profiles, services, recipients, attachments. The rows are a snapshot of when the table was made.
+// Rows held in memory: stores, profiles, services, recipients, attachments. The rows are a snapshot of when the table
+// was made.
 #pragma once
 
 #include "client/table/RowSource.hpp"
@@ -9,7 +10,9 @@ namespace deftmapi::client
 class MemorySource final : public RowSource
 {
 public:
-    MemorySource(std::vector<ULONG> columns, std::vector<Props> rows) : FColumns(std::move(columns)), FRows(std::move(rows)) {}
+    MemorySource(std::vector<ULONG> columns, std::vector<Props> rows)
+        : FColumns(std::move(columns)), FRows(std::move(rows))
+    {}
 
     [[nodiscard]] std::recursive_mutex& Lock() override { return FLock; }
     [[nodiscard]] std::int64_t Stamp(bool) override { return 0; }

@@ -71,7 +71,8 @@ std::vector<Prop> Elements(const Prop& prop)
         [&](const auto& data) {
             using T = std::decay_t<decltype(data)>;
             if constexpr (std::is_same_v<T, std::vector<std::int64_t>> || std::is_same_v<T, std::vector<double>> ||
-                          std::is_same_v<T, std::vector<WideString>> || std::is_same_v<T, std::vector<Bytes>>) {
+                          std::is_same_v<T, std::vector<WideString>> || std::is_same_v<T, std::vector<Bytes>>)
+            {
                 for (const auto& item : data)
                     elements.push_back({prop.tag & ~MV_FLAG, item});
             }
@@ -225,7 +226,8 @@ bool Restriction::Matches(const Lookup& row) const
     if (value.Type() != FValue.Type())
         return false;
     if (std::holds_alternative<BlobPtr>(value.data)) {
-        const Prop whole = value.Type() == PT_UNICODE ? TextProp(value.tag, TextOf(value)) : BinaryProp(value.tag, BytesOf(value));
+        const Prop whole =
+            value.Type() == PT_UNICODE ? TextProp(value.tag, TextOf(value)) : BinaryProp(value.tag, BytesOf(value));
         return Compare(FOperator, CompareValues(whole, FValue));
     }
     return Compare(FOperator, CompareValues(value, FValue));

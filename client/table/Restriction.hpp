@@ -15,8 +15,8 @@ public:
     /// Nesting that is accepted; deeper restrictions are too complex.
     static constexpr int MaximumDepth = 64;
 
-    /// Copies the structure. @throws Failure  MAPI_E_TOO_COMPLEX for kinds that tables here do not evaluate (subobjects, counts,
-    /// regular expressions) and too deep nesting; MAPI_E_INVALID_PARAMETER for malformed ones
+    /// Copies the structure. @throws Failure  MAPI_E_TOO_COMPLEX for kinds that tables here do not evaluate
+    /// (subobjects, counts, regular expressions) and too deep nesting; MAPI_E_INVALID_PARAMETER for malformed ones
     [[nodiscard]] static Restriction Parse(const mapi::SRestriction& restriction, int depth = 0);
 
     /// The value of a property of the row: PT_ERROR when the row does not have it.

@@ -1,4 +1,5 @@
-// Where a table gets its rows. A row has a key that stays the same while it lives; the order of Scan is the natural order.
+// Where a table gets its rows. A row has a key that stays the same while it lives; the order of Scan is the natural
+// order.
 #pragma once
 
 #include "client/store/PropertyValues.hpp"
@@ -24,8 +25,8 @@ public:
     /// Every column that some row may have (TBL_ALL_COLUMNS).
     [[nodiscard]] virtual std::vector<ULONG> AllColumns() { return DefaultColumns(); }
 
-    /// Visits all rows. Values stand in the order of `tags`, in their stored type (text wide, large ones as blobs); an error
-    /// property stands for what a row does not have.
+    /// Visits all rows. Values stand in the order of `tags`, in their stored type (text wide, large ones as blobs); an
+    /// error property stands for what a row does not have.
     using Visit = std::function<void(RowKey key, const Props& values)>;
     virtual void Scan(std::span<const ULONG> tags, const Visit& visit) = 0;
     /// The values of one row. @returns false when the row is gone

@@ -92,7 +92,8 @@ void Table::Refresh()
         FPosition = std::min(FPosition, FOrder.size());
     } else if (FPosition >= FOrder.size() || FOrder[FPosition] != current) {
         const auto it = std::find(FOrder.begin(), FOrder.end(), current);
-        FPosition = it != FOrder.end() ? static_cast<std::size_t>(it - FOrder.begin()) : std::min(FPosition, FOrder.size());
+        FPosition =
+            it != FOrder.end() ? static_cast<std::size_t>(it - FOrder.begin()) : std::min(FPosition, FOrder.size());
     }
     if (FBookmarks.empty())
         return;
@@ -390,7 +391,8 @@ mapi::HRESULT Table::QuerySortOrder(mapi::LPSSortOrderSet* order) noexcept
     return Run([&] {
         Require(order, u"lppSortCriteria");
         *order = nullptr;
-        auto result = AllocateAs<mapi::SSortOrderSet>(sizeof(mapi::SSortOrderSet) + FSort.size() * sizeof(mapi::SSortOrder));
+        auto result =
+            AllocateAs<mapi::SSortOrderSet>(sizeof(mapi::SSortOrderSet) + FSort.size() * sizeof(mapi::SSortOrder));
         result->cSorts = static_cast<ULONG>(FSort.size());
         std::copy(FSort.begin(), FSort.end(), result->aSort);
         *order = result.Detach();

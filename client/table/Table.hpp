@@ -1,5 +1,5 @@
-// IMAPITable over a row source. The table keeps a vector of row keys in its order and fetches rows by key; when the source
-// says that it has changed, the vector is made again and the position stays at its row.
+// IMAPITable over a row source. The table keeps a vector of row keys in its order and fetches rows by key; when the
+// source says that it has changed, the vector is made again and the position stays at its row.
 #pragma once
 
 #include "client/entry/ComObject.hpp"
@@ -19,7 +19,8 @@ public:
     /// @param unicode  the width of text whose column was named without a type, and of the default columns
     Table(std::shared_ptr<RowSource> source, bool unicode);
 
-    mapi::HRESULT DEFTMAPI_STDCALL GetLastError(mapi::HRESULT code, ULONG flags, mapi::LPMAPIERROR* error) noexcept override;
+    mapi::HRESULT DEFTMAPI_STDCALL GetLastError(mapi::HRESULT code, ULONG flags,
+                                                mapi::LPMAPIERROR* error) noexcept override;
     mapi::HRESULT DEFTMAPI_STDCALL Advise(ULONG mask, mapi::LPMAPIADVISESINK sink,
                                           mapi::ULONG_PTR* connection) noexcept override;
     mapi::HRESULT DEFTMAPI_STDCALL Unadvise(mapi::ULONG_PTR connection) noexcept override;
@@ -27,7 +28,8 @@ public:
     mapi::HRESULT DEFTMAPI_STDCALL SetColumns(mapi::LPSPropTagArray tags, ULONG flags) noexcept override;
     mapi::HRESULT DEFTMAPI_STDCALL QueryColumns(ULONG flags, mapi::LPSPropTagArray* tags) noexcept override;
     mapi::HRESULT DEFTMAPI_STDCALL GetRowCount(ULONG flags, ULONG* count) noexcept override;
-    mapi::HRESULT DEFTMAPI_STDCALL SeekRow(mapi::BOOKMARK origin, mapi::LONG count, mapi::LONG* sought) noexcept override;
+    mapi::HRESULT DEFTMAPI_STDCALL SeekRow(mapi::BOOKMARK origin, mapi::LONG count,
+                                           mapi::LONG* sought) noexcept override;
     mapi::HRESULT DEFTMAPI_STDCALL SeekRowApprox(ULONG numerator, ULONG denominator) noexcept override;
     mapi::HRESULT DEFTMAPI_STDCALL QueryPosition(ULONG* row, ULONG* numerator, ULONG* denominator) noexcept override;
     mapi::HRESULT DEFTMAPI_STDCALL FindRow(mapi::LPSRestriction restriction, mapi::BOOKMARK origin,
@@ -39,10 +41,12 @@ public:
     mapi::HRESULT DEFTMAPI_STDCALL QuerySortOrder(mapi::LPSSortOrderSet* order) noexcept override;
     mapi::HRESULT DEFTMAPI_STDCALL QueryRows(mapi::LONG count, ULONG flags, mapi::LPSRowSet* rows) noexcept override;
     mapi::HRESULT DEFTMAPI_STDCALL Abort() noexcept override;
-    mapi::HRESULT DEFTMAPI_STDCALL ExpandRow(ULONG, mapi::LPBYTE, ULONG, ULONG, mapi::LPSRowSet*, ULONG*) noexcept override;
+    mapi::HRESULT DEFTMAPI_STDCALL ExpandRow(ULONG, mapi::LPBYTE, ULONG, ULONG, mapi::LPSRowSet*,
+                                             ULONG*) noexcept override;
     mapi::HRESULT DEFTMAPI_STDCALL CollapseRow(ULONG, mapi::LPBYTE, ULONG, ULONG*) noexcept override;
     mapi::HRESULT DEFTMAPI_STDCALL WaitForCompletion(ULONG, ULONG, ULONG* status) noexcept override;
-    mapi::HRESULT DEFTMAPI_STDCALL GetCollapseState(ULONG, ULONG, mapi::LPBYTE, ULONG*, mapi::LPBYTE*) noexcept override;
+    mapi::HRESULT DEFTMAPI_STDCALL GetCollapseState(ULONG, ULONG, mapi::LPBYTE, ULONG*,
+                                                    mapi::LPBYTE*) noexcept override;
     mapi::HRESULT DEFTMAPI_STDCALL SetCollapseState(ULONG, ULONG, mapi::LPBYTE, mapi::BOOKMARK*) noexcept override;
 
     [[nodiscard]] bool Implements(const mapi::IID& iid) const noexcept override { return iid == mapi::IID_IMAPITable; }
@@ -51,7 +55,7 @@ private:
     struct Bookmark
     {
         std::size_t position;
-        RowKey key;      // of the row it stands on; unused at the end
+        RowKey key;           // of the row it stands on; unused at the end
         bool changed = false; // the row is gone
     };
 

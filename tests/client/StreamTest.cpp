@@ -1,0 +1,184 @@
+// Streams over properties: large values in bounded memory, widths of text, when a write counts.
+#include "tests/client/StoreFixture.hpp"
+
+#include <cstring>
+#include <fstream>
+
+namespace deftmapi::client::test
+{
+namespace
+{
+
+using namespace mapi;
+
+class StreamTest : public StoreTest
+{
+protected:
+    static std::int64_t PeakMemoryKiB()
+    {
+        std::ifstream status("/proc/self/status");
+        for (std::string line; std::getline(status, line);) {
+            if (line.rfind("VmHWM:", 0) == 0)
+                return std::stoll(line.substr(6));
+        }
+        return 0;
+    }
+};
+
+TEST_F(StreamTest, LargeValuesPassThroughInPieces)
+{
+    constexpr std::size_t Piece = 1 << 20;
+    constexpr int Pieces = 64;
+    auto inbox = Inbox();
+    auto message = NewMessage(*inbox, u"large");
+    const std::int64_t before = PeakMemoryKiB();
+    {
+        auto stream = OpenStream(*message, tag::AttachDataBin, MAPI_CREATE | MAPI_MODIFY);
+        for (int i = 0; i < Pieces; ++i) {
+            const Bytes data = Pattern(Piece, static_cast<std::uint32_t>(i));
+            ASSERT_EQ(stream->Write(data.data(), Piece, nullptr), S_OK);
+        }
+    }
+    const Bytes id = Save(*message);
+    auto again = OpenMessage(id, 0);
+    auto stream = OpenStream(*again, tag::AttachDataBin, 0);
+    STATSTG stat{};
+    ASSERT_EQ(stream->Stat(&stat, STATFLAG_NONAME), S_OK);
+    EXPECT_EQ(stat.cbSize.QuadPart, std::uint64_t{Piece} * Pieces);
+    Bytes data(Piece);
+    for (int i = 0; i < Pieces; ++i) {
+        ULONG got = 0;
+        ASSERT_EQ(stream->Read(data.data(), Piece, &got), S_OK);
+        ASSERT_TRUE(data == Pattern(Piece, static_cast<std::uint32_t>(i))) << i;
+    }
+    // SQLite keeps up to 16 MB of pages; the value itself is 64 MB.
+#if !defined(__SANITIZE_ADDRESS__)
+    EXPECT_LT(PeakMemoryKiB() - before, 40 * 1024);
+#endif
+    LARGE_INTEGER back;
+    back.QuadPart = -5;
+    ULARGE_INTEGER position;
+    ASSERT_EQ(stream->Seek(back, STREAM_SEEK_END, &position), S_OK);
+    EXPECT_EQ(position.QuadPart, std::uint64_t{Piece} * Pieces - 5);
+    ULONG got = 0;
+    EXPECT_EQ(stream->Read(data.data(), 10, &got), S_FALSE);
+    EXPECT_EQ(got, 5u);
+    EXPECT_EQ(stream->Write(data.data(), 1, nullptr), STG_E_ACCESSDENIED);
+    back.QuadPart = -1;
+    EXPECT_EQ(stream->Seek(back, STREAM_SEEK_SET, nullptr), STG_E_INVALIDFUNCTION);
+}
+
+TEST_F(StreamTest, ValuesAroundTheLimitsComeBack)
+{
+    auto inbox = Inbox();
+    for (const std::size_t size :
+         {std::size_t{0}, std::size_t{1}, std::size_t{limits::Inline}, std::size_t{limits::Inline} + 1,
+          std::size_t{limits::GetProps}, std::size_t{limits::GetProps} + 1, limits::Chunk, limits::Chunk + 1,
+          Spool::MemoryLimit, Spool::MemoryLimit + 1})
+    {
+        auto message = NewMessage(*inbox, u"sizes");
+        const Bytes data = Pattern(size);
+        Set(*message, {Binary(tag::Html, data)});
+        const Bytes id = Save(*message);
+        auto again = OpenMessage(id, 0);
+        const Got got = Get(*again, tag::Html);
+        if (size > limits::GetProps) {
+            EXPECT_EQ(got.Error(), MAPI_E_NOT_ENOUGH_MEMORY) << size;
+        } else {
+            EXPECT_TRUE(got.Blob() == data) << size;
+        }
+        auto stream = OpenStream(*again, tag::Html, 0);
+        Bytes read(size + 1);
+        ULONG count = 0;
+        EXPECT_EQ(stream->Read(read.data(), static_cast<ULONG>(read.size()), &count), S_FALSE);
+        read.resize(count);
+        EXPECT_TRUE(read == data) << size;
+    }
+}
+
+TEST_F(StreamTest, TextStreamsInBothWidths)
+{
+    auto inbox = Inbox();
+    auto message = NewMessage(*inbox, u"text");
+    std::u16string body;
+    while (body.size() < 20000)
+        body += u"Stra\u00dfe und Gl\u00fcck, ";
+    {
+        auto stream = OpenStream(*message, tag::Body, MAPI_CREATE | MAPI_MODIFY);
+        ASSERT_EQ(stream->Write(body.data(), static_cast<ULONG>(body.size() * 2), nullptr), S_OK);
+    }
+    const Bytes id = Save(*message);
+    message = OpenMessage(id);
+    EXPECT_EQ(Get(*message, tag::Body).Error(), MAPI_E_NOT_ENOUGH_MEMORY);
+    {
+        auto wide = OpenStream(*message, tag::Body, 0);
+        std::u16string read(body.size(), u'\0');
+        ASSERT_EQ(wide->Read(read.data(), static_cast<ULONG>(read.size() * 2), nullptr), S_OK);
+        EXPECT_TRUE(read == body);
+        auto narrow = OpenStream(*message, CHANGE_PROP_TYPE(tag::Body, PT_STRING8), 0);
+        std::string start(6, '\0');
+        ASSERT_EQ(narrow->Read(start.data(), 6, nullptr), S_OK);
+        EXPECT_EQ(start, "Stra\xdf"
+                         "e");
+    }
+    {
+        auto narrow = OpenStream(*message, CHANGE_PROP_TYPE(tag::Body, PT_STRING8), MAPI_CREATE | MAPI_MODIFY);
+        ASSERT_EQ(narrow->Write("kurz \xfc", 6, nullptr), S_OK);
+        ASSERT_EQ(narrow->Commit(STGC_DEFAULT), S_OK);
+        EXPECT_EQ(Get(*message, tag::Body).Wide(), u"kurz \u00fc");
+        ASSERT_EQ(narrow->Write("!", 1, nullptr), S_OK);
+    }
+    EXPECT_EQ(Get(*message, tag::Body).Wide(), u"kurz \u00fc!"); // the release counts as a commit
+    Save(*message);
+    EXPECT_EQ(Get(*OpenMessage(id, 0), tag::Body).Wide(), u"kurz \u00fc!");
+    EXPECT_EQ(Db().Scalar("SELECT count(*) FROM chunks"), 0) << "the old body was dropped";
+}
+
+TEST_F(StreamTest, WritesAreNotOnDiskBeforeTheMessageIsSaved)
+{
+    auto inbox = Inbox();
+    auto message = NewMessage(*inbox, u"draft");
+    const Bytes old = Pattern(50000);
+    Set(*message, {Binary(tag::Html, old)});
+    const Bytes id = Save(*message);
+    auto stream = OpenStream(*message, tag::Html, MAPI_MODIFY);
+    LARGE_INTEGER at;
+    at.QuadPart = 100;
+    ASSERT_EQ(stream->Seek(at, STREAM_SEEK_SET, nullptr), S_OK);
+    ASSERT_EQ(stream->Write("xyz", 3, nullptr), S_OK);
+    ULARGE_INTEGER size;
+    size.QuadPart = 60000;
+    ASSERT_EQ(stream->SetSize(size), S_OK);
+    Bytes read(old.size());
+    ASSERT_EQ(
+        OpenStream(*OpenMessage(id, 0), tag::Html, 0)->Read(read.data(), static_cast<ULONG>(read.size()), nullptr),
+        S_OK);
+    EXPECT_TRUE(read == old);
+    Save(*message);
+    // The stream outlives the save, and what it writes then belongs to the next one.
+    ASSERT_EQ(stream->Write("after", 5, nullptr), S_OK);
+    Save(*message);
+    auto again = OpenStream(*OpenMessage(id, 0), tag::Html, 0);
+    read.resize(60001);
+    ULONG got = 0;
+    EXPECT_EQ(again->Read(read.data(), static_cast<ULONG>(read.size()), &got), S_FALSE);
+    EXPECT_EQ(got, 60000u);
+    EXPECT_EQ(std::memcmp(read.data() + 100, "xyzafter", 8), 0);
+    EXPECT_EQ(read[99], old[99]);
+    EXPECT_EQ(read[59999], 0);
+}
+
+TEST_F(StreamTest, HtmlConvertsBetweenItsTwoForms)
+{
+    auto inbox = Inbox();
+    auto message = NewMessage(*inbox, u"html");
+    const std::string utf8 = "<p>\xc3\xa4</p>";
+    Set(*message, {Binary(tag::Html, Bytes(utf8.begin(), utf8.end())), Long(tag::InternetCodePage, 65001)});
+    EXPECT_EQ(Get(*message, CHANGE_PROP_TYPE(tag::Html, PT_UNICODE)).Wide(), u"<p>\u00e4</p>");
+    Set(*message, {Long(tag::InternetCodePage, 1252), Text(CHANGE_PROP_TYPE(tag::Html, PT_UNICODE), u"<p>\u00e4</p>")});
+    const Bytes binary = Get(*message, tag::Html).Blob();
+    EXPECT_EQ(std::string(binary.begin(), binary.end()), "<p>\xe4</p>");
+}
+
+} // namespace
+} // namespace deftmapi::client::test
