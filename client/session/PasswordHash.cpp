@@ -1,5 +1,6 @@
 #include "client/session/PasswordHash.hpp"
 
+#include <algorithm>
 #include <bit>
 #include <cstring>
 #include <random>
@@ -30,8 +31,11 @@ public:
     void Update(std::span<const std::uint8_t> data)
     {
         FLength += data.size();
-        for (const std::uint8_t byte : data) {
-            FBlock[FUsed++] = byte;
+        while (!data.empty()) {
+            const std::size_t piece = std::min(data.size(), BlockSize - FUsed);
+            std::memcpy(FBlock.data() + FUsed, data.data(), piece);
+            data = data.subspan(piece);
+            FUsed += piece;
             if (FUsed == BlockSize)
                 Compress();
         }

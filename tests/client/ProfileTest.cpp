@@ -1,0 +1,255 @@
+// Profiles: names, the default one, passwords, copies, the file that keeps them, several processes at once.
+#include "client/session/PasswordHash.hpp"
+#include "tests/client/SessionFixture.hpp"
+
+#include <fstream>
+#include <gmock/gmock.h>
+#include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
+
+namespace deftmapi::client::test
+{
+namespace
+{
+
+using namespace mapi;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+using ProfileTest = SessionTest;
+using NameList = std::vector<std::u16string>;
+
+TEST_F(ProfileTest, TheFirstProfileBecomesTheDefaultAndDeletingItLeavesNone)
+{
+    EXPECT_THAT(Names(), IsEmpty());
+    ASSERT_EQ(Create(u"work"), S_OK);
+    ASSERT_EQ(Create(u"Home"), S_OK);
+    EXPECT_EQ(Names(), (NameList{u"Home", u"*work"}));
+    auto admin = Admin();
+    ASSERT_EQ(admin->SetDefaultProfile(W(u"HOME"), Unicode), S_OK);
+    EXPECT_EQ(Names(), (NameList{u"*Home", u"work"}));
+    EXPECT_EQ(admin->SetDefaultProfile(W(u"other"), Unicode), MAPI_E_NOT_FOUND);
+    EXPECT_EQ(Names(), (NameList{u"*Home", u"work"}));
+    ASSERT_EQ(admin->DeleteProfile(W(u"home"), Unicode), S_OK);
+    EXPECT_EQ(Names(), NameList{u"work"});
+    EXPECT_EQ(admin->DeleteProfile(W(u"home"), Unicode), MAPI_E_NOT_FOUND);
+    ASSERT_EQ(admin->SetDefaultProfile(W(u"work"), Unicode), S_OK);
+    ASSERT_EQ(admin->SetDefaultProfile(nullptr, 0), S_OK);
+    EXPECT_EQ(Names(), NameList{u"work"});
+}
+
+TEST_F(ProfileTest, NamesAreUniqueWithoutRegardToCaseAndLimited)
+{
+    ASSERT_EQ(Create(u"Übung"), S_OK);
+    EXPECT_EQ(Create(u"ÜBUNG"), MAPI_E_NO_ACCESS);
+    EXPECT_EQ(Create(u""), MAPI_E_INVALID_PARAMETER);
+    EXPECT_EQ(Create(nullptr), MAPI_E_INVALID_PARAMETER);
+    EXPECT_EQ(Create(u" a"), MAPI_E_INVALID_PARAMETER);
+    EXPECT_EQ(Create(u"a "), MAPI_E_INVALID_PARAMETER);
+    EXPECT_EQ(Create(u"a\nb"), MAPI_E_INVALID_PARAMETER);
+    EXPECT_EQ(Create(u"../a/b\\c:*?"), S_OK);
+    const std::u16string longest(cchProfileNameMax, u'x');
+    EXPECT_EQ(Create(longest.c_str()), S_OK);
+    EXPECT_EQ(Create((longest + u"x").c_str()), MAPI_E_STRING_TOO_LONG);
+    EXPECT_EQ(Create(u"p", (longest + u"x").c_str()), MAPI_E_STRING_TOO_LONG);
+    EXPECT_EQ(Names().size(), 3u);
+    auto admin = Admin();
+    EXPECT_EQ(admin->CreateProfile(W(u"p"), nullptr, 0, Unicode | 0x100), MAPI_E_UNKNOWN_FLAGS);
+    EXPECT_EQ(admin->CreateProfile(A("\xDC"
+                                     "bung"),
+                                   nullptr, 0, 0),
+              MAPI_E_NO_ACCESS); // code page 1252
+
+    // The text of the failure, in both widths; for another code there is none.
+    MapiBuffer<MAPIERROR> error;
+    ASSERT_EQ(admin->GetLastError(MAPI_E_NO_ACCESS, Unicode, error.Out()), S_OK);
+    ASSERT_TRUE(error);
+    EXPECT_EQ(std::u16string(static_cast<const char16_t*>(error->lpszError)),
+              u"There is a profile of this name already.");
+    ASSERT_EQ(admin->GetLastError(MAPI_E_NO_ACCESS, 0, error.Out()), S_OK);
+    EXPECT_STREQ(static_cast<const char*>(error->lpszError), "There is a profile of this name already.");
+    ASSERT_EQ(admin->GetLastError(MAPI_E_NOT_FOUND, 0, error.Out()), S_OK);
+    EXPECT_FALSE(error);
+}
+
+TEST_F(ProfileTest, PasswordsGuardTheLogon)
+{
+    ASSERT_EQ(Create(u"p", u"sesam"), S_OK);
+    EXPECT_EQ(TryLogOn(u"p", u"Sesam"), MAPI_E_LOGON_FAILED);
+    EXPECT_EQ(TryLogOn(u"p", nullptr), MAPI_E_LOGON_FAILED);
+    auto admin = Admin();
+    Ptr<IMsgServiceAdmin> services;
+    EXPECT_EQ(admin->AdminServices(W(u"p"), nullptr, 0, Unicode, Out(services)), MAPI_E_LOGON_FAILED);
+    EXPECT_EQ(admin->RenameProfile(W(u"p"), W(u"x"), W(u"q"), 0, Unicode), MAPI_E_LOGON_FAILED);
+    EXPECT_EQ(admin->ChangeProfilePassword(W(u"p"), W(u"x"), W(u"new"), Unicode), MAPI_E_LOGON_FAILED);
+    ASSERT_EQ(admin->CopyProfile(W(u"p"), W(u"sesam"), W(u"copy"), 0, Unicode), S_OK);
+    ASSERT_EQ(admin->ChangeProfilePassword(W(u"p"), W(u"sesam"), W(u"new"), Unicode), S_OK);
+    EXPECT_EQ(TryLogOn(u"p", u"sesam"), MAPI_E_LOGON_FAILED);
+    EXPECT_EQ(TryLogOn(u"copy", u"sesam"), S_OK);
+    ASSERT_EQ(admin->ChangeProfilePassword(W(u"p"), W(u"new"), nullptr, Unicode), S_OK);
+    EXPECT_EQ(TryLogOn(u"p", nullptr), S_OK);
+
+    std::ifstream file(Home() / "profiles.db", std::ios::binary);
+    const std::string content{std::istreambuf_iterator<char>(file), {}};
+    EXPECT_EQ(content.find("sesam"), std::string::npos);
+}
+
+TEST(PasswordHash, AgreesWithPublishedVectors)
+{
+    const auto hex = [](const Digest& digest) {
+        std::string text;
+        for (const std::uint8_t byte : digest) {
+            text += "0123456789abcdef"[byte >> 4];
+            text += "0123456789abcdef"[byte & 15];
+        }
+        return text;
+    };
+    const auto bytes = [](std::string_view text) {
+        return std::span(reinterpret_cast<const std::uint8_t*>(text.data()), text.size());
+    };
+    // FIPS 180-4 examples; the last one fills the block so that the length goes to a second one.
+    EXPECT_EQ(hex(Sha256(bytes("abc"))), "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad");
+    EXPECT_EQ(hex(Sha256({})), "e3b0c44298fc1c149afbf4c8996fb92427ae41e4649b934ca495991b7852b855");
+    EXPECT_EQ(hex(Sha256(bytes("abcdbcdecdefdefgefghfghighijhijkijkljklmklmnlmnomnopnopq"))),
+              "248d6a61d20638b8e5c026930c3e6039a33ce45964ff2167f6ecedd419db06c1");
+    // RFC 7914, section 11.
+    EXPECT_EQ(hex(DeriveKey("passwd", bytes("salt"), 1)),
+              "55ac046e56e3089fec1691c22544b605f94185216dde0465e68b9d57c20dacbc");
+    EXPECT_EQ(hex(DeriveKey("Password", bytes("NaCl"), 80000)),
+              "4ddcd8f60b98be21830cee5ef22701f9641a4418d04c0414aeff08876b34ab56");
+}
+
+TEST_F(ProfileTest, CopiesShareTheStoreAndRenamingKeepsIt)
+{
+    ASSERT_EQ(Create(u"one"), S_OK);
+    auto admin = Admin();
+    EXPECT_EQ(admin->CopyProfile(W(u"none"), nullptr, W(u"two"), 0, Unicode), MAPI_E_NOT_FOUND);
+    EXPECT_EQ(admin->CopyProfile(W(u"one"), nullptr, W(u"ONE"), 0, Unicode), MAPI_E_NO_ACCESS);
+    ASSERT_EQ(admin->CopyProfile(W(u"one"), nullptr, W(u"two"), 0, Unicode), S_OK);
+    const auto first = Stores(*LogOnTo(u"one"));
+    const auto second = Stores(*LogOnTo(u"two"));
+    ASSERT_EQ(first.size(), 1u);
+    ASSERT_EQ(second.size(), 1u);
+    EXPECT_EQ(first[0].id, second[0].id);
+    EXPECT_TRUE(second[0].isDefault);
+
+    EXPECT_EQ(admin->RenameProfile(W(u"one"), nullptr, W(u"two"), 0, Unicode), MAPI_E_NO_ACCESS);
+    ASSERT_EQ(admin->RenameProfile(W(u"one"), nullptr, W(u"One"), 0, Unicode), S_OK);
+    EXPECT_EQ(Names(), (NameList{u"*One", u"two"}));
+    ASSERT_EQ(admin->RenameProfile(W(u"One"), nullptr, W(u"three"), 0, Unicode), S_OK);
+    EXPECT_EQ(Stores(*LogOnTo(u"three")).at(0).id, first[0].id);
+    EXPECT_EQ(TryLogOn(u"one", nullptr), MAPI_E_LOGON_FAILED);
+}
+
+TEST_F(ProfileTest, ADamagedForeignOrNewerFileIsRefusedAndLeftAlone)
+{
+    const auto file = Home() / "profiles.db";
+    ASSERT_EQ(Create(u"p"), S_OK);
+    const auto refused = [] {
+        Ptr<IProfAdmin> admin;
+        const HRESULT hr = MAPIAdminProfiles(0, Out(admin));
+        EXPECT_EQ(TryLogOn(u"p", nullptr), hr);
+        return hr;
+    };
+    const auto content = [&] {
+        std::ifstream in(file, std::ios::binary);
+        return std::string{std::istreambuf_iterator<char>(in), {}};
+    };
+    {
+        Database database(file, Database::Mode::Open);
+        database.Execute("PRAGMA user_version = 2");
+    }
+    std::string before = content();
+    EXPECT_EQ(refused(), MAPI_E_VERSION);
+    EXPECT_EQ(content(), before);
+    {
+        Database database(file, Database::Mode::Open);
+        database.Execute("PRAGMA application_id = 7");
+    }
+    before = content();
+    EXPECT_EQ(refused(), MAPI_E_CORRUPT_STORE);
+    EXPECT_EQ(content(), before);
+    std::ofstream(file, std::ios::binary | std::ios::trunc) << std::string(4096, 'x');
+    before = content();
+    EXPECT_EQ(refused(), MAPI_E_CORRUPT_STORE);
+    EXPECT_EQ(content(), before);
+}
+
+TEST_F(ProfileTest, ProcessesThatTakeTheSameNamesAgreeOnWhoWasFirst)
+{
+    constexpr int Processes = 4;
+    constexpr int Count = 6;
+    std::vector<pid_t> children;
+    for (int process = 0; process < Processes; ++process) {
+        const pid_t child = ::fork();
+        ASSERT_GE(child, 0);
+        if (child == 0) {
+            int made = 0;
+            for (int i = 0; i < Count; ++i) {
+                const std::u16string name = u"profile " + std::u16string(1, static_cast<char16_t>(u'0' + i));
+                const HRESULT hr = Create(name.c_str());
+                if (hr != S_OK && hr != MAPI_E_NO_ACCESS)
+                    ::_exit(100);
+                made += hr == S_OK;
+            }
+            ::_exit(made);
+        }
+        children.push_back(child);
+    }
+    int made = 0;
+    for (const pid_t child : children) {
+        int status = 0;
+        ASSERT_EQ(::waitpid(child, &status, 0), child);
+        ASSERT_TRUE(WIFEXITED(status));
+        ASSERT_LT(WEXITSTATUS(status), 100);
+        made += WEXITSTATUS(status);
+    }
+    EXPECT_EQ(made, Count);
+    EXPECT_EQ(Names().size(), static_cast<std::size_t>(Count));
+    EXPECT_EQ(Names()[0], u"*profile 0");
+    std::size_t files = 0;
+    for (const auto& entry : std::filesystem::directory_iterator(Home() / "stores"))
+        files += entry.path().extension() == ".db";
+    EXPECT_EQ(files, static_cast<std::size_t>(Count)); // who came too late left nothing behind
+}
+
+TEST_F(ProfileTest, AKilledProcessLeavesWholeProfilesOnly)
+{
+    int pipes[2];
+    ASSERT_EQ(::pipe(pipes), 0);
+    const pid_t child = ::fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+        for (int i = 0;; ++i) {
+            const std::u16string name = u"p" + KwFromUtf8(std::to_string(i));
+            if (Create(name.c_str()) != S_OK || ::write(pipes[1], "x", 1) != 1)
+                ::_exit(1);
+        }
+    }
+    ::close(pipes[1]);
+    std::size_t confirmed = 0;
+    char byte = 0;
+    while (confirmed < 5 && ::read(pipes[0], &byte, 1) == 1)
+        ++confirmed;
+    ::usleep(3000); // anywhere in the making of the next one
+    ASSERT_EQ(::kill(child, SIGKILL), 0);
+    int status = 0;
+    ASSERT_EQ(::waitpid(child, &status, 0), child);
+    ASSERT_TRUE(WIFSIGNALED(status));
+    while (::read(pipes[0], &byte, 1) == 1)
+        ++confirmed;
+    ::close(pipes[0]);
+    const NameList names = Names();
+    EXPECT_GE(names.size(), confirmed);
+    EXPECT_LE(names.size(), confirmed + 1);
+    for (std::size_t i = 0; i < names.size(); ++i) {
+        auto session = LogOnTo((u"p" + KwFromUtf8(std::to_string(i))).c_str());
+        const auto stores = Stores(*session);
+        ASSERT_EQ(stores.size(), 1u);
+        EXPECT_TRUE(OpenStore(*session, stores[0].id));
+    }
+}
+
+} // namespace
+} // namespace deftmapi::client::test

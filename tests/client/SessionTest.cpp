@@ -1,0 +1,348 @@
+// Logging on, stores of a session, entry identifiers through the session, message services.
+#include "tests/client/SessionFixture.hpp"
+
+#include <atomic>
+#include <gmock/gmock.h>
+#include <thread>
+
+namespace deftmapi::client::test
+{
+namespace
+{
+
+using namespace mapi;
+
+constexpr ULONG PstPath = 0x6700001F;
+
+/// Counts what it is told.
+class Sink final : public ComObject<IMAPIAdviseSink>
+{
+public:
+    [[nodiscard]] bool Implements(const IID& iid) const noexcept override { return iid == IID_IMAPIAdviseSink; }
+    ULONG DEFTMAPI_STDCALL OnNotify(ULONG, LPNOTIFICATION) noexcept override { return 0; }
+};
+
+TEST_F(SessionTest, LogonTakesTheNameThatIsGivenElseTheDefault)
+{
+    constexpr ULONG Default = Logon | MAPI_USE_DEFAULT;
+    EXPECT_EQ(TryLogOn(nullptr, nullptr, Default), MAPI_E_LOGON_FAILED); // no profile at all
+    ASSERT_EQ(Create(u"one"), S_OK);
+    ASSERT_EQ(Create(u"two"), S_OK);
+    Ptr<IMAPISession> session;
+    ASSERT_EQ(MAPILogonEx(0, nullptr, nullptr, Default, Out(session)), S_OK);
+    const auto byDefault = Stores(*session).at(0).id;
+    EXPECT_EQ(byDefault, Stores(*LogOnTo(u"ONE")).at(0).id);
+    ASSERT_EQ(MAPILogonEx(0, W(u"two"), nullptr, Default | MAPI_LOGON_UI | MAPI_TIMEOUT_SHORT, Out(session)), S_OK);
+    EXPECT_NE(Stores(*session).at(0).id, byDefault);
+    ASSERT_EQ(MAPILogonEx(0, A("two"), nullptr, MAPI_EXTENDED, Out(session)), S_OK); // 8-bit
+
+    EXPECT_EQ(TryLogOn(nullptr, nullptr, Logon), MAPI_E_LOGON_FAILED);
+    EXPECT_EQ(TryLogOn(u"", nullptr, Logon | MAPI_LOGON_UI), MAPI_E_LOGON_FAILED);
+    EXPECT_EQ(TryLogOn(nullptr, nullptr, Logon | MAPI_EXPLICIT_PROFILE), MAPI_E_LOGON_FAILED);
+    EXPECT_EQ(TryLogOn(u"three", nullptr), MAPI_E_LOGON_FAILED);
+    EXPECT_EQ(TryLogOn(u"one", nullptr, Logon | 0x04000000), MAPI_E_UNKNOWN_FLAGS);
+    EXPECT_EQ(MAPILogonEx(0, W(u"one"), nullptr, Logon, nullptr), MAPI_E_INVALID_PARAMETER);
+}
+
+TEST_F(SessionTest, TheWholeRoadFromLogonToTheContentsTable)
+{
+    ASSERT_EQ(Create(u"p"), S_OK);
+    {
+        auto session = LogOnTo(u"p");
+        const auto stores = Stores(*session);
+        ASSERT_EQ(stores.size(), 1u);
+        EXPECT_EQ(stores[0].name, u"Personal Folders");
+        EXPECT_TRUE(stores[0].isDefault);
+        auto store = OpenStore(*session, stores[0].id);
+        EXPECT_EQ(Get(*store, tag::EntryId).Blob(), stores[0].id);
+        EXPECT_EQ(Get(*store, tag::DisplayName).Wide(), u"Personal Folders");
+        ULONG size = 0;
+        MapiBuffer<ENTRYID> inboxId;
+        ASSERT_EQ(store->GetReceiveFolder(nullptr, 0, &size, inboxId.Out(), nullptr), S_OK);
+        ULONG type = 0;
+        Ptr<IUnknown> object;
+        ASSERT_EQ(session->OpenEntry(size, inboxId.Get(), nullptr, MAPI_MODIFY, &type, Out(object)), S_OK);
+        ASSERT_EQ(type, MAPI_FOLDER);
+        Ptr<IMAPIFolder> inbox;
+        ASSERT_EQ(object->QueryInterface(IID_IMAPIFolder, OutVoid(inbox)), S_OK);
+        Ptr<IMessage> message;
+        ASSERT_EQ(inbox->CreateMessage(nullptr, 0, Out(message)), S_OK);
+        Set(*message, {Text(tag::Subject, u"hello")});
+        ASSERT_EQ(message->SaveChanges(KEEP_OPEN_READONLY), S_OK);
+        ASSERT_EQ(session->Logoff(0, 0, 0), S_OK);
+    }
+    auto session = LogOnTo(u"p");
+    auto store = OpenStore(*session, Stores(*session)[0].id, 0);
+    ULONG size = 0;
+    MapiBuffer<ENTRYID> inboxId;
+    ASSERT_EQ(store->GetReceiveFolder(nullptr, 0, &size, inboxId.Out(), nullptr), S_OK);
+    ULONG type = 0;
+    Ptr<IMAPIFolder> inbox;
+    ASSERT_EQ(store->OpenEntry(size, inboxId.Get(), nullptr, 0, &type, reinterpret_cast<LPUNKNOWN*>(Out(inbox))), S_OK);
+    Ptr<IMAPITable> contents;
+    ASSERT_EQ(inbox->GetContentsTable(Unicode, Out(contents)), S_OK);
+    const auto rows = Rows(*contents, {tag::Subject, tag::EntryId});
+    ASSERT_EQ(rows.size(), 1u);
+    EXPECT_EQ(WideAt(rows[0], 0), u"hello");
+
+    // The message through the session: without the right to change it, then with it.
+    const Bytes id = std::get<Bytes>(rows[0][1].data);
+    Ptr<IUnknown> message;
+    const auto open = [&](ULONG flags, LPCIID iid) {
+        return session->OpenEntry(static_cast<ULONG>(id.size()), AsEntry(id), iid, flags, &type, Out(message));
+    };
+    ASSERT_EQ(open(0, &IID_IMessage), S_OK);
+    EXPECT_EQ(type, MAPI_MESSAGE);
+    SPropValue subject = Text(tag::Subject, u"changed");
+    EXPECT_EQ(static_cast<IMessage*>(message.Get())->SetProps(1, &subject, nullptr), MAPI_E_NO_ACCESS);
+    ASSERT_EQ(open(MAPI_BEST_ACCESS, nullptr), S_OK);
+    EXPECT_EQ(static_cast<IMessage*>(message.Get())->SetProps(1, &subject, nullptr), S_OK);
+    EXPECT_EQ(open(0, &IID_IMAPIFolder), MAPI_E_INTERFACE_NOT_SUPPORTED);
+    EXPECT_EQ(open(0x10000000, nullptr), MAPI_E_UNKNOWN_FLAGS);
+}
+
+TEST_F(SessionTest, EntryIdentifiersOfOthersAreTold)
+{
+    ASSERT_EQ(Create(u"one"), S_OK);
+    ASSERT_EQ(Create(u"two"), S_OK);
+    auto session = LogOnTo(u"one");
+    const Bytes own = Stores(*session)[0].id;
+    const Bytes other = Stores(*LogOnTo(u"two"))[0].id;
+    Ptr<IMsgStore> store;
+    const auto open = [&](const Bytes& id, ULONG flags = 0, LPCIID iid = nullptr) {
+        return session->OpenMsgStore(0, static_cast<ULONG>(id.size()), AsEntry(id), iid, flags, Out(store));
+    };
+    EXPECT_EQ(open(own, MAPI_BEST_ACCESS | MDB_NO_DIALOG, &IID_IMsgStore), S_OK);
+    EXPECT_EQ(open(own, 0, &IID_IMessage), MAPI_E_INTERFACE_NOT_SUPPORTED);
+    EXPECT_EQ(open(own, 0x40000000), MAPI_E_UNKNOWN_FLAGS);
+    EXPECT_EQ(open(other), MAPI_E_NOT_FOUND);
+    EXPECT_EQ(open(Bytes(own.begin(), own.end() - 1)), MAPI_E_INVALID_ENTRYID);
+    EXPECT_EQ(open({}), MAPI_E_INVALID_ENTRYID);
+    Bytes foreign = own;
+    foreign[5] ^= 1;
+    EXPECT_EQ(open(foreign), MAPI_E_INVALID_ENTRYID);
+    ULONG type = 0;
+    Ptr<IUnknown> object;
+    EXPECT_EQ(session->OpenEntry(static_cast<ULONG>(foreign.size()), AsEntry(foreign), nullptr, 0, &type, Out(object)),
+              MAPI_E_UNKNOWN_ENTRYID);
+    ASSERT_EQ(
+        session->OpenEntry(static_cast<ULONG>(own.size()), AsEntry(own), nullptr, MAPI_MODIFY, &type, Out(object)),
+        S_OK);
+    EXPECT_EQ(type, MAPI_STORE);
+
+    ULONG same = 7;
+    const auto compare = [&](const Bytes& a, const Bytes& b) {
+        return session->CompareEntryIDs(static_cast<ULONG>(a.size()), AsEntry(a), static_cast<ULONG>(b.size()),
+                                        AsEntry(b), 0, &same);
+    };
+    EXPECT_EQ(compare(own, own), S_OK);
+    EXPECT_EQ(same, 1u);
+    EXPECT_EQ(compare(own, other), S_OK);
+    EXPECT_EQ(same, 0u);
+    EXPECT_EQ(compare(own, foreign), S_OK);
+    EXPECT_EQ(same, 0u);
+    EXPECT_EQ(compare(foreign, foreign), MAPI_E_UNKNOWN_ENTRYID);
+    EXPECT_EQ(compare(own, {}), MAPI_E_INVALID_ENTRYID);
+}
+
+TEST_F(SessionTest, AfterLogoffTheSessionRefusesWorkAndLetsItsSinksGo)
+{
+    ASSERT_EQ(Create(u"p"), S_OK);
+    auto session = LogOnTo(u"p");
+    auto store = OpenStore(*session, Stores(*session)[0].id);
+    Ptr<Sink> sink(new Sink);
+    const auto count = [&] {
+        sink->AddRef();
+        return sink->Release();
+    };
+    ULONG_PTR first = 0;
+    ULONG_PTR second = 0;
+    ASSERT_EQ(session->Advise(0, nullptr, fnevExtended, sink.Get(), &first), S_OK);
+    ASSERT_EQ(session->Advise(0, nullptr, fnevExtended | fnevCriticalError, sink.Get(), &second), S_OK);
+    EXPECT_NE(first, second);
+    EXPECT_NE(first, 0u);
+    EXPECT_EQ(count(), 3u);
+    EXPECT_EQ(session->Unadvise(first), S_OK);
+    EXPECT_EQ(session->Unadvise(first), MAPI_E_NOT_FOUND);
+    EXPECT_EQ(session->Advise(0, nullptr, fnevNewMail, sink.Get(), &first), MAPI_E_NO_SUPPORT);
+    EXPECT_EQ(session->Advise(0, nullptr, fnevExtended, nullptr, &first), MAPI_E_INVALID_PARAMETER);
+
+    EXPECT_EQ(session->Logoff(0, 0x80, 0), MAPI_E_UNKNOWN_FLAGS);
+    ASSERT_EQ(session->Logoff(0, MAPI_LOGOFF_SHARED, 0), S_OK);
+    EXPECT_EQ(count(), 1u);
+    Ptr<IMAPITable> table;
+    EXPECT_EQ(session->GetMsgStoresTable(0, Out(table)), MAPI_E_INVALID_OBJECT);
+    EXPECT_EQ(session->Logoff(0, 0, 0), MAPI_E_INVALID_OBJECT);
+    EXPECT_EQ(Get(*store, tag::DisplayName).Wide(), u"Personal Folders"); // what is open stays open
+}
+
+TEST_F(SessionTest, WhatTheSessionCannotDoItSays)
+{
+    ASSERT_EQ(Create(u"p"), S_OK);
+    auto session = LogOnTo(u"p");
+    Ptr<IAddrBook> book;
+    EXPECT_EQ(session->OpenAddressBook(0, nullptr, 0, Out(book)), MAPI_E_NO_SUPPORT);
+    MapiBuffer<MAPIERROR> error;
+    ASSERT_EQ(session->GetLastError(MAPI_E_NO_SUPPORT, Unicode, error.Out()), S_OK);
+    ASSERT_TRUE(error);
+    EXPECT_EQ(std::u16string(static_cast<const char16_t*>(error->lpszError)), u"There is no address book.");
+    ULONG size = 5;
+    MapiBuffer<ENTRYID> id;
+    EXPECT_EQ(session->QueryIdentity(&size, id.Out()), MAPI_E_NOT_FOUND);
+    EXPECT_EQ(size, 0u);
+    ULONG count = 5;
+    MapiBuffer<LPTSTR> types;
+    EXPECT_EQ(session->EnumAdrTypes(Unicode, &count, types.Out()), S_OK);
+    EXPECT_EQ(count, 0u);
+    Ptr<IUnknown> wrong;
+    EXPECT_EQ(session->QueryInterface(IID_IMsgStore, OutVoid(wrong)), MAPI_E_INTERFACE_NOT_SUPPORTED);
+}
+
+TEST_F(SessionTest, ServicesBringStoresNewAndOld)
+{
+    auto admin = Admin();
+    ASSERT_EQ(admin->CreateProfile(W(u"p"), nullptr, 0, Unicode), S_OK); // without the default services
+    auto session = LogOnTo(u"p");
+    EXPECT_TRUE(Stores(*session).empty());
+    Ptr<IMsgServiceAdmin> services;
+    ASSERT_EQ(session->AdminServices(0, Out(services)), S_OK);
+    EXPECT_EQ(services->CreateMsgService(W(u"MSPST MS"), nullptr, 0, Unicode), MAPI_E_NOT_FOUND);
+
+    Ptr<IMsgServiceAdmin2> services2;
+    ASSERT_EQ(services->QueryInterface(IID_IMsgServiceAdmin2, OutVoid(services2)), S_OK);
+    MAPIUID first{};
+    ASSERT_EQ(services2->CreateMsgServiceEx(W(u"DeftStore"), W(u"Mail"), 0, Unicode, &first), S_OK);
+    EXPECT_TRUE(Stores(*session).empty()); // not configured yet
+    ASSERT_EQ(services->ConfigureMsgService(&first, 0, 0, 0, nullptr), S_OK);
+    const auto stores = Stores(*session);
+    ASSERT_EQ(stores.size(), 1u);
+    EXPECT_TRUE(stores[0].isDefault);
+
+    // A store at a place of one's own; it is found again by that place after its service is gone.
+    const auto place = (FFolder.Path() / "elsewhere" / "archive.db").u16string();
+    SPropValue config[] = {Text(PstPath, place.c_str()), Text(tag::DisplayName, u"Archive"), Long(0x66010003, 1)};
+    MAPIUID second{};
+    ASSERT_EQ(services2->CreateMsgServiceEx(W(u"DEFTSTORE"), nullptr, 0, Unicode, &second), S_OK);
+    ASSERT_EQ(services->ConfigureMsgService(&second, 0, 0, 3, config), S_OK);
+    EXPECT_EQ(services->ConfigureMsgService(&second, 0, 0, 3, config), S_OK); // the same again changes nothing
+    const auto both = Stores(*session);
+    ASSERT_EQ(both.size(), 2u);
+    EXPECT_EQ(both[1].name, u"Archive");
+    EXPECT_FALSE(both[1].isDefault);
+    EXPECT_EQ(Get(*OpenStore(*session, both[1].id), tag::DisplayName).Wide(), u"Archive");
+    MAPIUID third{};
+    ASSERT_EQ(services2->CreateMsgServiceEx(W(u"DEFTSTORE"), nullptr, 0, Unicode, &third), S_OK);
+    EXPECT_EQ(services->ConfigureMsgService(&third, 0, 0, 1, config), MAPI_E_COLLISION);
+    ASSERT_EQ(services->DeleteMsgService(&third), S_OK);
+    ASSERT_EQ(services->DeleteMsgService(&second), S_OK);
+    EXPECT_EQ(services->DeleteMsgService(&second), MAPI_E_NOT_FOUND);
+    EXPECT_EQ(services->ConfigureMsgService(&second, 0, 0, 0, nullptr), MAPI_E_NOT_FOUND);
+    EXPECT_EQ(Stores(*session).size(), 1u);
+    ASSERT_EQ(services2->CreateMsgServiceEx(W(u"DEFTSTORE"), nullptr, 0, Unicode, &third), S_OK);
+    ASSERT_EQ(services->ConfigureMsgService(&third, 0, 0, 1, config), S_OK);
+    EXPECT_EQ(Stores(*session).at(1).id, both[1].id);
+    EXPECT_EQ(Stores(*session).at(1).name, u"Archive");
+
+    ASSERT_EQ(session->SetDefaultStore(MAPI_DEFAULT_STORE, static_cast<ULONG>(both[1].id.size()), AsEntry(both[1].id)),
+              S_OK);
+    EXPECT_FALSE(Stores(*session)[0].isDefault);
+    EXPECT_TRUE(Stores(*session)[1].isDefault);
+
+    Ptr<IMAPITable> table;
+    ASSERT_EQ(services->GetMsgServiceTable(0, Out(table)), S_OK);
+    const auto rows = Rows(*table, {tag::ServiceName - 1, tag::ServiceUid, tag::ResourceFlags, tag::DisplayName});
+    ASSERT_EQ(rows.size(), 2u);
+    EXPECT_EQ(WideAt(rows[0], 0), u"DEFTSTORE");
+    EXPECT_EQ(std::get<Bytes>(rows[1][1].data), ToBytes(third));
+    EXPECT_EQ(NumberAt(rows[0], 2), SERVICE_NO_PRIMARY_IDENTITY);
+    EXPECT_EQ(NumberAt(rows[1], 2), SERVICE_NO_PRIMARY_IDENTITY | SERVICE_DEFAULT_STORE);
+    EXPECT_EQ(WideAt(rows[0], 3), u"Mail");
+    ASSERT_EQ(services->GetProviderTable(Unicode, Out(table)), S_OK);
+    EXPECT_EQ(Rows(*table, {tag::ProviderUid}).size(), 2u);
+    EXPECT_EQ(services->RenameMsgService(&third, 0, A("x")), MAPI_E_NO_SUPPORT);
+}
+
+TEST_F(SessionTest, ADamagedOrMissingStoreFileIsToldWhenTheStoreOpens)
+{
+    ASSERT_EQ(Create(u"p"), S_OK);
+    auto session = LogOnTo(u"p");
+    const Bytes id = Stores(*session)[0].id;
+    std::filesystem::path file;
+    for (const auto& entry : std::filesystem::directory_iterator(Home() / "stores"))
+        file = entry.path();
+    const auto open = [&] {
+        Ptr<IMsgStore> store;
+        return session->OpenMsgStore(0, static_cast<ULONG>(id.size()), AsEntry(id), nullptr, MDB_WRITE, Out(store));
+    };
+    std::filesystem::rename(file, file.string() + ".away");
+    EXPECT_EQ(open(), MAPI_E_NOT_FOUND);
+    EXPECT_FALSE(std::filesystem::exists(file)); // not made anew
+    CreateStoreFile(file, NewUid().ab, u"another");
+    EXPECT_EQ(open(), MAPI_E_NOT_FOUND);
+    std::filesystem::remove(file);
+    std::filesystem::create_directory(file);
+    EXPECT_EQ(open(), MAPI_E_CORRUPT_STORE);
+    std::filesystem::remove_all(file);
+    std::filesystem::rename(file.string() + ".away", file);
+    EXPECT_EQ(open(), S_OK);
+}
+
+TEST_F(SessionTest, ASessionOutlivesItsProfile)
+{
+    ASSERT_EQ(Create(u"p"), S_OK);
+    auto session = LogOnTo(u"p");
+    const Bytes id = Stores(*session)[0].id;
+    ASSERT_EQ(Admin()->DeleteProfile(W(u"p"), Unicode), S_OK);
+    EXPECT_EQ(Stores(*session).size(), 1u);
+    EXPECT_TRUE(OpenStore(*session, id));
+    Ptr<IMsgServiceAdmin> services;
+    ASSERT_EQ(session->AdminServices(0, Out(services)), S_OK);
+    EXPECT_EQ(services->CreateMsgService(W(u"DEFTSTORE"), nullptr, 0, Unicode), MAPI_E_NOT_FOUND);
+}
+
+TEST_F(SessionTest, ThreadsWorkWithSessionsOfTheirOwn)
+{
+    ASSERT_EQ(Create(u"p"), S_OK);
+    constexpr int Threads = 3;
+    constexpr int Messages = 8;
+    std::atomic<int> saved{0};
+    std::vector<std::thread> threads;
+    for (int t = 0; t < Threads; ++t) {
+        threads.emplace_back([&] {
+            ASSERT_EQ(MAPIInitialize(nullptr), S_OK);
+            {
+                auto session = LogOnTo(u"p");
+                auto store = OpenStore(*session, Stores(*session).at(0).id);
+                ULONG size = 0;
+                ULONG type = 0;
+                MapiBuffer<ENTRYID> id;
+                Ptr<IMAPIFolder> inbox;
+                ASSERT_EQ(store->GetReceiveFolder(nullptr, 0, &size, id.Out(), nullptr), S_OK);
+                ASSERT_EQ(session->OpenEntry(size, id.Get(), nullptr, MAPI_MODIFY, &type,
+                                             reinterpret_cast<LPUNKNOWN*>(Out(inbox))),
+                          S_OK);
+                for (int i = 0; i < Messages; ++i) {
+                    Ptr<IMessage> message;
+                    ASSERT_EQ(inbox->CreateMessage(nullptr, 0, Out(message)), S_OK);
+                    saved += message->SaveChanges(0) == S_OK;
+                }
+            }
+            MAPIUninitialize();
+        });
+    }
+    for (auto& thread : threads)
+        thread.join();
+    EXPECT_EQ(saved.load(), Threads * Messages);
+    auto session = LogOnTo(u"p");
+    auto store = OpenStore(*session, Stores(*session).at(0).id, 0);
+    ULONG size = 0;
+    ULONG type = 0;
+    MapiBuffer<ENTRYID> id;
+    ASSERT_EQ(store->GetReceiveFolder(nullptr, 0, &size, id.Out(), nullptr), S_OK);
+    Ptr<IUnknown> object;
+    ASSERT_EQ(store->OpenEntry(size, id.Get(), nullptr, 0, &type, Out(object)), S_OK);
+    EXPECT_EQ(Get(*static_cast<IMAPIFolder*>(object.Get()), tag::ContentCount).Number(), Threads * Messages);
+}
+
+} // namespace
+} // namespace deftmapi::client::test
