@@ -9,6 +9,8 @@
 #include "support/uKwEncoding.hpp"
 
 #include <algorithm>
+#include <cstring>
+#include <numeric>
 
 namespace deftmapi
 {
@@ -27,26 +29,67 @@ constexpr auto sUnit = u"uKwMAPIProps";
 /// Handles from here on are hashes.
 constexpr TKwMAPIPropDef firstHashedDef = 0xF000000000000000;
 
-static_assert(prophash::Text(prophash::Seed, u"PR_SUBJECT") == hashOfSubject,
+static_assert(prophash::Text(5, u"PR_SUBJECT") == hashOfSubject,
               "PropHash.hpp and generate_property_definitions.py differ");
 static_assert(std::size(predefinedProps) == PredefinedPropCount);
+static_assert(numberBits + setBits + typeBits + 32 <= 64);
 
 WideView PoolText(std::uint32_t offset, std::size_t length) noexcept
 {
     return {&textPool[offset / textPoolRow][offset % textPoolRow], length};
 }
 
-/// Walks the slots that the generator filled: open addressing, linear probing, 0 is empty.
-template <std::size_t Size, typename Matches>
-const TKwMAPIPropInfo* FindPredefined(const std::uint16_t (&index)[Size], std::uint64_t hash, Matches matches) noexcept
+bool SameText(WideView a, WideView b) noexcept
 {
-    static_assert((Size & (Size - 1)) == 0);
+    return a.size() == b.size() && std::memcmp(a.data(), b.data(), a.size() * sizeof(char16_t)) == 0;
+}
+
+/// The place of a property set in the generated tables; 0 when no predefined definition is of it.
+std::uint32_t SetNumber(const mapi::GUID& set) noexcept
+{
+    const std::uint64_t product = static_cast<std::uint32_t>(set.Data1 * setMultiplier);
+    const std::uint32_t number = setIndex[product * std::size(setIndex) >> 32];
+    return propSets[number] == set ? number : 0;
+}
+
+// The generated indexes: open addressing, linear probing, 0 is an empty slot.
+
+/// A slot is the key with the definition's number below it, so that a look-up touches no more than the slot.
+const TKwMAPIPropInfo* FindNumeric(std::uint64_t key) noexcept
+{
+    constexpr std::size_t mask = std::size(numericIndex) - 1;
+    for (std::size_t slot = prophash::Mix(key) & mask; numericIndex[slot] != 0; slot = (slot + 1) & mask)
+        if (numericIndex[slot] >> numberBits == key)
+            return &predefinedProps[(numericIndex[slot] & ((1u << numberBits) - 1)) - 1];
+    return nullptr;
+}
+
+/// A slot is the definition's number with 16 bits of the hash above it, which spare a look at most other definitions.
+template <std::size_t Size, typename Matches>
+const TKwMAPIPropInfo* FindText(const std::uint32_t (&index)[Size], std::uint64_t hash, Matches matches) noexcept
+{
+    const std::uint64_t fingerprint = hash >> 48;
     for (std::size_t slot = hash & (Size - 1); index[slot] != 0; slot = (slot + 1) & (Size - 1)) {
-        const TKwMAPIPropInfo& info = predefinedProps[index[slot] - 1];
-        if (matches(info))
+        const TKwMAPIPropInfo& info = predefinedProps[(index[slot] & 0xFFFF) - 1];
+        if (index[slot] >> 16 == fingerprint && matches(info))
             return &info;
     }
     return nullptr;
+}
+
+const TKwMAPIPropInfo* FindPredefined(const TKwMAPIPropIdentity& identity) noexcept
+{
+    const std::uint64_t set = identity.Named ? SetNumber(identity.Set) : 0;
+    if ((identity.Named && set == 0) || identity.Type >> typeBits != 0)
+        return nullptr;
+    if (identity.Kind != mapi::MNID_STRING)
+        return FindNumeric(identity.Identifier | static_cast<std::uint64_t>(identity.Type) << 32 |
+                           set << (32 + typeBits));
+    return FindText(namedTextIndex, prophash::Text(identity.Type | set << 32, identity.StringName),
+                    [&](const TKwMAPIPropInfo& info) {
+                        return info.PropType == identity.Type && SameText(info.StringName(), identity.StringName) &&
+                               SameGuid(info.PropSet(), identity.Set);
+                    });
 }
 
 const TKwMAPIRegisteredProp& AsRegistered(const TKwMAPIPropInfo& info) noexcept
@@ -99,21 +142,6 @@ const mapi::GUID& TKwMAPIPropInfo::PropSet() const noexcept
 
 // ---- TKwMAPIPropIdentity
 
-TKwMAPIPropIdentity TKwMAPIPropIdentity::Tagged(std::uint16_t id, std::uint32_t type) noexcept
-{
-    return {.Identifier = id, .Type = type};
-}
-
-TKwMAPIPropIdentity TKwMAPIPropIdentity::NamedById(const mapi::GUID& set, std::uint32_t id, std::uint32_t type) noexcept
-{
-    return {.Named = true, .Set = set, .Kind = mapi::MNID_ID, .Identifier = id, .Type = type};
-}
-
-TKwMAPIPropIdentity TKwMAPIPropIdentity::NamedByText(const mapi::GUID& set, WideView name, std::uint32_t type) noexcept
-{
-    return {.Named = true, .Set = set, .Kind = mapi::MNID_STRING, .StringName = name, .Type = type};
-}
-
 TKwMAPIPropIdentity TKwMAPIPropIdentity::Of(const mapi::MAPINAMEID& nameID, std::uint32_t type) noexcept
 {
     const mapi::GUID& set = nameID.lpguid != nullptr ? *nameID.lpguid : IID_EMPTY;
@@ -134,10 +162,8 @@ TKwMAPIPropIdentity TKwMAPIPropIdentity::Of(const TKwMAPIPropInfo& info) noexcep
 
 std::uint64_t TKwMAPIPropIdentity::Hash() const noexcept
 {
-    if (!Named)
-        return prophash::Step(prophash::Seed, mapi::PROP_TAG(Type, Identifier));
-    const std::uint64_t state = prophash::Named(Set, Kind, Type);
-    return Kind == mapi::MNID_STRING ? prophash::Text(state, StringName) : prophash::Step(state, Identifier);
+    const std::uint64_t set = prophash::Mix(Set.Data1 | static_cast<std::uint64_t>(Type) << 32);
+    return prophash::Text(prophash::Mix(set ^ Identifier), StringName);
 }
 
 bool TKwMAPIPropIdentity::Describes(const TKwMAPIPropInfo& info) const noexcept
@@ -175,11 +201,15 @@ WideString KwHexText(std::uint64_t number, int digits)
 
 WideString KwGuidToStr(const mapi::GUID& guid)
 {
-    WideString text =
-        u"{" + KwHexText(guid.Data1, 8) + u"-" + KwHexText(guid.Data2, 4) + u"-" + KwHexText(guid.Data3, 4);
-    for (unsigned i = 0; i < 8; ++i)
-        text += (i == 0 || i == 2 ? u"-" : u"") + KwHexText(guid.Data4[i], 2);
-    return text + u"}";
+    const std::uint64_t tail = std::accumulate(std::begin(guid.Data4), std::end(guid.Data4), std::uint64_t{0},
+                                               [](std::uint64_t sum, std::uint8_t byte) { return sum << 8 | byte; });
+    WideString text(1, u'{');
+    text.append(KwHexText(guid.Data1, 8)).push_back(u'-');
+    text.append(KwHexText(guid.Data2, 4)).push_back(u'-');
+    text.append(KwHexText(guid.Data3, 4)).push_back(u'-');
+    text.append(KwHexText(tail >> 48, 4)).push_back(u'-');
+    text.append(KwHexText(tail, 12)).push_back(u'}');
+    return text;
 }
 
 // ---- TKwMAPIRegisteredProp
@@ -218,41 +248,57 @@ const TKwMAPIPropInfo* TKwMAPIPropRegistry::FindDef(TKwMAPIPropDef def) const no
 
 const TKwMAPIPropInfo* TKwMAPIPropRegistry::FindName(WideView name) const noexcept
 {
-    const auto matches = [&](const TKwMAPIPropInfo& info) { return info.PropName() == name; };
-    if (const auto* info = FindPredefined(nameIndex, prophash::Text(prophash::Seed, name), matches))
-        return info;
+    const auto matches = [&](const TKwMAPIPropInfo& info) { return SameText(info.PropName(), name); };
+    const TKwMAPIPropInfo* predefined = FindText(nameIndex, prophash::Text(0, name), matches);
+    if (predefined != nullptr || FRegistered.empty())
+        return predefined;
     const auto found = FNames.find(name);
     return found != FNames.end() ? found->second : nullptr;
 }
 
 const TKwMAPIPropInfo* TKwMAPIPropRegistry::FindIdentity(const TKwMAPIPropIdentity& identity) const noexcept
 {
-    const auto matches = [&](const TKwMAPIPropInfo& info) { return identity.Describes(info); };
-    if (const auto* info = FindPredefined(identityIndex, identity.Hash(), matches))
-        return info;
+    const TKwMAPIPropInfo* predefined = FindPredefined(identity);
+    if (predefined != nullptr || FRegistered.empty())
+        return predefined;
     const auto found = FIdentities.find(identity);
     return found != FIdentities.end() ? *found : nullptr;
 }
 
-const TKwMAPIPropInfo* TKwMAPIPropRegistry::FindIdentity(TKwMAPIPropIdentity identity, bool unicode) const noexcept
+const TKwMAPIPropInfo* TKwMAPIPropRegistry::FindIdentity(const TKwMAPIPropIdentity& identity,
+                                                         bool unicode) const noexcept
 {
     const TKwMAPIPropInfo* exact = FindIdentity(identity);
     const std::uint32_t twinType = KwTwinTextType(identity.Type);
     if (unicode || twinType == identity.Type)
         return exact;
-    identity.Type = twinType;
-    const TKwMAPIPropInfo* twin = FindIdentity(identity);
+    TKwMAPIPropIdentity twinIdentity = identity;
+    twinIdentity.Type = twinType;
+    const TKwMAPIPropInfo* twin = FindIdentity(twinIdentity);
     if (exact == nullptr || twin == nullptr)
         return exact != nullptr ? exact : twin;
     return exact->Hash < twin->Hash ? exact : twin;
 }
 
+const TKwMAPIPropInfo* TKwMAPIPropRegistry::FindTagged(std::uint16_t id, std::uint32_t type,
+                                                       bool unicode) const noexcept
+{
+    // Tags are looked up for every column of every table: the usual case takes the short way.
+    if (type >> typeBits == 0 && (unicode || KwTwinTextType(type) == type)) {
+        const TKwMAPIPropInfo* predefined = FindNumeric(id | static_cast<std::uint64_t>(type) << 32);
+        if (predefined != nullptr || FRegistered.empty())
+            return predefined;
+    }
+    return FindIdentity(TKwMAPIPropIdentity::Tagged(id, type), unicode);
+}
+
 const TKwMAPIPropInfo& TKwMAPIPropRegistry::Info(TKwMAPIPropDef def, bool unicode) const
 {
-    KwAssert(def != 0, sZeroDef, sUnit);
     const TKwMAPIPropInfo* info = FindDef(def);
-    if (info == nullptr)
+    if (info == nullptr) {
+        KwAssert(def != 0, sZeroDef, sUnit);
         CreateKwMAPIException(mapi::MAPI_E_INVALID_PARAMETER, sInvalidDef)->Raise();
+    }
     if (unicode || !KwIsWideTextType(info->PropType))
         return *info;
     TKwMAPIPropIdentity twin = TKwMAPIPropIdentity::Of(*info);

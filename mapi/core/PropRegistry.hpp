@@ -5,6 +5,7 @@
 #pragma once
 
 #include "mapi/core/uKwMAPIProps.hpp"
+#include "mapi/headers/uKwMAPIPropTypesH.hpp"
 
 #include <memory>
 #include <unordered_map>
@@ -24,11 +25,20 @@ struct TKwMAPIPropIdentity
     WideView StringName{}; ///< of kind MNID_STRING; must outlive the identity
     std::uint32_t Type = 0;
 
-    [[nodiscard]] static TKwMAPIPropIdentity Tagged(std::uint16_t id, std::uint32_t type) noexcept;
+    [[nodiscard]] static TKwMAPIPropIdentity Tagged(std::uint16_t id, std::uint32_t type) noexcept
+    {
+        return {.Identifier = id, .Type = type};
+    }
     [[nodiscard]] static TKwMAPIPropIdentity NamedById(const mapi::GUID& set, std::uint32_t id,
-                                                       std::uint32_t type) noexcept;
+                                                       std::uint32_t type) noexcept
+    {
+        return {.Named = true, .Set = set, .Kind = mapi::MNID_ID, .Identifier = id, .Type = type};
+    }
     [[nodiscard]] static TKwMAPIPropIdentity NamedByText(const mapi::GUID& set, WideView name,
-                                                         std::uint32_t type) noexcept;
+                                                         std::uint32_t type) noexcept
+    {
+        return {.Named = true, .Set = set, .Kind = mapi::MNID_STRING, .StringName = name, .Type = type};
+    }
     /// Null pointers inside stand for IID_EMPTY and for an empty name.
     [[nodiscard]] static TKwMAPIPropIdentity Of(const mapi::MAPINAMEID& nameID, std::uint32_t type) noexcept;
     [[nodiscard]] static TKwMAPIPropIdentity Of(const TKwMAPIPropInfo& info) noexcept;
@@ -81,7 +91,9 @@ public:
     [[nodiscard]] const TKwMAPIPropInfo* FindName(WideView name) const noexcept;
     [[nodiscard]] const TKwMAPIPropInfo* FindIdentity(const TKwMAPIPropIdentity& identity) const noexcept;
     /// The same with both widths of text taken for equal unless unicode is true.
-    [[nodiscard]] const TKwMAPIPropInfo* FindIdentity(TKwMAPIPropIdentity identity, bool unicode) const noexcept;
+    [[nodiscard]] const TKwMAPIPropInfo* FindIdentity(const TKwMAPIPropIdentity& identity, bool unicode) const noexcept;
+    /// The same for a tagged property.
+    [[nodiscard]] const TKwMAPIPropInfo* FindTagged(std::uint16_t id, std::uint32_t type, bool unicode) const noexcept;
 
     /// See GetPropInfo.
     [[nodiscard]] const TKwMAPIPropInfo& Info(TKwMAPIPropDef def, bool unicode) const;

@@ -43,8 +43,9 @@ SETS = {
 
 KIND_ID, KIND_STRING = 0, 1
 POOL_ROW = 16384  # units per row of the text pool; a literal of this size is within every compiler's limit
+NUMBER_BITS, SET_BITS, TYPE_BITS = 13, 5, 13  # of a slot of the numeric index; the identifier has the other 32 of 63 bits
+SET_SLOTS = 32
 MASK64 = (1 << 64) - 1
-SEED = 0x9E3779B97F4A7C15
 MULTIPLIER = 0x9FB21C651E98DF25
 BANNER = "// Generated from mapi/core/property-definitions.csv by generate_property_definitions.py. Do not edit.\n"
 
@@ -60,9 +61,6 @@ class Definition:
         self.id = int(row["id"], 16) if row["id"] else 0
         self.string_name = row["string_name"]
         self.type = int(row["type"], 16)
-
-    def identity(self):
-        return (self.named, self.set, self.kind, self.id, self.string_name, self.type)
 
     def comment(self):
         if not self.named:
@@ -89,6 +87,8 @@ def read(path):
         if d.constant in constants or not d.constant.isidentifier():
             fail(f"{d.constant} is used twice or is no identifier")
         constants.add(d.constant)
+        if d.type >= 1 << TYPE_BITS or d.number >= 1 << NUMBER_BITS or len(SETS) > 1 << SET_BITS:
+            fail(f"{d.constant} does not fit into a slot of the numeric index")
         if d.set not in SETS or d.named == (d.set == ""):
             fail(f"{d.constant} has the unknown or misplaced set {d.set!r}")
         if (d.kind == KIND_STRING) != (d.string_name != "") or d.id > (0xFFFFFFFF if d.named else 0xFFFF):
@@ -99,48 +99,68 @@ def read(path):
     return definitions
 
 
-# The hash of PropHash.hpp, step by step the same; a static_assert beside the tables compares one value.
-def step(state, word):
-    state = ((state ^ word) * MULTIPLIER) & MASK64
-    return state ^ (state >> 32)
+# The hashes of PropHash.hpp, step by step the same; static_asserts beside the tables compare values.
+def rotate_left(word, count):
+    return ((word << count) | (word >> (64 - count))) & MASK64 if count else word
 
 
-def hash_text(state, text):
-    state = step(state, len(text))
+def mix(word):
+    word = ((word ^ (word >> 32)) * MULTIPLIER) & MASK64
+    return word ^ (word >> 32)
+
+
+def hash_text(seed, text):
+    state = (seed + len(text)) & MASK64
     for start in range(0, len(text), 4):
         word = 0
         for shift, unit in enumerate(text[start : start + 4]):
             word |= ord(unit) << (16 * shift)
-        state = step(state, word)
-    return state
+        state ^= rotate_left((word * MULTIPLIER) & MASK64, start // 4 * 11 % 64)
+    return mix(state)
 
 
-def hash_identity(d):
-    if not d.named:
-        return step(SEED, (d.id << 16) | d.type)
-    data1, data2, data3, data4, data5 = SETS[d.set].split("-")
-    state = step(SEED, int(data1, 16) | int(data2, 16) << 32 | int(data3, 16) << 48)
-    state = step(state, int.from_bytes(bytes.fromhex(data4 + data5), "little"))
-    state = step(state, d.kind << 32 | d.type)
-    return hash_text(state, d.string_name) if d.kind == KIND_STRING else step(state, d.id)
+def set_number(d):
+    return list(SETS).index(d.set)
 
 
-def build_table(definitions, bits, key, hashed):
-    """Open addressing with linear probing. 0 is an empty slot; of equal keys only the first definition is entered, so that
-    a search finds what a walk from the start would find."""
+def numeric_key(d):
+    return d.id | d.type << 32 | set_number(d) << (32 + TYPE_BITS)
+
+
+def string_seed(d):
+    return d.type | set_number(d) << 32
+
+
+def set_multiplier():
+    """A multiplier that sends the first groups of all sets to different slots."""
+    firsts = [int(guid[:8], 16) for guid in SETS.values()]
+    for multiplier in range(0x9E3779B1, 0xFFFFFFFF, 2):
+        if len({((first * multiplier) & 0xFFFFFFFF) * SET_SLOTS >> 32 for first in firsts}) == len(firsts):
+            return multiplier
+    fail("no multiplier separates the property sets; give them more slots")
+
+
+def build_table(entries, bits):
+    """Open addressing with linear probing. Entries are (key, hash, slot value) in the order of registration; 0 is an empty
+    slot. Of equal keys only the first is entered, so that a search finds what a walk from the start would find."""
     slots = [0] * (1 << bits)
     seen = set()
-    for d in definitions:
-        if key(d) in seen:
+    for key, hashed, value in entries:
+        if key in seen:
             continue
-        seen.add(key(d))
-        slot = hashed(d) & (len(slots) - 1)
+        seen.add(key)
+        slot = hashed & (len(slots) - 1)
         while slots[slot]:
             slot = (slot + 1) & (len(slots) - 1)
-        slots[slot] = d.number
-    if len(seen) * 2 > len(slots):
-        fail("a search index is more than half full; give it one bit more")
+        slots[slot] = value
+    if len(seen) * 10 > len(slots) * 6:
+        fail("a search index is more than 60 % full; give it one bit more")
     return slots
+
+
+def text_slot(d, hashed):
+    """The number, and 16 bits of the hash by which most wrong candidates are told without looking at their text."""
+    return d.number | hashed >> 48 << 16
 
 
 class TextPool:
@@ -192,9 +212,11 @@ using TKwMAPIPropDef = std::uint64_t;
     out.write("\n} // namespace deftmapi\n")
 
 
-def write_numbers(out, numbers):
-    for start in range(0, len(numbers), 24):
-        out.write("    " + ", ".join(str(n) for n in numbers[start : start + 24]) + ",\n")
+def write_table(out, type_name, title, slots):
+    out.write(f"constexpr {type_name} {title}[{len(slots)}] = {{\n")
+    for start in range(0, len(slots), 12):
+        out.write("    " + ", ".join(f"0x{n:X}" if n else "0" for n in slots[start : start + 12]) + ",\n")
+    out.write("};\n\n")
 
 
 def guid_literal(text):
@@ -206,12 +228,11 @@ def guid_literal(text):
 def write_records(definitions, out):
     pool = TextPool()
     records = []
-    set_numbers = {name: number for number, name in enumerate(SETS)}
     for d in definitions:
         name, string_name = pool.add(d.name), pool.add(d.string_name)
         records.append(
             f"    {{{d.number}, 0x{d.type:04X}, {d.kind}, {str(d.named).lower()}, {{0x{d.id:X}, {name}, {string_name}, "
-            f"{len(d.name)}, {len(d.string_name)}, {set_numbers[d.set]}}}}}, // {d.constant}\n"
+            f"{len(d.name)}, {len(d.string_name)}, {set_number(d)}}}}}, // {d.constant}\n"
         )
     out.write(BANNER)
     out.write("\nconstexpr mapi::GUID propSets[] = {\n")
@@ -228,16 +249,28 @@ def write_records(definitions, out):
     out.write(f"constexpr TKwMAPIPropInfo predefinedProps[{len(definitions)}] = {{\n")
     out.writelines(records)
     out.write("};\n\n")
-    tables = (
-        ("nameIndex", 14, lambda d: d.name, lambda d: hash_text(SEED, d.name)),
-        ("identityIndex", 13, Definition.identity, hash_identity),
-    )
-    for title, bits, key, hashed in tables:
-        slots = build_table(definitions, bits, key, hashed)
-        out.write(f"constexpr std::uint16_t {title}[{len(slots)}] = {{\n")
-        write_numbers(out, slots)
-        out.write("};\n\n")
-    out.write(f"constexpr std::uint64_t hashOfSubject = 0x{hash_text(SEED, 'PR_SUBJECT'):016X};\n")
+    multiplier = set_multiplier()
+    set_slots = [0] * SET_SLOTS
+    for number, guid in enumerate(SETS.values()):
+        set_slots[((int(guid[:8], 16) * multiplier) & 0xFFFFFFFF) * SET_SLOTS >> 32] = number
+    out.write(f"constexpr std::uint32_t setMultiplier = 0x{multiplier:08X};\n")
+    write_table(out, "std::uint8_t", "setIndex", set_slots)
+
+    numeric, named_text, names = [], [], []
+    for d in definitions:
+        hashed = hash_text(0, d.name)
+        names.append((d.name, hashed, text_slot(d, hashed)))
+        if d.kind == KIND_STRING:
+            hashed = hash_text(string_seed(d), d.string_name)
+            named_text.append(((d.set, d.type, d.string_name), hashed, text_slot(d, hashed)))
+        else:
+            key = numeric_key(d)
+            numeric.append((key, mix(key), key << NUMBER_BITS | d.number))
+    write_table(out, "std::uint64_t", "numericIndex", build_table(numeric, 13))
+    write_table(out, "std::uint32_t", "namedTextIndex", build_table(named_text, 11))
+    write_table(out, "std::uint32_t", "nameIndex", build_table(names, 13))
+    out.write(f"constexpr unsigned numberBits = {NUMBER_BITS}, setBits = {SET_BITS}, typeBits = {TYPE_BITS};\n")
+    out.write(f"constexpr std::uint64_t hashOfSubject = 0x{hash_text(5, 'PR_SUBJECT'):016X};\n")
 
 
 def main():

@@ -28,12 +28,16 @@ TKwMAPIPropIdentity TaggedIdentity(mapi::ULONG tag) noexcept
 
 WideString NameAfter(const TKwMAPIPropIdentity& identity)
 {
+    const auto number = [](std::uint32_t value, int digits) {
+        return WideString(u"0x").append(KwHexText(value, digits));
+    };
     if (!identity.Named)
-        return u"0x" + KwHexText(mapi::PROP_TAG(identity.Type, identity.Identifier), 8);
-    return KwGuidToStr(identity.Set) + u":" +
-           (identity.Kind == mapi::MNID_STRING
-                ? WideString(identity.StringName)
-                : u"0x" + KwHexText(identity.Identifier, identity.Identifier > 0xFFFF ? 8 : 4));
+        return number(mapi::PROP_TAG(identity.Type, identity.Identifier), 8);
+    WideString name = KwGuidToStr(identity.Set);
+    name.push_back(u':');
+    if (identity.Kind == mapi::MNID_STRING)
+        return name.append(identity.StringName);
+    return name.append(number(identity.Identifier, identity.Identifier > 0xFFFF ? 8 : 4));
 }
 
 const TKwMAPIPropInfo& FindOrRegister(const TKwMAPIPropIdentity& identity, bool unicode)
@@ -110,12 +114,12 @@ const TKwMAPIPropInfo* FindProp(WideView name) noexcept
 
 const TKwMAPIPropInfo* FindProp(std::uint16_t id, std::uint32_t type, bool unicode) noexcept
 {
-    return Registry().FindIdentity(TKwMAPIPropIdentity::Tagged(id, type), unicode);
+    return Registry().FindTagged(id, type, unicode);
 }
 
 const TKwMAPIPropInfo* FindProp(mapi::ULONG tag, bool unicode) noexcept
 {
-    return Registry().FindIdentity(TaggedIdentity(tag), unicode);
+    return Registry().FindTagged(static_cast<std::uint16_t>(mapi::PROP_ID(tag)), mapi::PROP_TYPE(tag), unicode);
 }
 
 const TKwMAPIPropInfo* FindProp(const mapi::GUID& set, WideView stringName, std::uint32_t type, bool unicode) noexcept
