@@ -88,9 +88,14 @@ const TKwRef<TKwMAPIPropItem>& TKwMAPIPropItems::At(std::int32_t index) const
 TKwMAPIPropItem& TKwMAPIPropItems::Append(mapi::ULONG tag, const TKwMAPIPropInfo* info, WideString name)
 {
     TKwRef<TKwMAPIPropItem> item = KwMake<TKwMAPIPropItem>(*this, tag, info, std::move(name));
-    FItems.reserve(FItems.size() + 1);
-    FByTag.try_emplace(tag, item.Get());
-    return *FItems.emplace_back(std::move(item));
+    TKwMAPIPropItem& added = *FItems.emplace_back(std::move(item));
+    try {
+        FByTag.try_emplace(tag, &added);
+    } catch (...) {
+        FItems.pop_back();
+        throw;
+    }
+    return added;
 }
 
 TKwMAPIPropItem* TKwMAPIPropItems::FindPropByDef(const TKwMAPIPropInfo& info)

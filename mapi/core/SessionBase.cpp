@@ -18,10 +18,15 @@ bool TKwMAPIWrapperList::Add(TKwMAPIWrapper& wrapper)
         for (std::size_t i = 0; i < FOrder.size(); ++i)
             FIndex[FOrder[i]] = i;
     }
-    FOrder.reserve(FOrder.size() + 1);
-    if (!FIndex.try_emplace(&wrapper, FOrder.size()).second)
+    const auto [place, added] = FIndex.try_emplace(&wrapper, FOrder.size());
+    if (!added)
         return false;
-    FOrder.push_back(&wrapper);
+    try {
+        FOrder.push_back(&wrapper);
+    } catch (...) {
+        FIndex.erase(place);
+        throw;
+    }
     return true;
 }
 

@@ -56,8 +56,11 @@ mapi::IMalloc* TKwMAPIStorageSession::GetMemAllocIntf()
 
 mapi::LPMSGSESS TKwMAPIStorageSession::GetMsgSession()
 {
-    if (FMsgSession == nullptr)
-        CheckMAPIResult(GetClassName(), u"OpenIMsgSession", OpenIMsgSession(GetMemAllocIntf(), 0, &FMsgSession));
+    if (FMsgSession == nullptr) {
+        mapi::LPMSGSESS opened = nullptr; // of no meaning when the call fails
+        CheckMAPIResult(GetClassName(), u"OpenIMsgSession", OpenIMsgSession(GetMemAllocIntf(), 0, &opened));
+        FMsgSession = opened;
+    }
     return FMsgSession;
 }
 

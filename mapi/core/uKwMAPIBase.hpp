@@ -281,7 +281,8 @@ public:
     void SaveChanges(TKwMAPISaveMethod saveMethod = smKeepReadWrite) override;
 
     // Properties as interfaces. alReadWrite asks for MAPI_MODIFY; alBestAccess does, too, and asks again for reading
-    // only when that is refused with MAPI_E_NO_ACCESS. create adds MAPI_CREATE, which needs MAPI_MODIFY.
+    // only when that is refused with MAPI_E_NO_ACCESS. create adds MAPI_CREATE, which needs MAPI_MODIFY. The cache
+    // forgets a property that is opened for writing: read it there again only when the interface has been committed.
 
     [[nodiscard]] TKwComPtr<mapi::IStream> OpenBinProperty(TKwMAPIPropDef def, TKwMAPIAccessLevel accessLevel,
                                                            bool create) override;

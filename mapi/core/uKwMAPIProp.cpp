@@ -338,14 +338,15 @@ void TKwMAPIProp::SetPropValues(IKwMAPIPropValueList& list)
         }
         values.push_back(backed.emplace_back(tag, value).Value());
     }
+    // Before the calls: also one that fails may have written some of the values.
+    if (FItems) {
+        for (const mapi::SPropValue& value : values)
+            FItems->ForgetTag(value.ulPropTag);
+        for (const mapi::ULONG tag : deleted)
+            FItems->ForgetTag(tag);
+    }
     WriteValues(values);
     DeleteTags(deleted);
-    if (!FItems)
-        return;
-    for (const mapi::SPropValue& value : values)
-        FItems->ForgetTag(value.ulPropTag);
-    for (const mapi::ULONG tag : deleted)
-        FItems->ForgetTag(tag);
 }
 
 // ---- Saving

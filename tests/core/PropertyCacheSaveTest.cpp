@@ -232,6 +232,12 @@ TEST_F(PropertyCacheSaveTest, ValueListsAreWrittenAtOnceAndTheCacheSeesThem)
     EXPECT_TRUE(Property(PR_IMPORTANCE)->Get_Value().IsEmpty());
     EXPECT_EQ(Property(PR_BODY)->Get_AsString(), u"pending") << "a change of the application's is not lost";
 
+    Bag().Problems = {{1, 0x1000001F, mapi::MAPI_E_COMPUTED}};
+    list->Set_Value(0, u"newer");
+    EXPECT_EQ(Catch([&] { Prop->SetPropValues(*list); }).ClassName, "EMAPI_COMPUTED");
+    EXPECT_EQ(Property(PR_SUBJECT)->Get_AsString(), u"newer") << "what a failed call wrote is not hidden either";
+    Calls->Take();
+
     list->AddValue(PR_SENSITIVITY, u"not a number");
     EXPECT_EQ(Catch([&] { Prop->SetPropValues(*list); }).ClassName, "EKwConvertError");
     EXPECT_EQ(Calls->Count("SetProps"), 0u) << "all or nothing";

@@ -108,6 +108,7 @@ TEST_F(WrapperStorageSessionTest, AFailedOpenIsRaisedAndTriedAgain)
     calls->Next("OpenIMsgSession", mapi::MAPI_E_NOT_ENOUGH_RESOURCES);
     EXPECT_EQ(Catch([&] { (void)session->GetMsgSession(); }).ClassName, "EMAPI_NOT_ENOUGH_RESOURCES");
     EXPECT_EQ(session->GetMsgSession(), &messageSession);
+    EXPECT_EQ(calls->Count("OpenIMsgSession"), 2u);
 
     noMalloc = true;
     EXPECT_EQ(Catch([] { (void)KwMake<TKwMAPIStorageSession>()->GetMemAllocIntf(); }),
