@@ -376,8 +376,7 @@ mapi::HRESULT PropertyCore::DoGetIDsFromNames(ULONG count, mapi::LPMAPINAMEID* n
         *tags = MakeTagArray(result).Detach();
         return mapi::S_OK;
     }
-    if (create)
-        RequireWritable();
+    // Names belong to the store: an object that is open for reading only may be asked for one that is new to it.
     // One transaction for all new names of the call.
     std::optional<Transaction> transaction;
     bool missing = false;
