@@ -32,20 +32,20 @@ bool IsSubclass(WideView messageClass, WideView baseClass)
            KwStartsText(baseClass, messageClass);
 }
 
+/// Empty for a message without a class.
 WideString ReadMessageClass(mapi::IMessage& message, TKwMAPISessionBase& session)
 {
-    std::array<mapi::ULONG, 3> tags{2, GetPropTag(PR_MESSAGE_CLASS_W), GetPropTag(PR_MESSAGE_CLASS_A)};
-    TKwMAPIBuffer<mapi::SPropValue> values(session);
-    mapi::ULONG count = 0;
-    const mapi::HRESULT hr =
-        message.GetProps(reinterpret_cast<mapi::SPropTagArray*>(tags.data()), 0, &count, Out(values));
-    // A message without a class, or with it in one form only, is a warning.
-    if (hr != mapi::MAPI_W_ERRORS_RETURNED)
+    for (const TKwMAPIPropDef def : {PR_MESSAGE_CLASS_W, PR_MESSAGE_CLASS_A}) {
+        std::array<mapi::ULONG, 2> tags{1, GetPropTag(def)};
+        TKwMAPIBuffer<mapi::SPropValue> value(session);
+        mapi::ULONG count = 0;
+        const mapi::HRESULT hr =
+            message.GetProps(reinterpret_cast<mapi::SPropTagArray*>(tags.data()), 0, &count, Out(value));
+        if (hr == mapi::MAPI_E_BAD_CHARWIDTH || hr == mapi::MAPI_W_ERRORS_RETURNED)
+            continue; // the other form may be there
         CheckMAPIResult(u"TKwMAPIMessage", u"GetProps", hr);
-    for (mapi::ULONG i = 0; i < count; ++i) {
-        const TKwVariant text = KwPropValueToVariant(values.Get()[i]);
-        if (!text.IsEmptyOrNull())
-            return text.AsStringW();
+        if (count == 1)
+            return KwPropValueToVariant(*value).AsStringW();
     }
     return {};
 }

@@ -12,6 +12,30 @@ namespace
 constexpr auto ExchangeClient = u"ExchangeMAPI";
 constexpr auto ExchangeService = u"MSEMS";
 
+/// A session ends whatever fails on the way; the caller learns of the first failure when it has ended.
+class TFirstFailure
+{
+public:
+    template <typename Step>
+    void Keep(Step&& step) noexcept
+    {
+        try {
+            step();
+        } catch (...) {
+            if (!FFailure)
+                FFailure = std::current_exception();
+        }
+    }
+    void Raise() const
+    {
+        if (FFailure)
+            std::rethrow_exception(FFailure);
+    }
+
+private:
+    std::exception_ptr FFailure;
+};
+
 } // namespace
 
 void TSession::Set_Active(bool active)
@@ -25,16 +49,10 @@ void TSession::Set_Active(bool active)
         InternalLogon();
         return;
     }
-    // The session ends even when one of its objects raises while it is told so.
-    std::exception_ptr failure;
-    try {
-        TKwMAPISessionBase::Set_Active(false);
-    } catch (...) {
-        failure = std::current_exception();
-    }
-    InternalLogoff();
-    if (failure)
-        std::rethrow_exception(failure);
+    TFirstFailure failure;
+    failure.Keep([this] { TKwMAPISessionBase::Set_Active(false); });
+    failure.Keep([this] { InternalLogoff(); });
+    failure.Raise();
 }
 
 // ---- Logon
@@ -44,14 +62,11 @@ void TSession::InternalLogon()
     try {
         LogonSteps();
     } catch (...) {
-        const std::exception_ptr failure = std::current_exception();
-        try {
-            InternalLogoff2();
-        } catch (...) {
-            KwReportServerException(std::current_exception()); // the caller learns of what failed first
-        }
+        TFirstFailure failure;
+        failure.Keep([] { throw; });
+        failure.Keep([this] { InternalLogoff2(); });
         ForgetLogon();
-        std::rethrow_exception(failure);
+        failure.Raise();
     }
 }
 
@@ -126,31 +141,28 @@ void TSession::InternalLogoff()
 {
     if (!FActive)
         return;
-    TriggerEvent(&IKwMAPISessionDEvents::BeforeLogoff);
-    std::exception_ptr failure;
-    try {
-        InternalLogoff2();
-    } catch (...) {
-        failure = std::current_exception(); // the session is gone all the same
-    }
+    TFirstFailure failure;
+    failure.Keep([this] { TriggerEvent(&IKwMAPISessionDEvents::BeforeLogoff); });
+    failure.Keep([this] { InternalLogoff2(); });
     ForgetLogon();
-    TriggerEvent(&IKwMAPISessionDEvents::AfterLogoff);
-    if (failure)
-        std::rethrow_exception(failure);
+    failure.Keep([this] { TriggerEvent(&IKwMAPISessionDEvents::AfterLogoff); });
+    failure.Raise();
 }
 
 void TSession::InternalLogoff2()
 {
+    TFirstFailure failure;
     mapi::ULONG flags = 0;
     if (Get_MAPIOBJECT() != nullptr) {
-        UnadviseSession();
+        failure.Keep([this] { UnadviseSession(); });
         flags = static_cast<mapi::ULONG>(FLogoffInfo->Flags().AsLargeInteger());
     }
     TKwComPtr<mapi::IMAPISession> session(static_cast<mapi::IMAPISession*>(Get_MAPIOBJECT()));
-    if (!session && FSessionHandle == 0)
-        return;
-    SetMAPIOBJECT(nullptr);
-    KwMAPILogoff(FLogonWindow, flags, session, FSessionHandle);
+    if (session || FSessionHandle != 0) {
+        SetMAPIOBJECT(nullptr);
+        failure.Keep([&] { KwMAPILogoff(FLogonWindow, flags, session, FSessionHandle); });
+    }
+    failure.Raise();
 }
 
 void TSession::UnadviseSession()

@@ -54,14 +54,20 @@ void TSession::BeforeDestruction() noexcept
 {
     --ThreadSessions;
     FDestroying = true;
-    try {
-        Set_Active(false);
-        ReleaseSessionCount();
+    // What fails here has no caller left to go to, and keeps nothing after it from being done.
+    const auto attempt = [](auto&& step) {
+        try {
+            step();
+        } catch (...) {
+            KwReportServerException(std::current_exception());
+        }
+    };
+    attempt([this] { Set_Active(false); });
+    ReleaseSessionCount();
+    attempt([] {
         if (ThreadSessions == 0 && KwMAPIInitialized())
             KwMAPIUninitialize(false);
-    } catch (...) {
-        KwReportServerException(std::current_exception());
-    }
+    });
     TKwMAPISessionBase::BeforeDestruction();
 }
 

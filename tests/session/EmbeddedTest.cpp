@@ -1,0 +1,228 @@
+// The whole road on the embedded client: profiles, logon, folders, messages, import, and what stays on disk.
+#include "mapi/headers/uKwMAPIStoreConstantsH.hpp"
+#include "tests/session/EmbeddedFixture.hpp"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+namespace deftmapi::test
+{
+namespace
+{
+
+class TEmbeddedSessionTest : public TEmbeddedTest
+{
+protected:
+    [[nodiscard]] static std::int32_t Flags(IKwMAPIMessage& message)
+    {
+        return message.PropByName(PR_MESSAGE_FLAGS)->Get_AsInteger();
+    }
+};
+
+TEST_F(TEmbeddedSessionTest, Profiles)
+{
+    const auto profiles = Session->GetProfileAdmin();
+    EXPECT_TRUE(profiles->HasDefaultProfile());
+    EXPECT_EQ(profiles->GetDefaultProfile(), u"Test");
+    profiles->CreateProfile(u"Zweites Profil Ö", u"geheim");
+    EXPECT_EQ(profiles->GetProfiles(), (std::vector<WideString>{u"Test", u"Zweites Profil Ö"}));
+    EXPECT_EQ(Catch([&] { profiles->CreateProfile(u"test", u""); }).Message,
+              "The specified new profile already exists.");
+    EXPECT_EQ(Catch([&] { profiles->DeleteProfile(u"Nobody"); }).Message, "The specified profile does not exist.");
+    EXPECT_EQ(Catch([&] { profiles->SetDefaultProfile(u"Nobody"); }).Message, "The specified profile does not exist.");
+    profiles->SetDefaultProfile(u"Zweites Profil Ö");
+    EXPECT_EQ(profiles->GetDefaultProfile(), u"Zweites Profil Ö");
+    EXPECT_EQ(Catch([&] { Session->Logon(); }).ClassName, "EMAPI_LOGON_FAILED"); // the password is missing
+    EXPECT_FALSE(Session->Get_Active());
+    Session->Get_LogonInfo()->Set_Password(u"geheim");
+    Session->Logon();
+    EXPECT_EQ(profiles->GetDefaultProfile(), u"Zweites Profil Ö"); // also while logged on
+    Session->Logoff();
+    profiles->DeleteProfile(u"Zweites Profil Ö");
+    profiles->DeleteProfile(u"Test");
+    EXPECT_FALSE(profiles->HasDefaultProfile());
+    EXPECT_EQ(profiles->GetDefaultProfile(), u"");
+}
+
+TEST_F(TEmbeddedSessionTest, LogonByName)
+{
+    const auto logon = Session->Get_LogonInfo();
+    logon->Set_ProfileRequired(true);
+    logon->Set_ProfileName(u"Nobody");
+    EXPECT_EQ(Catch([&] { Session->Logon(); }).ClassName, "EMAPI_LOGON_FAILED");
+    logon->Set_ProfileName(u"Test");
+    Session->Logon();
+    EXPECT_FALSE(Session->Get_ConnectedToExchange());
+    const auto stores = Session->GetMsgStoresTable();
+    EXPECT_EQ(stores->Get_RowCount(), 1);
+    EXPECT_FALSE(stores->Get_EOF());
+}
+
+TEST_F(TEmbeddedSessionTest, SpecialFoldersHaveTheirKind)
+{
+    const auto store = OpenStore();
+    const std::pair<TKwMAPIFolderType, const char16_t*> kinds[] = {
+        {ftInbox, u"IPM.Note"},           {ftOutbox, u"IPM.Note"}, {ftDeleted, u"IPM.Note"},
+        {ftSentItems, u"IPM.Note"},       {ftDraft, u"IPM.Note"},  {ftJunkFolder, u"IPM.Note"},
+        {ftContact, u"IPM.Contact"},      {ftTask, u"IPM.Task"},   {ftAppointment, u"IPM.Appointment"},
+        {ftStickyNote, u"IPM.StickyNote"}};
+    for (const auto& [type, messageClass] : kinds) {
+        const auto folder = store->OpenFolderByType(type, alBestAccess);
+        EXPECT_EQ(folder->Get_FolderType(), type);
+        EXPECT_EQ(folder->Get_DefaultMessageClass(), messageClass);
+    }
+    for (const TKwMAPIFolderType type : {ftIPMRoot, ftSearch, ftCommon, ftPersonal, ftJournal, ftSyncIssues})
+        EXPECT_EQ(store->OpenFolderByType(type, alReadOnly)->Get_FolderType(), type);
+    for (const char16_t* path : {u"//[Inbox]", u"[Draft]", u"[SyncIssues]", u"[JunkFolder]", u"//"})
+        EXPECT_EQ(store->OpenFolderByPath(path, alReadWrite)->Get_AccessLevel(), alReadWrite);
+}
+
+TEST_F(TEmbeddedSessionTest, FoldersAreMadeFoundAndDeleted)
+{
+    const auto store = OpenStore();
+    const auto inbox = store->OpenFolderByType(ftInbox, alReadWrite);
+    const auto project = inbox->CreateFolder(u"IPF.Note.Custom", u"Projekt Ä", u"about it", false);
+    static_cast<void>(project->CreateFolder(u"IPF.Task", u"To do", u"", false));
+    EXPECT_EQ(Catch([&] { static_cast<void>(inbox->CreateFolder(u"", u"PROJEKT ä", u"", false)); }).ClassName,
+              "EMAPI_COLLISION");
+    EXPECT_TRUE(store->CompareEntryIDs(inbox->CreateFolder(u"IPF.Task", u"Projekt Ä", u"", true)->Get_EntryID(),
+                                       project->Get_EntryID()));
+
+    const auto found = store->OpenFolderByPath(u"[Inbox]/projekt ä/TO DO", alReadWrite);
+    EXPECT_EQ(found->Get_FolderType(), ftTask);
+    EXPECT_EQ(found->CreateMessage(u"")->Get_MessageClass(), u"IPM.Task");
+    EXPECT_EQ(store->OpenFolderByPath(u"[Inbox]/Projekt Ä", alReadOnly)->Get_DefaultMessageClass(), u"IPM.Note.Custom");
+    EXPECT_EQ(Column(*inbox->GetHierarchyTable(true), PR_DISPLAY_NAME),
+              (std::vector<std::string>{"Projekt Ä", "To do"}));
+
+    EXPECT_EQ(Catch([&] { inbox->DeleteFolder(project->Get_EntryID(), true, false, false); }).ClassName,
+              "EMAPI_HAS_FOLDERS");
+    inbox->DeleteFolder(project->Get_EntryID(), true, true, false);
+    EXPECT_EQ(inbox->GetHierarchyTable(false)->Get_RowCount(), 0);
+    EXPECT_EQ(Catch([&] { static_cast<void>(store->OpenFolderByPath(u"[Inbox]/Projekt Ä", alReadOnly)); }).Message,
+              "The given path [Inbox]/Projekt Ä does not exist!");
+}
+
+TEST_F(TEmbeddedSessionTest, WhatIsSavedIsThereAfterANewLogon)
+{
+    TKwMAPIEntryID id;
+    {
+        const auto inbox = OpenInbox();
+        const auto draft = inbox->CreateMessage(u"IPM.Note");
+        draft->Set_Subject(u"never saved");
+        const auto message = inbox->CreateMessage(u"IPM.Note");
+        message->Set_Subject(u"Grüße, 世界 👋");
+        message->SetMessageText(u"<html><body>Zeile 1<br>Zeile 2</body></html>", fmtHTML);
+        message->PropByName(NPR_COMMON_REMINDER_DATE)->Set_AsDateTime({45000.5});
+        message->SaveChanges();
+        id = message->Get_EntryID();
+        EXPECT_EQ(inbox->GetContentsTable()->Get_RowCount(), 1);
+    }
+    Session->Logoff();
+    const auto store = OpenStore();
+    const auto message = store->OpenMessage(StrToEntryID(EntryIDToStr(id)), alReadOnly);
+    EXPECT_EQ(message->Get_Subject(), u"Grüße, 世界 👋");
+    TKwMAPIBodyFormat format{};
+    WideString text;
+    message->GetMessageText(format, text);
+    EXPECT_EQ(format, fmtHTML);
+    EXPECT_EQ(text, u"<html><body>Zeile 1<br>Zeile 2</body></html>");
+    EXPECT_DOUBLE_EQ(message->PropByName(NPR_COMMON_REMINDER_DATE)->Get_AsDateTime().Days, 45000.5);
+    EXPECT_EQ(Catch([&] {
+                  message->Set_Subject(u"x");
+                  message->SaveChanges();
+              }).ClassName,
+              "EMAPI_NO_ACCESS");
+
+    store->OpenFolderByType(ftInbox, alReadWrite)->DeleteMessage(id);
+    EXPECT_EQ(Catch([&] { static_cast<void>(store->OpenMessage(id, alReadOnly)); }).ClassName, "EMAPI_NOT_FOUND");
+}
+
+TEST_F(TEmbeddedSessionTest, TablesOfManyMessages)
+{
+    const auto inbox = OpenInbox();
+    for (int i = 1; i <= 45; ++i) {
+        const auto message = inbox->CreateMessage(u"IPM.Note");
+        message->Set_Subject(u"Message " + WideString(1, static_cast<char16_t>(u'a' + (i * 7) % 26)));
+        message->PropByName(PR_IMPORTANCE)->Set_AsInteger(i);
+        message->SaveChanges();
+    }
+    const auto table = inbox->GetContentsTable();
+    table->Get_Fields()->Add(PR_SUBJECT);
+    const auto importance = table->Get_Fields()->Add(PR_IMPORTANCE);
+    table->Sort(PR_IMPORTANCE, true);
+    EXPECT_EQ(table->Get_RowCount(), 45);
+    std::int32_t expected = 45;
+    for (table->First(); !table->Get_EOF(); table->Next())
+        EXPECT_EQ(importance->Get_AsInteger(), expected--);
+    EXPECT_EQ(expected, 0);
+    table->First();
+    table->MoveBy(tbkCurrentRelative, 22);
+    EXPECT_EQ(importance->Get_AsInteger(), 23);
+    table->Previous();
+    EXPECT_EQ(importance->Get_AsInteger(), 24);
+    table->Last();
+    EXPECT_EQ(importance->Get_AsInteger(), 1);
+    table->Sort(PR_SUBJECT, false);
+    auto subjects = Column(*table, PR_SUBJECT);
+    EXPECT_TRUE(std::is_sorted(subjects.begin(), subjects.end()));
+}
+
+TEST_F(TEmbeddedSessionTest, EveryExampleMessageIsImported)
+{
+    const auto inbox = OpenInbox();
+    int imported = 0;
+    for (const auto& file : std::filesystem::directory_iterator(DEFTMAPI_TEST_EXAMPLE_MESSAGES)) {
+        if (file.path().extension() != ".eml")
+            continue;
+        const auto message = inbox->ImportMessage(file.path().u16string());
+        ++imported;
+        EXPECT_FALSE(message->GetModified());
+        EXPECT_EQ(Flags(*message) & static_cast<std::int32_t>(mapi::MSGFLAG_UNSENT), 0) << file.path();
+        EXPECT_FALSE(message->Get_EntryID().IsEmptyOrNull());
+        const auto reopened = inbox->GetMsgStore()->OpenMessage(message->Get_EntryID(), alReadOnly);
+        EXPECT_EQ(reopened->Get_Subject(), message->Get_Subject());
+        EXPECT_EQ(reopened->GetRecipientTable()->Get_RowCount(), message->GetRecipientTable()->Get_RowCount());
+        // Every attachment opens, and every message in a message, however deep.
+        const std::function<void(IKwMAPIMessage&)> walk = [&](IKwMAPIMessage& parent) {
+            const auto attachments = parent.Get_Attachments();
+            const auto number = attachments->Get_Fields()->Add(PR_ATTACH_NUM);
+            const auto method = attachments->Get_Fields()->Add(PR_ATTACH_METHOD);
+            for (attachments->First(); !attachments->Get_EOF(); attachments->Next()) {
+                const auto attachment = parent.OpenAttachment(number->Get_AsInteger(), alReadOnly);
+                if (method->Get_AsInteger() == static_cast<std::int32_t>(mapi::ATTACH_EMBEDDED_MSG))
+                    walk(*attachment->GetEmbeddedMessage());
+                else
+                    EXPECT_EQ(Catch([&] { static_cast<void>(attachment->GetEmbeddedMessage()); }).Message,
+                              "TKwMAPIAttachment.GetEmbeddedMessage failed!\r\nThe attachment is not an embedded "
+                              "message.");
+            }
+        };
+        walk(*reopened);
+    }
+    EXPECT_GE(imported, 10);
+    EXPECT_EQ(inbox->GetContentsTable()->Get_RowCount(), imported);
+}
+
+TEST_F(TEmbeddedSessionTest, ImportOfWhatIsNoMessageLeavesNothing)
+{
+    const auto inbox = OpenInbox();
+    const auto failure = [&](const WideString& fileName) {
+        return Catch([&] { static_cast<void>(inbox->ImportMessage(fileName)); });
+    };
+    const WideString missing = (Home / "missing.eml").u16string();
+    EXPECT_EQ(failure(missing), (TCaught{"EMAPI_INVALID_PARAMETER",
+                                         "The file " + KwToUtf8(missing) + " does not exist!", 0x80070057, false}));
+    EXPECT_EQ(failure(Home.u16string()).Message, Home.string() + " is a folder and not a file!");
+    const WideString junk = WriteFile("junk.eml", std::string("\x00\x01\x02\xFF", 4));
+    const TCaught caught = failure(junk);
+    EXPECT_EQ(caught.ClassName, "EMAPI_CORRUPT_DATA");
+    EXPECT_NE(caught.Message.find(KwToUtf8(junk)), std::string::npos) << caught.Message;
+    EXPECT_EQ(failure(WriteFile("x.msg", "\xD0\xCF\x11\xE0\xA1\xB1\x1A\xE1 and so on")).ClassName,
+              "EMAPI_NOT_SUPPORTED");
+    EXPECT_EQ(inbox->GetContentsTable()->Get_RowCount(), 0);
+}
+
+} // namespace
+} // namespace deftmapi::test

@@ -1,0 +1,276 @@
+#include "tests/session/ScriptedClient.hpp"
+
+#include "mapi/core/uKwMAPIProps.hpp"
+
+namespace deftmapi::test
+{
+
+namespace
+{
+
+// What the exported functions work on; set for the life of a fixture.
+TScriptedCalls* CurrentCalls = nullptr;
+TScriptedMAPISession* CurrentSession = nullptr;
+
+mapi::HRESULT DEFTMAPI_STDCALL Initialize(mapi::LPVOID options)
+{
+    const auto* given = static_cast<const mapi::MAPIINIT_0*>(options);
+    return CurrentCalls->Enter("MAPIInitialize", given != nullptr ? Hex(given->ulFlags) : "null").value_or(mapi::S_OK);
+}
+
+void DEFTMAPI_STDCALL Uninitialize()
+{
+    CurrentCalls->Enter("MAPIUninitialize", "");
+}
+
+mapi::HRESULT DEFTMAPI_STDCALL LogonEx(mapi::ULONG_PTR window, mapi::LPTSTR profile, mapi::LPTSTR password,
+                                       mapi::ULONG flags, mapi::LPMAPISESSION* session)
+{
+    if (const auto result =
+            CurrentCalls->Enter("MAPILogonEx", std::to_string(window) + "," + TextArgument(profile, flags) + "," +
+                                                   TextArgument(password, flags) + "," + Hex(flags)))
+        return *result;
+    CurrentSession->AddRef();
+    *session = CurrentSession;
+    return mapi::S_OK;
+}
+
+mapi::ULONG DEFTMAPI_STDCALL SimpleLogon(mapi::ULONG_PTR, mapi::LPSTR, mapi::LPSTR, mapi::FLAGS flags, mapi::ULONG,
+                                         mapi::LPLHANDLE handle)
+{
+    *handle = 42;
+    return static_cast<mapi::ULONG>(CurrentCalls->Enter("MAPILogon", Hex(flags)).value_or(0));
+}
+
+mapi::ULONG DEFTMAPI_STDCALL SimpleLogoff(mapi::LHANDLE handle, mapi::ULONG_PTR, mapi::FLAGS flags, mapi::ULONG)
+{
+    return static_cast<mapi::ULONG>(
+        CurrentCalls->Enter("MAPILogoff", std::to_string(handle) + "," + Hex(flags)).value_or(0));
+}
+
+/// Only lists services.
+class TScriptedServiceAdmin final : public TScriptedUnknown<mapi::IMsgServiceAdmin>
+{
+public:
+    TScriptedServiceAdmin(TCallsRef calls, TKwComPtr<TScriptedTable> services)
+        : TScriptedUnknown({mapi::IID_IMsgServiceAdmin}), FCalls(std::move(calls)), FServices(std::move(services))
+    {}
+    mapi::HRESULT DEFTMAPI_STDCALL GetMsgServiceTable(mapi::ULONG flags, mapi::LPMAPITABLE* table) override
+    {
+        if (const auto result = FCalls->Enter("GetMsgServiceTable", Hex(flags)))
+            return *result;
+        *table = TKwComPtr<mapi::IMAPITable>(FServices.Get()).Detach();
+        return mapi::S_OK;
+    }
+    mapi::HRESULT DEFTMAPI_STDCALL GetLastError(mapi::HRESULT, mapi::ULONG, mapi::LPMAPIERROR*) override
+    {
+        return mapi::MAPI_E_NO_SUPPORT;
+    }
+    mapi::HRESULT DEFTMAPI_STDCALL CreateMsgService(mapi::LPTSTR, mapi::LPTSTR, mapi::ULONG_PTR, mapi::ULONG) override
+    {
+        return mapi::MAPI_E_NO_SUPPORT;
+    }
+    mapi::HRESULT DEFTMAPI_STDCALL DeleteMsgService(mapi::LPMAPIUID) override { return mapi::MAPI_E_NO_SUPPORT; }
+    mapi::HRESULT DEFTMAPI_STDCALL CopyMsgService(mapi::LPMAPIUID, mapi::LPTSTR, mapi::LPCIID, mapi::LPCIID,
+                                                  mapi::LPVOID, mapi::ULONG_PTR, mapi::ULONG) override
+    {
+        return mapi::MAPI_E_NO_SUPPORT;
+    }
+    mapi::HRESULT DEFTMAPI_STDCALL RenameMsgService(mapi::LPMAPIUID, mapi::ULONG, mapi::LPTSTR) override
+    {
+        return mapi::MAPI_E_NO_SUPPORT;
+    }
+    mapi::HRESULT DEFTMAPI_STDCALL ConfigureMsgService(mapi::LPMAPIUID, mapi::ULONG_PTR, mapi::ULONG, mapi::ULONG,
+                                                       mapi::LPSPropValue) override
+    {
+        return mapi::MAPI_E_NO_SUPPORT;
+    }
+    mapi::HRESULT DEFTMAPI_STDCALL OpenProfileSection(mapi::LPMAPIUID, mapi::LPCIID, mapi::ULONG,
+                                                      mapi::LPPROFSECT*) override
+    {
+        return mapi::MAPI_E_NO_SUPPORT;
+    }
+    mapi::HRESULT DEFTMAPI_STDCALL MsgServiceTransportOrder(mapi::ULONG, mapi::LPMAPIUID, mapi::ULONG) override
+    {
+        return mapi::MAPI_E_NO_SUPPORT;
+    }
+    mapi::HRESULT DEFTMAPI_STDCALL AdminProviders(mapi::LPMAPIUID, mapi::ULONG, mapi::LPPROVIDERADMIN*) override
+    {
+        return mapi::MAPI_E_NO_SUPPORT;
+    }
+    mapi::HRESULT DEFTMAPI_STDCALL SetPrimaryIdentity(mapi::LPMAPIUID, mapi::ULONG) override
+    {
+        return mapi::MAPI_E_NO_SUPPORT;
+    }
+    mapi::HRESULT DEFTMAPI_STDCALL GetProviderTable(mapi::ULONG, mapi::LPMAPITABLE*) override
+    {
+        return mapi::MAPI_E_NO_SUPPORT;
+    }
+
+private:
+    TCallsRef FCalls;
+    TKwComPtr<TScriptedTable> FServices;
+};
+
+} // namespace
+
+// ---- TScriptedClientTest
+
+TScriptedClientTest::TScriptedClientTest()
+    : Calls(std::make_shared<TScriptedCalls>()), Client(new TScriptedMAPISession(Calls))
+{
+    CurrentCalls = Calls.get();
+    CurrentSession = Client.Get();
+    Platform.SetValue(TKwRegistryRoot::rrCurrentUser, u"Software\\Clients\\Mail\\TestMail", u"DLLPathEx", DllName);
+    Platform.SetFile(DllName, MakePeImage(true, {"MAPIInitialize", "MAPILogonEx"}));
+    TFakeModule& module = Module();
+    module.Export("MAPIInitialize", &Initialize);
+    module.Export("MAPIUninitialize", &Uninitialize);
+    module.Export("MAPILogonEx", &LogonEx);
+    module.Export("MAPILogon", &SimpleLogon);
+    module.Export("MAPILogoff", &SimpleLogoff);
+    module.Export("MAPIAllocateBuffer", &TScriptedAllocator::MAPIAllocateBuffer);
+    module.Export("MAPIAllocateMore", &TScriptedAllocator::MAPIAllocateMore);
+    module.Export("MAPIFreeBuffer", &TScriptedAllocator::MAPIFreeBuffer);
+}
+
+TScriptedClientTest::~TScriptedClientTest()
+{
+    EXPECT_FALSE(KwMAPIInitialized()) << "the last session of a thread uninitialises it";
+    if (KwMAPIInitialized())
+        KwMAPIUninitialize(true);
+    KwUnloadDLL();
+    EXPECT_EQ(Platform.OpenModules(), 0);
+}
+
+// ---- TScriptedMAPISession
+
+TScriptedMAPISession::TScriptedMAPISession(TCallsRef calls)
+    : TScriptedUnknown({mapi::IID_IMAPISession}), Stores(new TScriptedTable(calls)), Store(new TScriptedStore(calls)),
+      FCalls(std::move(calls))
+{}
+
+mapi::HRESULT TScriptedMAPISession::GetLastError(mapi::HRESULT, mapi::ULONG, mapi::LPMAPIERROR* error)
+{
+    *error = nullptr;
+    return mapi::S_OK;
+}
+
+mapi::HRESULT TScriptedMAPISession::GetMsgStoresTable(mapi::ULONG flags, mapi::LPMAPITABLE* table)
+{
+    if (const auto result = FCalls->Enter("GetMsgStoresTable", Hex(flags)))
+        return *result;
+    *table = TKwComPtr<mapi::IMAPITable>(Stores.Get()).Detach();
+    return mapi::S_OK;
+}
+
+mapi::HRESULT TScriptedMAPISession::OpenMsgStore(mapi::ULONG_PTR window, mapi::ULONG size, mapi::LPENTRYID id,
+                                                 mapi::LPCIID, mapi::ULONG flags, mapi::LPMDB* store)
+{
+    if (const auto result =
+            FCalls->Enter("OpenMsgStore", std::to_string(window) + "," + HexOf(size, id) + "," + Hex(flags)))
+        return *result;
+    *store = TKwComPtr<mapi::IMsgStore>(Store.Get()).Detach();
+    return mapi::S_OK;
+}
+
+mapi::HRESULT TScriptedMAPISession::OpenAddressBook(mapi::ULONG_PTR, mapi::LPCIID, mapi::ULONG, mapi::LPADRBOOK*)
+{
+    return mapi::MAPI_E_NO_SUPPORT;
+}
+
+mapi::HRESULT TScriptedMAPISession::OpenProfileSection(mapi::LPMAPIUID, mapi::LPCIID, mapi::ULONG, mapi::LPPROFSECT*)
+{
+    return mapi::MAPI_E_NO_SUPPORT;
+}
+
+mapi::HRESULT TScriptedMAPISession::GetStatusTable(mapi::ULONG, mapi::LPMAPITABLE*)
+{
+    return mapi::MAPI_E_NO_SUPPORT;
+}
+
+mapi::HRESULT TScriptedMAPISession::OpenEntry(mapi::ULONG, mapi::LPENTRYID, mapi::LPCIID, mapi::ULONG, mapi::ULONG*,
+                                              mapi::LPUNKNOWN*)
+{
+    return mapi::MAPI_E_NO_SUPPORT;
+}
+
+mapi::HRESULT TScriptedMAPISession::CompareEntryIDs(mapi::ULONG size1, mapi::LPENTRYID id1, mapi::ULONG size2,
+                                                    mapi::LPENTRYID id2, mapi::ULONG flags, mapi::ULONG* result)
+{
+    if (const auto failure =
+            FCalls->Enter("CompareEntryIDs", HexOf(size1, id1) + "," + HexOf(size2, id2) + "," + Hex(flags)))
+        return *failure;
+    *result = 1; // a provider may call identifiers of different bytes the same
+    return mapi::S_OK;
+}
+
+mapi::HRESULT TScriptedMAPISession::Advise(mapi::ULONG size, mapi::LPENTRYID id, mapi::ULONG mask,
+                                           mapi::LPMAPIADVISESINK sink, mapi::ULONG_PTR* connection)
+{
+    if (const auto result = FCalls->Enter("Advise", HexOf(size, id) + "," + Hex(mask)))
+        return *result;
+    Sink = TKwComPtr<mapi::IMAPIAdviseSink>(sink);
+    *connection = 7;
+    return mapi::S_OK;
+}
+
+mapi::HRESULT TScriptedMAPISession::Unadvise(mapi::ULONG_PTR connection)
+{
+    Sink.Reset();
+    return FCalls->Enter("Unadvise", std::to_string(connection)).value_or(mapi::S_OK);
+}
+
+mapi::HRESULT TScriptedMAPISession::MessageOptions(mapi::ULONG_PTR, mapi::ULONG, mapi::LPTSTR, mapi::LPMESSAGE)
+{
+    return mapi::MAPI_E_NO_SUPPORT;
+}
+
+mapi::HRESULT TScriptedMAPISession::QueryDefaultMessageOpt(mapi::LPTSTR, mapi::ULONG, mapi::ULONG*, mapi::LPSPropValue*)
+{
+    return mapi::MAPI_E_NO_SUPPORT;
+}
+
+mapi::HRESULT TScriptedMAPISession::EnumAdrTypes(mapi::ULONG, mapi::ULONG*, mapi::LPTSTR**)
+{
+    return mapi::MAPI_E_NO_SUPPORT;
+}
+
+mapi::HRESULT TScriptedMAPISession::QueryIdentity(mapi::ULONG*, mapi::LPENTRYID*)
+{
+    return mapi::MAPI_E_NO_SUPPORT;
+}
+
+mapi::HRESULT TScriptedMAPISession::Logoff(mapi::ULONG_PTR window, mapi::ULONG flags, mapi::ULONG)
+{
+    return FCalls->Enter("Logoff", std::to_string(window) + "," + Hex(flags)).value_or(mapi::S_OK);
+}
+
+mapi::HRESULT TScriptedMAPISession::SetDefaultStore(mapi::ULONG, mapi::ULONG, mapi::LPENTRYID)
+{
+    return mapi::MAPI_E_NO_SUPPORT;
+}
+
+mapi::HRESULT TScriptedMAPISession::AdminServices(mapi::ULONG flags, mapi::LPSERVICEADMIN* admin)
+{
+    if (const auto result = FCalls->Enter("AdminServices", Hex(flags)))
+        return *result;
+    if (!Services)
+        return mapi::MAPI_E_NO_SUPPORT;
+    *admin = TKwComPtr<mapi::IMsgServiceAdmin>(new TScriptedServiceAdmin(FCalls, Services)).Detach();
+    return mapi::S_OK;
+}
+
+mapi::HRESULT TScriptedMAPISession::ShowForm(mapi::ULONG_PTR, mapi::LPMDB, mapi::LPMAPIFOLDER, mapi::LPCIID,
+                                             mapi::ULONG_PTR, mapi::LPMESSAGE, mapi::ULONG, mapi::ULONG, mapi::ULONG,
+                                             mapi::ULONG, mapi::LPSTR)
+{
+    return mapi::MAPI_E_NO_SUPPORT;
+}
+
+mapi::HRESULT TScriptedMAPISession::PrepareForm(mapi::LPCIID, mapi::LPMESSAGE, mapi::ULONG_PTR*)
+{
+    return mapi::MAPI_E_NO_SUPPORT;
+}
+
+} // namespace deftmapi::test

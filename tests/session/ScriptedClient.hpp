@@ -1,0 +1,82 @@
+// A MAPI client library of doubles behind the real entry points: what a session logs on to in a test.
+#pragma once
+
+#include "mapi/core/uKwMAPILib.hpp"
+#include "tests/core/Caught.hpp"
+#include "tests/session/ScriptedObjects.hpp"
+#include "tests/support/LeakChecked.hpp"
+#include "tests/support/ModuleImages.hpp"
+#include "tests/support/TestPlatform.hpp"
+
+namespace deftmapi::test
+{
+
+class TScriptedMAPISession;
+
+/// A platform on which the client "TestMail" is registered; its library logs on to a scripted session. Ends with the
+/// library unloaded.
+class TScriptedClientTest : public TLeakChecked
+{
+protected:
+    static constexpr auto DllName = u"C:\\mail\\client.dll";
+    static constexpr auto ClientName = u"TestMail";
+
+    TScriptedClientTest();
+    ~TScriptedClientTest() override;
+
+    [[nodiscard]] TFakeModule& Module() { return Platform.AddModule(DllName); }
+    [[nodiscard]] std::string Take() { return Calls->Take(); }
+
+    TCallsRef Calls;
+    TTestPlatform Platform;
+    TKwComPtr<TScriptedMAPISession> Client; ///< what MAPILogonEx gives out
+
+private:
+    TKwPlatformOverride FOverride{Platform};
+};
+
+class TScriptedMAPISession final : public TScriptedUnknown<mapi::IMAPISession>
+{
+public:
+    explicit TScriptedMAPISession(TCallsRef calls);
+
+    TKwComPtr<TScriptedTable> Stores;
+    TKwComPtr<TScriptedStore> Store;       ///< what OpenMsgStore gives
+    TKwComPtr<TScriptedTable> Services;    ///< the message services; null: no service administration
+    TKwComPtr<mapi::IMAPIAdviseSink> Sink; ///< the one advised last, until it is unadvised
+
+    mapi::HRESULT DEFTMAPI_STDCALL GetLastError(mapi::HRESULT, mapi::ULONG, mapi::LPMAPIERROR* error) override;
+    mapi::HRESULT DEFTMAPI_STDCALL GetMsgStoresTable(mapi::ULONG flags, mapi::LPMAPITABLE* table) override;
+    mapi::HRESULT DEFTMAPI_STDCALL OpenMsgStore(mapi::ULONG_PTR window, mapi::ULONG size, mapi::LPENTRYID id,
+                                                mapi::LPCIID iid, mapi::ULONG flags, mapi::LPMDB* store) override;
+    mapi::HRESULT DEFTMAPI_STDCALL OpenAddressBook(mapi::ULONG_PTR, mapi::LPCIID, mapi::ULONG,
+                                                   mapi::LPADRBOOK*) override;
+    mapi::HRESULT DEFTMAPI_STDCALL OpenProfileSection(mapi::LPMAPIUID, mapi::LPCIID, mapi::ULONG,
+                                                      mapi::LPPROFSECT*) override;
+    mapi::HRESULT DEFTMAPI_STDCALL GetStatusTable(mapi::ULONG, mapi::LPMAPITABLE*) override;
+    mapi::HRESULT DEFTMAPI_STDCALL OpenEntry(mapi::ULONG, mapi::LPENTRYID, mapi::LPCIID, mapi::ULONG, mapi::ULONG*,
+                                             mapi::LPUNKNOWN*) override;
+    mapi::HRESULT DEFTMAPI_STDCALL CompareEntryIDs(mapi::ULONG size1, mapi::LPENTRYID id1, mapi::ULONG size2,
+                                                   mapi::LPENTRYID id2, mapi::ULONG flags,
+                                                   mapi::ULONG* result) override;
+    mapi::HRESULT DEFTMAPI_STDCALL Advise(mapi::ULONG size, mapi::LPENTRYID id, mapi::ULONG mask,
+                                          mapi::LPMAPIADVISESINK sink, mapi::ULONG_PTR* connection) override;
+    mapi::HRESULT DEFTMAPI_STDCALL Unadvise(mapi::ULONG_PTR connection) override;
+    mapi::HRESULT DEFTMAPI_STDCALL MessageOptions(mapi::ULONG_PTR, mapi::ULONG, mapi::LPTSTR, mapi::LPMESSAGE) override;
+    mapi::HRESULT DEFTMAPI_STDCALL QueryDefaultMessageOpt(mapi::LPTSTR, mapi::ULONG, mapi::ULONG*,
+                                                          mapi::LPSPropValue*) override;
+    mapi::HRESULT DEFTMAPI_STDCALL EnumAdrTypes(mapi::ULONG, mapi::ULONG*, mapi::LPTSTR**) override;
+    mapi::HRESULT DEFTMAPI_STDCALL QueryIdentity(mapi::ULONG*, mapi::LPENTRYID*) override;
+    mapi::HRESULT DEFTMAPI_STDCALL Logoff(mapi::ULONG_PTR window, mapi::ULONG flags, mapi::ULONG reserved) override;
+    mapi::HRESULT DEFTMAPI_STDCALL SetDefaultStore(mapi::ULONG, mapi::ULONG, mapi::LPENTRYID) override;
+    mapi::HRESULT DEFTMAPI_STDCALL AdminServices(mapi::ULONG flags, mapi::LPSERVICEADMIN* admin) override;
+    mapi::HRESULT DEFTMAPI_STDCALL ShowForm(mapi::ULONG_PTR, mapi::LPMDB, mapi::LPMAPIFOLDER, mapi::LPCIID,
+                                            mapi::ULONG_PTR, mapi::LPMESSAGE, mapi::ULONG, mapi::ULONG, mapi::ULONG,
+                                            mapi::ULONG, mapi::LPSTR) override;
+    mapi::HRESULT DEFTMAPI_STDCALL PrepareForm(mapi::LPCIID, mapi::LPMESSAGE, mapi::ULONG_PTR*) override;
+
+private:
+    TCallsRef FCalls;
+};
+
+} // namespace deftmapi::test

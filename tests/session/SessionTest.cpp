@@ -1,0 +1,428 @@
+// Logging on and off: the steps and their order, the events between them, what failures leave, and the session's
+// stores.
+#include "mapi/DeftMAPI.hpp"
+#include "tests/session/ScriptedClient.hpp"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <thread>
+
+namespace deftmapi::test
+{
+namespace
+{
+
+TCaught Failure(const char* className, std::uint32_t code, const char* message)
+{
+    return {className, message, code, false};
+}
+
+/// Writes the events into the log of calls and does what the test says.
+class TEventSink final : public TKwAutoIntfObject, public virtual IKwMAPISessionDEvents
+{
+public:
+    explicit TEventSink(TCallsRef calls) : FCalls(std::move(calls)) {}
+    std::function<void(const std::string& event, IKwMAPISession& session)> OnEvent;
+
+    void BeforeLogon(IKwMAPISession& session) override { Note("BeforeLogon", session); }
+    void AfterLogon(IKwMAPISession& session) override { Note("AfterLogon", session); }
+    void BeforeLogoff(IKwMAPISession& session) override { Note("BeforeLogoff", session); }
+    void AfterLogoff(IKwMAPISession& session) override { Note("AfterLogoff", session); }
+
+private:
+    void Note(const std::string& event, IKwMAPISession& session)
+    {
+        FCalls->Enter(event, session.Get_Active() ? "active" : "");
+        if (OnEvent)
+            OnEvent(event, session);
+    }
+    TCallsRef FCalls;
+};
+
+class TSessionTest : public TScriptedClientTest
+{
+protected:
+    TSessionTest() : Session(KwMake<TSession>()), Events(KwMake<TEventSink>(Calls))
+    {
+        Session->Set_MAPIClient(ClientName);
+        Session->DEventConnect(Events, true);
+    }
+    void LogonQuietly()
+    {
+        Session->Logon();
+        static_cast<void>(Take());
+    }
+    void Notify(mapi::ULONG eventType)
+    {
+        const TKwComPtr<mapi::IMAPIAdviseSink> sink = Client->Sink;
+        mapi::NOTIFICATION notification{};
+        notification.ulEventType = eventType;
+        sink->OnNotify(1, &notification);
+    }
+
+    TKwRef<TSession> Session;
+    TKwRef<TEventSink> Events;
+};
+
+TEST_F(TSessionTest, LogonFlags)
+{
+    const auto logon = Session->Get_LogonInfo();
+    const auto logoff = Session->Get_LogoffInfo();
+    EXPECT_EQ(logon->Flags(), 0x00100063u);
+    EXPECT_EQ(logoff->Flags(), TKwVariant(1));
+
+    using TSetter = void (IKwMAPILogonInfo::*)(bool);
+    const std::pair<TSetter, mapi::ULONG> changes[] = {
+        {&IKwMAPILogonInfo::Set_ForceDownload, 0x00101063},
+        {&IKwMAPILogonInfo::Set_NoMail, 0x00108063},
+        {&IKwMAPILogonInfo::Set_ShowPasswordDialog, 0x00120063},
+        {&IKwMAPILogonInfo::Set_ShowServiceDialog, 0x00102063},
+        {&IKwMAPILogonInfo::Set_Shared, 0x0010006B},
+        {&IKwMAPILogonInfo::Set_ProfileRequired, 0x00100033},
+    };
+    for (const auto& [set, flags] : changes) {
+        (logon.Get()->*set)(true);
+        EXPECT_EQ(logon->Flags(), flags);
+        (logon.Get()->*set)(false);
+    }
+    EXPECT_FALSE(logoff->Get_Shared()); // follows the logon option
+    logon->Set_ShortTimeOut(false);
+    logon->Set_NewSession(false);
+    logon->Set_ShowLogonDialog(false);
+    EXPECT_EQ(logon->Flags(), 0x60u);
+    logoff->Set_ShowLogoffDialog(true);
+    logon->Set_Shared(true);
+    EXPECT_EQ(logoff->Flags(), TKwVariant(3));
+}
+
+TEST_F(TSessionTest, LogonFlagsOfServicesAndOfSimpleMAPI)
+{
+    const auto logon = Session->Get_LogonInfo();
+    logon->Set_Shared(true);
+    logon->Set_ShowPasswordDialog(true);
+    logon->Set_ShowServiceDialog(true);
+    logon->Set_NTService(true);
+    EXPECT_FALSE(logon->Get_Shared());
+    EXPECT_TRUE(logon->Get_NoMail());
+    EXPECT_EQ(logon->Flags(), 0x00118062u);
+    logon->Set_Shared(true); // a service never allows others in
+    logon->Set_ShowLogonDialog(true);
+    EXPECT_EQ(logon->Flags(), 0x00118062u);
+    logon->Set_NTService(false);
+    EXPECT_TRUE(logon->Get_NoMail());
+    logon->Set_UseExtendedMAPI(false);
+    EXPECT_EQ(logon->Flags(), 1u);
+}
+
+TEST_F(TSessionTest, StepsOfLogonAndLogoff)
+{
+    Session->Get_LogonInfo()->Set_ProfileName(u"Profil Ä");
+    Session->Get_LogonInfo()->Set_Password(u"secret");
+    Session->Set_ParentWindow(99);
+    Session->Logon();
+    EXPECT_EQ(Take(), "BeforeLogon()\nMAPIInitialize(0x00000008)\n"
+                      "MAPILogonEx(99,\"Profil Ä\",\"secret\",0x80100063)\nAdvise(,0x80000000)\n"
+                      "AdminServices(0x00000000)\nAfterLogon(active)");
+    EXPECT_TRUE(Session->Get_Active());
+    EXPECT_EQ(Session->Get_MAPIOBJECT(), Client.Get());
+    Session->Logon();
+    EXPECT_EQ(Take(), "");
+
+    Session->Logoff();
+    EXPECT_EQ(Take(), "BeforeLogoff(active)\nUnadvise(7)\nLogoff(99,0x00000001)\nAfterLogoff()");
+    EXPECT_FALSE(Session->Get_Active());
+    EXPECT_EQ(Client->RefCount(), 1u);
+    Session->Logoff();
+    EXPECT_EQ(Take(), "");
+    Session->Logon(); // once more, on the initialised library
+    EXPECT_EQ(Calls->Count("MAPIInitialize"), 0u);
+}
+
+TEST_F(TSessionTest, EverythingOfTheSessionIsInactiveAfterLogoff)
+{
+    LogonQuietly();
+    const auto store = Session->OpenMsgStore(StrToEntryID(u"0A0B"), alReadWrite);
+    const auto inbox = store->OpenFolderByType(ftInbox, alReadWrite);
+    const auto message = inbox->CreateMessage(u"IPM.Note");
+    const auto table = inbox->GetContentsTable();
+    table->First();
+    Session->Logoff();
+    const auto inactive = [](const char* name) {
+        return std::string(name) + " failed.\r\nThe object is not, or no longer, active!";
+    };
+    EXPECT_EQ(Catch([&] { static_cast<void>(store->GetFolderID(ftInbox)); }).Message,
+              inactive("TKwMAPIMsgStore.GetFolderID"));
+    EXPECT_EQ(Catch([&] { static_cast<void>(inbox->GetContentsTable()); }).Message,
+              inactive("TKwMAPIFolder.GetContentsTable"));
+    EXPECT_EQ(Catch([&] { message->Set_Subject(u"x"); }).Message,
+              inactive("TKwMAPIMessage.Set_Subject") +
+                  "\r\nPlease note that you cannot access a mailmessage after submitting it!");
+    EXPECT_TRUE(table->Get_EOF());
+    EXPECT_EQ(TScriptedAllocator::Live(), 0u);
+}
+
+TEST_F(TSessionTest, FailedLogonLeavesTheSessionInactive)
+{
+    for (int n = 1;; ++n) {
+        ASSERT_LT(n, 20);
+        Calls->FailNth(n, mapi::MAPI_E_NETWORK_ERROR);
+        const TCaught caught = Catch([&] { Session->Logon(); });
+        if (!Calls->Failed()) {
+            EXPECT_EQ(caught, TCaught{});
+            break;
+        }
+        // An event is no call that fails.
+        const bool isEvent =
+            Calls->Lines().back().starts_with("BeforeLogon") || Calls->Lines().back().starts_with("AfterLogon");
+        EXPECT_EQ(caught.ClassName, isEvent ? "" : "EMAPI_NETWORK_ERROR") << n;
+        EXPECT_EQ(Session->Get_Active(), isEvent);
+        Session->Logoff();
+        EXPECT_EQ(Session->Get_MAPIOBJECT(), nullptr);
+        EXPECT_EQ(Client->RefCount(), 1u);
+        EXPECT_FALSE(Client->Sink);
+        static_cast<void>(Take());
+    }
+}
+
+TEST_F(TSessionTest, AnExceptionOfAnEventSinkEndsTheLogon)
+{
+    Events->OnEvent = [](const std::string& event, IKwMAPISession&) {
+        if (event == "AfterLogon")
+            throw EKwException(u"no", 1);
+    };
+    EXPECT_EQ(Catch([&] { Session->Logon(); }).Message, "no");
+    EXPECT_FALSE(Session->Get_Active());
+    EXPECT_FALSE(Session->Get_ExecutingEvents());
+    EXPECT_EQ(Calls->Count("Logoff"), 1u);
+    Session->DEventConnect(Events, false);
+    Session->Logon();
+    EXPECT_TRUE(Session->Get_Active());
+}
+
+TEST_F(TSessionTest, LogoffThatFailsStillEndsTheSession)
+{
+    for (const char* call : {"Unadvise", "Logoff"}) {
+        LogonQuietly();
+        Calls->Next(call, mapi::MAPI_E_NETWORK_ERROR);
+        EXPECT_EQ(Catch([&] { Session->Logoff(); }).ClassName, "EMAPI_NETWORK_ERROR") << call;
+        EXPECT_FALSE(Session->Get_Active());
+        EXPECT_EQ(Calls->Count("AfterLogoff"), 1u);
+        EXPECT_EQ(Client->RefCount(), 1u);
+    }
+}
+
+TEST_F(TSessionTest, DestructionLogsOffWithoutEvents)
+{
+    LogonQuietly();
+    {
+        const auto other = TSession::Create();
+        other->Logon();
+        static_cast<void>(Take());
+    }
+    EXPECT_EQ(Take(), "Unadvise(7)\nLogoff(0,0x00000001)");
+    EXPECT_TRUE(KwMAPIInitialized());
+    Client->Sink.Reset();
+    Session.Reset();
+    EXPECT_EQ(Take(), "Unadvise(7)\nLogoff(0,0x00000001)\nMAPIUninitialize()");
+    EXPECT_FALSE(KwMAPIInitialized());
+}
+
+TEST_F(TSessionTest, ASinkMayReleaseTheSessionOrLogItOff)
+{
+    Events->OnEvent = [this](const std::string& event, IKwMAPISession& session) {
+        if (event == "AfterLogon")
+            session.Logoff();
+        if (event == "AfterLogoff")
+            Session.Reset();
+    };
+    Session->Logon();
+    EXPECT_FALSE(Session);
+    EXPECT_EQ(Calls->Count("AfterLogoff"), 1u);
+    EXPECT_EQ(Client->RefCount(), 1u);
+}
+
+TEST_F(TSessionTest, TheEndOfASharedSessionLogsOff)
+{
+    LogonQuietly();
+    Notify(mapi::fnevExtended);
+    EXPECT_TRUE(Session->Get_Active()); // it is this session's own
+    Session->Logoff();
+
+    Session->Get_LogonInfo()->Set_NewSession(false);
+    LogonQuietly();
+    Notify(mapi::fnevCriticalError);
+    EXPECT_TRUE(Session->Get_Active());
+    Notify(mapi::fnevExtended);
+    EXPECT_FALSE(Session->Get_Active());
+    EXPECT_EQ(Take(), "BeforeLogoff(active)\nUnadvise(7)\nLogoff(0,0x00000001)\nAfterLogoff()");
+
+    // On the client's thread, as with MultiThreadedNotifications. The count of this thread comes right later.
+    LogonQuietly();
+    std::thread([&] { Notify(mapi::fnevExtended); }).join();
+    EXPECT_FALSE(Session->Get_Active());
+    EXPECT_EQ(Catch([&] { KwMAPIUninitialize(false); }).ClassName, "EMAPI_CALL_FAILED");
+    Session->Logon();
+    const TKwComPtr<mapi::IMAPIAdviseSink> kept = Client->Sink;
+    Session.Reset();
+    mapi::NOTIFICATION late{};
+    late.ulEventType = mapi::fnevExtended;
+    EXPECT_EQ(kept->OnNotify(1, &late), 0u); // the session is gone
+}
+
+TEST_F(TSessionTest, ConnectedToExchange)
+{
+    Client->Services = TKwComPtr<TScriptedTable>(new TScriptedTable(Calls));
+    const mapi::ULONG name = GetPropTag(PR_SERVICE_NAME_A);
+    Client->Services->AddRow({TextValue(name, "MSPST MS")});
+    LogonQuietly();
+    EXPECT_FALSE(Session->Get_ConnectedToExchange());
+    Session->Logoff();
+    Client->Services->AddRow({TextValue(name, "MSEMS")});
+    LogonQuietly();
+    EXPECT_TRUE(Session->Get_ConnectedToExchange());
+    Session->Logoff();
+    EXPECT_FALSE(Session->Get_ConnectedToExchange());
+
+    Platform.SetValue(TKwRegistryRoot::rrCurrentUser, u"Software\\Clients\\Mail\\exchangemapi", u"DLLPathEx", DllName);
+    Session->Set_MAPIClient(u"exchangemapi");
+    LogonQuietly();
+    EXPECT_TRUE(Session->Get_ConnectedToExchange());
+    EXPECT_EQ(Calls->Count("AdminServices"), 0u);
+}
+
+TEST_F(TSessionTest, WithoutSupportForNotificationsThereAreNone)
+{
+    Calls->Next("Advise", mapi::MAPI_E_NO_SUPPORT);
+    LogonQuietly();
+    EXPECT_TRUE(Session->Get_Active());
+    Session->Logoff();
+    EXPECT_EQ(Calls->Count("Unadvise"), 0u);
+}
+
+TEST_F(TSessionTest, SimpleMAPI)
+{
+    Session->Get_LogonInfo()->Set_UseExtendedMAPI(false);
+    Session->Logon();
+    EXPECT_EQ(Take(), "BeforeLogon()\nMAPILogon(0x00000001)\nAfterLogon(active)");
+    EXPECT_EQ(Catch([&] { static_cast<void>(Session->GetMsgStoresTable()); }),
+              Failure("EMAPI_NOT_SUPPORTED", 26,
+                      "The GetMsgStoresTable can only be used in combination with Extended MAPI!"));
+    Session->Logoff();
+    EXPECT_EQ(Take(), "BeforeLogoff(active)\nMAPILogoff(42,0x00000000)\nAfterLogoff()");
+}
+
+TEST_F(TSessionTest, LibrariesThatDoNotDo)
+{
+    Module().Exports.erase("MAPILogonEx");
+    EXPECT_EQ(Catch([&] { Session->Logon(); }),
+              Failure("EMAPI_CALL_FAILED", 0x80004005,
+                      "Extended MAPI is not supported by the loaded MAPI library (C:\\mail\\client.dll)!"));
+    EXPECT_FALSE(Session->MAPILoaded());
+    EXPECT_FALSE(Session->Get_Active());
+    Module().Refusal = u"broken";
+    EXPECT_EQ(Catch([&] { Session->Logon(); }).ClassName, "EMAPI_CALL_FAILED");
+    EXPECT_EQ(Catch([&] { Session->Set_MAPIClient(u"Nobody"); }),
+              Failure("EMAPI_INVALID_PARAMETER", 0x80070057,
+                      "TSession.SetMAPIClient failed. \"Nobody\" is not installed on this system!"));
+    EXPECT_EQ(Session->Get_MAPIClient(), ClientName);
+}
+
+TEST_F(TSessionTest, StateErrors)
+{
+    EXPECT_EQ(Catch([&] { static_cast<void>(Session->GetMsgStoresTable()); }),
+              Failure("EMAPI_NO_ACCESS", 0x80070005, "You must logon before you can execute GetMsgStoresTable!"));
+    EXPECT_EQ(Session->Get_Version(), u"8.2.3.13 64-bit");
+    LogonQuietly();
+    EXPECT_EQ(Catch([&] { Session->Set_MAPIClient(u""); }),
+              Failure("EMAPI_CALL_FAILED", 0x80004005,
+                      "TSession.SetMAPIClient failed, because the session is already active. Please logoff first!"));
+}
+
+TEST_F(TSessionTest, AnotherClientReplacesTheLoadedLibrary)
+{
+    LogonQuietly();
+    Session->Logoff();
+    Platform.SetValue(TKwRegistryRoot::rrCurrentUser, u"Software\\Clients\\Mail\\Other", u"DLLPathEx",
+                      u"C:\\other.dll");
+    Platform.SetFile(u"C:\\other.dll", MakePeImage(true, {"MAPIInitialize", "MAPILogonEx"}));
+    TFakeModule& other = Platform.AddModule(u"C:\\other.dll");
+    other.Exports = Module().Exports;
+    Session->Set_MAPIClient(u"Other");
+    EXPECT_EQ(KwCurrentMAPIDllFileName(), u"C:\\other.dll");
+    EXPECT_EQ(Module().Open(), 0);
+    Session->Logon();
+    EXPECT_TRUE(Session->Get_Active());
+}
+
+// ---- Stores
+
+TEST_F(TSessionTest, TheDefaultStoreIsTheRowThatSaysSo)
+{
+    LogonQuietly();
+    EXPECT_EQ(Catch([&] { static_cast<void>(Session->GetDefaultMsgStoreID()); }),
+              Failure("EMAPI_CALL_FAILED", 0x80004005, "Failed to determine the default messagestore!"));
+    const auto row = [](std::string_view id, bool isDefault) {
+        mapi::SPropValue flag{};
+        flag.ulPropTag = GetPropTag(PR_DEFAULT_STORE);
+        flag.Value.b = isDefault ? 1 : 0;
+        return std::vector{BinaryValue(GetPropTag(PR_ENTRYID), id), flag};
+    };
+    Client->Stores->AddRow(row("\x0A", false));
+    Client->Stores->AddRow(row("\x0B", true));
+    EXPECT_EQ(EntryIDToStr(Session->GetDefaultMsgStoreID()), u"0B");
+    Calls->Next("GetMsgStoresTable", mapi::MAPI_E_BAD_CHARWIDTH);
+    static_cast<void>(Take());
+    const auto store = Session->OpenDefaultMsgStore(alBestAccess);
+    EXPECT_EQ(Take().substr(0, 64), "GetMsgStoresTable(0x80000000)\nGetMsgStoresTable(0x00000000)\nSetC");
+    EXPECT_EQ(store->PropByName(PR_DISPLAY_NAME)->Get_AsString(), u"Store");
+    EXPECT_EQ(Take(), ""); // read while opening
+}
+
+TEST_F(TSessionTest, OpenMsgStore)
+{
+    LogonQuietly();
+    const TKwMAPIEntryID id = StrToEntryID(u"0A0B");
+    const std::pair<TKwMAPIAccessLevel, const char*> access[] = {{alReadOnly, "OpenMsgStore(0,0A0B,0x00000000)"},
+                                                                 {alReadWrite, "OpenMsgStore(0,0A0B,0x00000004)"},
+                                                                 {alBestAccess, "OpenMsgStore(0,0A0B,0x00000010)"}};
+    for (const auto& [level, call] : access) {
+        const auto store = Session->OpenMsgStore(id, level);
+        EXPECT_EQ(Calls->Lines().front(), call);
+        EXPECT_EQ(store->Get_AccessLevel(), level);
+        static_cast<void>(Take());
+    }
+    const std::pair<mapi::HRESULT, const char*> failures[] = {
+        {mapi::MAPI_E_NOT_FOUND, "The message store indicated by MsgStoreID does not exist."},
+        {mapi::MAPI_E_NO_ACCESS,
+         "An attempt was made to access a message store for which the user has insufficient permissions."},
+        {mapi::MAPI_E_UNCONFIGURED, "OpenMsgStore has insufficient configuration information to open the message store "
+                                    "without the user's help."},
+        {mapi::MAPI_E_FAILONEPROVIDER,
+         "Check if the Cached Exchange Mode has been enabled. If not, enable the cache and try it again!."},
+    };
+    for (const auto& [code, text] : failures) {
+        Calls->Next("OpenMsgStore", code);
+        const TCaught caught = Catch([&] { static_cast<void>(Session->OpenMsgStore(id, alReadOnly)); });
+        EXPECT_EQ(caught.Message, std::string("TSession.OpenMsgStore failed!\r\n") + text);
+        EXPECT_EQ(caught.Code, static_cast<std::uint32_t>(code));
+    }
+    Calls->Next("OpenMsgStore", mapi::MAPI_E_CORRUPT_STORE);
+    EXPECT_EQ(Catch([&] { static_cast<void>(Session->OpenMsgStore(id, alReadOnly)); }).ClassName,
+              "EMAPI_CORRUPT_STORE");
+    EXPECT_EQ(Catch([&] { static_cast<void>(Session->OpenMsgStore(TKwNull{}, alReadOnly)); }).Message,
+              "An invalid (empty) EntryID was specified!");
+}
+
+TEST_F(TSessionTest, CompareEntryIDsAsksTheClientUnlessOneIsEmpty)
+{
+    LogonQuietly();
+    EXPECT_TRUE(Session->CompareEntryIDs(StrToEntryID(u"0A"), StrToEntryID(u"0B")));
+    EXPECT_EQ(Take(), "CompareEntryIDs(0A,0B,0x00000000)");
+    EXPECT_FALSE(Session->CompareEntryIDs(StrToEntryID(u"0A"), TKwNull{}));
+    EXPECT_TRUE(Session->CompareEntryIDs(TKwNull{}, TKwNull{}));
+    EXPECT_EQ(Take(), "");
+}
+
+} // namespace
+} // namespace deftmapi::test

@@ -1,0 +1,59 @@
+// What the tests of stores, folders and messages share: a store over doubles on a scripted session, without a client
+// library.
+#pragma once
+
+#include "mapi/DeftMAPI.hpp"
+#include "tests/core/Caught.hpp"
+#include "tests/session/ScriptedObjects.hpp"
+#include "tests/support/LeakChecked.hpp"
+
+namespace deftmapi::test
+{
+
+class TStoreTest : public TLeakChecked
+{
+protected:
+    TStoreTest()
+        : Calls(std::make_shared<TScriptedCalls>()), Session(KwMake<TScriptedSession>(Calls)),
+          Object(new TScriptedStore(Calls)), InboxObject(static_cast<TScriptedFolder*>(FolderOf("INBOX")))
+    {
+        Store = OpenStore(alReadWrite);
+    }
+
+    [[nodiscard]] TKwRef<TKwMAPIMsgStore> OpenStore(TKwMAPIAccessLevel accessLevel)
+    {
+        const auto store = KwMake<TKwMAPIMsgStore>(*Session);
+        store->SetMAPIOBJECT(Object.Get());
+        store->SetOpenedAs(accessLevel);
+        static_cast<void>(Calls->Take());
+        return store;
+    }
+    [[nodiscard]] mapi::IMAPIFolder* FolderOf(const std::string& id)
+    {
+        return static_cast<mapi::IMAPIFolder*>(Object->Entries[id].Object.Get());
+    }
+    [[nodiscard]] TKwRef<IKwMAPIFolder> OpenInbox()
+    {
+        auto folder = Store->OpenFolderByType(ftInbox, alReadWrite);
+        static_cast<void>(Calls->Take());
+        return folder;
+    }
+    [[nodiscard]] std::string Take() { return Calls->Take(); }
+
+    static TCaught Failure(const char* className, std::uint32_t code, const std::string& message)
+    {
+        return {className, message, code, false};
+    }
+    static TKwMAPIEntryID ID(std::string_view bytes)
+    {
+        return BinToEntryID(static_cast<std::int32_t>(bytes.size()), bytes.data());
+    }
+
+    TCallsRef Calls;
+    TKwRef<TScriptedSession> Session;
+    TKwComPtr<TScriptedStore> Object;
+    TKwComPtr<TScriptedFolder> InboxObject;
+    TKwRef<TKwMAPIMsgStore> Store;
+};
+
+} // namespace deftmapi::test

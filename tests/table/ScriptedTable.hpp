@@ -1,0 +1,187 @@
+// IMAPITable over rows in memory, with the position rules of the platform. Every call is logged and can be given a
+// result of the test's choice.
+#pragma once
+
+#include "mapi/headers/uKwMAPITableConstantsH.hpp"
+#include "tests/support/ScriptedMAPI.hpp"
+
+#include <algorithm>
+#include <cstring>
+
+namespace deftmapi::test
+{
+
+class TScriptedTable final : public TScriptedUnknown<mapi::IMAPITable>
+{
+public:
+    using TRow = std::vector<TOwnedValue>;
+
+    explicit TScriptedTable(std::shared_ptr<TScriptedCalls> calls)
+        : TScriptedUnknown({mapi::IID_IMAPITable}), FCalls(std::move(calls))
+    {}
+
+    std::vector<TRow> Rows;
+    std::vector<mapi::ULONG> Columns; ///< as set, or the table's own at first
+    bool KnowsOnlyColumns = false;    ///< SetColumns refuses tags that are not among the table's own
+    mapi::ULONG ValuesKeptBack = 0;   ///< how many values each row lacks at its end
+
+    void AddRow(std::vector<mapi::SPropValue> values)
+    {
+        TRow row;
+        for (const mapi::SPropValue& value : values)
+            row.emplace_back(value);
+        Rows.push_back(std::move(row));
+    }
+
+    mapi::HRESULT DEFTMAPI_STDCALL GetLastError(mapi::HRESULT, mapi::ULONG, mapi::LPMAPIERROR* error) override
+    {
+        *error = nullptr;
+        return mapi::S_OK;
+    }
+    mapi::HRESULT DEFTMAPI_STDCALL SetColumns(mapi::LPSPropTagArray tags, mapi::ULONG flags) override
+    {
+        if (const auto result = FCalls->Enter("SetColumns", TextOf(tags) + "," + std::to_string(flags)))
+            return *result;
+        const std::vector<mapi::ULONG> wanted(tags->aulPropTag, tags->aulPropTag + tags->cValues);
+        for (const mapi::ULONG tag : wanted)
+            if (KnowsOnlyColumns && std::find(Columns.begin(), Columns.end(), tag) == Columns.end())
+                return mapi::MAPI_E_INVALID_PARAMETER;
+        Columns = wanted;
+        return mapi::S_OK;
+    }
+    mapi::HRESULT DEFTMAPI_STDCALL QueryColumns(mapi::ULONG flags, mapi::LPSPropTagArray* tags) override
+    {
+        if (const auto result = FCalls->Enter("QueryColumns", std::to_string(flags)))
+            return *result;
+        auto* array = static_cast<mapi::SPropTagArray*>(
+            TScriptedAllocator::Allocate(static_cast<mapi::ULONG>((Columns.size() + 1) * sizeof(mapi::ULONG))));
+        array->cValues = static_cast<mapi::ULONG>(Columns.size());
+        std::copy(Columns.begin(), Columns.end(), array->aulPropTag);
+        *tags = array;
+        return mapi::S_OK;
+    }
+    mapi::HRESULT DEFTMAPI_STDCALL GetRowCount(mapi::ULONG flags, mapi::ULONG* count) override
+    {
+        if (const auto result = FCalls->Enter("GetRowCount", std::to_string(flags)))
+            return *result;
+        *count = static_cast<mapi::ULONG>(Rows.size());
+        return mapi::S_OK;
+    }
+    mapi::HRESULT DEFTMAPI_STDCALL SeekRow(mapi::BOOKMARK origin, mapi::LONG rows, mapi::LONG* sought) override
+    {
+        if (const auto result = FCalls->Enter("SeekRow", std::to_string(origin) + "," + std::to_string(rows)))
+            return *result;
+        const auto size = static_cast<mapi::LONG>(Rows.size());
+        const mapi::LONG base = origin == mapi::BOOKMARK_BEGINNING ? 0
+                                : origin == mapi::BOOKMARK_END     ? size
+                                                                   : FPosition;
+        FPosition = std::clamp(base + rows, 0, size);
+        if (sought != nullptr)
+            *sought = FPosition - base;
+        return mapi::S_OK;
+    }
+    mapi::HRESULT DEFTMAPI_STDCALL QueryRows(mapi::LONG count, mapi::ULONG flags, mapi::LPSRowSet* rows) override
+    {
+        if (const auto result = FCalls->Enter("QueryRows", std::to_string(count) + "," + std::to_string(flags)))
+            return *result;
+        const auto size = static_cast<mapi::LONG>(Rows.size());
+        const mapi::LONG end = std::clamp(FPosition + count, 0, size);
+        const mapi::LONG first = std::min(FPosition, end);
+        const mapi::LONG last = std::max(FPosition, end);
+        if ((flags & mapi::TBL_NOADVANCE) == 0)
+            FPosition = end;
+        *rows = RowSet(first, last);
+        return mapi::S_OK;
+    }
+    mapi::HRESULT DEFTMAPI_STDCALL SortTable(mapi::LPSSortOrderSet order, mapi::ULONG flags) override
+    {
+        if (const auto result =
+                FCalls->Enter("SortTable", Hex(order->aSort[0].ulPropTag) + ":" +
+                                               std::to_string(order->aSort[0].ulOrder) + "," + std::to_string(flags)))
+            return *result;
+        FPosition = 0;
+        return mapi::S_OK;
+    }
+
+    // What the cursor does not call.
+    mapi::HRESULT DEFTMAPI_STDCALL Advise(mapi::ULONG, mapi::LPMAPIADVISESINK, mapi::ULONG_PTR*) override
+    {
+        return mapi::MAPI_E_NO_SUPPORT;
+    }
+    mapi::HRESULT DEFTMAPI_STDCALL Unadvise(mapi::ULONG_PTR) override { return mapi::MAPI_E_NO_SUPPORT; }
+    mapi::HRESULT DEFTMAPI_STDCALL GetStatus(mapi::ULONG*, mapi::ULONG*) override { return mapi::MAPI_E_NO_SUPPORT; }
+    mapi::HRESULT DEFTMAPI_STDCALL SeekRowApprox(mapi::ULONG, mapi::ULONG) override { return mapi::MAPI_E_NO_SUPPORT; }
+    mapi::HRESULT DEFTMAPI_STDCALL QueryPosition(mapi::ULONG*, mapi::ULONG*, mapi::ULONG*) override
+    {
+        return mapi::MAPI_E_NO_SUPPORT;
+    }
+    mapi::HRESULT DEFTMAPI_STDCALL FindRow(mapi::LPSRestriction, mapi::BOOKMARK, mapi::ULONG) override
+    {
+        return mapi::MAPI_E_NO_SUPPORT;
+    }
+    mapi::HRESULT DEFTMAPI_STDCALL Restrict(mapi::LPSRestriction, mapi::ULONG) override
+    {
+        return mapi::MAPI_E_NO_SUPPORT;
+    }
+    mapi::HRESULT DEFTMAPI_STDCALL CreateBookmark(mapi::BOOKMARK*) override { return mapi::MAPI_E_NO_SUPPORT; }
+    mapi::HRESULT DEFTMAPI_STDCALL FreeBookmark(mapi::BOOKMARK) override { return mapi::MAPI_E_NO_SUPPORT; }
+    mapi::HRESULT DEFTMAPI_STDCALL QuerySortOrder(mapi::LPSSortOrderSet*) override { return mapi::MAPI_E_NO_SUPPORT; }
+    mapi::HRESULT DEFTMAPI_STDCALL Abort() override { return mapi::MAPI_E_NO_SUPPORT; }
+    mapi::HRESULT DEFTMAPI_STDCALL ExpandRow(mapi::ULONG, mapi::LPBYTE, mapi::ULONG, mapi::ULONG, mapi::LPSRowSet*,
+                                             mapi::ULONG*) override
+    {
+        return mapi::MAPI_E_NO_SUPPORT;
+    }
+    mapi::HRESULT DEFTMAPI_STDCALL CollapseRow(mapi::ULONG, mapi::LPBYTE, mapi::ULONG, mapi::ULONG*) override
+    {
+        return mapi::MAPI_E_NO_SUPPORT;
+    }
+    mapi::HRESULT DEFTMAPI_STDCALL WaitForCompletion(mapi::ULONG, mapi::ULONG, mapi::ULONG*) override
+    {
+        return mapi::MAPI_E_NO_SUPPORT;
+    }
+    mapi::HRESULT DEFTMAPI_STDCALL GetCollapseState(mapi::ULONG, mapi::ULONG, mapi::LPBYTE, mapi::ULONG*,
+                                                    mapi::LPBYTE*) override
+    {
+        return mapi::MAPI_E_NO_SUPPORT;
+    }
+    mapi::HRESULT DEFTMAPI_STDCALL SetCollapseState(mapi::ULONG, mapi::ULONG, mapi::LPBYTE, mapi::BOOKMARK*) override
+    {
+        return mapi::MAPI_E_NO_SUPPORT;
+    }
+
+private:
+    mapi::SRowSet* RowSet(mapi::LONG first, mapi::LONG last) const
+    {
+        const auto count = static_cast<mapi::ULONG>(last - first);
+        auto* rows = static_cast<mapi::SRowSet*>(
+            TScriptedAllocator::Allocate(static_cast<mapi::ULONG>(sizeof(mapi::SRowSet) + count * sizeof(mapi::SRow))));
+        rows->cRows = count;
+        for (mapi::ULONG i = 0; i < count; ++i)
+            FillRow(Rows[static_cast<std::size_t>(first) + i], rows->aRow[i]);
+        return rows;
+    }
+    void FillRow(const TRow& from, mapi::SRow& to) const
+    {
+        to.ulAdrEntryPad = 0;
+        to.cValues = static_cast<mapi::ULONG>(Columns.size()) - ValuesKeptBack;
+        to.lpProps = static_cast<mapi::SPropValue*>(
+            TScriptedAllocator::Allocate(static_cast<mapi::ULONG>((Columns.size() + 1) * sizeof(mapi::SPropValue))));
+        for (mapi::ULONG c = 0; c < to.cValues; ++c) {
+            const auto found = std::find_if(from.begin(), from.end(), [&](const TOwnedValue& value) {
+                return value.Value().ulPropTag == Columns[c];
+            });
+            if (found == from.end())
+                to.lpProps[c] = ErrorValue(Columns[c], mapi::MAPI_E_NOT_FOUND);
+            else
+                CopyValue(found->Value(), to.lpProps[c], [&](std::size_t size) {
+                    return TScriptedAllocator::AllocateMore(static_cast<mapi::ULONG>(size), to.lpProps);
+                });
+        }
+    }
+
+    std::shared_ptr<TScriptedCalls> FCalls;
+    mapi::LONG FPosition = 0;
+};
+
+} // namespace deftmapi::test

@@ -1,0 +1,191 @@
+// Failures of the calls below a table: their texts, the one retry, and that nothing leaks whatever fails.
+#include "tests/table/TableFixture.hpp"
+
+#include <gtest/gtest.h>
+
+namespace deftmapi::test
+{
+namespace
+{
+
+class TTableFailureTest : public TTableTest
+{
+protected:
+    /// A table that can be fetched again; the new one has other rows, so that a test sees which one it reads.
+    void MakeReopenable()
+    {
+        Fresh = NewTable(3);
+        Fresh->Columns = {GetPropTag(PR_ENTRYID)};
+        Table = KwMake<TKwMAPITable>(*Prop, Object.Get(), [this] {
+            ++Reopened;
+            return TKwComPtr<mapi::IMAPITable>(Fresh.Get());
+        });
+        Number = Table->Get_Fields()->Add(PR_MESSAGE_SIZE);
+    }
+
+    TKwComPtr<TScriptedTable> Fresh;
+    int Reopened = 0;
+};
+
+TEST_F(TTableFailureTest, OpenFallsBackToTheColumnsOfTheTable)
+{
+    Object->KnowsOnlyColumns = true;
+    Table->Get_Fields()->Add(PR_SUBJECT);
+    Table->Open();
+    EXPECT_EQ(Calls->Take(), "SetColumns([0x0E080003,0x0037001F],0)\nQueryColumns(0)\nSetColumns([0x0E080003],0)\n"
+                             "GetRowCount(0)");
+    ASSERT_EQ(Table->Get_Fields()->Get_Count(), 1);
+    EXPECT_EQ(Table->GetFieldValue(PR_MESSAGE_SIZE).AsInteger(), 1);
+
+    const auto plain = KwMake<TKwMAPITable>(*Prop, Object.Get(), nullptr);
+    static_cast<void>(Calls->Take());
+    plain->Open();
+    EXPECT_EQ(Calls->Take(), "QueryColumns(0)\nGetRowCount(0)");
+    EXPECT_EQ(plain->GetFieldValue(PR_MESSAGE_SIZE).AsInteger(), 1);
+}
+
+TEST_F(TTableFailureTest, OpenFailures)
+{
+    Calls->Next("SetColumns", mapi::MAPI_E_BUSY);
+    EXPECT_EQ(
+        Catch([&] { Table->Open(); }),
+        Failure("EMAPI_BUSY", 0x8004010B,
+                "TKwMAPITable.Open failed!\r\nAnother operation is in progress that prevents the Field setting "
+                "operation from starting.\r\nEither the operation in progress should be allowed to complete or it "
+                "should be stopped"));
+    Calls->Next("SetColumns", mapi::MAPI_E_NO_ACCESS);
+    EXPECT_EQ(Catch([&] { Table->Open(); }).Message.substr(0, 65),
+              "TKwMAPITable.Open has raised the following exception:\r\nThe caller");
+    Calls->Next("GetRowCount", mapi::MAPI_E_NO_SUPPORT);
+    EXPECT_EQ(Catch([&] { Table->Open(); }),
+              Failure("EMAPI_NO_SUPPORT", 0x80040102,
+                      "TKwMAPITable.Open failed!\r\nThe table cannot calculate the number of rows."));
+    Calls->Next("GetRowCount", mapi::MAPI_E_BUSY);
+    EXPECT_EQ(Catch([&] { Table->Open(); }),
+              Failure("EMAPI_BUSY", 0x8004010B,
+                      "TKwMAPITable.Open failed!\r\nAnother operation is in progress that prevents the row count "
+                      "retrieval operation from starting. \r\nEither the operation in progress should be allowed to "
+                      "complete or it should be stopped."));
+    EXPECT_FALSE(Table->Get_Active());
+    Table->Open();
+    EXPECT_TRUE(Table->Get_Active());
+}
+
+TEST_F(TTableFailureTest, QueryRowsFailures)
+{
+    Start();
+    Calls->Next("QueryRows", mapi::MAPI_E_BUSY);
+    EXPECT_EQ(Catch([&] { Table->Last(); }),
+              Failure("EMAPI_BUSY", 0x8004010B,
+                      "TKwMAPITable.QueryRows failed!\r\nAnother operation is in progress that prevents the row "
+                      "retrieval operation from starting. \r\nEither the operation in progress should be allowed to "
+                      "complete or it should be stopped!"));
+    Calls->Next("QueryRows", mapi::MAPI_E_INVALID_PARAMETER);
+    EXPECT_EQ(Catch([&] { Table->First(); }),
+              Failure("EMAPI_INVALID_PARAMETER", 0x80070057,
+                      "TKwMAPITable.QueryRows failed!\r\nThe rows could not be read, because of an invalid Fieldname"
+                      "\r\nThe RowCount is set to zero."));
+    EXPECT_EQ(Table->Get_RowCount(), 0);
+    Calls->Next("QueryRows", mapi::MAPI_E_CORRUPT_DATA);
+    EXPECT_EQ(Catch([&] { Table->First(); }).Message.substr(0, 75),
+              "TKwMAPITable.QueryRows has raised the following exception:\r\nMAPI_E_CORRUPT_");
+}
+
+TEST_F(TTableFailureTest, ReadAtTheEndRaisesOnlyWhenAskedTo)
+{
+    Start();
+    std::int32_t sought = 0;
+    for (const bool raise : {false, true}) {
+        for (const mapi::HRESULT hr : {mapi::MAPI_E_INVALID_PARAMETER, mapi::MAPI_E_NETWORK_ERROR, mapi::MAPI_E_BUSY}) {
+            Table->First();
+            Table->MAPISeekRow(tbkEnd, 0, sought);
+            Calls->Next("QueryRows", std::nullopt);
+            Calls->Next("QueryRows", hr);
+            const TCaught caught = Catch([&] { EXPECT_FALSE(Table->GetRowset(1, true, raise)); });
+            const bool raises = hr == mapi::MAPI_E_BUSY || (raise && hr == mapi::MAPI_E_NETWORK_ERROR);
+            EXPECT_EQ(caught.Code, raises ? static_cast<std::uint32_t>(hr) : 0u) << raise;
+            EXPECT_TRUE(Table->Get_EOF());
+        }
+    }
+}
+
+TEST_F(TTableFailureTest, SeekFailures)
+{
+    Start();
+    std::int32_t sought = 5;
+    Calls->Next("SeekRow", mapi::MAPI_E_BUSY);
+    EXPECT_EQ(Catch([&] { Table->Last(); }),
+              Failure("EMAPI_BUSY", 0x8004010B,
+                      "TKwMAPITable.MAPISeekRow failed!\r\nAnother operation is in progress that prevents the row "
+                      "seeking operation from starting.\r\nEither the operation in progress should be allowed to "
+                      "complete or it should be stopped."));
+    Calls->Next("SeekRow", mapi::MAPI_E_TIMEOUT);
+    EXPECT_EQ(Catch([&] { Table->MAPISeekRow(tbkEnd, 0, sought); }).ClassName, "EMAPI_TIMEOUT");
+
+    Table->First();
+    Calls->Next("SeekRow", mapi::MAPI_E_INVALID_BOOKMARK);
+    Table->MAPISeekRow(tbkCurrentRelative, 3, sought);
+    EXPECT_EQ(sought, 0);
+    EXPECT_TRUE(Table->Get_EOF());
+    EXPECT_EQ(TScriptedAllocator::Live(), 0u); // whatever a seek brings, the cached rows are gone
+
+    Bag().Error = u"Rows went away";
+    Bag().Component = u"Store";
+    Calls->Next("SeekRow", mapi::MAPI_W_POSITION_CHANGED);
+    EXPECT_EQ(Catch([&] { Table->MAPISeekRow(tbkEnd, 0, sought); }).Message,
+              "Component Store caused: Rows went away (TTestProp.MAPISeekRow)");
+}
+
+TEST_F(TTableFailureTest, EndOfSessionFetchesTheTableAgainOnce)
+{
+    MakeReopenable();
+    Table->Sort(PR_MESSAGE_SIZE, true);
+    Start();
+    Calls->Next("QueryRows", mapi::MAPI_E_END_OF_SESSION);
+    Table->First();
+    EXPECT_EQ(Calls->Take(), "SeekRow(0,0)\nQueryRows(20,0)\nSortTable(0x0E080003:1,0)\nSetColumns([0x0E080003],0)\n"
+                             "QueryRows(20,0)");
+    EXPECT_EQ(Reopened, 1);
+    EXPECT_EQ(Table->MAPITable(), Fresh.Get());
+    EXPECT_EQ(Row(), 1);
+
+    Calls->Next("SeekRow", mapi::MAPI_E_END_OF_SESSION);
+    Table->Last();
+    EXPECT_EQ(Reopened, 2);
+    EXPECT_EQ(Row(), 3);
+
+    std::int32_t sought = 0;
+    Calls->Next("SeekRow", mapi::MAPI_E_END_OF_SESSION);
+    Table->MAPISeekRow(tbkBeginning, 0, sought); // a seek to where a fetched table stands needs no table
+    EXPECT_EQ(Reopened, 2);
+
+    Calls->Next("QueryRows", mapi::MAPI_E_END_OF_SESSION);
+    Calls->Next("QueryRows", mapi::MAPI_E_END_OF_SESSION);
+    EXPECT_EQ(Catch([&] { Table->First(); }).ClassName, "EMAPI_END_OF_SESSION");
+    EXPECT_EQ(Reopened, 3);
+}
+
+TEST_F(TTableFailureTest, NoCallThatFailsLeaksOrLeavesATableThatCannotGoOn)
+{
+    MakeReopenable();
+    for (int n = 1;; ++n) {
+        ASSERT_LT(n, 100);
+        Table->Close();
+        Calls->FailNth(n, n % 2 == 0 ? mapi::MAPI_E_END_OF_SESSION : mapi::MAPI_E_NOT_ENOUGH_MEMORY);
+        const TCaught caught = Catch([&] {
+            for (Table->First(); !Table->Get_EOF(); Table->Next())
+                static_cast<void>(Row());
+        });
+        const bool failed = Calls->Failed();
+        Calls->FailNth(0, 0);
+        std::int32_t rows = 0;
+        for (Table->First(); !Table->Get_EOF(); Table->Next())
+            ++rows;
+        EXPECT_EQ(rows, Reopened == 0 ? 45 : 3) << n << " " << caught;
+        if (!failed)
+            break;
+    }
+}
+
+} // namespace
+} // namespace deftmapi::test
