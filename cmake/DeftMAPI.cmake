@@ -14,6 +14,18 @@ if(PROJECT_IS_TOP_LEVEL AND NOT CMAKE_BUILD_TYPE)
     set(CMAKE_BUILD_TYPE Release CACHE STRING "" FORCE)
 endif()
 
+# Most sources read the same large headers; compiled once per target they halve the build time. Off for builds that shall show
+# a missing include.
+option(DEFTMAPI_PCH "Precompile the common headers" OFF)
+
+# deftmapi_precompile(target header…): headers relative to the project, or <system> ones.
+function(deftmapi_precompile target)
+    if(DEFTMAPI_PCH)
+        list(TRANSFORM ARGN REPLACE "^([^<].*)$" "${PROJECT_SOURCE_DIR}/\\1")
+        target_precompile_headers(${target} PRIVATE ${ARGN})
+    endif()
+endfunction()
+
 function(deftmapi_common_options target)
     target_compile_features(${target} PRIVATE cxx_std_20)
     set_target_properties(${target} PROPERTIES
@@ -21,6 +33,10 @@ function(deftmapi_common_options target)
     target_compile_options(${target} PRIVATE
         -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual -Wconversion -Wno-sign-conversion
         $<$<BOOL:${DEFTMAPI_WERROR}>:-Werror>)
+    if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
+        # Optimising g++ 12 sees overlaps and overruns in the concatenation of standard strings that are not there (its bug 105651).
+        target_compile_options(${target} PRIVATE -Wno-restrict -Wno-array-bounds -Wno-stringop-overflow -Wno-stringop-overread)
+    endif()
     if(DEFTMAPI_SANITIZE)
         target_compile_options(${target} PRIVATE -fsanitize=${DEFTMAPI_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
         target_link_options(${target} PRIVATE -fsanitize=${DEFTMAPI_SANITIZE})
@@ -39,6 +55,9 @@ function(deftmapi_add_test name)
     add_executable(${name} ${arg_SOURCES})
     deftmapi_common_options(${name})
     target_link_libraries(${name} PRIVATE deftmapi_static GTest::gmock GTest::gtest_main ${arg_LIBS})
+    # What is tested is optimised; the tests themselves need not be, and compile twice as fast.
+    target_compile_options(${name} PRIVATE -O0)
+    deftmapi_precompile(${name} <gmock/gmock.h> <gtest/gtest.h> mapi/uKwMAPIInterfaces.hpp)
     set(environment ${arg_ENVIRONMENT})
     if(TARGET deftmapiclient)
         add_dependencies(${name} deftmapiclient)

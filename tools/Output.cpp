@@ -77,7 +77,8 @@ std::string OneLine(const std::string& text)
 
 std::string FitTo(const std::string& text, std::size_t width)
 {
-    std::string line = OneLine(text);
+    const std::size_t start = std::min(text.find_first_not_of(' '), text.size());
+    std::string line = text.substr(0, start) + OneLine(text); // a tree's indentation stays
     if (width == 0 || DisplayWidth(line) <= width)
         return line;
     std::size_t used = 0;

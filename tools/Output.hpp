@@ -33,7 +33,8 @@ private:
 
 /// Characters of a UTF-8 text as a terminal shows them (East Asian wide ones count two, combining marks none).
 [[nodiscard]] std::size_t DisplayWidth(const std::string& text);
-/// Cut to the width, with "…" at the end when something was cut; line breaks and control characters become blanks.
+/// Cut to the width, with "…" at the end when something was cut; line breaks and control characters become blanks,
+/// blanks at the beginning stay.
 [[nodiscard]] std::string FitTo(const std::string& text, std::size_t width);
 /// All on one line: runs of white space become one blank.
 [[nodiscard]] std::string OneLine(const std::string& text);
