@@ -89,7 +89,7 @@ Bytes ToBytes(const Uid& uid)
 
 Uid NewUid()
 {
-    thread_local std::random_device device;
+    std::random_device device;
     Uid uid;
     for (std::size_t i = 0; i < sizeof uid.ab; i += 4) {
         const std::uint32_t word = device();

@@ -81,8 +81,10 @@ void MessageObject::Refresh()
 {
     if (!FStale)
         return;
+    const ULONG nextAttachment = FState.nextAttachment;
     try {
         FState = LoadMessage(*FStore, FState.row);
+        FState.nextAttachment = nextAttachment; // numbers are not used again while the message is open
     } catch (const Failure& failure) {
         if (failure.Code() != mapi::MAPI_E_NOT_FOUND)
             throw;

@@ -7,6 +7,8 @@
 #include <array>
 #include <cstring>
 #include <fstream>
+#include <map>
+#include <mutex>
 #include <unistd.h>
 
 namespace deftmapi::client
@@ -264,6 +266,41 @@ WideString Named(WideView text, const std::filesystem::path& file)
     return WideString(text).append(file.u16string());
 }
 
+void ReadHeader(const std::filesystem::path& file)
+{
+    // Offsets of the SQLite file header: magic 0, user version 60, application id 68.
+    std::array<unsigned char, 100> header{};
+    std::ifstream in(file, std::ios::binary);
+    if (!in && !std::filesystem::exists(file))
+        Fail(mapi::MAPI_E_NOT_FOUND, Named(sMissing, file));
+    in.read(reinterpret_cast<char*>(header.data()), header.size());
+    if (!in || std::memcmp(header.data(), "SQLite format 3", 16) != 0 ||
+        BigEndian(&header[68]) != schema::ApplicationId || BigEndian(&header[60]) == 0)
+        Fail(mapi::MAPI_E_CORRUPT_STORE, Named(sNoStore, file));
+    if (BigEndian(&header[60]) > static_cast<std::uint32_t>(schema::Version))
+        Fail(mapi::MAPI_E_VERSION, Named(sNewer, file));
+}
+
+/// Connections of this process, by file.
+struct Uses
+{
+    std::mutex lock;
+    std::map<std::string, int> counts;
+};
+
+Uses& AllUses()
+{
+    static auto& uses = *new Uses; // sessions may outlive the static objects
+    return uses;
+}
+
+std::string KeyOf(const std::filesystem::path& file)
+{
+    std::error_code ignored;
+    const auto canonical = std::filesystem::weakly_canonical(file, ignored);
+    return (canonical.empty() ? file : canonical).string();
+}
+
 } // namespace
 
 void CreateStoreFile(const std::filesystem::path& file, std::span<const std::uint8_t> storeUid,
@@ -288,29 +325,41 @@ void CreateStoreFile(const std::filesystem::path& file, std::span<const std::uin
 
 void CheckStoreFile(const std::filesystem::path& file)
 {
-    // Offsets of the SQLite file header: magic 0, user version 60, application id 68.
-    std::array<unsigned char, 100> header{};
-    std::ifstream in(file, std::ios::binary);
-    if (!in && !std::filesystem::exists(file))
-        Fail(mapi::MAPI_E_NOT_FOUND, Named(sMissing, file));
-    in.read(reinterpret_cast<char*>(header.data()), header.size());
-    if (!in || std::memcmp(header.data(), "SQLite format 3", 16) != 0 ||
-        BigEndian(&header[68]) != schema::ApplicationId || BigEndian(&header[60]) == 0)
-        Fail(mapi::MAPI_E_CORRUPT_STORE, Named(sNoStore, file));
-    if (BigEndian(&header[60]) > static_cast<std::uint32_t>(schema::Version))
-        Fail(mapi::MAPI_E_VERSION, Named(sNewer, file));
+    Uses& uses = AllUses();
+    const std::lock_guard lock(uses.lock);
+    if (!uses.counts.contains(KeyOf(file))) // what is in use has been checked
+        ReadHeader(file);
+}
+
+StoreFileUse::StoreFileUse(const std::filesystem::path& file) : FKey(KeyOf(file))
+{
+    Uses& uses = AllUses();
+    const std::lock_guard lock(uses.lock);
+    if (!uses.counts.contains(FKey))
+        ReadHeader(file);
+    ++uses.counts[FKey];
+}
+
+StoreFileUse::~StoreFileUse()
+{
+    Uses& uses = AllUses();
+    const std::lock_guard lock(uses.lock);
+    if (--uses.counts.find(FKey)->second == 0)
+        uses.counts.erase(FKey);
 }
 
 void PrepareConnection(Database& database)
 {
+    // Before anything is written: with a connection open in this process the header was not looked at.
+    if (database.Scalar("PRAGMA application_id") != schema::ApplicationId)
+        Fail(mapi::MAPI_E_CORRUPT_STORE, sNoStore);
+    if (database.Scalar("PRAGMA user_version") > schema::Version)
+        Fail(mapi::MAPI_E_VERSION, sNewer);
     database.Execute("PRAGMA journal_mode = WAL");
     database.Execute("PRAGMA synchronous = FULL");
     database.Execute("PRAGMA temp_store = MEMORY");
     database.Execute("PRAGMA cache_size = -16000");
-    const std::int64_t version = database.Scalar("PRAGMA user_version");
-    if (version > schema::Version)
-        Fail(mapi::MAPI_E_VERSION, sNewer);
-    if (version < schema::Version) {
+    if (database.Scalar("PRAGMA user_version") < schema::Version) {
         {
             Transaction transaction(database);
             RunSteps(database, database.Scalar("PRAGMA user_version"));

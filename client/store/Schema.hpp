@@ -66,7 +66,25 @@ void CreateStoreFile(const std::filesystem::path& file, std::span<const std::uin
 /// Looks at the header without touching the file. @throws Failure  MAPI_E_NOT_FOUND no file, MAPI_E_CORRUPT_STORE not a
 /// store file, MAPI_E_VERSION written by a newer version
 void CheckStoreFile(const std::filesystem::path& file);
-/// Settings of a connection, and the upgrade steps. REQUIRES: CheckStoreFile passed.
+
+/// Marks a store file as in use by this process, for as long as a connection to it is open; checks it first.
+/// While the mark is there nobody here may open the file but SQLite: closing any descriptor of a file drops all of the
+/// process's record locks on it, and another process would then take the store for unused and remove its log.
+class StoreFileUse
+{
+public:
+    /// @throws Failure  as CheckStoreFile
+    explicit StoreFileUse(const std::filesystem::path& file);
+    ~StoreFileUse();
+    StoreFileUse(const StoreFileUse&) = delete;
+    StoreFileUse& operator=(const StoreFileUse&) = delete;
+
+private:
+    std::string FKey;
+};
+
+/// Settings of a connection, and the upgrade steps. REQUIRES: a StoreFileUse of the file is held.
+/// @throws Failure  as CheckStoreFile
 void PrepareConnection(Database& database);
 
 } // namespace deftmapi::client

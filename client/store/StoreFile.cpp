@@ -18,12 +18,6 @@ constexpr auto sIncomplete = u"The store file lacks its identity record.";
 
 constexpr int ChunkBits = 20;
 
-const std::filesystem::path& Checked(const std::filesystem::path& file)
-{
-    CheckStoreFile(file);
-    return file;
-}
-
 } // namespace
 
 /// A large value in the chunks table. Values are never changed in place, so a reader sees one version of it or none.
@@ -72,7 +66,7 @@ StorePtr StoreFile::Open(const std::filesystem::path& file)
 }
 
 StoreFile::StoreFile(const std::filesystem::path& file)
-    : FFolder(file.parent_path()), FDatabase(Checked(file), Database::Mode::Open)
+    : FFolder(file.parent_path()), FUse(file), FDatabase(file, Database::Mode::Open)
 {
     PrepareConnection(FDatabase);
     Query query = FDatabase.Prepare("SELECT uid FROM store");

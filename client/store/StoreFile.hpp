@@ -82,6 +82,7 @@ private:
 
     std::recursive_mutex FLock;
     std::filesystem::path FFolder;
+    StoreFileUse FUse; // outlives the connection
     Database FDatabase;
     Uid FId{};
     std::unordered_map<std::string, ULONG> FIdsByName; // key: set, kind and name in bytes

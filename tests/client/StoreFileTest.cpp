@@ -199,6 +199,44 @@ TEST_F(StoreFileTest, WhatWasConfirmedSurvivesAKill)
     ExpectAllWhole();
 }
 
+TEST_F(StoreFileTest, ASecondConnectionDoesNotCostTheFirstItsLocks)
+{
+    FStore.Reset();
+    FStoreFile.reset();
+    int orders[2];
+    ASSERT_EQ(::pipe(orders), 0);
+    const pid_t child = ::fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+        ::close(orders[1]);
+        char order = 0;
+        if (::read(orders[0], &order, 1) != 1)
+            ::_exit(1);
+        // As the last user this process would write the log back and remove it; it is not the last one.
+        ::_exit(Failed(OpenResult(File())));
+    }
+    ::close(orders[0]);
+    FStoreFile = StoreFile::Open(File());
+    FStore = OpenStoreObject(FStoreFile, true, true);
+    auto inbox = Inbox();
+    Save(*Numbered(*inbox, 1));
+    OpenAnother().Reset();
+    EXPECT_EQ(::write(orders[1], "x", 1), 1);
+    ::close(orders[1]);
+    int status = 0;
+    ::waitpid(child, &status, 0);
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+    EXPECT_TRUE(std::filesystem::exists(File().string() + "-wal"));
+    Save(*Numbered(*inbox, 2));
+    inbox.Reset();
+    FStore.Reset();
+    FStoreFile.reset();
+    FStoreFile = StoreFile::Open(File());
+    FStore = OpenStoreObject(FStoreFile, true, true);
+    EXPECT_EQ(Get(*Inbox(), tag::ContentCount).Number(), 2);
+    ExpectAllWhole();
+}
+
 TEST_F(StoreFileTest, TwoConnectionsAndThreadsWriteAtOnce)
 {
     constexpr int Messages = 40;
