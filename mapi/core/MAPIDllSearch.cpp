@@ -113,7 +113,11 @@ WideString InWellKnownPlace(const TKwOutlookInfo& outlook)
 
 WideString LocateClient(WideView client)
 {
+    // KwFindMAPIDll drops what this process cannot use; here that is just what the caller wants to learn of.
     WideString fileName = KwFindMAPIDll(client);
+    for (const TKwRegistryRoot root : {TKwRegistryRoot::rrCurrentUser, TKwRegistryRoot::rrLocalMachine})
+        if (fileName.empty())
+            fileName = KwRegisteredMAPIDll(root, TKwRegistryView::rvProcess, client);
     if (fileName.empty())
         CreateKwMAPIException(mapi::MAPI_E_CALL_FAILED, sNotLocated, {client})->Raise();
     return fileName;

@@ -20,7 +20,8 @@ constinit TKwMAPISlot* TKwMAPISlot::FFirst = nullptr;
 
 TKwMAPIModuleState& KwMAPIModuleState()
 {
-    static TKwMAPIModuleState state;
+    // Never destroyed: a session that an application keeps in a global ends after all of the library's own statics.
+    static TKwMAPIModuleState& state = *new TKwMAPIModuleState;
     return state;
 }
 

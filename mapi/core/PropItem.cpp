@@ -196,6 +196,13 @@ void TKwMAPIPropItem::Set_Value(const TKwVariant& value)
     FError = 0;
 }
 
+void TKwMAPIPropItem::RequireValue() const
+{
+    // The property is there, but it is an object: nothing that could be written, and no sign to delete it.
+    if (FState == TState::Large)
+        CreateKwMAPIException(mapi::MAPI_E_INVALID_PARAMETER, sUnsupportedType, {mapi::PROP_TYPE(FTag)})->Raise();
+}
+
 void TKwMAPIPropItem::MarkModified()
 {
     if (FModified)
@@ -215,6 +222,7 @@ void TKwMAPIPropItem::SetModified(bool modified)
         return;
     }
     Load(); // a modified property is written, and an unread one would be taken for deleted
+    RequireValue();
     MarkModified();
 }
 
@@ -222,6 +230,7 @@ const mapi::SPropValue& TKwMAPIPropItem::GetMAPIValue()
 {
     CheckActive(u"GetMAPIValue");
     Load();
+    RequireValue();
     if (!FMAPIValue) {
         if (FValue.IsEmptyOrNull())
             FMAPIValue.emplace(mapi::CHANGE_PROP_TYPE(FTag, mapi::PT_ERROR), TKwErrorCode{mapi::MAPI_E_NOT_FOUND});

@@ -230,7 +230,10 @@ TKwMAPIPropRegistry& TKwMAPIPropRegistry::Instance()
 
 const TKwMAPIPropInfo& TKwMAPIPropRegistry::Item(std::size_t index) const noexcept
 {
-    return index < PredefinedPropCount ? predefinedProps[index] : *FRegistered[index - PredefinedPropCount];
+    if (index < PredefinedPropCount)
+        return predefinedProps[index];
+    const std::lock_guard lock(FLock);
+    return *FRegistered[index - PredefinedPropCount];
 }
 
 const TKwMAPIPropInfo* TKwMAPIPropRegistry::FindDef(TKwMAPIPropDef def) const noexcept
@@ -242,6 +245,7 @@ const TKwMAPIPropInfo* TKwMAPIPropRegistry::FindDef(TKwMAPIPropDef def) const no
     }
     if (def < firstHashedDef)
         return nullptr;
+    const std::lock_guard lock(FLock);
     const auto found = std::ranges::find_if(FRegistered, [&](const auto& info) { return info->Hash == def; });
     return found != FRegistered.end() ? found->get() : nullptr;
 }
@@ -250,8 +254,9 @@ const TKwMAPIPropInfo* TKwMAPIPropRegistry::FindName(WideView name) const noexce
 {
     const auto matches = [&](const TKwMAPIPropInfo& info) { return SameText(info.PropName(), name); };
     const TKwMAPIPropInfo* predefined = FindText(nameIndex, prophash::Text(0, name), matches);
-    if (predefined != nullptr || FRegistered.empty())
+    if (predefined != nullptr || NothingRegistered())
         return predefined;
+    const std::lock_guard lock(FLock);
     const auto found = FNames.find(name);
     return found != FNames.end() ? found->second : nullptr;
 }
@@ -259,8 +264,9 @@ const TKwMAPIPropInfo* TKwMAPIPropRegistry::FindName(WideView name) const noexce
 const TKwMAPIPropInfo* TKwMAPIPropRegistry::FindIdentity(const TKwMAPIPropIdentity& identity) const noexcept
 {
     const TKwMAPIPropInfo* predefined = FindPredefined(identity);
-    if (predefined != nullptr || FRegistered.empty())
+    if (predefined != nullptr || NothingRegistered())
         return predefined;
+    const std::lock_guard lock(FLock);
     const auto found = FIdentities.find(identity);
     return found != FIdentities.end() ? *found : nullptr;
 }
@@ -286,7 +292,7 @@ const TKwMAPIPropInfo* TKwMAPIPropRegistry::FindTagged(std::uint16_t id, std::ui
     // Tags are looked up for every column of every table: the usual case takes the short way.
     if (type >> typeBits == 0 && (unicode || KwTwinTextType(type) == type)) {
         const TKwMAPIPropInfo* predefined = FindNumeric(id | static_cast<std::uint64_t>(type) << 32);
-        if (predefined != nullptr || FRegistered.empty())
+        if (predefined != nullptr || NothingRegistered())
             return predefined;
     }
     return FindIdentity(TKwMAPIPropIdentity::Tagged(id, type), unicode);
@@ -311,18 +317,29 @@ const TKwMAPIPropInfo& TKwMAPIPropRegistry::Info(TKwMAPIPropDef def, bool unicod
 
 const TKwMAPIPropInfo& TKwMAPIPropRegistry::Register(WideView name, const TKwMAPIPropIdentity& identity)
 {
+    const std::lock_guard lock(FLock); // nobody registers the same between the two
     const TKwMAPIPropInfo* info = FindIdentity(identity);
     return info != nullptr ? *info : Add(name, identity, THashMode::Sequential);
 }
 
 const TKwMAPIPropInfo& TKwMAPIPropRegistry::Add(WideView name, const TKwMAPIPropIdentity& identity, THashMode mode)
 {
+    const std::lock_guard lock(FLock);
     const TKwMAPIPropDef hash = CalcHash(name, identity, mode);
-    const TKwMAPIRegisteredProp& info =
-        *FRegistered.emplace_back(std::make_unique<const TKwMAPIRegisteredProp>(hash, name, identity));
+    auto record = std::make_unique<const TKwMAPIRegisteredProp>(hash, name, identity);
+    const TKwMAPIRegisteredProp& info = *record;
+    FRegistered.reserve(FRegistered.size() + 1); // what can fail comes before the record is in place
     // Keep what is there: the first of a name or an identity is the one that searches find.
-    FNames.try_emplace(info.Name, &info);
-    FIdentities.insert(&info);
+    const auto byName = FNames.try_emplace(info.Name, &info);
+    try {
+        FIdentities.insert(&info);
+    } catch (...) {
+        if (byName.second)
+            FNames.erase(byName.first);
+        throw;
+    }
+    FRegistered.push_back(std::move(record));
+    FCount.store(FRegistered.size(), std::memory_order_release);
     return info;
 }
 

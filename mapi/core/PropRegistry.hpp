@@ -7,7 +7,9 @@
 #include "mapi/core/uKwMAPIProps.hpp"
 #include "mapi/headers/uKwMAPIPropTypesH.hpp"
 
+#include <atomic>
 #include <memory>
+#include <mutex>
 #include <unordered_map>
 #include <unordered_set>
 #include <vector>
@@ -82,7 +84,7 @@ public:
     /// The library's own.
     [[nodiscard]] static TKwMAPIPropRegistry& Instance();
 
-    [[nodiscard]] std::size_t Count() const noexcept { return PredefinedPropCount + FRegistered.size(); }
+    [[nodiscard]] std::size_t Count() const noexcept { return PredefinedPropCount + FCount.load(std::memory_order_acquire); }
     /// In the order of registration. REQUIRES: index < Count()
     [[nodiscard]] const TKwMAPIPropInfo& Item(std::size_t index) const noexcept;
 
@@ -126,6 +128,12 @@ private:
         }
     };
 
+    /// True when look-ups need not go past the predefined definitions; spares them the lock.
+    [[nodiscard]] bool NothingRegistered() const noexcept { return FCount.load(std::memory_order_acquire) == 0; }
+
+    // The library registers by itself (a table with columns that no definition knows), on whatever thread that happens.
+    mutable std::recursive_mutex FLock; // of the three below
+    std::atomic<std::size_t> FCount{0}; // FRegistered.size()
     std::vector<std::unique_ptr<const TKwMAPIRegisteredProp>> FRegistered;
     // The first definition of each name and identity among the registered ones; keys are views into the records.
     std::unordered_map<WideView, const TKwMAPIPropInfo*> FNames;

@@ -90,6 +90,7 @@ void TKwMAPISessionBase::Set_Active(bool active)
         try {
             wrapper->SetMAPIOBJECT(nullptr);
         } catch (...) {
+            wrapper->TKwMAPIWrapper::SetMAPIOBJECT(nullptr); // inactive all the same
             if (!first)
                 first = std::current_exception();
         }

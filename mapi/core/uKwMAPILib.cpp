@@ -110,6 +110,8 @@ bool HasFolder(WideView fileName)
 // A file that does not tell was loaded by the system, so it fits.
 bool FitsProcess(const WideString& fileName)
 {
+    if (!HasFolder(fileName)) // found along the system's search path, not in the current folder
+        return true;
     const TKwModuleInfo info = KwReadModuleInfo(fileName);
     return info.FileFormat == TKwModuleInfo::Format::None || info.Is64Bit == KwPlatform().Is64BitProcess();
 }

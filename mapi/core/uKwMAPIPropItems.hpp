@@ -100,6 +100,8 @@ private:
     void Probe();
     void ReadLarge();
     void Load();
+    /// REQUIRES: loaded. @throws EMAPI_INVALID_PARAMETER  the property is an object
+    void RequireValue() const;
     void MarkModified();
     void Detach() noexcept;
     void Accept(const mapi::SPropValue& value);

@@ -5,7 +5,7 @@
 // library does nothing for them. All look-ups behave as a search from the first definition on (the lowest number wins,
 // so PR_SUBJECT is found and never its twin PR_SUBJECT_W) and run on indexes.
 //
-// Threads: registering is for one thread, before others look up; reading is safe on any thread at any time after.
+// Threads: looking up and registering are safe on any thread at any time.
 #pragma once
 
 #include "mapi/core/uKwMAPIPropDefs.hpp"
@@ -79,7 +79,7 @@ struct DEFTMAPI_API TKwMAPIPropInfo
     bool Named;
 
     /// The 16-bit identifier of a tagged property, the numeric identifier of a named one, or the name of a string-named
-    /// one. A small integer where the number fits into 16 signed bits, else a long integer.
+    /// one. A small integer for a tagged property up to 0x7FFF, else a long integer.
     [[nodiscard]] TKwVariant PropID() const;
     /// "PR_SUBJECT". A zero follows the text.
     [[nodiscard]] WideView PropName() const noexcept;

@@ -138,7 +138,7 @@ void TKwMAPIMessage::GetMessageText(TKwMAPIBodyFormat& format, WideString& text)
 void TKwMAPIMessage::SetMessageText(WideView text, TKwMAPIBodyFormat format)
 {
     CheckActive(u"SetMessageText");
-    if (format == fmtRichText)
+    if (format == fmtRichText && !text.empty())
         CreateKwMAPIException(NotSupported, sNoRtf, {GetClassName()})->Raise();
     FBodyFormat = format;
     const bool extended = Session()->UsesExtendedMAPI();

@@ -121,9 +121,11 @@ public:
         Dl_info info = {};
         if (::dladdr(address, &info) == 0 || info.dli_fname == nullptr)
             return {};
+        // The main program's name is what it was called by, which may be a bare name found along PATH.
+        const bool hasFolder = std::string_view(info.dli_fname).find('/') != std::string_view::npos;
         std::error_code error;
-        const fs::path full = fs::canonical(info.dli_fname, error);
-        return KwFromUtf8(error ? std::string(info.dli_fname) : full.string());
+        const fs::path full = fs::canonical(hasFolder ? info.dli_fname : "/proc/self/exe", error);
+        return error ? WideString() : KwFromUtf8(full.string());
     }
 
     bool Is64BitProcess() const noexcept override { return sizeof(void*) == 8; }
