@@ -13,6 +13,11 @@ namespace deftmapi::client::mime
     return c == ' ' || (c >= '\t' && c <= '\r');
 }
 
+[[nodiscard]] constexpr bool IsControlAscii(char c) noexcept
+{
+    return (c >= 0 && c < ' ') || c == 0x7F;
+}
+
 [[nodiscard]] constexpr char LowerAscii(char c) noexcept
 {
     return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c;

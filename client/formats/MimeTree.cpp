@@ -469,8 +469,11 @@ void AppendAddresses(InternetAddressList* list, std::vector<TMimeAddress>& resul
             continue;
         }
         std::string address = Text(internet_address_mailbox_get_addr(INTERNET_ADDRESS_MAILBOX(entry)));
+        std::string name = Text(internet_address_get_name(entry));
+        for (std::string* text : {&address, &name})
+            std::replace_if(text->begin(), text->end(), IsControlAscii, ' ');
         if (!address.empty())
-            result.push_back({Text(internet_address_get_name(entry)), std::move(address)});
+            result.push_back({std::move(name), std::move(address)});
     }
 }
 
@@ -510,7 +513,7 @@ std::string DecodeHeaderText(const std::string& raw, TMimeState& state)
     const TOwnedText unfolded(g_mime_utils_header_unfold(RewriteEncodedWords(raw, state.Damage).c_str()));
     const TOwnedText decoded(g_mime_utils_header_decode_text(options.Get(), unfolded.get()));
     std::string text(TrimAscii(Text(decoded.get())));
-    std::replace(text.begin(), text.end(), '\t', ' '); // the blank of a folded line
+    std::replace_if(text.begin(), text.end(), IsControlAscii, ' '); // also the tab that a line was folded with
     return text;
 }
 

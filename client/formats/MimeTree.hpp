@@ -97,7 +97,8 @@ struct TMimeAddress
     std::string Address;
 };
 
-// Decoding of raw field values. All results are UTF-8.
+// Decoding of raw field values. All results are UTF-8 on one line: control characters, which encoded words can smuggle
+// in, become blanks.
 
 /// Unstructured text with encoded words.
 [[nodiscard]] std::string DecodeHeaderText(const std::string& raw, TMimeState& state);

@@ -5,6 +5,9 @@
 #include "client/formats/MimeTags.hpp"
 #include "tests/client/formats/MimeFixture.hpp"
 
+#include <atomic>
+#include <thread>
+
 namespace deftmapi::client::mime::test
 {
 
@@ -89,6 +92,30 @@ TEST_F(MimeFault, StreamsThatCannotSeekAreRead)
     const TResult result = Convert(stream);
     EXPECT_EQ(result.Code, mapi::S_OK);
     EXPECT_EQ(ListMessage(result.Message), expected);
+}
+
+TEST_F(MimeFault, ThreadsConvertSideBySide)
+{
+    const std::string text = ReadFile(examples + "encoded-headers.eml");
+    const std::string expected = ListMessage(Convert(text).Message);
+    std::atomic<int> different{0};
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 4; ++i) {
+        threads.emplace_back([&] {
+            for (int k = 0; k < 50; ++k) {
+                TFaults faults;
+                auto state = std::make_shared<TMessageState>();
+                const TKwComPtr<mapi::IStream> stream(new TMemoryStream(text));
+                const TKwComPtr<mapi::IMessage> message(new TMemoryMessage(faults, state));
+                ReadMime(*stream, *message, Options);
+                message->SaveChanges(0);
+                different += ListMessage(*state) != expected ? 1 : 0;
+            }
+        });
+    }
+    for (std::thread& thread : threads)
+        thread.join();
+    EXPECT_EQ(different.load(), 0);
 }
 
 TEST_F(MimeFault, TheConverterObject)

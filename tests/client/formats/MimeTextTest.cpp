@@ -234,6 +234,15 @@ TEST_F(MimeText, ManyRecipientsAreAddedInSeveralCalls)
     EXPECT_EQ(result.Message.Recipients.back().at(tag::RecipientType).Number, mapi::LONG{mapi::MAPI_BCC});
 }
 
+TEST_F(MimeText, HeaderTextsStayOnOneLine)
+{
+    const TResult result =
+        Convert("Subject: =?utf-8?Q?a=0D=0Ab=09c=00d?=\n\tfolded\nFrom: =?utf-8?B?eA0KeQ==?= <a@b.c>\n\n");
+    EXPECT_EQ(result.Text(tag::Subject).find_first_of(u"\r\n\t"), WideString::npos);
+    EXPECT_TRUE(result.Text(tag::Subject).starts_with(u"a  b c"));
+    EXPECT_EQ(result.Text(tag::SenderName), u"x  y");
+}
+
 TEST_F(MimeText, TheHeaderIsKept)
 {
     const TResult result = Convert("Subject: a\n b\nX-Odd:value\nContent-Type: text/plain\nX-Last: \xE4\n\nbody\n");

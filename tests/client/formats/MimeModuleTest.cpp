@@ -1,0 +1,56 @@
+// The converter as applications reach it: out of the loaded client library, which they may unload and load again. The
+// parser library registers its types with the process, which must stand both that and a second copy of the reader in
+// the test program.
+#include "client/formats/MimeTags.hpp"
+#include "tests/client/formats/MimeFixture.hpp"
+
+#include <cstdlib>
+#include <dlfcn.h>
+
+namespace deftmapi::client::mime::test
+{
+
+namespace
+{
+
+using TGetClassObject = mapi::HRESULT (*)(mapi::REFCLSID, mapi::REFIID, void**);
+using TCanUnloadNow = mapi::HRESULT (*)();
+
+class MimeModule : public MimeTest
+{};
+
+} // namespace
+
+TEST_F(MimeModule, LoadsConvertsAndUnloadsRepeatedly)
+{
+    const char* path = std::getenv("DEFTMAPI_CLIENT");
+    if (path == nullptr)
+        GTEST_SKIP() << "DEFTMAPI_CLIENT does not name the client library";
+    ASSERT_EQ(Convert("Subject: by the copy in this program\n\n").Code, mapi::S_OK);
+    for (int round = 0; round < 3; ++round) {
+        void* module = ::dlopen(path, RTLD_NOW | RTLD_LOCAL);
+        ASSERT_NE(module, nullptr) << ::dlerror();
+        const auto getClassObject = reinterpret_cast<TGetClassObject>(::dlsym(module, "DllGetClassObject"));
+        const auto canUnloadNow = reinterpret_cast<TCanUnloadNow>(::dlsym(module, "DllCanUnloadNow"));
+        ASSERT_TRUE(getClassObject != nullptr && canUnloadNow != nullptr);
+        {
+            TKwComPtr<mapi::IClassFactory> factory;
+            TKwComPtr<mapi::IConverterSession> converter;
+            ASSERT_EQ(getClassObject(mapi::CLSID_IConverterSession, mapi::IID_IClassFactory, OutVoid(factory)),
+                      mapi::S_OK);
+            ASSERT_EQ(factory->CreateInstance(nullptr, mapi::IID_IConverterSession, OutVoid(converter)), mapi::S_OK);
+            auto state = std::make_shared<TMessageState>();
+            const TKwComPtr<mapi::IMessage> message(new TMemoryMessage(Faults, state));
+            const TKwComPtr<mapi::IStream> stream(new TMemoryStream(
+                ReadFile(std::string(DEFTMAPI_SOURCE_DIR) + "/examples/messages/forwarded-messages.eml")));
+            EXPECT_EQ(converter->MIMEToMAPI(stream.Get(), message.Get(), nullptr, mapi::CCSF_SMTP), mapi::S_OK);
+            EXPECT_EQ(message->SaveChanges(0), mapi::S_OK);
+            EXPECT_EQ(state->Attachments.size(), 1u);
+            EXPECT_EQ(canUnloadNow(), mapi::S_FALSE) << "the converter is in use";
+        }
+        EXPECT_EQ(canUnloadNow(), mapi::S_OK);
+        EXPECT_EQ(::dlclose(module), 0);
+    }
+}
+
+} // namespace deftmapi::client::mime::test
