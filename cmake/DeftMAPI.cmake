@@ -48,20 +48,20 @@ if(DEFTMAPI_SANITIZE)
     add_link_options(-fsanitize=${DEFTMAPI_SANITIZE})
 endif()
 
-# deftmapi_add_test(name SOURCES … [LIBS …] [ENVIRONMENT …]): a GoogleTest program whose every case is a ctest test.
+# deftmapi_add_test(name SOURCES … [LIBS …]): a GoogleTest program whose every case is a ctest test.
 # It links the static library; where the embedded client is built, DEFTMAPI_CLIENT names it for the test run.
 function(deftmapi_add_test name)
-    cmake_parse_arguments(arg "" "" "SOURCES;LIBS;ENVIRONMENT" ${ARGN})
+    cmake_parse_arguments(arg "" "" "SOURCES;LIBS" ${ARGN})
     add_executable(${name} ${arg_SOURCES})
     deftmapi_common_options(${name})
     target_link_libraries(${name} PRIVATE deftmapi_static GTest::gmock GTest::gtest_main ${arg_LIBS})
     # What is tested is optimised; the tests themselves need not be, and compile twice as fast.
     target_compile_options(${name} PRIVATE -O0)
     deftmapi_precompile(${name} <gmock/gmock.h> <gtest/gtest.h> mapi/uKwMAPIInterfaces.hpp)
-    set(environment ${arg_ENVIRONMENT})
+    set(environment)
     if(TARGET deftmapiclient)
         add_dependencies(${name} deftmapiclient)
-        list(APPEND environment "DEFTMAPI_CLIENT=$<TARGET_FILE:deftmapiclient>")
+        set(environment "DEFTMAPI_CLIENT=$<TARGET_FILE:deftmapiclient>")
     endif()
     if(NOT CMAKE_CROSSCOMPILING)
         gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60 PROPERTIES ENVIRONMENT "${environment}" TIMEOUT 300)

@@ -96,7 +96,8 @@ void PrintSummary(IKwMAPIMessage& message, const Json& document)
 
 void Show(Context& context, const Arguments& arguments)
 {
-    const auto message = context.Store().OpenMessage(Context::ParseID(arguments.ID), alReadOnly);
+    const TKwMAPIEntryID id = Context::ParseID(arguments.ID);
+    const auto message = context.Store().OpenMessage(id, alReadOnly);
     if (arguments.Text || arguments.Html) {
         const std::string body = KwToUtf8(arguments.Text ? message->GetBodyText() : message->GetHtmlText());
         if (context.Options.Json)

@@ -1,7 +1,6 @@
 // The messages of a folder: creating, importing and deleting.
 #include "mapi/core/uKwMAPIProps.hpp"
 #include "mapi/headers/uKwConverterSessionH.hpp"
-#include "mapi/headers/uKwMAPIPropTypesH.hpp"
 #include "mapi/headers/uKwMAPIStoreConstantsH.hpp"
 #include "mapi/message/ConverterSession.hpp"
 #include "mapi/message/FileStream.hpp"
@@ -37,24 +36,6 @@ bool IsAssociatedClass(WideView messageClass)
         if (KwSameText(messageClass, associated))
             return true;
     return false;
-}
-
-/// What was imported is a message that somebody sent, not a draft of the user's.
-mapi::HRESULT MarkAsSent(mapi::IMessage& message, IKwMAPIWrapper& memory)
-{
-    std::array<mapi::ULONG, 2> tags{1, GetPropTag(PR_MESSAGE_FLAGS)};
-    TKwMAPIBuffer<mapi::SPropValue> current(memory);
-    mapi::ULONG count = 0;
-    const mapi::HRESULT hr =
-        message.GetProps(reinterpret_cast<mapi::SPropTagArray*>(tags.data()), 0, &count, Out(current));
-    if (hr < 0)
-        return hr;
-    mapi::SPropValue flags{};
-    flags.ulPropTag = tags[1];
-    if (count == 1 && current->ulPropTag == tags[1])
-        flags.Value.l = current->Value.l;
-    flags.Value.l &= ~static_cast<mapi::LONG>(mapi::MSGFLAG_UNSENT);
-    return message.SetProps(1, &flags, nullptr);
 }
 
 } // namespace
@@ -116,13 +97,16 @@ TKwRef<IKwMAPIMessage> TKwMAPIFolder::ImportMessage(const WideString& fileName)
     try {
         CheckMAPIResult(GetClassName(), u"MIMEToMAPI",
                         converter->MIMEToMAPI(file.Get(), object.Get(), nullptr, mapi::CCSF_SMTP));
-        CheckMAPIResult(GetClassName(), u"SetProps", MarkAsSent(*object, *this), this);
-        CheckMAPIResult(GetClassName(), u"SaveChanges", object->SaveChanges(mapi::KEEP_OPEN_READWRITE), this);
+        const auto message = CreateMessageObjectFromIntf(this, Session(), object.Get(), alReadWrite);
+        // What was imported is a message that somebody sent, not a draft of the user's.
+        const auto flags = message->PropByName(PR_MESSAGE_FLAGS);
+        flags->Set_AsInteger(flags->Get_AsInteger() & ~static_cast<std::int32_t>(mapi::MSGFLAG_UNSENT));
+        message->SaveChanges(smKeepReadWrite);
+        return message;
     } catch (const EKwMAPIException& failure) {
         CreateKwMAPIException(failure.ErrorCode(), sImportFailed, {GetClassName(), fileName, failure.Message()})
             ->Raise();
     }
-    return CreateMessageObjectFromIntf(this, Session(), object.Get(), alReadWrite);
 }
 
 void TKwMAPIFolder::DeleteMessage(const TKwMAPIEntryID& entryID)

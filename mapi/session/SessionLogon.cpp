@@ -36,14 +36,30 @@ private:
     std::exception_ptr FFailure;
 };
 
+/// Sets a flag for its life.
+class TUnderway
+{
+public:
+    explicit TUnderway(bool& flag) noexcept : FFlag(flag) { FFlag = true; }
+    ~TUnderway() { FFlag = false; }
+    TUnderway(const TUnderway&) = delete;
+    TUnderway& operator=(const TUnderway&) = delete;
+
+private:
+    bool& FFlag;
+};
+
 } // namespace
 
 void TSession::Set_Active(bool active)
 {
-    if (active == FActive)
+    // A sink that asks for what is just being done gets it without a second round.
+    bool& underway = active ? FLoggingOn : FLoggingOff;
+    if (active == FActive || underway)
         return;
     // A sink may drop the last reference in the middle.
     const TKwRef<TSession> self(this);
+    const TUnderway guard(underway);
     if (active) {
         TKwMAPISessionBase::Set_Active(true);
         InternalLogon();

@@ -209,6 +209,8 @@ private:
     mapi::ULONG_PTR FConnection = 0;
     std::thread::id FLogonThread;
     bool FActive = false;
+    bool FLoggingOn = false;
+    bool FLoggingOff = false;
     bool FCounted = false; // in the logon thread's session count
     bool FJoinedSession = false;
     bool FConnectedToExchange = false;

@@ -232,9 +232,19 @@ TEST_F(ProfileTest, AKilledProcessLeavesWholeProfilesOnly)
     char byte = 0;
     while (confirmed < 5 && ::read(pipes[0], &byte, 1) == 1)
         ++confirmed;
-    ::usleep(3000); // anywhere in the making of the next one
-    ASSERT_EQ(::kill(child, SIGKILL), 0);
+    // The next one is begun: its store file is there, or on its way.
+    const auto files = [this] {
+        std::error_code vanished; // drafts come and go
+        std::size_t count = 0;
+        for (std::filesystem::directory_iterator it(Home() / "stores", vanished), end; it != end;
+             it.increment(vanished))
+            ++count;
+        return count;
+    };
     int status = 0;
+    while (files() <= confirmed)
+        ASSERT_EQ(::waitpid(child, &status, WNOHANG), 0);
+    ASSERT_EQ(::kill(child, SIGKILL), 0);
     ASSERT_EQ(::waitpid(child, &status, 0), child);
     ASSERT_TRUE(WIFSIGNALED(status));
     while (::read(pipes[0], &byte, 1) == 1)

@@ -228,6 +228,20 @@ TEST_F(TSessionTest, DestructionLogsOffWithoutEvents)
     EXPECT_FALSE(KwMAPIInitialized());
 }
 
+TEST_F(TSessionTest, ASinkMayAskForWhatIsJustBeingDone)
+{
+    Events->OnEvent = [](const std::string& event, IKwMAPISession& session) {
+        event.ends_with("Logon") ? session.Logon() : session.Logoff();
+    };
+    Session->Logon();
+    EXPECT_TRUE(Session->Get_Active());
+    Session->Logoff();
+    EXPECT_FALSE(Session->Get_Active());
+    EXPECT_EQ(Calls->Count("MAPILogonEx"), 1u);
+    EXPECT_EQ(Calls->Count("Logoff"), 1u);
+    EXPECT_EQ(Calls->Count("BeforeLogoff"), 1u);
+}
+
 TEST_F(TSessionTest, ASinkMayReleaseTheSessionOrLogItOff)
 {
     Events->OnEvent = [this](const std::string& event, IKwMAPISession& session) {

@@ -39,9 +39,6 @@ class CommandTest : public testing::Test
 protected:
     void SetUp() override
     {
-        const char* command = std::getenv("DEFTMAPI_COMMAND");
-        ASSERT_NE(command, nullptr) << "DEFTMAPI_COMMAND names the program under test";
-        FCommand = command;
         std::string name = (fs::temp_directory_path() / "deftmapi-tools-XXXXXX").string();
         ASSERT_NE(mkdtemp(name.data()), nullptr);
         FFolder = name;
@@ -50,8 +47,8 @@ protected:
 
     [[nodiscard]] Outcome Run(const std::string& arguments) const
     {
-        const std::string line = "'" + FCommand + "' --home '" + (FFolder / "home").string() + "' " + arguments +
-                                 " 2>'" + (FFolder / "errors").string() + "'";
+        const std::string line = "'" + std::string(DEFTMAPI_COMMAND) + "' --home '" + (FFolder / "home").string() +
+                                 "' " + arguments + " 2>'" + (FFolder / "errors").string() + "'";
         Outcome outcome;
         const std::unique_ptr<FILE, int (*)(FILE*)> pipe(popen(line.c_str(), "r"), [](FILE*) { return 0; });
         std::array<char, 4096> buffer{};
@@ -74,7 +71,6 @@ protected:
                                           "Subject: The second letter\r\nDate: Fri, 01 Mar 2024 12:00:00 +0000\r\n"
                                           "\r\nDear Ben,\r\nsee you.\r\n";
 
-    std::string FCommand;
     fs::path FFolder;
 };
 
@@ -83,6 +79,7 @@ TEST_F(CommandTest, AnswersWithoutAProfile)
     const Outcome info = Run("--json info");
     ASSERT_EQ(info.Status, 0) << info.Errors;
     EXPECT_EQ(info.Document()["extended"], true);
+    ASSERT_NE(std::getenv("DEFTMAPI_CLIENT"), nullptr);
     EXPECT_EQ(info.Document()["client"], std::getenv("DEFTMAPI_CLIENT"));
     EXPECT_EQ(info.Document()["definitions"], 4866);
 
@@ -112,7 +109,7 @@ TEST_F(CommandTest, Profiles)
     CreateProfile();
     ASSERT_EQ(Run("profile create 'Second one'").Status, 0);
     EXPECT_EQ(Run("--json profile list").Document(),
-              Json::parse(R"([{"name":"Test","default":true},{"name":"Second one","default":false}])"));
+              Json::parse(R"([{"name":"Second one","default":false},{"name":"Test","default":true}])"));
     const Outcome again = Run("profile create Test");
     EXPECT_EQ(again.Status, 1);
     EXPECT_NE(again.Errors.find("The specified new profile already exists."), std::string::npos) << again.Errors;
