@@ -80,6 +80,7 @@ void TSession::InternalLogon()
     } catch (...) {
         TFirstFailure failure;
         failure.Keep([] { throw; });
+        failure.Keep([this] { TKwMAPISessionBase::Set_Active(false); }); // what a sink has opened already
         failure.Keep([this] { InternalLogoff2(); });
         ForgetLogon();
         failure.Raise();
@@ -183,9 +184,9 @@ void TSession::InternalLogoff2()
 
 void TSession::UnadviseSession()
 {
-    if (FSink)
-        FSink->Detach();
-    FSink.Reset();
+    // A notification under way on the client's thread may be doing the same.
+    if (const auto sink = std::exchange(FSink, nullptr))
+        sink->Detach();
     if (const mapi::ULONG_PTR connection = std::exchange(FConnection, 0))
         CheckMAPIResult(*this, u"Unadvise", MAPISession().Unadvise(connection));
 }
@@ -212,6 +213,7 @@ void TSession::ReleaseSessionCount() noexcept
 
 void TSession::OnNotify(mapi::ULONG count, const mapi::NOTIFICATION* notifications)
 {
+    const TKwRef<TSession> self(this); // a sink of the logoff may drop the last reference
     for (mapi::ULONG i = 0; i < count; ++i)
         if (notifications[i].ulEventType == mapi::fnevExtended && FJoinedSession)
             Set_Active(false);

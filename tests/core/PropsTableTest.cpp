@@ -85,6 +85,34 @@ std::string IdentityOf(const TKwMAPIPropInfo& info, bool unicode)
     return text.str();
 }
 
+// Applications keep handles, so no row may move, be renamed or change its type. The value is the FNV-1a hash of all
+// rows, written down when they were published; a new definition at the end comes after the 4866 and does not change it.
+TEST(PropsTable, NumbersNamesAndTypesAreThePublishedOnes)
+{
+    constexpr std::uint64_t published = 0xEF0E12E350687EF5;
+    std::uint64_t hash = 0xCBF29CE484222325;
+    std::size_t tagged = 0;
+    std::size_t byId = 0;
+    std::size_t byText = 0;
+    for (TKwMAPIPropDef def = 1; def <= 4866; ++def) {
+        const TKwMAPIPropInfo& info = GetPropInfo(def);
+        const bool isText = info.PropKind == mapi::MNID_STRING;
+        ++(!info.Named ? tagged : isText ? byText : byId);
+        const std::string row = KwToUtf8(info.PropName()) +
+                                (!info.Named ? " tag "
+                                 : isText    ? " string "
+                                             : " lid ") +
+                                (isText ? KwToUtf8(info.StringName()) : std::to_string(info.Identifier())) + ' ' +
+                                std::to_string(info.PropType) + '\n';
+        for (const char c : row)
+            hash = (hash ^ static_cast<unsigned char>(c)) * 0x100000001B3;
+    }
+    EXPECT_EQ(hash, published);
+    EXPECT_EQ(tagged, 3114U);
+    EXPECT_EQ(byId, 1147U);
+    EXPECT_EQ(byText, 605U);
+}
+
 TEST(PropsTableTest, EveryConstantHasTheNumberOfItsRow)
 {
     std::map<std::string, TKwMAPIPropDef> constants;
