@@ -151,9 +151,9 @@ TEST_F(TMsgStoreTest, Paths)
         {u"//Nothing/Sub", "The given path //Nothing/Sub does not exist!"},
         {u"Übung//Sub", "The given path Übung//Sub does not exist!"},
         {u"[Attic]/x", "There is no special folder Attic"}};
-    for (const auto& [path, text] : failures)
-        EXPECT_EQ(Catch([&] { static_cast<void>(Store->OpenFolderByPath(path, alReadOnly)); }),
-                  Failure("EMAPI_INVALID_PARAMETER", 0x80070057, text));
+    for (const auto& failure : failures)
+        EXPECT_EQ(Catch([&] { static_cast<void>(Store->OpenFolderByPath(failure.first, alReadOnly)); }),
+                  Failure("EMAPI_INVALID_PARAMETER", 0x80070057, failure.second));
 }
 
 TEST_F(TMsgStoreTest, OpeningAndItsFailures)
