@@ -106,6 +106,7 @@ TEST_F(WrapperSessionTest, AWrapperThatRaisesDoesNotKeepTheOthersFromBeingTold)
     const TKwRef<TTestProp> failing = NewProp(Object.Get());
     failing->OnSetMAPIOBJECT = [](mapi::IUnknown*) { CreateKwMAPIException(mapi::MAPI_E_BUSY, u"first")->Raise(); };
     EXPECT_EQ(Catch([&] { Session->Set_Active(false); }), Failure("EMAPI_BUSY", 0x8004010B, "first"));
+    EXPECT_EQ(failing->Get_MAPIOBJECT(), nullptr) << "inactive all the same";
     EXPECT_EQ(Prop->Get_MAPIOBJECT(), nullptr);
     failing->OnSetMAPIOBJECT = nullptr;
 }

@@ -150,7 +150,7 @@ TEST_F(TMessageBodyTest, HtmlIsWrittenAsHtml)
 
 TEST_F(TMessageBodyTest, EmptyTextLeavesNoBody)
 {
-    for (const TKwMAPIBodyFormat format : {fmtUnspecified, fmtPlainText, fmtHTML}) {
+    for (const TKwMAPIBodyFormat format : {fmtUnspecified, fmtPlainText, fmtHTML, fmtRichText}) {
         Object->Bag.Set(TextValue(BodyW, u"old"));
         Object->Bag.Set(TextValue(HtmlW, u"old"));
         Message->SetMessageText(u"", format);
