@@ -11,7 +11,7 @@
 namespace deftmapi
 {
 
-TKwMAPIColumnNames::TKwMAPIColumnNames(TKwMAPITableBase& table, IKwMAPIProp* prop, std::span<const mapi::ULONG> columns)
+TKwMAPIColumnNames::TKwMAPIColumnNames(TKwMAPITable& table, IKwMAPIProp* prop, std::span<const mapi::ULONG> columns)
     : FNames(table.MemoryOwner())
 {
     // The array has MAPI's layout: the count, then the tags.

@@ -15,7 +15,7 @@ class TKwMAPIColumnNames
 {
 public:
     /// @param prop  an object of the store; null: no column has a name
-    TKwMAPIColumnNames(TKwMAPITableBase& table, IKwMAPIProp* prop, std::span<const mapi::ULONG> columns);
+    TKwMAPIColumnNames(TKwMAPITable& table, IKwMAPIProp* prop, std::span<const mapi::ULONG> columns);
 
     /// The name, or null when the store has none for the tag.
     [[nodiscard]] const mapi::MAPINAMEID* NameOf(mapi::ULONG tag) const noexcept;

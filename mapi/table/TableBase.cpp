@@ -12,6 +12,9 @@ namespace
 constexpr auto sMethodNotSupported = u"This method is not supported by this table!";
 constexpr auto sTableReadOnly = u"The table is readonly!";
 constexpr auto sCursorTypeReadOnly = u"The CursorType is a readonly property!";
+constexpr auto sNoShowProcedure =
+    u"%s.DisplayFields failed.\r\nThe user-interface module is absent: no procedure has been registered with "
+    u"SetShowFieldsProc!";
 constexpr auto sTableEOF = u"The table is EOF!";
 
 // The library's own code for what a kind of object does not offer.
@@ -22,7 +25,26 @@ constexpr mapi::HRESULT NotSupported = 26;
     CreateKwMAPIException(NotSupported, sMethodNotSupported)->Raise();
 }
 
+TKwShowFieldsProc& ShowFieldsProc()
+{
+    static TKwShowFieldsProc proc;
+    return proc;
+}
+
 } // namespace
+
+void SetShowFieldsProc(TKwShowFieldsProc proc)
+{
+    ShowFieldsProc() = std::move(proc);
+}
+
+void TKwMAPITableBase::DisplayFields()
+{
+    const TKwShowFieldsProc proc = ShowFieldsProc(); // a copy: the procedure may set another one
+    if (!proc)
+        CreateKwMAPIException(NotSupported, sNoShowProcedure, {GetClassName()})->Raise();
+    proc(*this);
+}
 
 TKwMAPITableBase::TKwMAPITableBase(TKwMAPIObject* owner)
     : TKwMAPIObject(owner), FTableOwner(owner), FFields(KwMake<TKwMAPITableFields>(*this))
@@ -31,6 +53,11 @@ TKwMAPITableBase::TKwMAPITableBase(TKwMAPIObject* owner)
 TKwRef<IKwMAPITableFields> TKwMAPITableBase::Get_Fields()
 {
     return FFields;
+}
+
+TKwRef<IKwMAPIObject> TKwMAPITableBase::Get_Owner() const
+{
+    return FTableOwner;
 }
 
 TKwVariant TKwMAPITableBase::GetFieldValue(TKwMAPIPropDef def)
@@ -44,6 +71,56 @@ void TKwMAPITableBase::SeekRow(TKwMapiTableBookmark, std::int32_t, bool&)
 }
 
 void TKwMAPITableBase::Sort(TKwMAPIPropDef, bool)
+{
+    RaiseNotSupported();
+}
+
+void TKwMAPITableBase::Sort(const std::vector<TKwMAPISortKey>&)
+{
+    RaiseNotSupported();
+}
+
+TKwRef<IKwMAPIRestriction> TKwMAPITableBase::CreateRestriction(TKwMAPIRestrictionType)
+{
+    RaiseNotSupported();
+}
+
+void TKwMAPITableBase::Filter(const TKwRef<IKwMAPIRestriction>&)
+{
+    RaiseNotSupported();
+}
+
+void TKwMAPITableBase::FindFirst(const TKwRef<IKwMAPIRestriction>&, bool&)
+{
+    RaiseNotSupported();
+}
+
+void TKwMAPITableBase::FindLast(const TKwRef<IKwMAPIRestriction>&, bool&)
+{
+    RaiseNotSupported();
+}
+
+void TKwMAPITableBase::FindNext(const TKwRef<IKwMAPIRestriction>&, bool&)
+{
+    RaiseNotSupported();
+}
+
+void TKwMAPITableBase::FindPrevious(const TKwRef<IKwMAPIRestriction>&, bool&)
+{
+    RaiseNotSupported();
+}
+
+void TKwMAPITableBase::FindRow(const TKwRef<IKwMAPIRestriction>&, TKwMapiTableBookmark, bool, bool&)
+{
+    RaiseNotSupported();
+}
+
+void TKwMAPITableBase::Advise()
+{
+    RaiseNotSupported();
+}
+
+void TKwMAPITableBase::DEventConnect(const TKwRef<IKwMAPITableDEvents>&, bool)
 {
     RaiseNotSupported();
 }

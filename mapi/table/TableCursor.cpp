@@ -9,6 +9,7 @@
 #include "mapi/table/ColumnNames.hpp"
 #include "mapi/table/MAPISide.hpp"
 
+#include <algorithm>
 #include <cstdlib>
 
 namespace deftmapi
@@ -54,13 +55,14 @@ IKwMAPIWrapper& TKwMAPITable::MemoryOwner()
 void TKwMAPITable::MAPIObjectReplaced(bool active) noexcept
 {
     ClearRowSet();
+    FSearchBookmark = 0; // went with the old object
     FActive = FActive && active;
 }
 
 void TKwMAPITable::Open()
 {
     if (MAPITable() == nullptr)
-        CreateKwMAPIException(mapi::MAPI_E_CALL_FAILED, sNoMAPIObject)->Raise();
+        RaiseNoMAPIObject();
     if (FActive)
         return;
     FEOF = false;
@@ -73,10 +75,16 @@ void TKwMAPITable::Open()
     FActive = true;
 }
 
-void TKwMAPITable::Close()
+void TKwMAPITable::CloseCursor()
 {
     ClearRowSet();
     FActive = false;
+    FreeSearchBookmark();
+}
+
+void TKwMAPITable::Close()
+{
+    CloseCursor();
 }
 
 void TKwMAPITable::SetColumns()
@@ -104,7 +112,7 @@ mapi::HRESULT TKwMAPITable::ApplyColumns()
 void TKwMAPITable::QueryColumns()
 {
     if (MAPITable() == nullptr)
-        CreateKwMAPIException(mapi::MAPI_E_CALL_FAILED, sNoMAPIObject)->Raise();
+        RaiseNoMAPIObject();
     TKwMAPIBuffer<mapi::SPropTagArray> tags(MemoryOwner());
     CheckMAPIResult(GetClassName(), u"QueryColumns", MAPITable()->QueryColumns(0, Out(tags)), FMAPISide.Get());
     const std::span<const mapi::ULONG> columns(tags->aulPropTag, tags->cValues);
@@ -245,16 +253,40 @@ std::int32_t TKwMAPITable::CountByWalking()
 
 void TKwMAPITable::Sort(TKwMAPIPropDef def, bool descending)
 {
+    Sort(std::vector<TKwMAPISortKey>{{def, descending}});
+}
+
+void TKwMAPITable::Sort(const std::vector<TKwMAPISortKey>& keys)
+{
     if (MAPITable() == nullptr)
-        CreateKwMAPIException(mapi::MAPI_E_CALL_FAILED, sNoMAPIObject)->Raise();
-    mapi::SSortOrderSet order{1, 0, 0, {{GetPropTag(GetPropInfo(def)), mapi::TABLE_SORT_ASCEND}}};
-    if (descending)
-        order.aSort[0].ulOrder = mapi::TABLE_SORT_DESCEND;
-    CheckMAPIResult(GetClassName(), u"Sort", MAPITable()->SortTable(&order, 0), FMAPISide.Get());
-    FSortOrder = order.aSort[0];
+        RaiseNoMAPIObject();
+    std::vector<mapi::SSortOrder> order;
+    for (const TKwMAPISortKey& key : keys)
+        order.push_back({GetPropTag(GetPropInfo(key.PropDef)),
+                         key.Descending ? mapi::TABLE_SORT_DESCEND : mapi::TABLE_SORT_ASCEND});
+    order.swap(FSortOrder);
+    const mapi::HRESULT hr = ApplySortOrder();
+    if (hr != mapi::S_OK)
+        order.swap(FSortOrder); // the rows are as they were
+    CheckMAPIResult(GetClassName(), u"Sort", hr, FMAPISide.Get());
     ClearRowSet();
     FEOF = false;
     ReadRowCount(u"Sort");
+}
+
+mapi::HRESULT TKwMAPITable::ApplySortOrder()
+{
+    // The structure ends with its first key; the others follow it.
+    std::vector<mapi::ULONG> order{static_cast<mapi::ULONG>(FSortOrder.size()), 0, 0};
+    for (const mapi::SSortOrder& key : FSortOrder)
+        order.insert(order.end(), {key.ulPropTag, key.ulOrder});
+    order.resize(std::max(order.size(), sizeof(mapi::SSortOrderSet) / sizeof(mapi::ULONG)));
+    return MAPITable()->SortTable(reinterpret_cast<mapi::SSortOrderSet*>(order.data()), 0);
+}
+
+void TKwMAPITable::RaiseNoMAPIObject() const
+{
+    CreateKwMAPIException(mapi::MAPI_E_CALL_FAILED, sNoMAPIObject)->Raise();
 }
 
 void TKwMAPITable::RaiseBusy(WideView pattern) const

@@ -67,6 +67,11 @@ TKwVariant TKwMAPITableField::Get_Value()
     return KwPropValueToVariant(CheckTable().GetFieldValueEx(*this));
 }
 
+void TKwMAPITableField::Set_Value(const TKwVariant& value)
+{
+    CheckTable().SetFieldValue(FInfo->Hash, value);
+}
+
 mapi::ULONG TKwMAPITableField::GetPropTag()
 {
     TKwMAPITableBase& table = CheckTable();

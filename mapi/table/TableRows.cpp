@@ -53,10 +53,10 @@ bool TKwMAPITable::Refetch()
     if (MAPITable() == nullptr)
         return false;
     // The new table knows nothing of what was set on the old one, and stands at its beginning.
-    if (FSortOrder) {
-        mapi::SSortOrderSet order{1, 0, 0, {*FSortOrder}};
-        CheckMAPIResult(GetClassName(), u"Sort", MAPITable()->SortTable(&order, 0), FMAPISide.Get());
-    }
+    if (!FSortOrder.empty())
+        CheckMAPIResult(GetClassName(), u"Sort", ApplySortOrder(), FMAPISide.Get());
+    if (FFilter)
+        CheckMAPIResult(GetClassName(), u"Restrict", Restrict(FFilter->GetMAPIRestriction()), FMAPISide.Get());
     if (Fields().Get_Count() != 0)
         SetColumns();
     return true;
@@ -127,13 +127,18 @@ void TKwMAPITable::RaiseQueryRows(mapi::HRESULT hr)
 
 void TKwMAPITable::MAPISeekRow(TKwMapiTableBookmark origin, std::int32_t rows, std::int32_t& sought)
 {
+    SeekMAPI(static_cast<mapi::BOOKMARK>(origin), rows, sought);
+}
+
+void TKwMAPITable::SeekMAPI(mapi::BOOKMARK origin, std::int32_t rows, std::int32_t& sought)
+{
     sought = 0;
     if (MAPITable() == nullptr)
         return;
-    const auto seek = [&] { return MAPITable()->SeekRow(static_cast<mapi::BOOKMARK>(origin), rows, &sought); };
+    const auto seek = [&] { return MAPITable()->SeekRow(origin, rows, &sought); };
     mapi::HRESULT hr = seek();
     if (hr == mapi::MAPI_E_END_OF_SESSION) {
-        if (origin == tbkBeginning && rows == 0)
+        if (origin == mapi::BOOKMARK_BEGINNING && rows == 0)
             hr = mapi::S_OK; // the read that follows fetches a table that stands there anyway
         else if (Refetch())
             hr = seek();

@@ -7,10 +7,11 @@
 
 #include "mapi/core/uKwMAPIBase.hpp"
 #include "mapi/core/uKwMAPIProps.hpp"
+#include "mapi/table/uKwMAPIRestrictions.hpp"
 
 #include <functional>
-#include <optional>
 #include <span>
+#include <vector>
 
 namespace deftmapi
 {
@@ -29,6 +30,7 @@ public:
     [[nodiscard]] TKwMAPIPropDef Get_PropDef() const override;
     [[nodiscard]] WideString Get_PropName() const override;
     [[nodiscard]] TKwVariant Get_Value() override;
+    void Set_Value(const TKwVariant& value) override;
     [[nodiscard]] std::int32_t Get_AsInteger() override { return Get_Value().AsInteger(); }
     [[nodiscard]] WideString Get_AsString() override { return Get_Value().AsStringW(); }
     [[nodiscard]] bool Get_AsBoolean() override { return Get_Value().AsBoolean(); }
@@ -108,18 +110,36 @@ public:
     /// @param owner  the object that produced the table; kept alive
     explicit TKwMAPITableBase(TKwMAPIObject* owner);
 
+    [[nodiscard]] TKwRef<IKwMAPIObject> Get_Owner() const override;
     [[nodiscard]] TKwRef<IKwMAPITableFields> Get_Fields() override;
     [[nodiscard]] TKwVariant GetFieldValue(TKwMAPIPropDef def) override;
+    /// @throws EMAPI_NOT_SUPPORTED  no procedure is set
+    void DisplayFields() override;
 
     // Refused here, offered by the kinds that can. @throws EMAPI_NOT_SUPPORTED
     void SeekRow(TKwMapiTableBookmark bookmark, std::int32_t rows, bool& found) override;
     void Sort(TKwMAPIPropDef def, bool descending) override;
-    virtual void Insert();
-    virtual void Delete();
+    void Sort(const std::vector<TKwMAPISortKey>& keys) override;
+    [[nodiscard]] TKwRef<IKwMAPIRestriction> CreateRestriction(TKwMAPIRestrictionType type) override;
+    void Filter(const TKwRef<IKwMAPIRestriction>& restriction) override;
+    void FindFirst(const TKwRef<IKwMAPIRestriction>& restriction, bool& found) override;
+    void FindLast(const TKwRef<IKwMAPIRestriction>& restriction, bool& found) override;
+    void FindNext(const TKwRef<IKwMAPIRestriction>& restriction, bool& found) override;
+    void FindPrevious(const TKwRef<IKwMAPIRestriction>& restriction, bool& found) override;
+    void FindRow(const TKwRef<IKwMAPIRestriction>& restriction, TKwMapiTableBookmark origin, bool forward,
+                 bool& found) override;
+    void Advise() override;
+    void DEventConnect(const TKwRef<IKwMAPITableDEvents>& sink, bool connect) override;
+    void Insert() override;
+    void Delete() override;
+
+    void UnAdvise() override {}
+    [[nodiscard]] bool Get_Advised() const noexcept override { return false; }
+    [[nodiscard]] bool HasDEventSinks() const override { return false; }
     /// @throws EMAPI_NO_ACCESS  "The table is readonly!"
-    virtual void SetFieldValue(TKwMAPIPropDef def, const TKwVariant& value);
+    void SetFieldValue(TKwMAPIPropDef def, const TKwVariant& value) override;
     /// @throws EMAPI_NO_ACCESS  "The CursorType is a readonly property!"
-    virtual void Set_CursorType(TKwMAPICursorType cursorType);
+    void Set_CursorType(TKwMAPICursorType cursorType) override;
     /// @throws EMAPI_CALL_FAILED  "The table is EOF!"
     void CheckEOF();
 
@@ -130,8 +150,6 @@ public:
 
     /// The tag of a definition for the store of the owner.
     [[nodiscard]] mapi::ULONG GetPropTag(const TKwMAPIPropInfo& info);
-    /// Frees the MAPI memory that the table gets.
-    [[nodiscard]] virtual IKwMAPIWrapper& MemoryOwner() = 0;
 
 protected:
     [[nodiscard]] TKwMAPITableFields& Fields() noexcept { return *FFields; }
@@ -141,6 +159,11 @@ private:
     TKwRef<TKwMAPIObject> FTableOwner;
     TKwRef<TKwMAPITableFields> FFields;
 };
+
+/// Shows the fields of a table; belongs to the application's user interface.
+using TKwShowFieldsProc = std::function<void(IKwMAPITable& table)>;
+/// Sets the procedure of DisplayFields; an empty one removes it. Process-wide, set before it is used.
+DEFTMAPI_API void SetShowFieldsProc(TKwShowFieldsProc proc);
 
 /// Gets the MAPI table (again): from a fresh MAPI object's method, checked.
 using TKwMAPITableOpener = std::function<TKwComPtr<mapi::IMAPITable>()>;
@@ -172,7 +195,20 @@ public:
     [[nodiscard]] TKwMAPICursorType Get_CursorType() const noexcept override { return ctDynamic; }
     void QueryColumns() override;
     void Sort(TKwMAPIPropDef def, bool descending) override;
+    void Sort(const std::vector<TKwMAPISortKey>& keys) override;
     [[nodiscard]] const mapi::SPropValue& GetFieldValueEx(TKwMAPITableField& field) override;
+
+    /// @throws EMAPI_NOT_SUPPORTED  "Unsupported RestrictionType"
+    [[nodiscard]] TKwRef<IKwMAPIRestriction> CreateRestriction(TKwMAPIRestrictionType type) override;
+    /// @throws EMAPI_BUSY, EMAPI_TOO_COMPLEX and others; the table is closed and shows all rows then
+    void Filter(const TKwRef<IKwMAPIRestriction>& restriction) override;
+    void FindFirst(const TKwRef<IKwMAPIRestriction>& restriction, bool& found) override;
+    void FindLast(const TKwRef<IKwMAPIRestriction>& restriction, bool& found) override;
+    void FindNext(const TKwRef<IKwMAPIRestriction>& restriction, bool& found) override;
+    void FindPrevious(const TKwRef<IKwMAPIRestriction>& restriction, bool& found) override;
+    /// tbkCurrentRelative searches from the current row: forward it counts as the first, backward it is left out.
+    void FindRow(const TKwRef<IKwMAPIRestriction>& restriction, TKwMapiTableBookmark origin, bool forward,
+                 bool& found) override;
 
     /// Moves the MAPI position and drops the cached rows. @param sought  rows really moved, negative backwards
     void MAPISeekRow(TKwMapiTableBookmark origin, std::int32_t rows, std::int32_t& sought);
@@ -184,7 +220,8 @@ public:
     void ClearRowSet() noexcept;
     /// The MAPI table, or null after logoff. Adds no reference.
     [[nodiscard]] mapi::IMAPITable* MAPITable() const noexcept;
-    [[nodiscard]] IKwMAPIWrapper& MemoryOwner() override;
+    /// Frees the MAPI memory that the table gets.
+    [[nodiscard]] IKwMAPIWrapper& MemoryOwner();
 
 protected:
     ~TKwMAPITable() override;
@@ -194,8 +231,16 @@ private:
 
     void MAPIObjectReplaced(bool active) noexcept;
     [[nodiscard]] bool Refetch();
+    void CloseCursor();
     void SetColumns();
     [[nodiscard]] mapi::HRESULT ApplyColumns();
+    [[nodiscard]] mapi::HRESULT ApplySortOrder();
+    [[nodiscard]] mapi::HRESULT Restrict(mapi::SRestriction* restriction);
+    void CheckUnfiltered() const;
+    void Search(const TKwRef<IKwMAPIRestriction>& restriction, mapi::BOOKMARK origin, bool forward, bool& found);
+    void MarkFoundRow();
+    void FreeSearchBookmark();
+    void SeekMAPI(mapi::BOOKMARK origin, std::int32_t rows, std::int32_t& sought);
     void ReadRowCount(WideView methodName);
     [[nodiscard]] std::int32_t CountByWalking();
     [[nodiscard]] std::int32_t DistanceTo(TKwMapiTableBookmark origin, std::int32_t count) const noexcept;
@@ -204,6 +249,7 @@ private:
     [[nodiscard]] bool OwnerIsExchangeAddressBook() const;
     [[nodiscard]] mapi::ULONG CachedRows() const noexcept { return FRowSet ? FRowSet->cRows : 0; }
     [[noreturn]] void RaiseBusy(WideView pattern) const;
+    [[noreturn]] void RaiseNoMAPIObject() const;
 
     TKwRef<TMAPISide> FMAPISide;
     TKwMAPITableOpener FReopen;
@@ -214,7 +260,9 @@ private:
     std::int32_t FRowCount = -1;
     std::int32_t FBatchSize = 20;
     std::int32_t FBeyondFirst = 0; // MAPI position less the position of the first cached row
-    std::optional<mapi::SSortOrder> FSortOrder;
+    std::vector<mapi::SSortOrder> FSortOrder;
+    TKwRef<IKwMAPIRestrictionEx> FFilter;
+    mapi::BOOKMARK FSearchBookmark = 0; // behind the row found last; 0: none
 };
 
 } // namespace deftmapi

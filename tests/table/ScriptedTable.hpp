@@ -4,6 +4,7 @@
 
 #include "mapi/headers/uKwMAPITableConstantsH.hpp"
 #include "tests/support/ScriptedMAPI.hpp"
+#include "tests/table/RestrictionText.hpp"
 
 #include <algorithm>
 #include <cstring>
@@ -21,9 +22,12 @@ public:
     {}
 
     std::vector<TRow> Rows;
-    std::vector<mapi::ULONG> Columns; ///< as set, or the table's own at first
-    bool KnowsOnlyColumns = false;    ///< SetColumns refuses tags that are not among the table's own
-    mapi::ULONG ValuesKeptBack = 0;   ///< how many values each row lacks at its end
+    std::vector<mapi::ULONG> Columns;               ///< as set, or the table's own at first
+    bool KnowsOnlyColumns = false;                  ///< SetColumns refuses tags that are not among the table's own
+    mapi::ULONG ValuesKeptBack = 0;                 ///< how many values each row lacks at its end
+    mapi::LONG MostRows = 0;                        ///< a read returns no more than these; 0: as many as asked for
+    std::function<bool(const TRow&)> Matches;       ///< the rows that FindRow finds, whatever the restriction
+    std::map<mapi::BOOKMARK, mapi::LONG> Bookmarks; ///< and the positions they mark
 
     void AddRow(std::vector<mapi::SPropValue> values)
     {
@@ -72,9 +76,9 @@ public:
         if (const auto result = FCalls->Enter("SeekRow", std::to_string(origin) + "," + std::to_string(rows)))
             return *result;
         const auto size = static_cast<mapi::LONG>(Rows.size());
-        const mapi::LONG base = origin == mapi::BOOKMARK_BEGINNING ? 0
-                                : origin == mapi::BOOKMARK_END     ? size
-                                                                   : FPosition;
+        if (origin > mapi::BOOKMARK_END && !Bookmarks.contains(origin))
+            return mapi::MAPI_E_INVALID_BOOKMARK;
+        const mapi::LONG base = PositionOf(origin);
         FPosition = std::clamp(base + rows, 0, size);
         if (sought != nullptr)
             *sought = FPosition - base;
@@ -85,6 +89,8 @@ public:
         if (const auto result = FCalls->Enter("QueryRows", std::to_string(count) + "," + std::to_string(flags)))
             return *result;
         const auto size = static_cast<mapi::LONG>(Rows.size());
+        if (MostRows != 0)
+            count = std::clamp(count, -MostRows, MostRows);
         const mapi::LONG end = std::clamp(FPosition + count, 0, size);
         const mapi::LONG first = std::min(FPosition, end);
         const mapi::LONG last = std::max(FPosition, end);
@@ -95,12 +101,53 @@ public:
     }
     mapi::HRESULT DEFTMAPI_STDCALL SortTable(mapi::LPSSortOrderSet order, mapi::ULONG flags) override
     {
-        if (const auto result =
-                FCalls->Enter("SortTable", Hex(order->aSort[0].ulPropTag) + ":" +
-                                               std::to_string(order->aSort[0].ulOrder) + "," + std::to_string(flags)))
+        std::string keys;
+        for (mapi::ULONG i = 0; i < order->cSorts; ++i)
+            keys +=
+                (i == 0 ? "" : " ") + Hex(order->aSort[i].ulPropTag) + ":" + std::to_string(order->aSort[i].ulOrder);
+        if (const auto result = FCalls->Enter("SortTable", keys + "," + std::to_string(flags)))
             return *result;
         FPosition = 0;
         return mapi::S_OK;
+    }
+
+    mapi::HRESULT DEFTMAPI_STDCALL Restrict(mapi::LPSRestriction restriction, mapi::ULONG flags) override
+    {
+        if (const auto result = FCalls->Enter("Restrict", TextOf(restriction) + "," + std::to_string(flags)))
+            return *result;
+        FPosition = 0;
+        return mapi::S_OK;
+    }
+    /// Forward from the row at the origin, backward from the one before it.
+    mapi::HRESULT DEFTMAPI_STDCALL FindRow(mapi::LPSRestriction restriction, mapi::BOOKMARK origin,
+                                           mapi::ULONG flags) override
+    {
+        if (const auto result = FCalls->Enter("FindRow", TextOf(restriction) + "," + std::to_string(origin) + "," +
+                                                             std::to_string(flags)))
+            return *result;
+        if (origin > mapi::BOOKMARK_END && !Bookmarks.contains(origin))
+            return mapi::MAPI_E_INVALID_BOOKMARK;
+        const bool back = (flags & mapi::DIR_BACKWARD) != 0;
+        for (mapi::LONG at = PositionOf(origin) - (back ? 1 : 0); at >= 0 && at < static_cast<mapi::LONG>(Rows.size());
+             at += back ? -1 : 1)
+            if (Matches(Rows[static_cast<std::size_t>(at)])) {
+                FPosition = at;
+                return mapi::S_OK;
+            }
+        return mapi::MAPI_E_NOT_FOUND;
+    }
+    mapi::HRESULT DEFTMAPI_STDCALL CreateBookmark(mapi::BOOKMARK* bookmark) override
+    {
+        if (const auto result = FCalls->Enter("CreateBookmark", ""))
+            return *result;
+        Bookmarks[*bookmark = FNextBookmark++] = FPosition;
+        return mapi::S_OK;
+    }
+    mapi::HRESULT DEFTMAPI_STDCALL FreeBookmark(mapi::BOOKMARK bookmark) override
+    {
+        if (const auto result = FCalls->Enter("FreeBookmark", std::to_string(bookmark)))
+            return *result;
+        return Bookmarks.erase(bookmark) != 0 ? mapi::S_OK : mapi::MAPI_E_INVALID_BOOKMARK;
     }
 
     // What the cursor does not call.
@@ -115,16 +162,6 @@ public:
     {
         return mapi::MAPI_E_NO_SUPPORT;
     }
-    mapi::HRESULT DEFTMAPI_STDCALL FindRow(mapi::LPSRestriction, mapi::BOOKMARK, mapi::ULONG) override
-    {
-        return mapi::MAPI_E_NO_SUPPORT;
-    }
-    mapi::HRESULT DEFTMAPI_STDCALL Restrict(mapi::LPSRestriction, mapi::ULONG) override
-    {
-        return mapi::MAPI_E_NO_SUPPORT;
-    }
-    mapi::HRESULT DEFTMAPI_STDCALL CreateBookmark(mapi::BOOKMARK*) override { return mapi::MAPI_E_NO_SUPPORT; }
-    mapi::HRESULT DEFTMAPI_STDCALL FreeBookmark(mapi::BOOKMARK) override { return mapi::MAPI_E_NO_SUPPORT; }
     mapi::HRESULT DEFTMAPI_STDCALL QuerySortOrder(mapi::LPSSortOrderSet*) override { return mapi::MAPI_E_NO_SUPPORT; }
     mapi::HRESULT DEFTMAPI_STDCALL Abort() override { return mapi::MAPI_E_NO_SUPPORT; }
     mapi::HRESULT DEFTMAPI_STDCALL ExpandRow(mapi::ULONG, mapi::LPBYTE, mapi::ULONG, mapi::ULONG, mapi::LPSRowSet*,
@@ -151,6 +188,14 @@ public:
     }
 
 private:
+    mapi::LONG PositionOf(mapi::BOOKMARK origin) const
+    {
+        if (origin > mapi::BOOKMARK_END)
+            return Bookmarks.at(origin);
+        return origin == mapi::BOOKMARK_BEGINNING ? 0
+               : origin == mapi::BOOKMARK_END     ? static_cast<mapi::LONG>(Rows.size())
+                                                  : FPosition;
+    }
     mapi::SRowSet* RowSet(mapi::LONG first, mapi::LONG last) const
     {
         const auto count = static_cast<mapi::ULONG>(last - first);
@@ -182,6 +227,7 @@ private:
 
     std::shared_ptr<TScriptedCalls> FCalls;
     mapi::LONG FPosition = 0;
+    mapi::BOOKMARK FNextBookmark = 3;
 };
 
 } // namespace deftmapi::test

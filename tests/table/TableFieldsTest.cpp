@@ -145,7 +145,7 @@ TEST_F(TTableFieldsTest, OutliveTheirTableAndSaySo)
 class TPlainTable final : public TKwMAPITableBase
 {
 public:
-    explicit TPlainTable(TKwMAPIWrapper& owner) : TKwMAPITableBase(&owner), FOwner(&owner) {}
+    explicit TPlainTable(TKwMAPIWrapper& owner) : TKwMAPITableBase(&owner) {}
     [[nodiscard]] WideString GetClassName() const override { return u"TPlainTable"; }
     void Open() override {}
     void Close() override {}
@@ -162,10 +162,8 @@ public:
     [[nodiscard]] TKwMAPICursorType Get_CursorType() const noexcept override { return ctOpenForwardOnly; }
     void QueryColumns() override {}
     const mapi::SPropValue& GetFieldValueEx(TKwMAPITableField&) override { return FValue; }
-    IKwMAPIWrapper& MemoryOwner() override { return *FOwner; }
 
 private:
-    TKwMAPIWrapper* FOwner;
     mapi::SPropValue FValue{};
 };
 
