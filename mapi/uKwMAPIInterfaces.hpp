@@ -12,6 +12,7 @@
 #include "support/uKwVariant.hpp"
 
 #include <functional>
+#include <span>
 #include <vector>
 
 namespace deftmapi
@@ -199,6 +200,16 @@ class IKwMAPISession;
 class IKwMAPISessionBase;
 class IKwMAPITable;
 class IKwMAPIValueList;
+class IKwMAPIWrapper;
+
+// The owners of MAPI memory that results come in; mapi/core/uKwMAPIMemory.hpp defines them.
+template <typename T, void (*Free)(IKwMAPIWrapper*, T*) noexcept>
+class TKwMAPIOwner;
+template <typename T>
+void KwFreeMAPIBufferOf(IKwMAPIWrapper* wrapper, T* buffer) noexcept;
+/// One block; what was allocated with AllocateMore on it goes with it.
+template <typename T>
+using TKwMAPIBuffer = TKwMAPIOwner<T, &KwFreeMAPIBufferOf<T>>;
 
 /// Any object of the library. REQUIRES (all interfaces): used on the thread that created it, unless it says otherwise.
 class IKwMAPIObject : public virtual IKwInterface
@@ -256,7 +267,15 @@ public:
     virtual void Set_Value(const TKwVariant& value) = 0;
 
     [[nodiscard]] virtual bool GetModified() const noexcept = 0;
+    /// @throws EMAPI_INVALID_PARAMETER  true for a property that is an object, which cannot be written
     virtual void SetModified(bool modified) = 0;
+
+    /// The MAPI form of the value; for a property without a value one of type PT_ERROR with MAPI_E_NOT_FOUND. Owned by
+    /// the property and valid until its value changes, it is read again, or it leaves the cache.
+    [[nodiscard]] virtual const mapi::SPropValue& GetMAPIValue() = 0;
+    /// Set_Value with a copy of what the SPropValue holds, whose type may differ from the property's. PT_NULL deletes.
+    /// @throws EMAPI_INVALID_PARAMETER  the value is of type PT_ERROR or of a type without variant form
+    virtual void SetMAPIValue(const mapi::SPropValue& value) = 0;
 
     // Typed views: the conversions of TKwVariant. @throws EKwConvertError
     [[nodiscard]] virtual std::int32_t Get_AsInteger() = 0;
@@ -293,9 +312,24 @@ public:
     [[nodiscard]] virtual TKwRef<IKwMAPIProperty> Get_Item(std::int32_t index) = 0;
     /// The cached item, created when it is not there. @throws  a named property that the store cannot resolve
     [[nodiscard]] virtual TKwRef<IKwMAPIProperty> PropByName(TKwMAPIPropDef def) = 0;
+    /// The cached item, or null.
+    [[nodiscard]] virtual TKwRef<IKwMAPIProperty> FindPropByDef(TKwMAPIPropDef def) = 0;
     [[nodiscard]] virtual TKwRef<IKwMAPIProperty> FindPropByTag(mapi::ULONG tag) = 0;
+    /// The cached item of a plain tag; created when it is not there and create is true, else null.
+    /// @throws EMAPI_INVALID_PARAMETER  the tag is in the named range (0x8000 and above)
+    virtual TKwRef<IKwMAPIProperty> PropByTag(mapi::ULONG tag, bool create) = 0;
+    /// The item of a tag of this object's store in the named range, whose name is given. Created when it is not there.
+    virtual TKwRef<IKwMAPIProperty> PropByTag(mapi::ULONG tag, const mapi::MAPINAMEID& nameID) = 0;
     [[nodiscard]] virtual bool HasProp(TKwMAPIPropDef def) = 0;
+    /// PropByName(def); the property stays unread and unmodified.
+    virtual TKwRef<IKwMAPIProperty> Add(TKwMAPIPropDef def) = 0;
+    /// Takes an item out of the cache; a change that was not written is lost, the object keeps the property.
+    /// @throws EKwListError  index outside 0 to Get_Count() - 1
+    virtual void Delete(std::int32_t index) = 0;
+    /// Marks the property for deletion at the next save.
     virtual void DeleteProperty(TKwMAPIPropDef def) = 0;
+    /// Takes all items out of the cache, modified ones included.
+    virtual void Clear() = 0;
 };
 
 /// An object with properties.
@@ -307,11 +341,16 @@ public:
     [[nodiscard]] virtual TKwRef<IKwMAPIProperty> PropByName(TKwMAPIPropDef def) = 0;
     /// True when the object has the property (a value too large to be read at once counts).
     [[nodiscard]] virtual bool HasProp(TKwMAPIPropDef def) = 0;
+    /// The same; prop receives the property when the object has it, else null.
+    [[nodiscard]] virtual bool HasProp(TKwMAPIPropDef def, TKwRef<IKwMAPIProperty>& prop) = 0;
     /// Marks the property for deletion at the next save.
     virtual void DeleteProperty(TKwMAPIPropDef def) = 0;
     /// The tag for this object's store. @throws EMAPI_NO_SUPPORT and others, see _GetPropTag
     [[nodiscard]] virtual mapi::ULONG GetPropTag(TKwMAPIPropDef def) = 0;
     [[nodiscard]] virtual TKwMAPIAccessLevel Get_AccessLevel() const noexcept = 0;
+    /// @throws EMAPI_NO_ACCESS  level is alReadWrite and the object was not opened with write access: "You don't have
+    ///                          readwrite access!"
+    virtual void CheckAccessLevel(TKwMAPIAccessLevel level) const = 0;
     /// True while a property is modified and not yet written.
     [[nodiscard]] virtual bool GetModified() const = 0;
 
@@ -329,6 +368,12 @@ public:
     /// Drops the cache, changes that were not saved included.
     virtual void ResetProperties() = 0;
 
+    /// One GetProps call; values in the order of the definitions, those that the object does not have as PT_ERROR. The
+    /// owner of the values is that of mapi/core/uKwMAPIMemory.hpp, which a caller includes.
+    /// @param returned  receives the number of values
+    /// @throws EKwAssertionFailed  no definition: "You must specify at least 1 property definition!"
+    [[nodiscard]] virtual TKwMAPIBuffer<mapi::SPropValue> GetPropValueArray(std::span<const TKwMAPIPropDef> defs,
+                                                                            mapi::ULONG& returned) = 0;
     /// Values in the order of the definitions, Empty for what the object does not have. One call to the object.
     [[nodiscard]] virtual std::vector<TKwVariant> GetPropValues(const std::vector<TKwMAPIPropDef>& defs) = 0;
     virtual void GetPropValues(IKwMAPIPropValueList& list) = 0;
@@ -347,6 +392,11 @@ public:
     [[nodiscard]] virtual TKwComPtr<mapi::IUnknown> OpenIntfProperty(TKwMAPIPropDef def, const mapi::GUID& iid,
                                                                      mapi::ULONG interfaceOptions,
                                                                      TKwMAPIAccessLevel accessLevel, bool create) = 0;
+    /// The same by tag. (No overload: a number would fit both.)
+    [[nodiscard]] virtual TKwComPtr<mapi::IUnknown> OpenIntfPropertyByTag(mapi::ULONG tag, const mapi::GUID& iid,
+                                                                          mapi::ULONG interfaceOptions,
+                                                                          TKwMAPIAccessLevel accessLevel,
+                                                                          bool create) = 0;
     /// Shows the properties through the procedure set with SetShowPropertiesProc.
     virtual void DisplayProperties() = 0;
 };
@@ -779,7 +829,8 @@ public:
 class IKwMAPIMessage : public virtual IKwMAPIProp
 {
 public:
-    /// The best body and its format.
+    /// The best body and its format: HTML where there is any, else plain text. RTF is not converted: a message that has
+    /// its text as RTF and as plain text reads as plain text.
     virtual void GetMessageText(TKwMAPIBodyFormat& format, WideString& text) = 0;
     virtual void SetMessageText(WideView text, TKwMAPIBodyFormat format) = 0;
     /// One representation each; empty when the message has none.

@@ -48,6 +48,8 @@ TNumber ToNumber(const TKwVariant& v, WideView target)
         return {std::int64_t{0}};
     if (const auto* date = v.TryGet<TKwDate>())
         return {date->Days};
+    if (const auto* time = v.TryGet<TKwFileTime>())
+        return {KwFileTimeToDate(*time).Days};
     if (!IsText(v))
         RaiseKind(v, target);
     const WideString text = v.AsStringW();

@@ -67,6 +67,12 @@ void TKwAutoIntfObject::Release() const noexcept
     delete self;
 }
 
+std::int32_t TKwAutoIntfObject::ReferencesLeft() const noexcept
+{
+    const std::uint32_t count = FRefCount.load();
+    return static_cast<std::int32_t>(count >= destroyingOffset / 2 ? count - destroyingOffset : count);
+}
+
 std::size_t TKwAutoIntfObject::LiveObjects() noexcept
 {
     return liveObjects.load();

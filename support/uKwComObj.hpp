@@ -41,6 +41,9 @@ public:
 
 protected:
     ~TKwAutoIntfObject() override;
+    /// The references that are held now, those apart that count as held for the object's destruction. Not 0 in a
+    /// destructor when somebody is left with a reference to what is no more.
+    [[nodiscard]] std::int32_t ReferencesLeft() const noexcept;
     /// Called once when the last reference is gone, before any destructor runs: virtual calls still reach the derived
     /// class and references taken and dropped here do not destroy again.
     virtual void BeforeDestruction() noexcept {}

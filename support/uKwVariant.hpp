@@ -123,9 +123,9 @@ public:
 
     // Conversions. Numbers convert to each other (with a range check), to and from their decimal text, Booleans are 0
     // and -1 (any number but 0 is true; "True"/"False" as text); dates and file times convert to each other and to ISO
-    // 8601 text, and a date is its number of days as a number; 8-bit text converts through the system ANSI code page.
-    // Empty converts to 0, "" and false. Halves round to the even neighbour; decimal texts are the shortest that read
-    // back as the same number, with a point whatever the locale.
+    // 8601 text, and either is its number of days as a number (a file time to the millisecond); 8-bit text converts
+    // through the system ANSI code page. Empty converts to 0, "" and false. Halves round to the even neighbour; decimal
+    // texts are the shortest that read back as the same number, with a point whatever the locale.
     /// @throws EKwConvertError  0x80020005: the value is Null or of a kind or text that does not convert; 0x8002000A:
     /// it is
     ///                          out of range

@@ -19,6 +19,9 @@ struct TKwMAPIModuleState
     bool UnloadWithLastUninit = false;
     bool MAPIInitializeCalled = false; ///< ends with the first thread that uninitialises
     std::int32_t InitializeCount = 0;
+    bool RunningOnUninit = false; ///< a round of callbacks is under way, on the thread that holds Lock
+    bool RunningOnUnload = false;
+    bool UnloadAfterUninit = false; ///< asked for by an on-uninit callback
     std::vector<TKwMAPICallback> OnUninit;
     std::vector<TKwMAPICallback> OnUnload;
 };

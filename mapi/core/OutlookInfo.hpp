@@ -49,9 +49,9 @@ struct TKwOutlookInfo
 };
 
 /// Detects Outlook from the registry, both halves of it. Where there is none, MAPIDLL is the embedded client: what the
-/// environment variable DEFTMAPI_CLIENT names (whether it exists or not, so that a wrong name is reported when it is
-/// loaded), else the one beside the library or in ../lib of it, else the one in the install folder. Reads afresh at
-/// each call.
+/// environment variable DEFTMAPI_CLIENT names, whether it exists or not, else the one beside the library or in ../lib
+/// of it, else the one in the install folder. A name that leads nowhere is reported by a session's logon, which loads
+/// just this file; KwLoadMAPIDLL without a name takes MAPI32.dll then. Reads afresh at each call.
 [[nodiscard]] DEFTMAPI_API TKwOutlookInfo KwGetOutlookInfo();
 
 } // namespace deftmapi

@@ -35,7 +35,7 @@ bool HasVariantForm(mapi::ULONG type)
 } // namespace
 
 TKwMAPIPropItem::TKwMAPIPropItem(TKwMAPIPropItems& items, mapi::ULONG tag, const TKwMAPIPropInfo* info, WideString name)
-    : TKwMAPIObject(&items), FTag(tag), FInfo(info), FName(std::move(name))
+    : TKwMAPIObject(&items), FTag(tag), FReadTag(tag), FInfo(info), FName(std::move(name))
 {}
 
 TKwMAPIPropItem::~TKwMAPIPropItem() = default;
@@ -75,8 +75,9 @@ WideString TKwMAPIPropItem::Get_PropName() const
 
 // ---- Reading
 
-void TKwMAPIPropItem::Accept(const mapi::SPropValue& value)
+void TKwMAPIPropItem::Accept(const mapi::SPropValue& value, mapi::ULONG tag)
 {
+    FReadTag = tag;
     const mapi::ULONG type = mapi::PROP_TYPE(value.ulPropTag);
     if (type == mapi::PT_ERROR) {
         FError = value.Value.err;
@@ -88,7 +89,7 @@ void TKwMAPIPropItem::Accept(const mapi::SPropValue& value)
         return;
     }
     if (mapi::PROP_TYPE(FTag) == mapi::PT_UNSPECIFIED)
-        FTag = mapi::CHANGE_PROP_TYPE(FTag, type);
+        FTag = FReadTag = mapi::CHANGE_PROP_TYPE(FTag, type);
     TKwVariant read = KwPropValueToVariant(value);
     // An 8-bit provider's answer to a property of wide text.
     if (mapi::PROP_TYPE(FTag) == mapi::PT_UNICODE && type == mapi::PT_STRING8)
@@ -102,18 +103,19 @@ void TKwMAPIPropItem::Probe()
 {
     if (FState != TState::Unread)
         return;
-    const TKwMAPIBuffer<mapi::SPropValue> value = Items().Prop().ReadExactly({FTag});
-    Accept(*value);
+    std::vector<mapi::ULONG> tags{FTag};
+    const TKwMAPIBuffer<mapi::SPropValue> value = Items().Prop().ReadExactly(tags);
+    Accept(*value, tags.front());
 }
 
 void TKwMAPIPropItem::ReadLarge()
 {
-    const mapi::ULONG type = Get_DataType();
+    const mapi::ULONG type = mapi::PROP_TYPE(FReadTag);
     if (!HasVariantForm(type))
         return; // an object: there is nothing that a variant could hold
     if (type != mapi::PT_UNICODE && type != mapi::PT_STRING8 && type != mapi::PT_BINARY)
         RaiseMAPIResult(Items().Prop(), u"GetProps", FError);
-    const TKwComPtr<mapi::IStream> stream = Items().Prop().OpenStream(FTag, alReadOnly, false);
+    const TKwComPtr<mapi::IStream> stream = Items().Prop().OpenStream(FReadTag, alReadOnly, false);
     TKwBytes bytes;
     std::array<std::uint8_t, 64 * 1024> chunk;
     for (mapi::ULONG read = 1; read != 0;) {
@@ -129,6 +131,8 @@ void TKwMAPIPropItem::ReadLarge()
         std::string text(bytes.begin(), bytes.end());
         text.erase(text.find_last_not_of('\0') + 1); // some providers store the end mark
         FValue = TKwAnsiText{std::move(text)};
+        if (Get_DataType() == mapi::PT_UNICODE)
+            FValue = FValue.AsStringW();
     } else {
         WideString text(bytes.size() / sizeof(char16_t), u'\0');
         std::memcpy(text.data(), bytes.data(), text.size() * sizeof(char16_t));

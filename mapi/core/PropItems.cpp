@@ -21,6 +21,12 @@ mapi::ULONG EightBit(mapi::ULONG tag)
     return KwIsWideTextType(type) ? mapi::CHANGE_PROP_TYPE(tag, KwTwinTextType(type)) : tag;
 }
 
+/// The codes by which a store says that it has no tag for a name; all others say that it could not tell.
+bool IsUnknownName(mapi::HRESULT code)
+{
+    return code == mapi::MAPI_E_NOT_FOUND || code == mapi::MAPI_E_NO_SUPPORT || code == mapi::MAPI_W_ERRORS_RETURNED;
+}
+
 WideString NameOf(const mapi::MAPINAMEID& nameID)
 {
     const WideString set = KwGuidToStr(*nameID.lpguid);
@@ -118,14 +124,25 @@ TKwMAPIPropItem* TKwMAPIPropItems::FindPropByDef(const TKwMAPIPropInfo& info)
     return found;
 }
 
-TKwRef<TKwMAPIPropItem> TKwMAPIPropItems::FindOrAdd(const TKwMAPIPropInfo& info, bool raiseOnError)
+TKwRef<IKwMAPIProperty> TKwMAPIPropItems::FindPropByDef(TKwMAPIPropDef def)
+{
+    CheckActive(u"FindPropByDef");
+    return TKwRef<IKwMAPIProperty>(FindPropByDef(GetPropInfo(def)));
+}
+
+TKwRef<TKwMAPIPropItem> TKwMAPIPropItems::FindOrAdd(const TKwMAPIPropInfo& info, bool raiseOnUnknownName)
 {
     if (TKwMAPIPropItem* found = FindPropByDef(info))
         return TKwRef<TKwMAPIPropItem>(found);
     const TKwMAPIPropInfo& own = PI(info.Hash);
-    const mapi::ULONG tag = _GetPropTag(own, &Prop(), raiseOnError);
-    if (tag == 0)
+    mapi::ULONG tag = 0;
+    try {
+        tag = _GetPropTag(own, &Prop(), true);
+    } catch (const EKwMAPIException& error) {
+        if (raiseOnUnknownName || !IsUnknownName(error.ErrorCode()))
+            throw;
         return nullptr;
+    }
     // A named property that was cached when no definition was known for it.
     const auto byTag = FByTag.find(tag);
     TKwMAPIPropItem& item = byTag != FByTag.end() ? *byTag->second : Append(tag, &own, {});
@@ -147,7 +164,7 @@ TKwRef<IKwMAPIProperty> TKwMAPIPropItems::PropByName(TKwMAPIPropDef def)
     return FindOrAdd(GetPropInfo(def), true);
 }
 
-TKwRef<TKwMAPIPropItem> TKwMAPIPropItems::Add(TKwMAPIPropDef def)
+TKwRef<IKwMAPIProperty> TKwMAPIPropItems::Add(TKwMAPIPropDef def)
 {
     CheckActive(u"Add");
     return FindOrAdd(GetPropInfo(def), true);
@@ -160,7 +177,7 @@ TKwRef<IKwMAPIProperty> TKwMAPIPropItems::FindPropByTag(mapi::ULONG tag)
     return TKwRef<IKwMAPIProperty>(found != FByTag.end() ? found->second : nullptr);
 }
 
-TKwRef<TKwMAPIPropItem> TKwMAPIPropItems::PropByTag(mapi::ULONG tag, bool create)
+TKwRef<IKwMAPIProperty> TKwMAPIPropItems::PropByTag(mapi::ULONG tag, bool create)
 {
     CheckActive(u"PropByTag");
     if (IsNamedTag(tag))
@@ -168,27 +185,29 @@ TKwRef<TKwMAPIPropItem> TKwMAPIPropItems::PropByTag(mapi::ULONG tag, bool create
     if (DisableUnicode())
         tag = EightBit(tag);
     if (const auto found = FByTag.find(tag); found != FByTag.end())
-        return TKwRef<TKwMAPIPropItem>(found->second);
+        return TKwRef<IKwMAPIProperty>(found->second);
     if (!create)
         return nullptr;
-    return TKwRef<TKwMAPIPropItem>(&Append(tag, FindProp(tag, true), KwFormat(u"0x%.8x", {tag})));
+    return TKwRef<IKwMAPIProperty>(&Append(tag, FindProp(tag, true), KwFormat(u"0x%.8x", {tag})));
 }
 
-TKwRef<TKwMAPIPropItem> TKwMAPIPropItems::PropByTag(mapi::ULONG tag, const mapi::MAPINAMEID& nameID)
+TKwRef<IKwMAPIProperty> TKwMAPIPropItems::PropByTag(mapi::ULONG tag, const mapi::MAPINAMEID& nameID)
 {
     CheckActive(u"PropByTag");
     if (DisableUnicode())
         tag = EightBit(tag);
     const TKwMAPIPropInfo* info = FindProp(tag, nameID, true);
     if (TKwMAPIPropItem* found = info != nullptr ? FindPropByDef(*info) : nullptr)
-        return TKwRef<TKwMAPIPropItem>(found);
+        return TKwRef<IKwMAPIProperty>(found);
     if (const auto found = FByTag.find(tag); found != FByTag.end())
-        return TKwRef<TKwMAPIPropItem>(found->second);
-    return TKwRef<TKwMAPIPropItem>(&Append(tag, info, NameOf(nameID)));
+        return TKwRef<IKwMAPIProperty>(found->second);
+    return TKwRef<IKwMAPIProperty>(&Append(tag, info, NameOf(nameID)));
 }
 
 void TKwMAPIPropItems::UnnamedByTag(mapi::ULONG tag)
 {
+    if (DisableUnicode())
+        tag = EightBit(tag);
     if (!FByTag.contains(tag))
         Append(tag, nullptr, KwFormat(u"0x%.8x", {tag}));
 }
@@ -267,9 +286,9 @@ void TKwMAPIPropItems::ReadUnread()
     }
     if (unread.empty())
         return;
-    const TKwMAPIBuffer<mapi::SPropValue> values = Prop().ReadExactly(std::move(tags));
+    const TKwMAPIBuffer<mapi::SPropValue> values = Prop().ReadExactly(tags);
     for (std::size_t i = 0; i < unread.size(); ++i)
-        unread[i]->Accept(values.Get()[i]);
+        unread[i]->Accept(values.Get()[i], tags[i]);
 }
 
 } // namespace deftmapi

@@ -22,7 +22,7 @@ TKwMAPIStorageSession::TKwMAPIStorageSession(TKwAutoIntfObject* createdBy, TKwKe
 
 TKwMAPIStorageSession::~TKwMAPIStorageSession()
 {
-    if (!FReleased)
+    if (ReferencesLeft() != 0)
         KwReportServerException(std::make_exception_ptr(EKwAssertionFailed(sReferencesLeft, mapi::MAPI_E_CALL_FAILED)));
     if (FMsgSession == nullptr)
         return;
@@ -31,12 +31,6 @@ TKwMAPIStorageSession::~TKwMAPIStorageSession()
     } catch (...) {
         KwReportServerException(std::current_exception());
     }
-}
-
-void TKwMAPIStorageSession::BeforeDestruction() noexcept
-{
-    FReleased = LogoffList().Count() == 0;
-    TKwMAPISessionBase::BeforeDestruction();
 }
 
 WideString TKwMAPIStorageSession::GetClassName() const

@@ -169,7 +169,10 @@ public:
     [[nodiscard]] IKwMAPISessionBase* Get_Session() const noexcept override;
     [[nodiscard]] TKwMAPISessionBase* Session() const noexcept override;
 
-    /// Adds the wrapper to the logoff list unless it is there. No reference is taken: a wrapper takes itself out.
+    /// Adds the wrapper to the logoff list unless it is there. SetSession does it for every wrapper that it binds. No
+    /// reference is taken.
+    /// REQUIRES: the wrapper is bound to this session, or is taken out with RemoveLogoffNotification before it ends;
+    /// only a bound one takes itself out.
     void LogoffNotification(TKwMAPIWrapper& wrapper);
     void RemoveLogoffNotification(const TKwMAPIWrapper& wrapper) noexcept;
     [[nodiscard]] const TKwMAPIWrapperList& LogoffList() const noexcept { return FLogoffList; }
@@ -181,10 +184,9 @@ public:
     /// exception is then raised. They stay bound. True does nothing here: logging on is the derived class's.
     virtual void Set_Active(bool active);
 
-    /// Whether event sinks are being called. A session that is destroyed or logged off by one of its sinks is so in the
-    /// middle of its own operation; derived classes ask Get_ExecutingEvents before they give up what that operation
-    /// needs. Calls nest: as many false as true.
+    /// Set while the session calls its event sinks. Calls nest: as many false as true.
     void SetExecutingEvents(bool executing) noexcept;
+    /// True while event sinks are being called: whoever is called now is in the middle of an operation of the session.
     [[nodiscard]] bool Get_ExecutingEvents() const noexcept { return FExecutingEvents > 0; }
 
     /// The MAPI allocator of the client library. All wrappers allocate through their session.
@@ -226,7 +228,7 @@ public:
     [[nodiscard]] bool WriteGranted() const noexcept { return FWriteGranted; }
     /// @throws EMAPI_NO_ACCESS  level is alReadWrite and write access was not granted: "You don't have readwrite
     /// access!"
-    void CheckAccessLevel(TKwMAPIAccessLevel level) const;
+    void CheckAccessLevel(TKwMAPIAccessLevel level) const override;
 
     // Properties through the cache.
     [[nodiscard]] TKwRef<IKwMAPIProperties> Get_Properties() override;
@@ -235,7 +237,7 @@ public:
     /// A property marked for deletion counts as absent, one set but not saved as present.
     [[nodiscard]] bool HasProp(TKwMAPIPropDef def) override;
     /// The same; prop receives the item when the object has the property, else null.
-    [[nodiscard]] bool HasProp(TKwMAPIPropDef def, TKwRef<IKwMAPIProperty>& prop);
+    [[nodiscard]] bool HasProp(TKwMAPIPropDef def, TKwRef<IKwMAPIProperty>& prop) override;
     void DeleteProperty(TKwMAPIPropDef def) override;
     [[nodiscard]] bool GetModified() const override;
     /// The tag for this object's store; a text type is the 8-bit one when Unicode is disabled.
@@ -257,11 +259,8 @@ public:
 
     // Properties past the cache. Values set there and not yet persisted are not seen here.
 
-    /// One GetProps call; values in the order of the definitions, those that the object does not have as PT_ERROR.
-    /// @param returned  receives the number of values
-    /// @throws EKwAssertionFailed  no definition: "You must specify at least 1 property definition!"
     [[nodiscard]] TKwMAPIBuffer<mapi::SPropValue> GetPropValueArray(std::span<const TKwMAPIPropDef> defs,
-                                                                    mapi::ULONG& returned);
+                                                                    mapi::ULONG& returned) override;
     /// A value that could not be had for another reason than its absence reads as TKwErrorCode (too large for one call:
     /// MAPI_E_NOT_ENOUGH_MEMORY; read it with PropByName or OpenBinProperty).
     /// @throws EMAPI_CALL_FAILED  the object returned fewer values than asked for
@@ -277,6 +276,7 @@ public:
     /// @throws  what the first problem that the object reports stands for. Nothing of that call counts as written then:
     ///          the properties stay modified. A property to be deleted that is not there counts as deleted.
     void PersistPendingChanges() override;
+    /// After smKeepReadOnly the access level is alReadOnly.
     /// @throws EMAPI_OBJECT_CHANGED, EMAPI_OBJECT_DELETED, EMAPI_CORRUPT_DATA, EMAPI_NO_ACCESS and others
     void SaveChanges(TKwMAPISaveMethod saveMethod = smKeepReadWrite) override;
 
@@ -291,7 +291,7 @@ public:
                                                              TKwMAPIAccessLevel accessLevel, bool create) override;
     [[nodiscard]] TKwComPtr<mapi::IUnknown> OpenIntfPropertyByTag(mapi::ULONG tag, const mapi::GUID& iid,
                                                                   mapi::ULONG interfaceOptions,
-                                                                  TKwMAPIAccessLevel accessLevel, bool create);
+                                                                  TKwMAPIAccessLevel accessLevel, bool create) override;
     /// @throws EMAPI_NOT_SUPPORTED  no procedure is set
     void DisplayProperties() override;
 
@@ -307,8 +307,9 @@ private:
     friend class TKwMAPIPropItems;
 
     [[nodiscard]] std::vector<mapi::ULONG> TagsOf(std::span<const TKwMAPIPropDef> defs);
-    [[nodiscard]] TKwMAPIBuffer<mapi::SPropValue> ReadTags(std::vector<mapi::ULONG> tags, mapi::ULONG& returned);
-    [[nodiscard]] TKwMAPIBuffer<mapi::SPropValue> ReadExactly(std::vector<mapi::ULONG> tags);
+    /// @param tags  receives the tags that the object took: the text types of the other width where it refused these
+    [[nodiscard]] TKwMAPIBuffer<mapi::SPropValue> ReadTags(std::vector<mapi::ULONG>& tags, mapi::ULONG& returned);
+    [[nodiscard]] TKwMAPIBuffer<mapi::SPropValue> ReadExactly(std::vector<mapi::ULONG>& tags);
     void WriteValues(std::vector<mapi::SPropValue>& values);
     void DeleteTags(const std::vector<mapi::ULONG>& tags);
     void NameProperties(const std::vector<mapi::ULONG>& tags);
@@ -328,9 +329,8 @@ using TKwShowPropertiesProc = std::function<void(IKwMAPIProp& prop)>;
 DEFTMAPI_API void SetShowPropertiesProc(TKwShowPropertiesProc proc);
 
 /// The session of messages in structured storage: always active, on the loaded client library's OpenIMsgSession.
-/// Destroying it while references are left (a delete past the reference count) is a broken invariant, which a
-/// destructor cannot raise: EKwAssertionFailed "TKwMAPIStorageSession.Destroy; Recount <> 0" goes to
-/// KwReportServerException.
+/// Being destroyed while references are left is a broken invariant, which a destructor cannot raise: EKwAssertionFailed
+/// "TKwMAPIStorageSession.Destroy; Recount <> 0" goes to KwReportServerException.
 class DEFTMAPI_API TKwMAPIStorageSession : public TKwMAPISessionBase, public virtual IKwMAPIStorageSession
 {
 public:
@@ -349,10 +349,8 @@ public:
 
 protected:
     ~TKwMAPIStorageSession() override;
-    void BeforeDestruction() noexcept override;
 
 private:
-    bool FReleased = false; // the last reference went before the destructor ran
     TKwComPtr<mapi::IMalloc> FMalloc;
     mapi::LPMSGSESS FMsgSession = nullptr;
 };

@@ -17,7 +17,8 @@ namespace deftmapi
 
 /// The text form: two upper-case hexadecimal digits per byte, in byte order, nothing between them. Null gives an empty
 /// text.
-/// @throws EKwConvertError  (all functions that take an identifier) the variant holds neither bytes nor Null nor Empty
+/// @throws EKwConvertError  (this and the other functions that convert an identifier; not _GetMAPIEntryID) the variant
+///                          holds something else than bytes, an array of small numbers, Null or Empty
 [[nodiscard]] DEFTMAPI_API std::string EntryIDToStrA(const TKwMAPIEntryID& entryID);
 [[nodiscard]] DEFTMAPI_API WideString EntryIDToStrW(const TKwMAPIEntryID& entryID);
 /// The same in the library's default text type.
@@ -46,7 +47,8 @@ namespace deftmapi
 /// Copies the bytes into memory of the session's MAPI allocator; the caller frees it with FreeBuffer of the same
 /// session.
 /// @param size  receives the number of bytes
-/// @throws EKwAssertionFailed  session is null, or the identifier holds no bytes
+/// @throws EKwAssertionFailed  session is null, or the variant holds something else than at least one byte
+/// @throws what the session's AllocateBuffer raises
 [[nodiscard]] DEFTMAPI_API void* _GetMAPIEntryID(IKwMAPISessionBase* session, const TKwMAPIEntryID& entryID,
                                                  mapi::ULONG& size);
 [[nodiscard]] DEFTMAPI_API void* _GetMAPIEntryID(IKwMAPISessionBase* session, const TKwMAPIEntryID& entryID);

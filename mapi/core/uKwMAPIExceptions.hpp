@@ -26,6 +26,9 @@ class DEFTMAPI_API EKwMAPIAbort : public EKwAbort
     DEFTMAPI_EXCEPTION(EKwMAPIAbort, EKwAbort)
 };
 
+/// The code of EMAPI_NOT_SUPPORTED: the class is registered under Simple MAPI's number.
+inline constexpr mapi::HRESULT KwNotSupported = 26;
+
 /// A class reference to an exception of category "MAPI". EMAPI_USER_CANCEL is such a class without deriving from
 /// EKwMAPIException, so the reference is that of the common base.
 using EKwMAPIExceptionClass = const TKwExceptionClass*;

@@ -27,6 +27,8 @@ constexpr auto sStillInitialized = u"MAPI is still initialized!\r\nYou must firs
 constexpr auto sNotLoaded = u"MAPI hasn't been loaded yet!\r\nYou must first load the MAPI dll.";
 constexpr auto sSessionsOpen =
     u"There are still active MAPI sessions in this thread. You must close these sessions first!";
+constexpr auto sUninitializing =
+    u"MAPI is being uninitialized for this thread!\r\nIt cannot be initialized with other options meanwhile.";
 constexpr auto sAssertion = u"Assertion failure";
 
 // Results of MAPIInitialize.
@@ -78,8 +80,17 @@ constexpr TInitializeText initializeTexts[] = {
 }
 
 // A callback may register and unregister others; the round goes over those that were there when it began.
-void Run(const std::vector<TKwMAPICallback>& callbacks)
+// REQUIRES: the library lock is held, and no round of the kind is under way.
+void Run(const std::vector<TKwMAPICallback>& callbacks, bool& running)
 {
+    struct TRunning
+    {
+        explicit TRunning(bool& flag) : Flag(flag) { Flag = true; }
+        ~TRunning() { Flag = false; }
+        TRunning(const TRunning&) = delete;
+        TRunning& operator=(const TRunning&) = delete;
+        bool& Flag;
+    } const underway(running);
     const std::vector<TKwMAPICallback> round = callbacks;
     for (const TKwMAPICallback callback : round)
         callback();
@@ -116,13 +127,15 @@ bool FitsProcess(const WideString& fileName)
     return info.FileFormat == TKwModuleInfo::Format::None || info.Is64Bit == KwPlatform().Is64BitProcess();
 }
 
-// REQUIRES: the library lock is held.
+// REQUIRES: the library lock is held, and no on-uninit callback is running.
 void UninitializeThread(TKwMAPIModuleState& state, TKwMAPIThreadState& thread)
 {
     if (thread.Initialized) {
         if (thread.SessionCount > 0)
             Fail(sSessionsOpen);
-        Run(state.OnUninit);
+        Run(state.OnUninit, state.RunningOnUninit);
+        if (thread.SessionCount > 0) // a callback may have logged on
+            Fail(sSessionsOpen);
         if (thread.MAPIInitializeCalled && state.MAPIInitializeCalled)
             MAPIUninitialize();
         thread.MAPIInitializeCalled = false;
@@ -130,6 +143,22 @@ void UninitializeThread(TKwMAPIModuleState& state, TKwMAPIThreadState& thread)
     }
     thread.Initialized = false;
     state.MAPIInitializeCalled = false;
+}
+
+// Returns false when the library stays because a callback has initialised it anew.
+// REQUIRES: the library lock is held.
+bool Unload(TKwMAPIModuleState& state)
+{
+    if (state.Module == nullptr || state.RunningOnUnload)
+        return true;
+    Run(state.OnUnload, state.RunningOnUnload);
+    if (state.InitializeCount > 0)
+        return false;
+    TKwMAPISlot::ForgetAll();
+    KwPlatform().FreeModule(std::exchange(state.Module, nullptr));
+    state.FileName.clear();
+    state.ExtendedAvailable = false;
+    return true;
 }
 
 void CallMAPIInitialize(mapi::ULONG flags, const WideString& libraryName)
@@ -185,15 +214,8 @@ void KwUnloadDLL()
 {
     TKwMAPIModuleState& state = KwMAPIModuleState();
     const TKwMAPILibraryGuard guard(state.Lock);
-    if (state.InitializeCount > 0)
+    if (state.InitializeCount > 0 || !Unload(state))
         Fail(sStillInitialized);
-    if (state.Module == nullptr)
-        return;
-    Run(state.OnUnload);
-    TKwMAPISlot::ForgetAll();
-    KwPlatform().FreeModule(std::exchange(state.Module, nullptr));
-    state.FileName.clear();
-    state.ExtendedAvailable = false;
 }
 
 TKwModule KwMAPIModule()
@@ -237,6 +259,8 @@ void KwMAPIInitialize(bool multiThreadNotifications, bool ntService, bool callMA
         if (thread.MultiThreadNotifications == multiThreadNotifications && thread.NTService == ntService &&
             thread.NoCoInit == noCoInit)
             return;
+        if (state.RunningOnUninit)
+            Fail(sUninitializing);
         // The library stays even when this was the last thread: it is needed again at once.
         UninitializeThread(state, thread);
     }
@@ -261,9 +285,14 @@ void KwMAPIUninitialize(bool unloadDll)
 {
     TKwMAPIModuleState& state = KwMAPIModuleState();
     const TKwMAPILibraryGuard guard(state.Lock);
+    if (state.RunningOnUninit) {
+        state.UnloadAfterUninit |= unloadDll;
+        return;
+    }
+    state.UnloadAfterUninit = unloadDll;
     UninitializeThread(state, KwMAPIThreadState());
-    if ((state.UnloadWithLastUninit || unloadDll) && state.InitializeCount == 0)
-        KwUnloadDLL();
+    if ((state.UnloadWithLastUninit || state.UnloadAfterUninit) && state.InitializeCount == 0)
+        Unload(state);
 }
 
 bool KwMAPIInitialized()

@@ -2,8 +2,9 @@
 // linked.
 //
 // One client library is loaded at a time and cannot be swapped: unload first. Everything here takes one process-wide
-// lock, which is held while MAPIInitialize, MAPIUninitialize and the registered callbacks run; the lock is recursive,
-// so a callback may call back. Initialisation belongs to the calling thread: a thread that ends without
+// lock, which is held while MAPIInitialize, MAPIUninitialize and the registered callbacks run. The lock is recursive: a
+// callback may call what is here (what it may not begin anew stands with KwRegisterOnUninit), but must not wait for
+// another thread that does. Initialisation belongs to the calling thread: a thread that ends without
 // KwMAPIUninitialize keeps the library loaded for good.
 #pragma once
 
@@ -28,16 +29,20 @@ enum TKwMAPIClientAPI : std::int32_t
 // ---- Finding
 // ---------------------------------------------------------------------------------------------------------
 
-/// Full path of a mail client's MAPI library, or an empty text. Searches the current user's registrations, then the
-/// machine's.
-/// @param client  the name under Software\Clients\Mail; empty finds the default, which is that of Outlook
+/// Full path of a mail client's MAPI library, or an empty text. Searches under the current user's root; under the
+/// machine's when that yields nothing.
+/// @param client  the name under Software\Clients\Mail. Empty takes what is registered there for no client in
+///                particular, else what Outlook's detection gives
 [[nodiscard]] DEFTMAPI_API WideString KwFindMAPIDll(WideView client);
-/// The same under one registry root. For Outlook the well-known places and KwGetOutlookInfo are asked when nothing
-/// usable is registered; where no Outlook is installed that is the embedded client.
+/// The same under one registry root. A library that this process cannot load, or that offers no extended MAPI, is
+/// dropped, except that Outlook's own registration is trusted. For Outlook and the empty client the well-known places
+/// and KwGetOutlookInfo are asked when nothing usable is registered under this root; where no Outlook is installed that
+/// is the embedded client.
 [[nodiscard]] DEFTMAPI_API WideString KwFindMAPIDll(TKwRegistryRoot root, WideView client);
 
-/// 32 or 64, of the client's library file; 0 when the file is no library. `dllFileName` receives the file's name.
-/// @throws EMAPI_CALL_FAILED        no library is registered for the client
+/// 32 or 64, of the client's library file; 0 when the file is no library. `dllFileName` receives the file's name: what
+/// KwFindMAPIDll gives, else the registered file that it dropped (of the other bitness, or for Simple MAPI only).
+/// @throws EMAPI_CALL_FAILED        KwFindMAPIDll gives nothing, and no existing file is registered for the client
 /// @throws EMAPI_INVALID_PARAMETER  the file does not exist
 DEFTMAPI_API unsigned KwMAPIClientDLLBitness(WideView client, WideString& dllFileName);
 
@@ -56,7 +61,8 @@ struct TKwMAPIClient
 /// The registered mail clients: the current user's, then the machine's, each in the process's own half of the registry
 /// and then in the other one. A client that is registered several times appears once, as found first. Clients that have
 /// no library file are left out, and so are packaged (store) mail applications, which no other process can load.
-/// Outlook is looked for as KwFindMAPIDll does and always offers extended MAPI.
+/// Outlook always offers extended MAPI; in the process's own half it is looked for as KwFindMAPIDll does, in the other
+/// one its registration counts.
 [[nodiscard]] DEFTMAPI_API std::vector<TKwMAPIClient> KwGetMAPIClients();
 
 /// What is loaded and what is configured.
@@ -81,13 +87,17 @@ struct TKwMAPILibraryInfo
 /// @throws EMAPI_CALL_FAILED        another library is loaded, or loading failed
 /// @throws EMAPI_INVALID_PARAMETER  the name has a folder and there is no such file
 DEFTMAPI_API void KwLoadMAPIDLL(WideString& fileName, bool& isExtendedMAPI, bool unloadWithLastUninit);
-/// The same for a client by its registered name; `dllFileName` receives the library's name.
-/// @throws EMAPI_CALL_FAILED  no library is registered for the client; or as above
+/// The same for a client by its registered name; `dllFileName` receives the library's name, which is found as
+/// KwMAPIClientDLLBitness does. So the library of a client for Simple MAPI only is loaded, and one of the other bitness
+/// fails to load.
+/// @throws EMAPI_CALL_FAILED  there is no such library; or as above
 DEFTMAPI_API void KwLoadMAPIClientDLL(WideView client, WideString& dllFileName, bool& isExtendedMAPI,
                                       bool unloadWithLastUninit);
-/// Unloads. The entry points forget the addresses they have looked up. Does nothing when nothing is loaded.
+/// Unloads. The entry points forget the addresses they have looked up. Does nothing when nothing is loaded, and when an
+/// on-unload callback calls it.
 /// REQUIRES: no thread is inside a call of the library, and no object of it is alive.
-/// @throws EMAPI_CALL_FAILED  a thread is still initialised
+/// @throws EMAPI_CALL_FAILED  a thread is still initialised, or an on-unload callback has initialised one (and not
+///                            uninitialised it again): the library stays loaded
 DEFTMAPI_API void KwUnloadDLL();
 
 /// The loaded module, or null.
@@ -112,7 +122,9 @@ DEFTMAPI_API void KwMAPIInitialize(bool multiThreadNotifications, bool ntService
                                    bool noCoInit);
 /// Undoes KwMAPIInitialize. Unloads the library when this was the last initialised thread and either unloadDll is set
 /// or the library was loaded to be unloaded with the last one. The record that this process called MAPIInitialize ends
-/// with the first thread that uninitialises: later ones no longer call MAPIUninitialize.
+/// with the first thread that uninitialises: later ones no longer call MAPIUninitialize. The library stays without an
+/// error when an on-unload callback has initialised a thread anew. Called by an on-uninit callback this does nothing
+/// but remember unloadDll for the uninitialisation that is under way.
 /// @throws EMAPI_CALL_FAILED  sessions are open on this thread, which stays initialised
 DEFTMAPI_API void KwMAPIUninitialize(bool unloadDll);
 /// True when the calling thread is initialised.
@@ -129,13 +141,16 @@ DEFTMAPI_API std::int32_t KwMAPISessionOpened() noexcept;
 DEFTMAPI_API std::int32_t KwMAPISessionClosed() noexcept;
 
 /// A callback without parameters. It runs under the library lock; what it throws ends the operation and reaches its
-/// caller.
+/// caller. No round of callbacks begins inside another one of its kind: see KwMAPIUninitialize and KwUnloadDLL.
 using TKwMAPICallback = void (*)();
-/// Runs before each thread's MAPI is uninitialised, in the order of registration.
+/// Runs before each thread's MAPI is uninitialised, in the order of registration. The thread is still initialised while
+/// it runs: KwUnloadDLL fails, and so does KwMAPIInitialize with other options than the thread has. A session that it
+/// leaves open ends the uninitialisation as one that was open before.
 DEFTMAPI_API void KwRegisterOnUninit(TKwMAPICallback callback);
 /// Removes one registration; unknown callbacks are ignored.
 DEFTMAPI_API void KwUnRegisterOnUninit(TKwMAPICallback callback);
-/// Runs before the library is unloaded, in the order of registration.
+/// Runs before the library is unloaded, in the order of registration. It may initialise the thread and uninitialise it
+/// again; when it leaves it initialised, the library stays loaded.
 DEFTMAPI_API void KwRegisterOnUnload(TKwMAPICallback callback);
 /// Removes one registration; unknown callbacks are ignored.
 DEFTMAPI_API void KwUnRegisterOnUnload(TKwMAPICallback callback);

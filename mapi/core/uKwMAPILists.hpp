@@ -176,7 +176,8 @@ public:
     [[nodiscard]] mapi::SPropTagArray* CreatePropTagArray(IKwMAPIProp& prop) const override;
 };
 
-/// Definitions with a value each. Equality is that of TKwMAPIPropList.
+/// Definitions with a value each, in the order added. As in TKwMAPIPropList one may be there more than once, also with
+/// different values; IndexOf, PropByName and Remove take the first, and equality is the same.
 class DEFTMAPI_API TKwMAPIPropValueList final : public TKwMAPITypedList<TKwMAPIPropValueRecord>,
                                                 public virtual IKwMAPIPropValueList
 {

@@ -87,14 +87,11 @@ private:
 };
 
 template <typename T>
-inline void KwFreeMAPIBufferOf(IKwMAPIWrapper* wrapper, T* buffer) noexcept
+void KwFreeMAPIBufferOf(IKwMAPIWrapper* wrapper, T* buffer) noexcept
 {
     KwFreeMAPIBuffer(wrapper, buffer);
 }
 
-/// One block; what was allocated with AllocateMore on it goes with it.
-template <typename T>
-using TKwMAPIBuffer = TKwMAPIOwner<T, &KwFreeMAPIBufferOf<T>>;
 /// What QueryRows and its like return.
 using TKwMAPIRowSet = TKwMAPIOwner<mapi::SRowSet, &KwFreeMAPIRows>;
 /// Recipients.

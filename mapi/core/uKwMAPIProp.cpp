@@ -27,9 +27,6 @@ constexpr auto sNoShowProcedure =
     u"%s.DisplayProperties failed.\r\nNo procedure has been registered with SetShowPropertiesProc!";
 
 constexpr auto unit = u"uKwMAPIBase";
-/// The class of EMAPI_NOT_SUPPORTED is registered under Simple MAPI's number.
-constexpr mapi::HRESULT notSupported = 26;
-
 mapi::ULONG SaveFlags(TKwMAPISaveMethod saveMethod)
 {
     switch (saveMethod) {
@@ -185,7 +182,7 @@ TKwVariant TKwMAPIProp::Get_SourceKey()
 {
     CheckActive(u"Get_SourceKey");
     if (!Session()->Get_ConnectedToExchange())
-        CreateKwMAPIException(notSupported, sExchangeOnly)->Raise();
+        CreateKwMAPIException(KwNotSupported, sExchangeOnly)->Raise();
     return PropByName(PR_SOURCE_KEY)->Get_Value();
 }
 
@@ -254,7 +251,7 @@ std::vector<mapi::ULONG> TKwMAPIProp::TagsOf(std::span<const TKwMAPIPropDef> def
     return tags;
 }
 
-TKwMAPIBuffer<mapi::SPropValue> TKwMAPIProp::ReadTags(std::vector<mapi::ULONG> tags, mapi::ULONG& returned)
+TKwMAPIBuffer<mapi::SPropValue> TKwMAPIProp::ReadTags(std::vector<mapi::ULONG>& tags, mapi::ULONG& returned)
 {
     TKwMAPIBuffer<mapi::SPropValue> values(*this);
     bool again = false;
@@ -276,13 +273,12 @@ TKwMAPIBuffer<mapi::SPropValue> TKwMAPIProp::ReadTags(std::vector<mapi::ULONG> t
     return values;
 }
 
-TKwMAPIBuffer<mapi::SPropValue> TKwMAPIProp::ReadExactly(std::vector<mapi::ULONG> tags)
+TKwMAPIBuffer<mapi::SPropValue> TKwMAPIProp::ReadExactly(std::vector<mapi::ULONG>& tags)
 {
-    const std::size_t requested = tags.size();
     mapi::ULONG returned = 0;
-    TKwMAPIBuffer<mapi::SPropValue> values = ReadTags(std::move(tags), returned);
-    if (returned < requested)
-        CreateKwMAPIException(mapi::MAPI_E_CALL_FAILED, sFewerValues, {requested, returned})->Raise();
+    TKwMAPIBuffer<mapi::SPropValue> values = ReadTags(tags, returned);
+    if (returned < tags.size())
+        CreateKwMAPIException(mapi::MAPI_E_CALL_FAILED, sFewerValues, {tags.size(), returned})->Raise();
     return values;
 }
 
@@ -291,14 +287,16 @@ TKwMAPIBuffer<mapi::SPropValue> TKwMAPIProp::GetPropValueArray(std::span<const T
 {
     CheckActive(u"GetPropValueArray");
     KwAssert(!defs.empty(), sNoDefinitions, unit);
-    return ReadTags(TagsOf(defs), returned);
+    std::vector<mapi::ULONG> tags = TagsOf(defs);
+    return ReadTags(tags, returned);
 }
 
 std::vector<TKwVariant> TKwMAPIProp::GetPropValues(const std::vector<TKwMAPIPropDef>& defs)
 {
     CheckActive(u"GetPropValues");
     KwAssert(!defs.empty(), sNoDefinitions, unit);
-    const TKwMAPIBuffer<mapi::SPropValue> read = ReadExactly(TagsOf(defs));
+    std::vector<mapi::ULONG> tags = TagsOf(defs);
+    const TKwMAPIBuffer<mapi::SPropValue> read = ReadExactly(tags);
     std::vector<TKwVariant> values;
     values.reserve(defs.size());
     for (std::size_t i = 0; i < defs.size(); ++i) {
@@ -416,7 +414,7 @@ void TKwMAPIProp::SaveChanges(TKwMAPISaveMethod saveMethod)
         CheckMAPIResult(*this, u"SaveChanges", hr);
     }
     if (saveMethod == smKeepReadOnly)
-        FWriteGranted = false;
+        SetAccessLevel(alReadOnly);
     // An object that was not kept open cannot be read any more; what the cache knows of it stays.
     if (FItems && saveMethod != smClose)
         FItems->ForgetUnmodified();
@@ -427,7 +425,7 @@ void TKwMAPIProp::DisplayProperties()
     CheckActive(u"DisplayProperties");
     const TKwShowPropertiesProc proc = ShowPropertiesProc(); // a copy: the procedure may set another one
     if (!proc)
-        CreateKwMAPIException(notSupported, sNoShowProcedure, {GetClassName()})->Raise();
+        CreateKwMAPIException(KwNotSupported, sNoShowProcedure, {GetClassName()})->Raise();
     proc(*this);
 }
 

@@ -74,13 +74,8 @@ public:
     [[nodiscard]] TKwRef<IKwMAPIValueList> Get_AsList() override;
     void Set_AsList(IKwMAPIValueList& list) override;
 
-    /// The MAPI form of the value; for a property without a value one of type PT_ERROR with MAPI_E_NOT_FOUND. Owned by
-    /// the item and valid until its value changes, the property is read again, or the cache drops the item.
-    [[nodiscard]] const mapi::SPropValue& GetMAPIValue();
-    /// Set_Value with the value of an SPropValue, which is copied. Its type may differ from the property's; PT_NULL
-    /// deletes.
-    /// @throws EMAPI_INVALID_PARAMETER  the value is of type PT_ERROR or of a type without variant form
-    void SetMAPIValue(const mapi::SPropValue& value);
+    [[nodiscard]] const mapi::SPropValue& GetMAPIValue() override;
+    void SetMAPIValue(const mapi::SPropValue& value) override;
 
     /// True when the object has the property; reads it when it was not read yet, but never a large value as a whole.
     [[nodiscard]] bool HasValue();
@@ -104,12 +99,14 @@ private:
     void RequireValue() const;
     void MarkModified();
     void Detach() noexcept;
-    void Accept(const mapi::SPropValue& value);
+    /// @param tag  what the object was asked for, which may be text of the other width than FTag says
+    void Accept(const mapi::SPropValue& value, mapi::ULONG tag);
     void Forget() noexcept;
     [[nodiscard]] TKwMAPIPropItems& Items() const noexcept;
     [[nodiscard]] bool Deletes() const noexcept { return FValue.IsEmptyOrNull(); }
 
     mapi::ULONG FTag;
+    mapi::ULONG FReadTag; // under which the object gave FState
     const TKwMAPIPropInfo* FInfo;
     WideString FName;
     TKwVariant FValue;
@@ -136,26 +133,20 @@ public:
     [[nodiscard]] TKwRef<IKwMAPIProperty> FindPropByTag(mapi::ULONG tag) override;
     [[nodiscard]] bool HasProp(TKwMAPIPropDef def) override;
     void DeleteProperty(TKwMAPIPropDef def) override;
+    [[nodiscard]] TKwRef<IKwMAPIProperty> FindPropByDef(TKwMAPIPropDef def) override;
+    TKwRef<IKwMAPIProperty> PropByTag(mapi::ULONG tag, bool create) override;
+    TKwRef<IKwMAPIProperty> PropByTag(mapi::ULONG tag, const mapi::MAPINAMEID& nameID) override;
+    TKwRef<IKwMAPIProperty> Add(TKwMAPIPropDef def) override;
+    void Delete(std::int32_t index) override;
+    void Clear() noexcept override;
 
     /// The item of a definition, created when it is not there. Definitions of one identity (PR_SUBJECT, PR_SUBJECT_W)
     /// share an item; text of the other width (PR_SUBJECT_A) is another one unless Unicode is disabled.
     [[nodiscard]] TKwRef<TKwMAPIPropItem> PropByName(const TKwMAPIPropInfo& info);
     /// The cached item, or null.
     [[nodiscard]] TKwMAPIPropItem* FindPropByDef(const TKwMAPIPropInfo& info);
-    /// The cached item of a plain tag; created when it is not there and create is true, else null.
-    /// @throws EMAPI_INVALID_PARAMETER  the tag is in the named range (0x8000 and above)
-    TKwRef<TKwMAPIPropItem> PropByTag(mapi::ULONG tag, bool create);
-    /// The item of a tag of this object's store in the named range, whose name is given. Created when it is not there.
-    TKwRef<TKwMAPIPropItem> PropByTag(mapi::ULONG tag, const mapi::MAPINAMEID& nameID);
-    /// PropByName(def); the property stays unread and unmodified.
-    TKwRef<TKwMAPIPropItem> Add(TKwMAPIPropDef def);
-    /// Takes an item out of the cache; a change that was not written is lost, the object keeps the property.
-    /// @throws EKwListError  index out of range
-    void Delete(std::int32_t index);
     /// Marks the property for deletion at the next save.
     void DeleteProperty(const TKwMAPIPropInfo& info);
-    /// Takes all items out of the cache, modified ones included.
-    void Clear() noexcept;
 
     /// True while an item is modified.
     [[nodiscard]] bool GetModified() const noexcept { return !FModified.empty(); }
@@ -167,7 +158,7 @@ private:
     ~TKwMAPIPropItems() override;
     [[nodiscard]] TKwMAPIProp& Prop() const noexcept;
     TKwMAPIPropItem& Append(mapi::ULONG tag, const TKwMAPIPropInfo* info, WideString name);
-    [[nodiscard]] TKwRef<TKwMAPIPropItem> FindOrAdd(const TKwMAPIPropInfo& info, bool raiseOnError);
+    [[nodiscard]] TKwRef<TKwMAPIPropItem> FindOrAdd(const TKwMAPIPropInfo& info, bool raiseOnUnknownName);
     [[nodiscard]] const TKwRef<TKwMAPIPropItem>& At(std::int32_t index) const;
     [[nodiscard]] static bool IsNamedTag(mapi::ULONG tag) noexcept;
     void UnnamedByTag(mapi::ULONG tag);

@@ -18,9 +18,6 @@ constexpr auto sNotActive = u"%s.%s failed.\r\nThe object is not, or no longer, 
 constexpr auto sSimpleMAPI = u"%s.%s is not supported by Simple MAPI!";
 constexpr auto sLastError = u"Component %s caused: %s (%s.%s)";
 
-/// The class of EMAPI_NOT_SUPPORTED is registered under Simple MAPI's number.
-constexpr mapi::HRESULT notSupported = 26;
-
 WideString TextOf(const void* text, bool unicode)
 {
     if (text == nullptr)
@@ -143,7 +140,7 @@ void TKwMAPIWrapper::CheckExtendedMAPI(WideView methodName) const
 {
     CheckActive(methodName, false);
     if (!Session()->UsesExtendedMAPI())
-        CreateKwMAPIException(notSupported, sSimpleMAPI, {GetClassName(), methodName})->Raise();
+        CreateKwMAPIException(KwNotSupported, sSimpleMAPI, {GetClassName(), methodName})->Raise();
 }
 
 mapi::HRESULT TKwMAPIWrapper::CallGetLastError(mapi::HRESULT result, mapi::ULONG flags, mapi::MAPIERROR** error)

@@ -16,8 +16,6 @@ namespace
 
 constexpr auto sNoConverter = u"The IConverterSession is not supported by your Outlook version!";
 
-constexpr mapi::HRESULT NotSupported = 26;
-
 #ifdef _WIN32
 
 mapi::HRESULT CreateConverter(TKwComPtr<mapi::IConverterSession>& converter)
@@ -64,7 +62,7 @@ TKwComPtr<mapi::IConverterSession> KwCreateConverterSession()
 {
     TKwComPtr<mapi::IConverterSession> converter;
     if (CreateConverter(converter) < 0 || !converter)
-        CreateKwMAPIException(NotSupported, sNoConverter)->Raise();
+        CreateKwMAPIException(KwNotSupported, sNoConverter)->Raise();
     return converter;
 }
 

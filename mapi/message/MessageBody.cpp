@@ -18,8 +18,6 @@ constexpr auto sRtfAsHtml = u"The specified messageformat is mfHTML, but an RTF 
 constexpr auto sRtfAsPlainText = u"The specified messageformat is mfPlainText, but an RTF message was supplied";
 constexpr auto sNoRtf = u"%s.SetMessageText cannot write RTF. Supply the text as HTML or plain text.";
 
-constexpr mapi::HRESULT NotSupported = 26;
-
 /// What a message without a store can hold: Unicode, HTML and RTF.
 constexpr mapi::ULONG SupportWithoutStore = 0x50800;
 
@@ -139,7 +137,7 @@ void TKwMAPIMessage::SetMessageText(WideView text, TKwMAPIBodyFormat format)
 {
     CheckActive(u"SetMessageText");
     if (format == fmtRichText && !text.empty())
-        CreateKwMAPIException(NotSupported, sNoRtf, {GetClassName()})->Raise();
+        CreateKwMAPIException(KwNotSupported, sNoRtf, {GetClassName()})->Raise();
     FBodyFormat = format;
     const bool extended = Session()->UsesExtendedMAPI();
     if (extended)

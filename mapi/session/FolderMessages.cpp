@@ -23,8 +23,6 @@ constexpr auto sImportFailed = u"%s.ImportMessage failed!\r\nThe file %s could n
 constexpr auto sCompoundFile = u"%s.ImportMessage failed!\r\n%s is a message in a compound file (.msg). Only MIME "
                                u"messages (.eml) can be imported.";
 
-constexpr mapi::HRESULT NotSupported = 26;
-
 /// Messages that the store keeps beside the contents of the folder.
 constexpr std::array AssociatedClasses = {u"IPM.Note.Rules.OofTemplate.Microsoft",
                                           u"IPM.Note.Rules.ExternalOofTemplate.Microsoft",
@@ -73,7 +71,7 @@ TKwRef<IKwMAPIMessage> TKwMAPIFolder::CreateMessage(WideView messageClass)
     if (!Session()->UsesExtendedMAPI()) {
         if (!KwSameText(wanted, u"IPM.Note"))
             CreateKwMAPIException(mapi::MAPI_E_INVALID_PARAMETER, sSimpleMAPINote)->Raise();
-        CreateKwMAPIException(NotSupported, sNoSimpleMAPINote, {GetClassName()})->Raise();
+        CreateKwMAPIException(KwNotSupported, sNoSimpleMAPINote, {GetClassName()})->Raise();
     }
     const auto object = CreateMAPIMessage(IsAssociatedClass(wanted) ? mapi::MAPI_ASSOCIATED : 0);
     const auto message =
@@ -89,7 +87,7 @@ TKwRef<IKwMAPIMessage> TKwMAPIFolder::ImportMessage(const WideString& fileName)
     CheckExtendedMAPI(u"ImportMessage");
     const TKwComPtr<TMAPIFileStream> file = TMAPIFileStream::Open(fileName);
     if (file->StartsWith("\xD0\xCF\x11\xE0"))
-        CreateKwMAPIException(NotSupported, sCompoundFile, {GetClassName(), fileName})->Raise();
+        CreateKwMAPIException(KwNotSupported, sCompoundFile, {GetClassName(), fileName})->Raise();
     const auto converter = KwCreateConverterSession();
 
     // Nothing is saved before all of it has succeeded; a message that was not saved leaves no trace.

@@ -16,8 +16,6 @@ constexpr auto sNoSuchFolder =
 constexpr auto sNoSpecialFolder = u"There is no special folder %s";
 constexpr auto sNoSuchPath = u"The given path %s does not exist!";
 
-constexpr mapi::HRESULT NotSupported = 26;
-
 /// Simple MAPI has no identifiers: the type itself stands for the folder.
 TKwMAPIEntryID PseudoFolderID(TKwMAPIFolderType folderType)
 {
@@ -67,7 +65,7 @@ TKwMAPIEntryID TKwMAPIMsgStore::GetFolderID(TKwMAPIFolderType folderType)
     CheckActive(u"GetFolderID");
     if (!Session()->UsesExtendedMAPI()) {
         if (folderType != ftInbox && folderType != ftOutbox && folderType != ftIPMRoot)
-            CreateKwMAPIException(NotSupported, sSimpleMAPIFolders)->Raise();
+            CreateKwMAPIException(KwNotSupported, sSimpleMAPIFolders)->Raise();
         return PseudoFolderID(folderType);
     }
     const TKwMAPISpecialFolder* special = FindSpecialFolder(folderType);

@@ -25,8 +25,6 @@ constexpr auto sClientWhileActive =
 constexpr auto sClientNotInstalled = u"%s.SetMAPIClient failed. \"%s\" is not installed on this system!";
 constexpr auto sVersion = u"%d.%d.%d.%d 64-bit";
 
-constexpr mapi::HRESULT NotSupported = 26;
-
 // The last session object of a thread uninitialises MAPI for it.
 thread_local std::int32_t ThreadSessions = 0;
 
@@ -85,7 +83,7 @@ void TSession::CheckActive(WideView methodName) const
 void TSession::CheckUsingExtendedMAPI(WideView methodName) const
 {
     if (!UsesExtendedMAPI())
-        CreateKwMAPIException(NotSupported, sNeedsExtendedMAPI, {methodName})->Raise();
+        CreateKwMAPIException(KwNotSupported, sNeedsExtendedMAPI, {methodName})->Raise();
 }
 
 mapi::ULONG_PTR TSession::GetParentWindow() const

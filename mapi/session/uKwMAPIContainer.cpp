@@ -18,8 +18,6 @@ constexpr auto sUnknownEntry = u"%s.%s has raised the following exception:\r\n%s
                                u"Addressbook folder!";
 constexpr auto sUnknownEntryText = u"The given EntryID could not be located.";
 
-constexpr mapi::HRESULT NotSupported = 26;
-
 TKwMAPIContainerType ContainerTypeOf(std::int32_t objectType)
 {
     switch (static_cast<mapi::ULONG>(objectType)) {
@@ -58,7 +56,7 @@ TKwComPtr<mapi::IMAPITable> TKwMAPIContainer::OpenContentsTable(WideView methodN
 {
     CheckActive(methodName);
     if (!Session()->UsesExtendedMAPI())
-        CreateKwMAPIException(NotSupported, sNotInSimpleMAPI)->Raise();
+        CreateKwMAPIException(KwNotSupported, sNotInSimpleMAPI)->Raise();
     TKwComPtr<mapi::IMAPITable> table;
     const mapi::HRESULT hr = WithCharWidth(
         flags, [&](mapi::ULONG allFlags) { return MAPIContainer().GetContentsTable(allFlags, Out(table)); });

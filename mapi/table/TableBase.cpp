@@ -18,11 +18,9 @@ constexpr auto sNoShowProcedure =
 constexpr auto sTableEOF = u"The table is EOF!";
 
 // The library's own code for what a kind of object does not offer.
-constexpr mapi::HRESULT NotSupported = 26;
-
 [[noreturn]] void RaiseNotSupported()
 {
-    CreateKwMAPIException(NotSupported, sMethodNotSupported)->Raise();
+    CreateKwMAPIException(KwNotSupported, sMethodNotSupported)->Raise();
 }
 
 TKwShowFieldsProc& ShowFieldsProc()

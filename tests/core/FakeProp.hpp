@@ -2,6 +2,7 @@
 // object or a session. Memory is counted, so that a test can tell that everything was freed.
 #pragma once
 
+#include "mapi/core/uKwMAPIMemory.hpp"
 #include "mapi/headers/uKwMAPICodeH.hpp"
 #include "mapi/headers/uKwMAPIguidH.hpp"
 #include "mapi/headers/uKwMAPIInterfacesH.hpp"
@@ -171,6 +172,18 @@ public:
     [[nodiscard]] TKwRef<IKwMAPIProperties> Get_Properties() override { Unused(); }
     [[nodiscard]] TKwRef<IKwMAPIProperty> PropByName(TKwMAPIPropDef) override { Unused(); }
     [[nodiscard]] bool HasProp(TKwMAPIPropDef) override { Unused(); }
+    [[nodiscard]] bool HasProp(TKwMAPIPropDef, TKwRef<IKwMAPIProperty>&) override { Unused(); }
+    void CheckAccessLevel(TKwMAPIAccessLevel) const override { Unused(); }
+    [[nodiscard]] TKwMAPIBuffer<mapi::SPropValue> GetPropValueArray(std::span<const TKwMAPIPropDef>,
+                                                                    mapi::ULONG&) override
+    {
+        Unused();
+    }
+    [[nodiscard]] TKwComPtr<mapi::IUnknown> OpenIntfPropertyByTag(mapi::ULONG, const mapi::GUID&, mapi::ULONG,
+                                                                  TKwMAPIAccessLevel, bool) override
+    {
+        Unused();
+    }
     void DeleteProperty(TKwMAPIPropDef) override { Unused(); }
     [[nodiscard]] mapi::ULONG GetPropTag(TKwMAPIPropDef) override { Unused(); }
     [[nodiscard]] TKwMAPIAccessLevel Get_AccessLevel() const noexcept override { return alReadWrite; }

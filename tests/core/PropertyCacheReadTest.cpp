@@ -133,7 +133,7 @@ TEST_F(PropertyCacheReadTest, HasPropSeesPendingChangesAndHandsOutTheItem)
 
 TEST_F(PropertyCacheReadTest, PropByTagWorksOnPlainTagsOnly)
 {
-    TKwMAPIPropItems& items = Prop->Items();
+    IKwMAPIProperties& items = *Prop->Get_Properties();
     EXPECT_EQ(items.PropByTag(subject, false), nullptr);
     EXPECT_EQ(Catch([&] { items.PropByTag(0x8000001F, true); }),
               Failure("EMAPI_INVALID_PARAMETER", 0x80070057, "The PropByTag does not support named properties!"));
@@ -141,21 +141,23 @@ TEST_F(PropertyCacheReadTest, PropByTagWorksOnPlainTagsOnly)
     EXPECT_EQ(items.Get_Count(), 0);
     EXPECT_EQ(items.PropByTag(0x7FFF0003, true)->Get_PropTag(), 0x7FFF0003u);
 
-    const TKwRef<TKwMAPIPropItem> bySubject = items.PropByTag(subject, true);
+    const TKwRef<IKwMAPIProperty> bySubject = items.PropByTag(subject, true);
     EXPECT_EQ(bySubject->Get_PropDef(), PR_SUBJECT);
-    EXPECT_EQ(Property(PR_SUBJECT_W).Get(), static_cast<IKwMAPIProperty*>(bySubject.Get()));
-    const TKwRef<TKwMAPIPropItem> unknown = items.PropByTag(unknownTag, true);
+    EXPECT_EQ(Property(PR_SUBJECT_W).Get(), bySubject.Get());
+    EXPECT_EQ(items.FindPropByDef(PR_SUBJECT_W).Get(), bySubject.Get());
+    EXPECT_EQ(items.FindPropByDef(PR_BODY), nullptr);
+    const TKwRef<IKwMAPIProperty> unknown = items.PropByTag(unknownTag, true);
     EXPECT_EQ(unknown->Get_PropDef(), 0u);
     EXPECT_EQ(unknown->Get_PropName(), u"0x6ff10003");
-    EXPECT_EQ(items.FindPropByTag(unknownTag).Get(), static_cast<IKwMAPIProperty*>(unknown.Get()));
+    EXPECT_EQ(items.FindPropByTag(unknownTag).Get(), unknown.Get());
 }
 
 TEST_F(PropertyCacheReadTest, ItemsAreCountedAndTakenOut)
 {
-    TKwMAPIPropItems& items = Prop->Items();
-    const TKwRef<TKwMAPIPropItem> first = items.Add(PR_SUBJECT);
+    IKwMAPIProperties& items = *Prop->Get_Properties();
+    const TKwRef<IKwMAPIProperty> first = items.Add(PR_SUBJECT);
     items.Add(PR_IMPORTANCE)->Set_AsInteger(2);
-    EXPECT_EQ(items.Get_Item(0).Get(), static_cast<IKwMAPIProperty*>(first.Get()));
+    EXPECT_EQ(items.Get_Item(0).Get(), first.Get());
     EXPECT_EQ(Catch([&] { (void)items.Get_Item(2); }).ClassName, "EKwListError");
     EXPECT_EQ(Catch([&] { items.Delete(-1); }).ClassName, "EKwListError");
     items.Delete(1);

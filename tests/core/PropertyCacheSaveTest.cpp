@@ -71,7 +71,7 @@ TEST_F(PropertyCacheSaveTest, AValueThatDoesNotConvertChangesNothing)
 
 TEST_F(PropertyCacheSaveTest, MAPIValuesGoInAndOut)
 {
-    TKwMAPIPropItem& item = *Prop->Items().PropByTag(subject, true);
+    IKwMAPIProperty& item = *Prop->Get_Properties()->PropByTag(subject, true);
     EXPECT_EQ(TextOf(item.GetMAPIValue()), "0x0037000A=error 0x8004010F");
     item.SetMAPIValue(TextValue(0x0E1D001E, "other tag"));
     EXPECT_EQ(TextOf(item.GetMAPIValue()), "0x0037001F=\"other tag\"");

@@ -123,14 +123,31 @@ TEST_F(WrapperStorageSessionTest, DestructionWithReferencesLeftIsReported)
     KwSetServerExceptionHandler(
         [](std::exception_ptr exception, void*) { reported = Catch([&] { std::rethrow_exception(exception); }); },
         nullptr);
-    struct TBroken final : TKwMAPIStorageSession
+    struct TDeletedPastTheCount final : TKwMAPIStorageSession
     {
-        static void DeletePastTheCount() { delete new TBroken; }
+        static void Delete(std::uint32_t references)
+        {
+            auto* session = new TDeletedPastTheCount;
+            while (references-- > 0)
+                session->AddRef();
+            delete session;
+        }
     };
-    TKwRef<TKwMAPIStorageSession> session = KwMake<TKwMAPIStorageSession>();
-    session.Reset();
-    EXPECT_EQ(reported.ClassName, "");
-    TBroken::DeletePastTheCount();
+    struct TKeptInItsDestruction final : TKwMAPIStorageSession
+    {
+        void BeforeDestruction() noexcept override
+        {
+            TKwMAPIStorageSession::BeforeDestruction();
+            AddRef();
+        }
+    };
+    KwMake<TKwMAPIStorageSession>().Reset();
+    TDeletedPastTheCount::Delete(0);
+    EXPECT_EQ(reported.ClassName, "") << "nobody is left with a reference";
+    TDeletedPastTheCount::Delete(1);
+    EXPECT_EQ(reported.ClassName, "EKwAssertionFailed");
+    reported = {};
+    KwMake<TKeptInItsDestruction>().Reset();
     KwSetServerExceptionHandler(nullptr, nullptr);
     EXPECT_EQ(reported.ClassName, "EKwAssertionFailed");
     EXPECT_EQ(reported.Message, "TKwMAPIStorageSession.Destroy; Recount <> 0");
