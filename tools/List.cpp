@@ -1,11 +1,13 @@
-// deftmapi ls: the rows of a folder's contents table.
+// deftmapi ls and find: the rows of a folder's contents table.
 #include "Command.hpp"
 #include "Values.hpp"
+#include "Where.hpp"
 
 #include <fmt/core.h>
 
 #include <algorithm>
 #include <memory>
+#include <optional>
 
 namespace deftmapi::tool
 {
@@ -17,7 +19,8 @@ struct Arguments
 {
     std::string Path;
     std::vector<std::string> Columns;
-    std::string Sort;
+    std::vector<std::string> Sort;
+    std::string Where;
     std::int64_t Limit = -1;
     bool Associated = false;
 };
@@ -43,18 +46,24 @@ std::vector<Shown> ColumnsOf(const Arguments& arguments)
     return columns;
 }
 
-void SortBy(IKwMAPITable& table, const std::string& sort)
+std::vector<TKwMAPISortKey> SortKeysOf(const Arguments& arguments)
 {
-    const std::size_t colon = sort.find(':');
-    const std::string order = colon == std::string::npos ? "asc" : sort.substr(colon + 1);
-    if (order != "asc" && order != "desc")
-        throw UsageError("--sort: the order is asc or desc, not '" + order + "'");
-    table.Sort(DefinitionOf(sort.substr(0, colon)), order == "desc");
+    std::vector<TKwMAPISortKey> keys;
+    for (const std::string& key : arguments.Sort) {
+        const std::size_t colon = key.find(':');
+        const std::string order = colon == std::string::npos ? "asc" : key.substr(colon + 1);
+        if (order != "asc" && order != "desc")
+            throw UsageError("--sort: the order is asc or desc, not '" + order + "'");
+        keys.push_back({DefinitionOf(key.substr(0, colon)), order == "desc"});
+    }
+    return keys;
 }
 
-void List(Context& context, const Arguments& arguments)
+/// @returns the number of rows printed
+std::size_t List(Context& context, const Arguments& arguments, const std::optional<Condition>& condition)
 {
     const auto columns = ColumnsOf(arguments);
+    const auto sortKeys = SortKeysOf(arguments);
     const auto folder = context.Folder(arguments.Path, alReadOnly);
     const auto table = arguments.Associated ? folder->GetAssociatedContentsTable() : folder->GetContentsTable();
     table->Set_BatchSize(200);
@@ -63,8 +72,13 @@ void List(Context& context, const Arguments& arguments)
     if (std::none_of(columns.begin(), columns.end(), [](const Shown& c) { return c.Def == PR_ENTRYID; }))
         table->Get_Fields()->Add(PR_ENTRYID);
     table->Open();
-    if (!arguments.Sort.empty())
-        SortBy(*table, arguments.Sort);
+    if (!sortKeys.empty())
+        table->Sort(sortKeys);
+    std::optional<Restrictions> restrictions;
+    if (condition) {
+        restrictions.emplace(*table, *condition);
+        table->Filter(restrictions->Root());
+    }
 
     Json rows = Json::array();
     std::vector<TextTable::Column> headings;
@@ -88,8 +102,18 @@ void List(Context& context, const Arguments& arguments)
         text.Add(std::move(cells));
     }
     if (context.Options.Json)
-        return PrintJson(rows);
-    text.Print();
+        PrintJson(rows);
+    else
+        text.Print();
+    return rows.size();
+}
+
+void AddCommonOptions(CLI::App& command, const std::shared_ptr<Arguments>& arguments)
+{
+    command.add_option("--columns", arguments->Columns, "PR_… names, separated by commas")->delimiter(',');
+    command.add_option("--sort", arguments->Sort, "PR_… to sort by, :desc for descending; several by commas")
+        ->delimiter(',');
+    command.add_option("--limit", arguments->Limit, "at most this many rows")->check(CLI::NonNegativeNumber);
 }
 
 } // namespace
@@ -99,11 +123,34 @@ void AddList(CLI::App& app, Context& context)
     const auto arguments = std::make_shared<Arguments>();
     CLI::App* command = app.add_subcommand("ls", "the messages of a folder");
     command->add_option("PATH", arguments->Path, "the folder, for example //[Inbox]")->required();
-    command->add_option("--columns", arguments->Columns, "PR_… names, separated by commas")->delimiter(',');
-    command->add_option("--sort", arguments->Sort, "PR_… to sort by, with :desc for descending");
-    command->add_option("--limit", arguments->Limit, "at most this many rows")->check(CLI::NonNegativeNumber);
+    AddCommonOptions(*command, arguments);
+    const CLI::Option* where =
+        command->add_option("--where", arguments->Where,
+                            "only messages that fit, for example 'PR_SUBJECT ~ \"report\" and PR_IMPORTANCE = 2'");
     command->add_flag("--associated", arguments->Associated, "the hidden messages instead");
-    command->callback([&context, arguments] { List(context, *arguments); });
+    command->footer(WhereHelp);
+    command->callback([&context, arguments, where] {
+        std::optional<Condition> condition;
+        if (where->count() != 0)
+            condition = ParseWhere(arguments->Where);
+        List(context, *arguments, condition);
+    });
+
+    const auto found = std::make_shared<Arguments>();
+    const auto wanted = std::make_shared<std::string>();
+    CLI::App* find = app.add_subcommand("find", "the messages of a folder whose subject contains a text");
+    find->add_option("PATH", found->Path, "the folder, for example //[Inbox]")->required();
+    find->add_option("TEXT", *wanted, "the text, in whatever case")->required();
+    AddCommonOptions(*find, found);
+    find->callback([&context, found, wanted] {
+        Condition condition;
+        condition.Type = rtContent;
+        condition.Prop = PR_SUBJECT;
+        condition.Match = smtSubString;
+        condition.Value = KwFromUtf8(*wanted);
+        if (List(context, *found, condition) == 0)
+            throw ExitWith{exitNo};
+    });
 }
 
 } // namespace deftmapi::tool

@@ -182,6 +182,48 @@ TEST_F(CommandTest, TheProjectsMessagesGoInAndTheTreeCountsThem)
         EXPECT_GE(sorted[i - 1]["PR_MESSAGE_SIZE"], sorted[i]["PR_MESSAGE_SIZE"]);
 }
 
+TEST_F(CommandTest, RowsAreFilteredSortedAndFound)
+{
+    CreateProfile();
+    const auto letter = [](const std::string& subject, const std::string& to, int day) {
+        return "From: Ada Example <ada@example.org>\r\nTo: " + to + "\r\nSubject: " + subject + "\r\nDate: Fri, 0" +
+               std::to_string(day) + " Mar 2024 12:00:00 +0000\r\n\r\nText.\r\n";
+    };
+    const std::string files = Write("1.eml", letter("Weekly report", "ben@example.net", 1)) + " " +
+                              Write("2.eml", letter("Holiday", "eve@example.net", 2)) + " " +
+                              Write("3.eml", letter("The REPORT, again", "ben@example.net", 3));
+    ASSERT_EQ(Run("import '//[Inbox]' " + files).Status, 0);
+
+    const auto subjects = [this](const std::string& arguments) {
+        const Outcome outcome = Run("--json ls '//[Inbox]' --columns PR_SUBJECT " + arguments);
+        EXPECT_EQ(outcome.Status, 0) << arguments << '\n' << outcome.Errors;
+        std::string all;
+        for (const Json& row : outcome.Document())
+            all += row["PR_SUBJECT"].get<std::string>().substr(0, 3) + '|';
+        return all;
+    };
+    EXPECT_EQ(subjects("--sort PR_SUBJECT"), "Hol|The|Wee|");
+    EXPECT_EQ(subjects("--sort PR_SENDER_NAME,PR_CLIENT_SUBMIT_TIME:desc"), "The|Hol|Wee|");
+    EXPECT_EQ(subjects("--sort PR_SUBJECT --where 'PR_SUBJECT ~ \"report\"'"), "The|Wee|");
+    EXPECT_EQ(subjects("--where 'PR_SUBJECT ^ \"week\"'"), "Wee|");
+    EXPECT_EQ(
+        subjects("--sort PR_SUBJECT --where 'not PR_SUBJECT ~ \"report\" or PR_CLIENT_SUBMIT_TIME >= 2024-03-03'"),
+        "Hol|The|");
+    EXPECT_EQ(subjects("--where 'PR_HASATTACH'"), "");
+
+    const Outcome found = Run("--json find '//[Inbox]' report --limit 1 --sort PR_SUBJECT");
+    EXPECT_EQ(found.Status, 0);
+    ASSERT_EQ(found.Document().size(), 1U);
+    EXPECT_EQ(found.Document()[0]["PR_SUBJECT"], "The REPORT, again");
+    const Outcome nothing = Run("--json find '//[Inbox]' invoice");
+    EXPECT_EQ(nothing.Status, 3);
+    EXPECT_EQ(nothing.Document(), Json::array());
+
+    const Outcome mistake = Run("ls '//[Inbox]' --where 'PR_SUBJECT ~ report'");
+    EXPECT_EQ(mistake.Status, 2);
+    EXPECT_EQ(mistake.Errors, "deftmapi: --where, column 14: a text in quotes expected instead of 'report'\n");
+}
+
 TEST_F(CommandTest, Definitions)
 {
     const Json subject = Run("--json defs PR_SUBJECT").Document();
