@@ -25,7 +25,6 @@ constexpr auto sSimpleReadOnly = u"Only the mmfRead bitmask is supported by Simp
 constexpr auto sSimpleFlagsOnly = u"Only the PR_MESSAGE_FLAGS property is supported by Simple MAPI!";
 
 // The library's own code for what a kind of object does not offer.
-constexpr mapi::HRESULT NotSupported = 26;
 constexpr std::int32_t mmfRead = 1;
 
 } // namespace
@@ -215,7 +214,7 @@ void TKwMAPIRestrictionExist::Build(mapi::SRestriction& record)
 TKwRef<IKwMAPIRestriction> TKwSimpleMAPIRestrictionBitMask::Create(TKwMAPITableBase& table, TKwMAPIRestrictionType type)
 {
     if (type != rtBitmask)
-        CreateKwMAPIException(NotSupported, sSimpleBitmaskOnly)->Raise();
+        CreateKwMAPIException(KwNotSupported, sSimpleBitmaskOnly)->Raise();
     return KwMake<TKwSimpleMAPIRestrictionBitMask>(table);
 }
 
@@ -224,14 +223,14 @@ TKwSimpleMAPIRestrictionBitMask::TKwSimpleMAPIRestrictionBitMask(TKwMAPITableBas
 void TKwSimpleMAPIRestrictionBitMask::Set_PropDef(TKwMAPIPropDef def)
 {
     if (def != PR_MESSAGE_FLAGS)
-        CreateKwMAPIException(NotSupported, sSimpleFlagsOnly)->Raise();
+        CreateKwMAPIException(KwNotSupported, sSimpleFlagsOnly)->Raise();
     FPropDef = def;
 }
 
 void TKwSimpleMAPIRestrictionBitMask::Set_BitMask(std::int32_t value)
 {
     if (value != mmfRead)
-        CreateKwMAPIException(NotSupported, sSimpleReadOnly)->Raise();
+        CreateKwMAPIException(KwNotSupported, sSimpleReadOnly)->Raise();
     FBitMask = value;
 }
 
@@ -261,7 +260,7 @@ TKwRef<IKwMAPIRestriction> TKwMAPITable::CreateRestriction(TKwMAPIRestrictionTyp
     case rtSub:
         return KwMake<TKwMAPIRestrictionSub>(*this);
     }
-    CreateKwMAPIException(NotSupported, sUnsupportedType)->Raise();
+    CreateKwMAPIException(KwNotSupported, sUnsupportedType)->Raise();
 }
 
 } // namespace deftmapi

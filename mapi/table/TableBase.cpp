@@ -40,7 +40,7 @@ void TKwMAPITableBase::DisplayFields()
 {
     const TKwShowFieldsProc proc = ShowFieldsProc(); // a copy: the procedure may set another one
     if (!proc)
-        CreateKwMAPIException(NotSupported, sNoShowProcedure, {GetClassName()})->Raise();
+        CreateKwMAPIException(KwNotSupported, sNoShowProcedure, {GetClassName()})->Raise();
     proc(*this);
 }
 
