@@ -4,6 +4,8 @@
 #include "client/entry/Guard.hpp"
 #include "client/entry/Utilities.hpp"
 #include "client/formats/ClassObjects.hpp"
+#include "client/notify/AdviseSinks.hpp"
+#include "client/notify/Dispatcher.hpp"
 #include "client/session/ProfileAdmin.hpp"
 #include "client/session/Session.hpp"
 
@@ -40,12 +42,15 @@ mapi::HRESULT GuardFunction(Body&& body) noexcept
 mapi::HRESULT DEFTMAPI_STDCALL MAPIInitialize(mapi::LPVOID options) noexcept
 {
     return GuardFunction([&] {
+        bool multiThreaded = false;
         if (const auto* init = static_cast<const mapi::MAPIINIT_0*>(options)) {
             if (init->ulVersion != mapi::MAPI_INIT_VERSION)
                 Fail(mapi::MAPI_E_INVALID_PARAMETER, sBadVersion);
             RequireFlags(init->ulFlags,
                          mapi::MAPI_MULTITHREAD_NOTIFICATIONS | mapi::MAPI_NT_SERVICE | mapi::MAPI_NO_COINIT);
+            multiThreaded = (init->ulFlags & mapi::MAPI_MULTITHREAD_NOTIFICATIONS) != 0;
         }
+        Dispatcher::Instance().ThreadInitialized(multiThreaded);
         ++GInitialized;
     });
 }
@@ -55,6 +60,10 @@ void DEFTMAPI_STDCALL MAPIUninitialize() noexcept
     long count = GInitialized.load();
     while (count > 0 && !GInitialized.compare_exchange_weak(count, count - 1)) {
     }
+    if (count > 0)
+        Dispatcher::Instance().ThreadUninitialized();
+    if (count == 1)
+        Dispatcher::Instance().Rest();
 }
 
 mapi::HRESULT DEFTMAPI_STDCALL MAPILogonEx(mapi::ULONG_PTR, mapi::LPTSTR profile, mapi::LPTSTR password,
@@ -118,7 +127,32 @@ mapi::HRESULT DEFTMAPI_STDCALL HrQueryAllRows(mapi::LPMAPITABLE table, mapi::LPS
 
 mapi::HRESULT DEFTMAPI_STDCALL HrDispatchNotifications(mapi::ULONG flags) noexcept
 {
-    return GuardFunction([&] { RequireFlags(flags, 0); });
+    return GuardFunction([&] {
+        RequireFlags(flags, 0);
+        Dispatcher::Instance().Deliver();
+    });
+}
+
+mapi::HRESULT DEFTMAPI_STDCALL HrAllocAdviseSink(mapi::LPNOTIFCALLBACK callback, mapi::LPVOID context,
+                                                 mapi::LPMAPIADVISESINK* sink) noexcept
+{
+    return GuardFunction([&] {
+        Require(sink, u"lppAdviseSink");
+        *sink = nullptr;
+        Require(reinterpret_cast<const void*>(callback), u"lpfnCallback");
+        *sink = NewCallbackSink(callback, context).Detach();
+    });
+}
+
+mapi::HRESULT DEFTMAPI_STDCALL HrThisThreadAdviseSink(mapi::LPMAPIADVISESINK sink,
+                                                      mapi::LPMAPIADVISESINK* wrapped) noexcept
+{
+    return GuardFunction([&] {
+        Require(wrapped, u"lppAdviseSink");
+        *wrapped = nullptr;
+        Require(sink, u"lpAdviseSink");
+        *wrapped = NewThreadSink(sink).Detach();
+    });
 }
 
 mapi::SCODE DEFTMAPI_STDCALL ScCreateConversationIndex(mapi::ULONG parentSize, mapi::LPBYTE parent, mapi::ULONG* size,
@@ -155,5 +189,7 @@ mapi::HRESULT DEFTMAPI_STDCALL DllGetClassObject(mapi::REFCLSID clsid, mapi::REF
 
 mapi::HRESULT DEFTMAPI_STDCALL DllCanUnloadNow() noexcept
 {
-    return GInitialized.load() == 0 && LiveObjects() == 0 && LiveBuffers() == 0 ? mapi::S_OK : mapi::S_FALSE;
+    return GInitialized.load() == 0 && LiveObjects() == 0 && LiveBuffers() == 0 && Dispatcher::Instance().Rest()
+               ? mapi::S_OK
+               : mapi::S_FALSE;
 }

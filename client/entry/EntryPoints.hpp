@@ -11,7 +11,9 @@
 #endif
 
 /// Must succeed once before MAPILogonEx and MAPIAdminProfiles; each success asks for one MAPIUninitialize. Any thread
-/// may do it for the process: nothing is kept per thread.
+/// may do it for the process. Per thread it decides where notifications arrive: with MAPI_MULTITHREAD_NOTIFICATIONS on
+/// a thread of the client, else on this thread when it calls HrDispatchNotifications, a session or a table. The first
+/// initialisation of a thread counts; a thread without one shares the choice of the thread that came first.
 /// @param options  MAPIINIT_0, or null
 DEFTMAPI_ENTRY mapi::HRESULT DEFTMAPI_STDCALL MAPIInitialize(mapi::LPVOID options) noexcept;
 DEFTMAPI_ENTRY void DEFTMAPI_STDCALL MAPIUninitialize() noexcept;
@@ -32,13 +34,20 @@ DEFTMAPI_ENTRY mapi::HRESULT DEFTMAPI_STDCALL HrQueryAllRows(mapi::LPMAPITABLE t
                                                              mapi::LPSRestriction restriction,
                                                              mapi::LPSSortOrderSet order, mapi::LONG maximum,
                                                              mapi::LPSRowSet* rows) noexcept;
-/// Delivers the notifications that wait. Nothing of this client sends any yet, so none ever wait.
+/// Delivers the notifications that wait for this thread. Inside a callback it does nothing.
 DEFTMAPI_ENTRY mapi::HRESULT DEFTMAPI_STDCALL HrDispatchNotifications(mapi::ULONG flags) noexcept;
+/// A sink that calls `callback` with `context`.
+DEFTMAPI_ENTRY mapi::HRESULT DEFTMAPI_STDCALL HrAllocAdviseSink(mapi::LPNOTIFCALLBACK callback, mapi::LPVOID context,
+                                                                mapi::LPMAPIADVISESINK* sink) noexcept;
+/// A sink that passes its notifications on to `sink` on the calling thread, whichever thread they come from: those from
+/// other threads arrive when the calling thread dispatches.
+DEFTMAPI_ENTRY mapi::HRESULT DEFTMAPI_STDCALL HrThisThreadAdviseSink(mapi::LPMAPIADVISESINK sink,
+                                                                     mapi::LPMAPIADVISESINK* wrapped) noexcept;
 DEFTMAPI_ENTRY mapi::SCODE DEFTMAPI_STDCALL ScCreateConversationIndex(mapi::ULONG parentSize, mapi::LPBYTE parent,
                                                                       mapi::ULONG* size, mapi::LPBYTE* index) noexcept;
 
 /// The class factory of the MIME converter (CLSID_IConverterSession), when the client was built with it.
 DEFTMAPI_ENTRY mapi::HRESULT DEFTMAPI_STDCALL DllGetClassObject(mapi::REFCLSID clsid, mapi::REFIID iid,
                                                                 mapi::LPVOID* object) noexcept;
-/// S_OK when no object and no buffer is alive and MAPI is not initialised.
+/// S_OK when no object and no buffer is alive, MAPI is not initialised and no thread of the client runs.
 DEFTMAPI_ENTRY mapi::HRESULT DEFTMAPI_STDCALL DllCanUnloadNow() noexcept;

@@ -2,6 +2,7 @@
 
 #include "client/entry/ComObject.hpp"
 #include "client/entry/Guard.hpp"
+#include "client/notify/Dispatcher.hpp"
 #include "client/session/ServiceAdmin.hpp"
 #include "client/store/StoreObjects.hpp"
 #include "client/table/MemorySource.hpp"
@@ -160,12 +161,16 @@ private:
     template <typename Body>
     mapi::HRESULT Run(Body&& body) noexcept
     {
-        const std::lock_guard lock(FLock);
-        return Guard(FLast, [&] {
-            if (FEnded)
-                Fail(mapi::MAPI_E_INVALID_OBJECT, sEnded);
-            return body();
-        });
+        const mapi::HRESULT result = [&] {
+            const std::lock_guard lock(FLock);
+            return Guard(FLast, [&] {
+                if (FEnded)
+                    Fail(mapi::MAPI_E_INVALID_OBJECT, sEnded);
+                return body();
+            });
+        }();
+        Dispatcher::Instance().DeliverInPassing(); // at last: a sink may release the session
+        return result;
     }
     mapi::HRESULT NoSupport(WideView text) noexcept
     {
@@ -348,13 +353,22 @@ mapi::HRESULT Session::Unadvise(mapi::ULONG_PTR connection) noexcept
 mapi::HRESULT Session::Logoff(mapi::ULONG_PTR, ULONG flags, ULONG reserved) noexcept
 {
     Connections connections; // these, too
-    return Run([&] {
+    std::map<Bytes, StorePtr> stores;
+    std::unique_lock lock(FLock);
+    const mapi::HRESULT result = Guard(FLast, [&] {
+        if (FEnded)
+            Fail(mapi::MAPI_E_INVALID_OBJECT, sEnded);
         RequireFlags(flags, mapi::MAPI_LOGOFF_SHARED | mapi::MAPI_LOGOFF_UI);
         RequireFlags(reserved, 0);
         FEnded = true;
         connections.swap(FConnections);
-        FStores.clear(); // objects that are still open keep theirs
+        stores.swap(FStores); // objects that are still open keep theirs
     });
+    lock.unlock();
+    // Nobody is notified any more; a callback that runs now may want the lock.
+    for (const auto& [id, store] : stores)
+        Dispatcher::Instance().RemoveAll(store.get());
+    return result;
 }
 
 mapi::HRESULT Session::SetDefaultStore(ULONG flags, ULONG size, mapi::LPENTRYID id) noexcept

@@ -1,5 +1,6 @@
 // Rows of a contents table. What has a column is read from the column; the packed lists are read only when a property
 // is asked for that has none.
+#include "client/notify/LiveRows.hpp"
 #include "client/store/MessageRecords.hpp"
 #include "client/store/StoreObjects.hpp"
 #include "client/table/Table.hpp"
@@ -22,7 +23,7 @@ const std::vector<ULONG> DefaultTags = {
     tag::Importance,       tag::Priority,         tag::Sensitivity,       tag::HasAttach,        tag::SearchKey,
     tag::MappingSignature, tag::StoreEntryId,     tag::StoreRecordKey};
 
-class ContentsSource final : public RowSource
+class ContentsSource final : public RowSource, public LiveRows
 {
 public:
     ContentsSource(StorePtr store, std::int64_t folder, bool associated)
@@ -80,6 +81,18 @@ public:
         const Snapshot snapshot(FStore->Db());
         body();
     }
+
+    const StorePtr& LiveStore() const override { return FStore; }
+    std::shared_ptr<RowSource> Over(StorePtr store) const override
+    {
+        return std::make_shared<ContentsSource>(std::move(store), FFolder, FAssociated);
+    }
+    void Touched(const JournalEntry& entry, TouchedRows& rows) const override
+    {
+        if (entry.IsMessage() && entry.associated == FAssociated && (entry.folder == FFolder || entry.other == FFolder))
+            rows.keys.insert(entry.object);
+    }
+    bool IsOrderedByKey() const override { return true; }
 
 private:
     /// Which column of the statement holds which property.

@@ -1,6 +1,7 @@
 #include "client/store/Database.hpp"
 
 #include "client/entry/Guard.hpp"
+#include "client/notify/Dispatcher.hpp"
 
 #include <sqlite3.h>
 
@@ -232,10 +233,13 @@ Transaction::~Transaction()
 
 void Transaction::Commit()
 {
-    if (FDatabase.FDepth == 1)
+    const bool outermost = FDatabase.FDepth == 1;
+    if (outermost)
         FDatabase.Prepare("COMMIT").Run();
     --FDatabase.FDepth;
     FOpen = false;
+    if (outermost)
+        Dispatcher::Instance().Wake();
 }
 
 Snapshot::Snapshot(Database& database) : FDatabase(database), FOwner(sqlite3_get_autocommit(database.FHandle) != 0)

@@ -1,4 +1,5 @@
 // Rows of a hierarchy table: the folders below one folder, in the order of their names, parents before their children.
+#include "client/notify/LiveRows.hpp"
 #include "client/store/Folder.hpp"
 #include "client/table/Table.hpp"
 
@@ -15,7 +16,7 @@ const std::vector<ULONG> DefaultTags = {tag::EntryId,       tag::InstanceKey,   
                                         tag::ParentEntryId, tag::RecordKey,      tag::Access,          tag::AccessLevel,
                                         tag::StoreEntryId,  tag::StoreRecordKey, tag::MappingSignature};
 
-class HierarchySource final : public RowSource
+class HierarchySource final : public RowSource, public LiveRows
 {
 public:
     HierarchySource(StorePtr store, std::int64_t folder, bool deep)
@@ -56,6 +57,26 @@ public:
         }
         return true;
     }
+
+    const StorePtr& LiveStore() const override { return FStore; }
+    std::shared_ptr<RowSource> Over(StorePtr store) const override
+    {
+        return std::make_shared<HierarchySource>(std::move(store), FFolder, FDeep);
+    }
+    void Touched(const JournalEntry& entry, TouchedRows& rows) const override
+    {
+        // What happens in a folder changes its counters, what happens below it PR_SUBFOLDERS.
+        for (const std::int64_t folder : {entry.folder, entry.other}) {
+            if (FDepths.contains(folder))
+                rows.keys.insert(folder);
+        }
+        if (entry.IsMessage())
+            return;
+        rows.natural = true;
+        if (FDepths.contains(entry.object))
+            rows.keys.insert(entry.object);
+    }
+    bool IsOrderedByKey() const override { return false; }
 
 private:
     void Walk(std::int64_t parent, std::int64_t depth, std::span<const ULONG> tags, Props& values, const Visit& visit)

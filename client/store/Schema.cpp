@@ -147,7 +147,41 @@ constexpr const char* Step1[] = {
         UPDATE store SET hierarchy = hierarchy + 1; END)",
 };
 
-constexpr std::span<const char* const> Steps[] = {Step1};
+// Step 2: the journal that listeners read (client/notify/Journal.hpp has the kinds and the number of entries kept).
+// Counters of folders are not entered: the entries of messages tell whose have changed.
+constexpr const char* Step2[] = {
+    R"(CREATE TABLE journal (
+        seq INTEGER PRIMARY KEY AUTOINCREMENT,
+        kind INTEGER NOT NULL,
+        object INTEGER NOT NULL,
+        folder INTEGER,
+        other INTEGER,
+        associated INTEGER NOT NULL DEFAULT 0))",
+    R"(CREATE TRIGGER journal_trim AFTER INSERT ON journal WHEN NEW.seq % 1024 = 0 BEGIN
+        DELETE FROM journal WHERE seq <= NEW.seq - 16384; END)",
+    R"(CREATE TRIGGER journal_message_added AFTER INSERT ON messages WHEN NEW.folder IS NOT NULL BEGIN
+        INSERT INTO journal (kind, object, folder, associated) VALUES (1, NEW.id, NEW.folder, NEW.associated); END)",
+    R"(CREATE TRIGGER journal_message_removed AFTER DELETE ON messages WHEN OLD.folder IS NOT NULL BEGIN
+        INSERT INTO journal (kind, object, folder, associated) VALUES (2, OLD.id, OLD.folder, OLD.associated); END)",
+    R"(CREATE TRIGGER journal_message_changed AFTER UPDATE ON messages
+        WHEN NEW.folder IS NOT NULL OR OLD.folder IS NOT NULL BEGIN
+        INSERT INTO journal (kind, object, folder, other, associated) VALUES (
+            CASE WHEN NEW.folder IS OLD.folder THEN 3 WHEN OLD.folder IS NULL THEN 1 WHEN NEW.folder IS NULL THEN 2
+                ELSE 4 END,
+            NEW.id, ifnull(NEW.folder, OLD.folder),
+            CASE WHEN NEW.folder IS NOT OLD.folder AND NEW.folder IS NOT NULL THEN OLD.folder END,
+            NEW.associated); END)",
+    R"(CREATE TRIGGER journal_folder_added AFTER INSERT ON folders BEGIN
+        INSERT INTO journal (kind, object, folder) VALUES (5, NEW.id, NEW.parent); END)",
+    R"(CREATE TRIGGER journal_folder_removed AFTER DELETE ON folders BEGIN
+        INSERT INTO journal (kind, object, folder) VALUES (6, OLD.id, OLD.parent); END)",
+    R"(CREATE TRIGGER journal_folder_changed AFTER UPDATE OF parent, name, props ON folders BEGIN
+        INSERT INTO journal (kind, object, folder, other) VALUES (
+            CASE WHEN NEW.parent IS OLD.parent THEN 7 ELSE 8 END, NEW.id, NEW.parent,
+            CASE WHEN NEW.parent IS NOT OLD.parent THEN OLD.parent END); END)",
+};
+
+constexpr std::span<const char* const> Steps[] = {Step1, Step2};
 static_assert(std::size(Steps) == schema::Version);
 
 /// Runs the steps after `from` inside the caller's transaction.

@@ -66,13 +66,21 @@ StorePtr StoreFile::Open(const std::filesystem::path& file)
 }
 
 StoreFile::StoreFile(const std::filesystem::path& file)
-    : FFolder(file.parent_path()), FUse(file), FDatabase(file, Database::Mode::Open)
+    : FFile(file), FFolder(file.parent_path()), FUse(file), FDatabase(file, Database::Mode::Open)
 {
     PrepareConnection(FDatabase);
     Query query = FDatabase.Prepare("SELECT uid FROM store");
     if (!query.Step() || query.Blob(0).size() != sizeof FId)
         Fail(mapi::MAPI_E_CORRUPT_STORE, sIncomplete);
     std::memcpy(&FId, query.Blob(0).data(), sizeof FId);
+}
+
+StorePtr StoreFile::ForListeners()
+{
+    StorePtr store = FForListeners.lock();
+    if (!store)
+        FForListeners = store = Open(FFile);
+    return store;
 }
 
 std::int64_t StoreFile::RowOf(ULONG size, const mapi::ENTRYID* id, EntryKind kind) const

@@ -39,6 +39,9 @@ public:
     [[nodiscard]] std::recursive_mutex& Lock() { return FLock; }
     [[nodiscard]] Database& Db() { return FDatabase; }
     [[nodiscard]] const Uid& Id() const { return FId; }
+    /// The same store over another connection, for those who listen to it: it sees only what is durable. All who listen
+    /// share it. REQUIRES: the lock is held.
+    [[nodiscard]] std::shared_ptr<StoreFile> ForListeners();
     [[nodiscard]] std::shared_ptr<Spool> NewSpool() const { return std::make_shared<Spool>(FFolder); }
 
     [[nodiscard]] Bytes EntryIdOf(EntryKind kind, std::int64_t row) const { return MakeEntryId({FId, kind, row}); }
@@ -81,7 +84,9 @@ private:
     void DropValue(std::int64_t valueId);
 
     std::recursive_mutex FLock;
+    std::filesystem::path FFile;
     std::filesystem::path FFolder;
+    std::weak_ptr<StoreFile> FForListeners;
     StoreFileUse FUse; // outlives the connection
     Database FDatabase;
     Uid FId{};

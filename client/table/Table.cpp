@@ -18,39 +18,9 @@ constexpr auto sNotFound = u"No row fits the restriction.";
 constexpr auto sZeroRows = u"The number of rows must not be zero.";
 constexpr auto sZeroDenominator = u"The denominator must not be zero.";
 constexpr auto sCategories = u"Tables of this store are not grouped into categories.";
-constexpr auto sNoNotifications = u"Tables of this store send no notifications.";
 
 // Stands for the key of a bookmark behind the last row; no source has it.
 constexpr RowKey AtEnd = -1;
-
-bool IsLess(const Props& a, const Props& b, const std::vector<mapi::SSortOrder>& sort)
-{
-    for (std::size_t i = 0; i < sort.size(); ++i) {
-        // A row without the property stands before all that have it, as in the platform's tables.
-        const bool missingA = a[i].IsError();
-        const bool missingB = b[i].IsError();
-        int order = missingA || missingB ? int{missingB} - int{missingA} : CompareValues(a[i], b[i]);
-        if (order != 0)
-            return sort[i].ulOrder == mapi::TABLE_SORT_DESCEND ? order > 0 : order < 0;
-    }
-    return false;
-}
-
-/// Sort keys need no more of a text than the row shows.
-void Shorten(Prop& prop)
-{
-    if (const auto* blob = std::get_if<BlobPtr>(&prop.data)) {
-        Bytes head(static_cast<std::size_t>(std::min<std::uint64_t>((*blob)->Size(), limits::TableText * 2)));
-        head.resize((*blob)->Read(0, head.data(), head.size()));
-        if (prop.Type() == mapi::PT_UNICODE) {
-            WideString text(head.size() / 2, u'\0');
-            std::memcpy(text.data(), head.data(), text.size() * 2);
-            prop.data = std::move(text);
-        } else {
-            prop.data = std::move(head);
-        }
-    }
-}
 
 } // namespace
 
@@ -69,8 +39,12 @@ Table::Table(std::shared_ptr<RowSource> source, bool unicode)
 template <typename Body>
 mapi::HRESULT Table::Run(Body&& body) noexcept
 {
-    const std::lock_guard lock(FSource->Lock());
-    return Guard(FLast, std::forward<Body>(body));
+    const mapi::HRESULT result = [&] {
+        const std::lock_guard lock(FSource->Lock());
+        return Guard(FLast, std::forward<Body>(body));
+    }();
+    Dispatcher::Instance().DeliverInPassing(); // at last: a sink may release the table
+    return result;
 }
 
 mapi::HRESULT Table::NoSupport(WideView text) noexcept
@@ -137,11 +111,11 @@ void Table::Rebuild()
             return;
         }
         Props sortKeys(values.begin(), values.begin() + static_cast<std::ptrdiff_t>(FSort.size()));
-        std::for_each(sortKeys.begin(), sortKeys.end(), Shorten);
+        std::for_each(sortKeys.begin(), sortKeys.end(), ShortenValue);
         keyed.emplace_back(key, std::move(sortKeys));
     });
     std::stable_sort(keyed.begin(), keyed.end(),
-                     [this](const auto& a, const auto& b) { return IsLess(a.second, b.second, FSort); });
+                     [this](const auto& a, const auto& b) { return IsRowBefore(a.second, b.second, FSort); });
     for (const auto& [key, values] : keyed)
         order.push_back(key);
     FOrder = std::move(order);
@@ -167,41 +141,9 @@ std::size_t Table::Resolve(mapi::BOOKMARK bookmark, bool& moved) const
     return it->second.position;
 }
 
-Prop Table::ColumnValue(ULONG column, const Prop& value) const
-{
-    if (column >> 16 == 0)
-        return {mapi::PT_NULL, {}}; // PR_NULL keeps a column free
-    if (value.IsError())
-        return ErrorProp(column, mapi::MAPI_E_NOT_FOUND);
-    Prop cut = value;
-    if (std::holds_alternative<BlobPtr>(cut.data)) {
-        if (cut.Type() != mapi::PT_UNICODE)
-            return ErrorProp(column, mapi::MAPI_E_NOT_ENOUGH_MEMORY);
-        Shorten(cut);
-    } else if (auto* text = std::get_if<WideString>(&cut.data); text && text->size() > limits::TableText) {
-        text->resize(limits::TableText);
-    } else if (const auto* bytes = std::get_if<Bytes>(&cut.data); bytes && bytes->size() > limits::TableBinary) {
-        return ErrorProp(column, mapi::MAPI_E_NOT_ENOUGH_MEMORY);
-    }
-    auto result = Convert(cut, column & 0xFFFF, FUnicode);
-    return result ? std::move(*result) : ErrorProp(column, mapi::MAPI_E_NOT_FOUND);
-}
-
 mapi::HRESULT Table::GetLastError(mapi::HRESULT code, ULONG flags, mapi::LPMAPIERROR* error) noexcept
 {
     return FLast.Get(code, flags, error);
-}
-
-mapi::HRESULT Table::Advise(ULONG, mapi::LPMAPIADVISESINK, mapi::ULONG_PTR* connection) noexcept
-{
-    if (connection)
-        *connection = 0;
-    return NoSupport(sNoNotifications);
-}
-
-mapi::HRESULT Table::Unadvise(mapi::ULONG_PTR) noexcept
-{
-    return NoSupport(sNoNotifications);
 }
 
 mapi::HRESULT Table::GetStatus(ULONG* status, ULONG* type) noexcept
@@ -227,6 +169,7 @@ mapi::HRESULT Table::SetColumns(mapi::LPSPropTagArray tags, ULONG flags) noexcep
                 Fail(mapi::MAPI_E_TOO_COMPLEX, sBadColumn);
         }
         FColumns = std::move(columns);
+        ViewChanged(false, flags, mapi::TABLE_SETCOL_DONE);
     });
 }
 
@@ -340,6 +283,7 @@ mapi::HRESULT Table::Restrict(mapi::LPSRestriction restriction, ULONG flags) noe
         FBookmarks.clear();
         FBuilt = false;
         FPosition = 0;
+        ViewChanged(true, flags, mapi::TABLE_RESTRICT_DONE);
     });
 }
 
@@ -383,6 +327,7 @@ mapi::HRESULT Table::SortTable(mapi::LPSSortOrderSet order, ULONG flags) noexcep
         FBookmarks.clear();
         FBuilt = false;
         FPosition = 0;
+        ViewChanged(true, flags, mapi::TABLE_SORT_DONE);
     });
 }
 
@@ -423,7 +368,7 @@ mapi::HRESULT Table::QueryRows(mapi::LONG count, ULONG flags, mapi::LPSRowSet* r
                     continue; // deleted by another process since the order was made
                 out.clear();
                 for (std::size_t i = 0; i < FColumns.size(); ++i)
-                    out.push_back(ColumnValue(FColumns[i], values[i]));
+                    out.push_back(ShownValue(FColumns[i], values[i], FUnicode));
                 mapi::SRow& row = set->aRow[set->cRows];
                 row.lpProps = ToInterface(out).Detach();
                 row.cValues = static_cast<ULONG>(out.size());

@@ -4,6 +4,7 @@
 
 #include "client/entry/ComObject.hpp"
 #include "client/entry/Guard.hpp"
+#include "client/notify/TableFeed.hpp"
 #include "client/table/Restriction.hpp"
 #include "client/table/RowSource.hpp"
 
@@ -18,6 +19,7 @@ class Table final : public ComObject<mapi::IMAPITable>
 public:
     /// @param unicode  the width of text whose column was named without a type, and of the default columns
     Table(std::shared_ptr<RowSource> source, bool unicode);
+    ~Table() override;
 
     mapi::HRESULT DEFTMAPI_STDCALL GetLastError(mapi::HRESULT code, ULONG flags,
                                                 mapi::LPMAPIERROR* error) noexcept override;
@@ -52,6 +54,7 @@ public:
     [[nodiscard]] bool Implements(const mapi::IID& iid) const noexcept override { return iid == mapi::IID_IMAPITable; }
 
 private:
+    using Feeds = std::map<mapi::ULONG_PTR, std::shared_ptr<TableFeed>>; // by connection
     struct Bookmark
     {
         std::size_t position;
@@ -66,7 +69,9 @@ private:
     void Rebuild();
     /// The position of a bookmark; sets `moved` when the row that it stood on is gone.
     [[nodiscard]] std::size_t Resolve(mapi::BOOKMARK bookmark, bool& moved) const;
-    [[nodiscard]] Prop ColumnValue(ULONG column, const Prop& value) const;
+    [[nodiscard]] TableView View() const;
+    /// Tells those who are advised that columns, rows or order are others, and of the end of an asynchronous call.
+    void ViewChanged(bool otherRows, ULONG flags, ULONG doneEvent);
 
     std::shared_ptr<RowSource> FSource;
     bool FUnicode;
@@ -78,7 +83,8 @@ private:
     std::int64_t FStamp = 0;
     std::size_t FPosition = 0;
     std::map<mapi::BOOKMARK, Bookmark> FBookmarks;
-    mapi::BOOKMARK FNextBookmark = 3; // after the predefined ones
+    mapi::BOOKMARK FNextBookmark = 3;                             // after the predefined ones
+    Feeds FFeeds;
     LastError FLast;
 };
 

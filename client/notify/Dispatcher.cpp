@@ -1,0 +1,288 @@
+#include "client/notify/Dispatcher.hpp"
+
+#include <algorithm>
+
+namespace deftmapi::client
+{
+namespace
+{
+
+// Plain data: a thread-local object with a destructor would keep an unloaded module alive.
+thread_local bool GDelivering = false;
+thread_local std::uint64_t GSeen = 0;
+thread_local std::chrono::steady_clock::time_point GLooked{};
+
+} // namespace
+
+Dispatcher& Dispatcher::Instance()
+{
+    static auto& dispatcher = *new Dispatcher; // sessions may outlive the static objects
+    return dispatcher;
+}
+
+void Dispatcher::ThreadInitialized(bool multiThreaded)
+{
+    const std::lock_guard lock(FLock);
+    const auto self = std::this_thread::get_id();
+    const auto it = std::find_if(FThreads.begin(), FThreads.end(), [self](const auto& t) { return t.thread == self; });
+    if (it != FThreads.end())
+        ++it->count;
+    else
+        FThreads.push_back({self, 1, multiThreaded});
+}
+
+void Dispatcher::ThreadUninitialized()
+{
+    const std::lock_guard lock(FLock);
+    const auto self = std::this_thread::get_id();
+    auto it = std::find_if(FThreads.begin(), FThreads.end(), [self](const auto& t) { return t.thread == self; });
+    if (it == FThreads.end() && !FThreads.empty())
+        it = FThreads.end() - 1; // a thread may take back what another one did
+    if (it != FThreads.end() && --it->count == 0)
+        FThreads.erase(it);
+}
+
+Dispatcher::Connection Dispatcher::Add(std::shared_ptr<Listener> listener, mapi::IMAPIAdviseSink* sink,
+                                       const void* owner)
+{
+    std::thread::id thread = std::this_thread::get_id();
+    {
+        const std::lock_guard lock(FLock);
+        auto it =
+            std::find_if(FThreads.begin(), FThreads.end(), [thread](const auto& t) { return t.thread == thread; });
+        if (it == FThreads.end())
+            it = FThreads.begin();
+        if (it != FThreads.end())
+            thread = it->multiThreaded ? std::thread::id() : it->thread;
+    }
+    return AddFor(thread, std::move(listener), sink, owner);
+}
+
+Dispatcher::Connection Dispatcher::AddForThisThread(std::shared_ptr<Listener> listener, mapi::IMAPIAdviseSink* sink)
+{
+    return AddFor(std::this_thread::get_id(), std::move(listener), sink, nullptr);
+}
+
+Dispatcher::Connection Dispatcher::AddFor(std::thread::id thread, std::shared_ptr<Listener> listener,
+                                          mapi::IMAPIAdviseSink* sink, const void* owner)
+{
+    auto entry = std::make_shared<Entry>();
+    entry->listener = std::move(listener);
+    entry->sink = TKwComPtr<mapi::IMAPIAdviseSink>(sink);
+    entry->owner = owner;
+    entry->thread = thread;
+    const std::lock_guard lock(FLock);
+    if (thread == std::thread::id())
+        StartThread();
+    FEntries.emplace(FNext, std::move(entry));
+    if (thread == std::thread::id())
+        ++FOwnCount;
+    else
+        ++FBoundCount;
+    return FNext++;
+}
+
+bool Dispatcher::WaitsForThis(std::thread::id runner) const
+{
+    const auto self = std::this_thread::get_id();
+    for (auto it = FWaiting.find(runner); it != FWaiting.end(); it = FWaiting.find(it->second)) {
+        if (it->second == self)
+            return true;
+    }
+    return false;
+}
+
+bool Dispatcher::Remove(Connection connection) noexcept
+{
+    const auto self = std::this_thread::get_id();
+    std::shared_ptr<Listener> listener; // these end without the lock
+    TKwComPtr<mapi::IMAPIAdviseSink> sink;
+    std::thread idle;
+    {
+        std::unique_lock lock(FLock);
+        auto node = FEntries.extract(connection);
+        if (node.empty())
+            return false;
+        const EntryPtr& entry = node.mapped();
+        entry->removed = true;
+        const bool own = entry->thread == std::thread::id();
+        if (own)
+            --FOwnCount;
+        else
+            --FBoundCount;
+        while (entry->runner != std::thread::id() && entry->runner != self && !WaitsForThis(entry->runner)) {
+            FWaiting[self] = entry->runner;
+            FReturned.notify_all(); // somebody who waits for this thread's callback must look again
+            FReturned.wait(lock);
+            FWaiting.erase(self);
+        }
+        if (entry->runner == std::thread::id()) {
+            listener = std::move(entry->listener);
+            sink = std::move(entry->sink);
+        } else {
+            entry->orphaned = true; // who runs it lets go of them
+        }
+        if (own && FOwnCount == 0) {
+            FStop = true;
+            FWake.notify_all();
+            idle = TakeIdleThread();
+        }
+    }
+    if (idle.joinable())
+        idle.join();
+    return true;
+}
+
+void Dispatcher::RemoveAll(const void* owner) noexcept
+{
+    for (;;) {
+        Connection connection = 0;
+        {
+            const std::lock_guard lock(FLock);
+            const auto it = std::find_if(FEntries.begin(), FEntries.end(),
+                                         [owner](const auto& item) { return item.second->owner == owner; });
+            if (it == FEntries.end())
+                return;
+            connection = it->first;
+        }
+        Remove(connection);
+    }
+}
+
+bool Dispatcher::IsRemoved(const Entry& entry)
+{
+    const std::lock_guard lock(FLock);
+    return entry.removed;
+}
+
+void Dispatcher::Run(const EntryPtr& entry) noexcept
+{
+    {
+        const std::lock_guard lock(FLock);
+        if (entry->removed || entry->runner != std::thread::id())
+            return;
+        entry->runner = std::this_thread::get_id();
+        if (entry->thread == std::thread::id())
+            FBusy = true;
+    }
+    {
+        NotificationBatch batch = entry->listener->Collect();
+        if (!batch.IsEmpty() && !IsRemoved(*entry))
+            entry->sink->OnNotify(batch.Count(), batch.Data());
+    }
+    std::shared_ptr<Listener> listener;
+    TKwComPtr<mapi::IMAPIAdviseSink> sink;
+    std::unique_lock lock(FLock);
+    entry->runner = std::thread::id();
+    if (entry->orphaned) {
+        listener = std::move(entry->listener);
+        sink = std::move(entry->sink);
+    }
+    FReturned.notify_all();
+    if (entry->thread != std::thread::id())
+        return;
+    if (sink) { // its end may wait for others as a callback may
+        lock.unlock();
+        listener.reset();
+        sink.Reset();
+        lock.lock();
+    }
+    FBusy = false;
+}
+
+void Dispatcher::DeliverTo(std::thread::id thread) noexcept
+{
+    if (GDelivering)
+        return;
+    std::vector<EntryPtr> entries;
+    try {
+        const std::lock_guard lock(FLock);
+        for (const auto& [connection, entry] : FEntries) {
+            if (entry->thread == thread)
+                entries.push_back(entry);
+        }
+    } catch (...) {
+        return; // no memory: the events stay where they are until the next time
+    }
+    GDelivering = true;
+    for (const EntryPtr& entry : entries)
+        Run(entry);
+    GDelivering = false;
+}
+
+void Dispatcher::Deliver() noexcept
+{
+    GSeen = FGeneration.load();
+    GLooked = std::chrono::steady_clock::now();
+    DeliverTo(std::this_thread::get_id());
+}
+
+void Dispatcher::DeliverInPassing() noexcept
+{
+    if (FBoundCount.load(std::memory_order_relaxed) == 0 || GDelivering)
+        return;
+    if (FGeneration.load() != GSeen || std::chrono::steady_clock::now() - GLooked >= Period)
+        Deliver();
+}
+
+void Dispatcher::Wake() noexcept
+{
+    const std::lock_guard lock(FLock); // the client's thread must not be between looking and waiting
+    ++FGeneration;
+    if (FOwnCount != 0)
+        FWake.notify_all();
+}
+
+void Dispatcher::StartThread()
+{
+    if (FThread.joinable() && !FEnded) {
+        FStop = false; // it had been told to end but has not yet
+        return;
+    }
+    if (FThread.joinable())
+        FThread.join(); // it has left the lock for good
+    FStop = false;
+    FEnded = false;
+    FThread = std::thread([this] { Work(); });
+}
+
+void Dispatcher::Work() noexcept
+{
+    std::uint64_t seen = 0;
+    std::unique_lock lock(FLock);
+    while (!FStop) {
+        FWake.wait_for(lock, Period, [&] { return FStop || FGeneration.load() != seen; });
+        if (FStop)
+            break;
+        seen = FGeneration.load();
+        lock.unlock();
+        DeliverTo(std::thread::id());
+        lock.lock();
+    }
+    FEnded = true;
+}
+
+std::thread Dispatcher::TakeIdleThread()
+{
+    // A callback that runs may wait for this thread; then the client's thread ends by itself and is joined later.
+    if (!FThread.joinable() || FBusy || FThread.get_id() == std::this_thread::get_id())
+        return {};
+    return std::move(FThread);
+}
+
+bool Dispatcher::Rest() noexcept
+{
+    std::thread idle;
+    {
+        const std::lock_guard lock(FLock);
+        if (FStop)
+            idle = TakeIdleThread();
+        if (FThread.joinable())
+            return false;
+    }
+    if (idle.joinable())
+        idle.join();
+    return true;
+}
+
+} // namespace deftmapi::client

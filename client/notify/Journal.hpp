@@ -1,0 +1,48 @@
+// The journal of a store: what changed in which order, written by triggers inside the transaction that changes it.
+// Whoever listens remembers the last number he has seen; so changes of this and of other processes reach him by the
+// same road, and one that was not committed leaves nothing behind.
+#pragma once
+
+#include "client/store/Database.hpp"
+
+#include <functional>
+
+namespace deftmapi::client
+{
+
+/// Stands in the store file: a number that has been published keeps its meaning.
+enum class JournalKind : std::int64_t
+{
+    MessageAdded = 1,
+    MessageDeleted = 2,
+    MessageModified = 3,
+    MessageMoved = 4,
+    FolderAdded = 5,
+    FolderDeleted = 6,
+    FolderModified = 7,
+    FolderMoved = 8
+};
+
+struct JournalEntry
+{
+    std::int64_t number = 0;
+    JournalKind kind = JournalKind::MessageAdded;
+    std::int64_t object = 0; ///< row of the message or folder
+    std::int64_t folder = 0; ///< the folder that it lies in, after the change; for what was deleted, before it
+    std::int64_t other = 0;  ///< for what was moved, the folder that it came from; else 0
+    bool associated = false; ///< of a message
+
+    [[nodiscard]] bool IsMessage() const { return kind <= JournalKind::MessageMoved; }
+};
+
+/// Entries that a journal keeps at least; older ones are trimmed. The trigger in the store file has the same number.
+inline constexpr std::int64_t JournalKept = 16384;
+
+/// The number of the latest entry, 0 in a journal that never had one.
+[[nodiscard]] std::int64_t LastJournalNumber(Database& database);
+
+/// Visits the entries after number `seen` in their order, until the visitor returns false.
+/// @returns false when entries after `seen` have been trimmed: what happened since then cannot be told
+bool ReadJournal(Database& database, std::int64_t seen, const std::function<bool(const JournalEntry& entry)>& visit);
+
+} // namespace deftmapi::client

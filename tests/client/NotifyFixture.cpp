@@ -1,0 +1,292 @@
+#include "tests/client/NotifyFixture.hpp"
+
+#include <algorithm>
+#include <csignal>
+#include <fcntl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace deftmapi::client::test
+{
+namespace
+{
+
+constexpr std::chrono::seconds Limit{60};
+
+} // namespace
+
+ULONG DEFTMAPI_STDCALL RecordingSink::OnNotify(ULONG count, mapi::LPNOTIFICATION notifications) noexcept
+{
+    std::unique_lock lock(FLock);
+    for (ULONG i = 0; i < count; ++i) {
+        const mapi::TABLE_NOTIFICATION& table = notifications[i].info.tab;
+        Event event;
+        EXPECT_EQ(notifications[i].ulEventType, mapi::fnevTableModified);
+        event.type = table.ulTableEvent;
+        event.result = table.hResult;
+        event.thread = std::this_thread::get_id();
+        if (table.propIndex.ulPropTag == tag::InstanceKey)
+            event.key = std::get<Bytes>(FromInterface(table.propIndex).data);
+        if (table.propPrior.ulPropTag == tag::InstanceKey)
+            event.prior = std::get<Bytes>(FromInterface(table.propPrior).data);
+        else if (table.propPrior.ulPropTag != mapi::PT_NULL)
+            ADD_FAILURE() << "propPrior";
+        for (ULONG k = 0; k < table.row.cValues; ++k)
+            event.row.push_back(FromInterface(table.row.lpProps[k]));
+        FEvents.push_back(std::move(event));
+    }
+    FChanged.notify_all();
+    lock.unlock();
+    if (onNotify)
+        onNotify();
+    return 0;
+}
+
+std::vector<Event> RecordingSink::Take()
+{
+    const std::lock_guard lock(FLock);
+    return std::exchange(FEvents, {});
+}
+
+bool RecordingSink::WaitUntil(const std::function<bool(const std::vector<Event>&)>& condition)
+{
+    std::unique_lock lock(FLock);
+    return FChanged.wait_for(lock, Limit, [&] { return condition(FEvents); });
+}
+
+bool RecordingSink::WaitFor(std::size_t count)
+{
+    return WaitUntil([count](const auto& events) { return events.size() >= count; });
+}
+
+std::vector<std::u16string> Describe(const std::vector<Event>& events)
+{
+    std::vector<std::u16string> lines;
+    for (const Event& event : events) {
+        switch (event.type) {
+        case mapi::TABLE_ROW_ADDED:
+            lines.push_back(u"added " + WideAt(event.row, 0));
+            break;
+        case mapi::TABLE_ROW_MODIFIED:
+            lines.push_back(u"modified " + WideAt(event.row, 0));
+            break;
+        case mapi::TABLE_ROW_DELETED:
+            lines.emplace_back(u"deleted");
+            break;
+        case mapi::TABLE_RELOAD:
+            lines.emplace_back(u"reload");
+            break;
+        case mapi::TABLE_SETCOL_DONE:
+            lines.emplace_back(u"columns set");
+            break;
+        case mapi::TABLE_SORT_DONE:
+            lines.emplace_back(u"sorted");
+            break;
+        case mapi::TABLE_RESTRICT_DONE:
+            lines.emplace_back(u"restricted");
+            break;
+        default:
+            lines.emplace_back(u"something else");
+        }
+    }
+    return lines;
+}
+
+void TableModel::Load(mapi::IMAPITable& table)
+{
+    FRows.clear();
+    for (Props& row : Rows(table, {tag::Subject, tag::InstanceKey}, 1000))
+        FRows.emplace_back(std::get<Bytes>(row[1].data), WideAt(row, 0));
+}
+
+void TableModel::Apply(const std::vector<Event>& events, mapi::IMAPITable& table)
+{
+    for (const Event& event : events) {
+        if (event.type == mapi::TABLE_RELOAD) {
+            Load(table);
+            continue;
+        }
+        const auto find = [this](const Bytes& key) {
+            return std::find_if(FRows.begin(), FRows.end(), [&](const auto& row) { return row.first == key; });
+        };
+        const auto it = find(event.key);
+        EXPECT_EQ(it == FRows.end(), event.type == mapi::TABLE_ROW_ADDED);
+        if (it != FRows.end())
+            FRows.erase(it);
+        if (event.type == mapi::TABLE_ROW_DELETED)
+            continue;
+        auto place = FRows.begin();
+        if (event.prior) {
+            place = find(*event.prior);
+            ASSERT_NE(place, FRows.end()) << "the row before is not known";
+            ++place;
+        }
+        FRows.insert(place, {event.key, WideAt(event.row, 0)});
+    }
+}
+
+std::vector<std::u16string> TableModel::Subjects() const
+{
+    std::vector<std::u16string> subjects;
+    for (const auto& [key, subject] : FRows)
+        subjects.push_back(subject);
+    return subjects;
+}
+
+OtherProcess::OtherProcess(const std::filesystem::path& storeFile)
+{
+    int in[2];
+    int out[2];
+    if (::pipe2(in, O_CLOEXEC) != 0 || ::pipe2(out, O_CLOEXEC) != 0)
+        throw std::runtime_error("pipe2");
+    const std::string file = storeFile.string();
+    FProcess = ::fork();
+    if (FProcess == 0) {
+        ::dup2(in[0], STDIN_FILENO);
+        ::dup2(out[1], STDOUT_FILENO);
+        ::execl(NOTIFY_WRITER, NOTIFY_WRITER, file.c_str(), nullptr);
+        ::_exit(127);
+    }
+    ::close(in[0]);
+    ::close(out[1]);
+    FIn = in[1];
+    FOut = out[0];
+}
+
+OtherProcess::~OtherProcess()
+{
+    ::close(FIn); // it ends at the end of its input
+    int status = 0;
+    if (FProcess > 0) {
+        ::waitpid(FProcess, &status, 0);
+        EXPECT_EQ(status, 0);
+    }
+    ::close(FOut);
+}
+
+std::string OtherProcess::Do(const std::string& command)
+{
+    const std::string line = command + "\n";
+    EXPECT_EQ(::write(FIn, line.data(), line.size()), static_cast<::ssize_t>(line.size()));
+    std::string answer;
+    char byte = 0;
+    while (::read(FOut, &byte, 1) == 1 && byte != '\n')
+        answer += byte;
+    return answer;
+}
+
+void OtherProcess::Kill()
+{
+    ::kill(FProcess, SIGKILL);
+    ::waitpid(FProcess, nullptr, 0);
+    FProcess = -1;
+}
+
+void NotifyTest::Start(bool multiThreaded)
+{
+    if (multiThreaded) {
+        MAPIUninitialize();
+        mapi::MAPIINIT_0 options{mapi::MAPI_INIT_VERSION, mapi::MAPI_MULTITHREAD_NOTIFICATIONS};
+        ASSERT_EQ(MAPIInitialize(&options), mapi::S_OK);
+    }
+    ASSERT_EQ(Create(u"p"), mapi::S_OK);
+    FSession = LogOnTo(u"p");
+    FStore = OpenStore(*FSession, Stores(*FSession).at(0).id);
+    ULONG size = 0;
+    MapiBuffer<mapi::ENTRYID> id;
+    ASSERT_EQ(FStore->GetReceiveFolder(nullptr, 0, &size, id.Out(), nullptr), mapi::S_OK);
+    const auto* bytes = reinterpret_cast<const std::uint8_t*>(id.Get());
+    FInbox = OpenFolder(Bytes(bytes, bytes + size));
+    FSink = Ptr<RecordingSink>(new RecordingSink);
+}
+
+void NotifyTest::TearDown()
+{
+    FSink.Reset();
+    FInbox.Reset();
+    FStore.Reset();
+    FSession.Reset();
+    SessionTest::TearDown();
+    EXPECT_TRUE(Dispatcher::Instance().Rest()) << "the client's thread is left";
+}
+
+Ptr<mapi::IMAPIFolder> NotifyTest::OpenFolder(const Bytes& id) const
+{
+    ULONG type = 0;
+    Ptr<mapi::IMAPIFolder> folder;
+    EXPECT_EQ(FStore->OpenEntry(static_cast<ULONG>(id.size()), AsEntry(id), nullptr, mapi::MAPI_MODIFY, &type,
+                                reinterpret_cast<mapi::LPUNKNOWN*>(Out(folder))),
+              mapi::S_OK);
+    return folder;
+}
+
+Ptr<mapi::IMessage> NotifyTest::OpenMessage(const Bytes& id) const
+{
+    ULONG type = 0;
+    Ptr<mapi::IMessage> message;
+    EXPECT_EQ(FStore->OpenEntry(static_cast<ULONG>(id.size()), AsEntry(id), nullptr, mapi::MAPI_MODIFY, &type,
+                                reinterpret_cast<mapi::LPUNKNOWN*>(Out(message))),
+              mapi::S_OK);
+    return message;
+}
+
+Bytes NotifyTest::AddMessage(const char16_t* subject, ULONG flags) const
+{
+    Ptr<mapi::IMessage> message;
+    EXPECT_EQ(FInbox->CreateMessage(nullptr, flags, Out(message)), mapi::S_OK);
+    Set(*message, {Text(tag::Subject, subject)});
+    EXPECT_EQ(message->SaveChanges(mapi::KEEP_OPEN_READWRITE), mapi::S_OK);
+    return Get(*message, tag::EntryId).Blob();
+}
+
+void NotifyTest::SetSubject(const Bytes& id, const char16_t* subject) const
+{
+    auto message = OpenMessage(id);
+    Set(*message, {Text(tag::Subject, subject)});
+    EXPECT_EQ(message->SaveChanges(0), mapi::S_OK);
+}
+
+void NotifyTest::Delete(const Bytes& id) const
+{
+    mapi::SBinary entry{static_cast<ULONG>(id.size()), const_cast<std::uint8_t*>(id.data())};
+    mapi::ENTRYLIST list{1, &entry};
+    EXPECT_EQ(FInbox->DeleteMessages(&list, 0, nullptr, 0), mapi::S_OK);
+}
+
+Ptr<mapi::IMAPITable> NotifyTest::Contents(bool sorted) const
+{
+    Ptr<mapi::IMAPITable> table;
+    EXPECT_EQ(FInbox->GetContentsTable(mapi::MAPI_UNICODE, Out(table)), mapi::S_OK);
+    EXPECT_EQ(table->SetColumns(Tags{tag::Subject, tag::InstanceKey}, 0), mapi::S_OK);
+    if (sorted) {
+        EXPECT_EQ(SortBy(*table, tag::Subject, 0), mapi::S_OK);
+    }
+    return table;
+}
+
+mapi::HRESULT NotifyTest::SortBy(mapi::IMAPITable& table, ULONG tag, ULONG flags)
+{
+    mapi::SSortOrderSet order{1, 0, 0, {{tag, mapi::TABLE_SORT_ASCEND}}};
+    return table.SortTable(&order, flags);
+}
+
+std::filesystem::path NotifyTest::StorePath() const
+{
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(Home())) {
+        if (entry.path().extension() == ".db" && entry.path().filename() != "profiles.db")
+            return entry.path();
+    }
+    ADD_FAILURE() << "no store file";
+    return {};
+}
+
+mapi::ULONG_PTR NotifyTest::Advise(mapi::IMAPITable& table, mapi::IMAPIAdviseSink* sink)
+{
+    mapi::ULONG_PTR connection = 0;
+    const auto hr = table.Advise(mapi::fnevTableModified, sink, &connection);
+    EXPECT_EQ(hr, mapi::S_OK) << std::hex << hr;
+    EXPECT_NE(connection, 0u);
+    return connection;
+}
+
+} // namespace deftmapi::client::test

@@ -1,0 +1,255 @@
+// Notifications of tables: which events for which change, on which thread, from this process and from another one.
+#include "client/notify/Journal.hpp"
+#include "client/notify/TableFeed.hpp"
+#include "tests/client/NotifyFixture.hpp"
+
+#include <gmock/gmock.h>
+#include <random>
+
+namespace deftmapi::client::test
+{
+namespace
+{
+
+using namespace mapi;
+using Lines = std::vector<std::u16string>;
+
+TEST_F(NotifyTest, NothingArrivesBeforeItIsDispatched)
+{
+    Start(false);
+    auto table = Contents();
+    const auto connection = Advise(*table, FSink.Get());
+    const Bytes a = AddMessage(u"a");
+    const Bytes b = AddMessage(u"b");
+    EXPECT_TRUE(FSink->Take().empty());
+    std::thread([] { Dispatch(); }).join(); // of another thread
+    EXPECT_TRUE(FSink->Take().empty());
+    Dispatch();
+    auto events = FSink->Take();
+    EXPECT_EQ(Describe(events), (Lines{u"added a", u"added b"}));
+    ASSERT_EQ(events.size(), 2u);
+    EXPECT_EQ(events[0].prior, std::nullopt);
+    EXPECT_EQ(events[1].prior, events[0].key);
+    EXPECT_EQ(events[0].row.size(), 2u);
+    EXPECT_EQ(std::get<Bytes>(events[1].row[1].data), events[1].key);
+    EXPECT_EQ(events[0].thread, std::this_thread::get_id());
+
+    SetSubject(a, u"z");
+    Dispatch();
+    EXPECT_EQ(Describe(FSink->Take()), Lines{u"modified z"});
+    Delete(b);
+    AddMessage(u"hidden", MAPI_ASSOCIATED);
+    ULONG rows = 0;
+    EXPECT_EQ(table->GetRowCount(0, &rows), S_OK); // a call of the table dispatches in passing
+    EXPECT_EQ(rows, 1u);
+    events = FSink->Take();
+    EXPECT_EQ(Describe(events), Lines{u"deleted"});
+    EXPECT_TRUE(events.at(0).row.empty());
+
+    EXPECT_EQ(table->Unadvise(connection), S_OK);
+    EXPECT_EQ(table->Unadvise(connection), MAPI_E_NOT_FOUND);
+    AddMessage(u"c");
+    Dispatch();
+    EXPECT_TRUE(FSink->Take().empty());
+}
+
+TEST_F(NotifyTest, AdvisingIsRefusedWhereNothingCanCome)
+{
+    Start(false);
+    auto table = Contents();
+    ULONG_PTR connection = 7;
+    EXPECT_EQ(table->Advise(fnevNewMail, FSink.Get(), &connection), MAPI_E_NO_SUPPORT);
+    EXPECT_EQ(connection, 0u);
+    EXPECT_EQ(table->Advise(fnevTableModified, nullptr, &connection), MAPI_E_INVALID_PARAMETER);
+    EXPECT_EQ(table->Advise(fnevTableModified, FSink.Get(), nullptr), MAPI_E_INVALID_PARAMETER);
+    Ptr<IMAPITable> fixed;
+    ASSERT_EQ(FSession->GetMsgStoresTable(0, Out(fixed)), S_OK);
+    EXPECT_EQ(fixed->Advise(fnevTableModified, FSink.Get(), &connection), MAPI_E_NO_SUPPORT);
+}
+
+TEST_F(NotifyTest, RowsThatStartOrStopFittingComeAndGo)
+{
+    Start(false);
+    const Bytes b = AddMessage(u"match b");
+    const Bytes d = AddMessage(u"other d");
+    auto table = Contents(true);
+    const auto prefix = Text(tag::Subject, u"match");
+    SRestriction restriction{};
+    restriction.rt = RES_CONTENT;
+    restriction.res.resContent = {FL_PREFIX | FL_IGNORECASE, tag::Subject, const_cast<LPSPropValue>(&prefix)};
+    ASSERT_EQ(table->Restrict(&restriction, 0), S_OK);
+    const auto connection = Advise(*table, FSink.Get());
+    static_cast<void>(connection);
+    TableModel model;
+    model.Load(*table);
+    static_cast<void>(FSink->Take());
+
+    SetSubject(d, u"match a");
+    AddMessage(u"other");
+    Dispatch();
+    auto events = FSink->Take();
+    EXPECT_EQ(Describe(events), Lines{u"added match a"});
+    model.Apply(events, *table);
+    SetSubject(d, u"match z"); // to another place
+    Dispatch();
+    events = FSink->Take();
+    EXPECT_EQ(Describe(events), Lines{u"modified match z"});
+    model.Apply(events, *table);
+    EXPECT_EQ(model.Subjects(), (Lines{u"match b", u"match z"}));
+    SetSubject(b, u"no match");
+    Dispatch();
+    EXPECT_EQ(Describe(FSink->Take()), Lines{u"deleted"});
+}
+
+TEST_F(NotifyTest, TheRowHasTheColumnsAndTheWidthOfTheTable)
+{
+    Start(false);
+    auto table = Contents();
+    static_cast<void>(Advise(*table, FSink.Get()));
+    constexpr ULONG NarrowSubject = (tag::Subject & 0xFFFF0000u) | PT_STRING8;
+    ASSERT_EQ(table->SetColumns(Tags{tag::Subject, PT_NULL, tag::MessageFlags, 0x7FFE001F}, 0), S_OK);
+    AddMessage(u"one");
+    Dispatch();
+    auto events = FSink->Take();
+    ASSERT_EQ(events.size(), 1u); // a synchronous call is not told of
+    ASSERT_EQ(events[0].row.size(), 4u);
+    EXPECT_EQ(events[0].row[1].tag, PT_NULL);
+    EXPECT_EQ(events[0].row[2].tag, tag::MessageFlags);
+    EXPECT_EQ(events[0].row[3].tag, 0x7FFE000Au);
+    ASSERT_EQ(table->SetColumns(Tags{NarrowSubject}, TBL_ASYNC), S_OK);
+    Dispatch();
+    ASSERT_EQ(SortBy(*table, tag::Subject, TBL_ASYNC), S_OK);
+    ASSERT_EQ(table->Restrict(nullptr, TBL_ASYNC), S_OK);
+    Dispatch();
+    EXPECT_EQ(Describe(FSink->Take()), (Lines{u"columns set", u"sorted", u"restricted"}));
+}
+
+TEST_F(NotifyTest, FoldersTellOfTheirFoldersAndCounters)
+{
+    Start(false);
+    Ptr<IMAPITable> table;
+    ASSERT_EQ(FInbox->GetHierarchyTable(MAPI_UNICODE | CONVENIENT_DEPTH, Out(table)), S_OK);
+    ASSERT_EQ(table->SetColumns(Tags{tag::DisplayName, tag::ContentCount, tag::Subfolders}, 0), S_OK);
+    static_cast<void>(Advise(*table, FSink.Get()));
+    const auto create = [](IMAPIFolder& parent, const char16_t* name) {
+        Ptr<IMAPIFolder> folder;
+        EXPECT_EQ(parent.CreateFolder(FOLDER_GENERIC, W(name), nullptr, nullptr, MAPI_UNICODE, Out(folder)), S_OK);
+        return folder;
+    };
+    auto m = create(*FInbox, u"m");
+    auto deep = create(*m, u"deep");
+    auto a = create(*FInbox, u"a");
+    Dispatch();
+    auto events = FSink->Take();
+    EXPECT_EQ(Describe(events), (Lines{u"added a", u"added m", u"added deep"}));
+    EXPECT_EQ(NumberAt(events.at(1).row, 2), 1);
+
+    Ptr<IMessage> message;
+    ASSERT_EQ(deep->CreateMessage(nullptr, 0, Out(message)), S_OK);
+    ASSERT_EQ(message->SaveChanges(0), S_OK);
+    Dispatch();
+    events = FSink->Take();
+    EXPECT_EQ(Describe(events), Lines{u"modified deep"});
+    EXPECT_EQ(NumberAt(events.at(0).row, 1), 1);
+    EXPECT_EQ(events.at(0).prior, (Bytes(Get(*m, tag::InstanceKey).Blob())));
+
+    Set(*a, {Text(tag::DisplayName, u"z")});
+    Dispatch();
+    EXPECT_EQ(Describe(FSink->Take()), Lines{u"modified z"});
+    Set(*m, {Text(tag::DisplayName, u"zz")}); // its subfolder goes along
+    Dispatch();
+    EXPECT_EQ(Describe(FSink->Take()), Lines{u"reload"});
+    const Bytes id = Get(*m, tag::EntryId).Blob();
+    ASSERT_EQ(FInbox->DeleteFolder(static_cast<ULONG>(id.size()), AsEntry(id), 0, nullptr, DEL_FOLDERS | DEL_MESSAGES),
+              S_OK);
+    Dispatch();
+    EXPECT_EQ(Describe(FSink->Take()), (Lines{u"deleted", u"deleted"}));
+}
+
+TEST_F(NotifyTest, TooMuchAtOnceIsAReload)
+{
+    Start(false);
+    auto table = Contents();
+    static_cast<void>(Advise(*table, FSink.Get()));
+    const Bytes first = AddMessage(u"first");
+    Dispatch();
+    static_cast<void>(FSink->Take());
+    // One entry more than the journal keeps, about one row: what came before them is lost.
+    StorePtr file = StoreFile::Open(StorePath());
+    file->Db().Execute("WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < " +
+                       std::to_string(JournalKept + 2048) +
+                       ") INSERT INTO journal (kind, object, folder) SELECT 3, 1, 3 FROM n");
+    file.reset();
+    Dispatch();
+    EXPECT_EQ(Describe(FSink->Take()), Lines{u"reload"});
+    Delete(first);
+    Dispatch();
+    EXPECT_EQ(Describe(FSink->Take()), Lines{u"deleted"});
+
+    OtherProcess other(StorePath());
+    ASSERT_EQ(other.Do("burst " + std::to_string(TableFeed::MaximumRowEvents)), "ok");
+    Dispatch();
+    EXPECT_EQ(FSink->Take().size(), TableFeed::MaximumRowEvents);
+    ASSERT_EQ(other.Do("burst " + std::to_string(TableFeed::MaximumRowEvents + 1)), "ok");
+    Dispatch();
+    EXPECT_EQ(Describe(FSink->Take()), Lines{u"reload"});
+    AddMessage(u"one more");
+    Dispatch();
+    EXPECT_EQ(Describe(FSink->Take()), Lines{u"added one more"});
+}
+
+TEST_F(NotifyTest, ATableThatFollowsItsEventsIsTheTableReadAnew)
+{
+    Start(false);
+    OtherProcess other(StorePath());
+    auto sorted = Contents(true);
+    auto natural = Contents();
+    Ptr<RecordingSink> second(new RecordingSink);
+    static_cast<void>(Advise(*sorted, FSink.Get()));
+    static_cast<void>(Advise(*natural, second.Get()));
+    TableModel sortedModel;
+    TableModel naturalModel;
+    sortedModel.Load(*sorted);
+    naturalModel.Load(*natural);
+
+    std::mt19937 random(20240601);
+    std::vector<Bytes> ids;
+    const auto subject = [&] { return std::u16string(1, static_cast<char16_t>(u'a' + random() % 26)); };
+    for (int round = 0; round < 60; ++round) {
+        for (auto step = random() % 6; step-- > 0;) {
+            const std::u16string text = subject();
+            const auto at = ids.empty() ? 0 : random() % ids.size();
+            switch (random() % 5) {
+            case 0:
+                other.Do("add " + KwToUtf8(text));
+                break;
+            case 1:
+                other.Do("rename " + KwToUtf8(text));
+                break;
+            case 2:
+                ids.push_back(AddMessage(text.c_str()));
+                break;
+            case 3:
+                if (!ids.empty())
+                    SetSubject(ids[at], text.c_str());
+                break;
+            default:
+                if (!ids.empty()) {
+                    Delete(ids[at]);
+                    ids.erase(ids.begin() + static_cast<std::ptrdiff_t>(at));
+                }
+            }
+        }
+        Dispatch();
+        sortedModel.Apply(FSink->Take(), *sorted);
+        naturalModel.Apply(second->Take(), *natural);
+        TableModel expected;
+        expected.Load(*sorted);
+        ASSERT_EQ(sortedModel.Subjects(), expected.Subjects()) << "round " << round;
+        expected.Load(*natural);
+        ASSERT_EQ(naturalModel.Subjects(), expected.Subjects()) << "round " << round;
+    }
+}
+
+} // namespace
+} // namespace deftmapi::client::test

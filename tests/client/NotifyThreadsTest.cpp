@@ -1,0 +1,244 @@
+// Notifications on the client's own thread: callbacks that unadvise, release and log off, other threads that do so
+// meanwhile, changes by another process, and the sinks that change threads.
+#include "tests/client/NotifyFixture.hpp"
+
+#include <atomic>
+#include <future>
+#include <gmock/gmock.h>
+
+namespace deftmapi::client::test
+{
+namespace
+{
+
+using namespace mapi;
+using Lines = std::vector<std::u16string>;
+
+TEST_F(NotifyTest, TheClientsThreadDeliversByItself)
+{
+    Start(true);
+    auto table = Contents();
+    const auto connection = Advise(*table, FSink.Get());
+    AddMessage(u"a");
+    ASSERT_TRUE(FSink->WaitFor(1));
+    const auto events = FSink->Take();
+    EXPECT_EQ(Describe(events), Lines{u"added a"});
+    EXPECT_NE(events[0].thread, std::this_thread::get_id());
+    EXPECT_EQ(table->Unadvise(connection), S_OK);
+    EXPECT_TRUE(Dispatcher::Instance().Rest()); // nobody listens: the thread has ended
+    static_cast<void>(Advise(*table, FSink.Get()));
+    AddMessage(u"b");
+    ASSERT_TRUE(FSink->WaitFor(1));
+    EXPECT_EQ(Describe(FSink->Take()), Lines{u"added b"});
+    table.Reset(); // ends the connection, too
+    EXPECT_TRUE(Dispatcher::Instance().Rest());
+}
+
+TEST_F(NotifyTest, AnotherProcessIsHeard)
+{
+    Start(true);
+    OtherProcess other(StorePath());
+    auto table = Contents(true);
+    static_cast<void>(Advise(*table, FSink.Get()));
+    ASSERT_EQ(other.Do("add b"), "ok");
+    ASSERT_TRUE(FSink->WaitFor(1));
+    ASSERT_EQ(other.Do("add a"), "ok");
+    ASSERT_TRUE(FSink->WaitFor(2));
+    ASSERT_EQ(other.Do("rename a"), "ok");
+    ASSERT_TRUE(FSink->WaitFor(3));
+    const auto events = FSink->Take();
+    EXPECT_EQ(Describe(events), (Lines{u"added b", u"added a", u"modified a'"}));
+    EXPECT_EQ(events[1].prior, std::nullopt);
+}
+
+TEST_F(NotifyTest, AWriterKilledInTheMiddleTellsNothing)
+{
+    Start(true);
+    auto table = Contents();
+    static_cast<void>(Advise(*table, FSink.Get()));
+    {
+        OtherProcess other(StorePath());
+        ASSERT_EQ(other.Do("add first"), "ok");
+        ASSERT_TRUE(FSink->WaitFor(1));
+        ASSERT_EQ(other.Do("hold never"), "ok");
+        other.Kill();
+    }
+    AddMessage(u"last");
+    ASSERT_TRUE(FSink->WaitFor(2));
+    EXPECT_EQ(Describe(FSink->Take()), (Lines{u"added first", u"added last"}));
+}
+
+TEST_F(NotifyTest, ASinkMayDoAnythingWithTheTable)
+{
+    Start(true);
+    auto table = Contents();
+    auto twin = Contents();
+    const auto connection = Advise(*table, FSink.Get());
+    static_cast<void>(Advise(*twin, FSink.Get()));
+    std::atomic<int> calls = 0;
+    FSink->onNotify = [&] {
+        if (++calls != 1)
+            return;
+        ULONG rows = 0;
+        EXPECT_EQ(table->GetRowCount(0, &rows), S_OK);
+        EXPECT_EQ(rows, 1u);
+        AddMessage(u"from inside");
+        EXPECT_EQ(SortBy(*table, tag::Subject, 0), S_OK);
+        EXPECT_EQ(table->Unadvise(connection), S_OK);
+        table.Reset();
+        twin.Reset();
+        EXPECT_EQ(FSession->Logoff(0, 0, 0), S_OK);
+    };
+    AddMessage(u"a");
+    ASSERT_TRUE(FSink->WaitFor(1));
+    // No connection is left, so the thread ends; until it has, the callback may still be at work.
+    while (!Dispatcher::Instance().Rest())
+        std::this_thread::yield();
+    EXPECT_EQ(calls, 1);
+    EXPECT_FALSE(table);
+}
+
+TEST_F(NotifyTest, UnadvisingWaitsForTheCallback)
+{
+    Start(true);
+    auto table = Contents();
+    const auto connection = Advise(*table, FSink.Get());
+    std::promise<void> entered;
+    std::promise<void> unadvising;
+    std::atomic<bool> left = false;
+    FSink->onNotify = [&] {
+        entered.set_value();
+        unadvising.get_future().wait();
+        ULONG rows = 0;
+        EXPECT_EQ(table->GetRowCount(0, &rows), S_OK); // the waiting call holds no lock
+        left = true;
+    };
+    AddMessage(u"a");
+    entered.get_future().wait();
+    std::thread other([&] {
+        unadvising.set_value();
+        EXPECT_EQ(table->Unadvise(connection), S_OK);
+        EXPECT_TRUE(left);
+    });
+    other.join();
+    EXPECT_EQ(Describe(FSink->Take()), Lines{u"added a"});
+}
+
+TEST_F(NotifyTest, CallbacksThatUnadviseEachOtherDoNotWaitForever)
+{
+    Start(true);
+    auto table = Contents();
+    const auto own = Advise(*table, FSink.Get());
+    // A sink of this thread beside that of the client's thread.
+    Ptr<RecordingSink> here(new RecordingSink);
+    Ptr<IMAPIAdviseSink> wrapped;
+    ASSERT_EQ(HrThisThreadAdviseSink(here.Get(), Out(wrapped)), S_OK);
+    auto twin = Contents();
+    const auto other = Advise(*twin, wrapped.Get());
+    std::promise<void> ownEntered;
+    std::promise<void> hereEntered;
+    FSink->onNotify = [&] {
+        ownEntered.set_value();
+        hereEntered.get_future().wait();
+        wrapped.Reset();
+        EXPECT_EQ(twin->Unadvise(other), S_OK); // the last reference to the wrapper, whose sink runs
+    };
+    here->onNotify = [&] {
+        hereEntered.set_value();
+        EXPECT_EQ(table->Unadvise(own), S_OK);
+    };
+    NOTIFICATION notification{};
+    notification.ulEventType = fnevTableModified;
+    notification.info.tab.ulTableEvent = TABLE_CHANGED;
+    notification.info.tab.propPrior.ulPropTag = PT_NULL;
+    notification.info.tab.propIndex.ulPropTag = PT_NULL;
+    std::thread([&] { wrapped->OnNotify(1, &notification); }).join();
+    AddMessage(u"a");
+    ownEntered.get_future().wait();
+    Dispatch();
+    while (!Dispatcher::Instance().Rest())
+        std::this_thread::yield();
+}
+
+TEST_F(NotifyTest, LoggingOffEndsTheConnectionsOfItsTables)
+{
+    for (const bool multiThreaded : {false, true}) {
+        Start(multiThreaded);
+        auto table = Contents();
+        const auto connection = Advise(*table, FSink.Get());
+        ASSERT_EQ(FSession->Logoff(0, 0, 0), S_OK);
+        AddMessage(u"a"); // the objects work on, but tell nothing
+        Dispatch();
+        EXPECT_TRUE(Dispatcher::Instance().Rest());
+        EXPECT_TRUE(FSink->Take().empty());
+        EXPECT_EQ(table->Unadvise(connection), S_OK);
+        Admin()->DeleteProfile(W(u"p"), Unicode);
+    }
+}
+
+TEST_F(NotifyTest, ManyThreadsMayAdviseAndChangeAtOnce)
+{
+    Start(true);
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 4; ++i) {
+        threads.emplace_back([&, i] {
+            for (int round = 0; round < 8; ++round) {
+                auto table = Contents(i % 2 == 0);
+                Ptr<RecordingSink> sink(new RecordingSink);
+                const auto connection = Advise(*table, sink.Get());
+                AddMessage(u"x");
+                EXPECT_TRUE(sink->WaitFor(1));
+                if (round % 2 == 0) { // else it ends with the table
+                    EXPECT_EQ(table->Unadvise(connection), S_OK);
+                }
+            }
+        });
+    }
+    for (auto& thread : threads)
+        thread.join();
+}
+
+struct Context
+{
+    std::thread::id thread;
+    Props row;
+    int calls = 0;
+};
+
+LONG DEFTMAPI_STDCALL Record(LPVOID data, ULONG count, LPNOTIFICATION notifications)
+{
+    auto& seen = *static_cast<Context*>(data);
+    ++seen.calls;
+    seen.thread = std::this_thread::get_id();
+    const SRow& row = notifications[count - 1].info.tab.row;
+    for (ULONG i = 0; i < row.cValues; ++i)
+        seen.row.push_back(FromInterface(row.lpProps[i]));
+    return 0;
+}
+
+TEST_F(NotifyTest, AFunctionOnThisThreadThoughTheClientsThreadIsTold)
+{
+    Start(true);
+    Context context;
+    Ptr<IMAPIAdviseSink> inner;
+    Ptr<IMAPIAdviseSink> outer;
+    ASSERT_EQ(HrAllocAdviseSink(Record, &context, Out(inner)), S_OK);
+    ASSERT_EQ(HrThisThreadAdviseSink(inner.Get(), Out(outer)), S_OK);
+    EXPECT_EQ(HrAllocAdviseSink(nullptr, nullptr, Out(inner)), MAPI_E_INVALID_PARAMETER);
+    EXPECT_EQ(HrThisThreadAdviseSink(nullptr, Out(inner)), MAPI_E_INVALID_PARAMETER);
+    auto table = Contents();
+    const auto first = Advise(*table, outer.Get());
+    static_cast<void>(Advise(*table, FSink.Get())); // later in the order: when it has heard, the other one has, too
+    AddMessage(u"a");
+    ASSERT_TRUE(FSink->WaitFor(1));
+    EXPECT_EQ(context.calls, 0);
+    Dispatch();
+    EXPECT_EQ(context.calls, 1);
+    EXPECT_EQ(context.thread, std::this_thread::get_id());
+    ASSERT_EQ(context.row.size(), 2u);
+    EXPECT_EQ(WideAt(context.row, 0), u"a");
+    EXPECT_EQ(table->Unadvise(first), S_OK);
+}
+
+} // namespace
+} // namespace deftmapi::client::test
