@@ -765,8 +765,12 @@ public:
     [[nodiscard]] virtual bool HasDEventSinks() const = 0;
 
     // Editing, for tables held in memory.
+    /// Appends a row without values and makes it current.
     virtual void Insert() = 0;
+    /// Deletes the current row; the following one becomes current.
     virtual void Delete() = 0;
+    /// Empty and Null leave the row without the value.
+    /// @throws EKwConvertError  the value does not convert to the type of the field
     /// @throws EMAPI_NO_ACCESS  "The table is readonly!"
     virtual void SetFieldValue(TKwMAPIPropDef def, const TKwVariant& value) = 0;
 };
@@ -792,9 +796,9 @@ struct TKwMAPIFieldValue
     TKwVariant Value;
 };
 
-/// Rows of property values in memory. It moves as a MAPI table does (after Last, and after Next on the last row, that
-/// row stays current and Get_EOF is true), except that it can also move back from its end. It has no restrictions and
-/// no searches by them: FilterRows and Locate take their place.
+/// Rows of property values in memory. It moves as a MAPI table does, with two differences: on the last row after Last
+/// it is not at its end, and it can move back from its end. It has no restrictions and no searches by them: FilterRows
+/// and Locate take their place. What changes a row needs one: @throws EMAPI_CALL_FAILED  "The table is EOF!"
 class IKwMAPIMemoryTable : public virtual IKwMAPITable
 {
 public:

@@ -8,6 +8,7 @@
 #include "mapi/headers/uKwMAPITableConstantsH.hpp"
 #include "mapi/table/ColumnNames.hpp"
 #include "mapi/table/MAPISide.hpp"
+#include "mapi/table/TableNotify.hpp"
 
 #include <algorithm>
 #include <cstdlib>
@@ -33,7 +34,7 @@ constexpr std::int32_t CountingStep = 20;
 
 TKwMAPITable::TKwMAPITable(TKwMAPIWrapper& owner, mapi::IMAPITable* table, TKwMAPITableOpener reopen)
     : TKwMAPITableBase(&owner), FMAPISide(KwMake<TMAPISide>(*this, owner, table)), FReopen(std::move(reopen)),
-      FRowSet(*FMAPISide)
+      FRowSet(*FMAPISide), FEvents(std::make_shared<TEvents>(*this))
 {}
 
 TKwMAPITable::~TKwMAPITable()
@@ -54,8 +55,9 @@ IKwMAPIWrapper& TKwMAPITable::MemoryOwner()
 
 void TKwMAPITable::MAPIObjectReplaced(bool active) noexcept
 {
+    EndAdviseQuietly();
     ClearRowSet();
-    FSearchBookmark = 0; // went with the old object
+    FSearchBookmark = 0; // goes with the old object
     FActive = FActive && active;
 }
 
@@ -75,16 +77,23 @@ void TKwMAPITable::Open()
     FActive = true;
 }
 
-void TKwMAPITable::CloseCursor()
+mapi::HRESULT TKwMAPITable::CloseCursor()
 {
     ClearRowSet();
     FActive = false;
-    FreeSearchBookmark();
+    return FreeSearchBookmark();
 }
 
 void TKwMAPITable::Close()
 {
-    CloseCursor();
+    const TKwRef<TKwMAPITable> self(this); // a sink may drop the last other reference
+    const bool tellSinks = FActive || Get_Advised();
+    const mapi::HRESULT freed = CloseCursor();
+    const mapi::HRESULT ended = EndAdvise();
+    if (tellSinks)
+        DoClose();
+    CheckMAPIResult(GetClassName(), u"FreeBookmark", freed, FMAPISide.Get());
+    CheckMAPIResult(GetClassName(), u"UnAdvise", ended, FMAPISide.Get());
 }
 
 void TKwMAPITable::SetColumns()

@@ -116,13 +116,16 @@ TKwRef<IKwMAPITableField> TKwMAPITableFields::Add(TKwMAPIPropDef def)
 
 TKwRef<IKwMAPITableField> TKwMAPITableFields::Add2(const TKwMAPIPropInfo& info)
 {
-    FFields.push_back(KwMake<TKwMAPITableField>(CheckTable(), info, mapi::ULONG(0)));
-    return FFields.back();
+    return AddField(info, 0);
 }
 
 TKwRef<IKwMAPITableField> TKwMAPITableFields::Add3(mapi::ULONG tag, const mapi::MAPINAMEID* nameID)
 {
-    const TKwMAPIPropInfo& info = nameID != nullptr ? GetProp(tag, *nameID, true) : GetProp(tag, true);
+    return AddField(nameID != nullptr ? GetProp(tag, *nameID, true) : GetProp(tag, true), tag);
+}
+
+TKwRef<TKwMAPITableField> TKwMAPITableFields::AddField(const TKwMAPIPropInfo& info, mapi::ULONG tag)
+{
     FFields.push_back(KwMake<TKwMAPITableField>(CheckTable(), info, tag));
     return FFields.back();
 }
@@ -179,13 +182,18 @@ TKwMAPITableField* TKwMAPITableFields::FindField(const TKwMAPIPropInfo& info) co
     return twin;
 }
 
-TKwRef<IKwMAPITableField> TKwMAPITableFields::FieldByName(TKwMAPIPropDef def) const
+TKwMAPITableField& TKwMAPITableFields::GetField(TKwMAPIPropDef def) const
 {
     const TKwMAPIPropInfo& info = GetPropInfo(def);
     TKwMAPITableField* field = FindField(info);
     if (field == nullptr)
         CreateKwMAPIException(mapi::MAPI_E_INVALID_PARAMETER, sNoSuchField, {info.PropName()})->Raise();
-    return TKwRef<IKwMAPITableField>(field);
+    return *field;
+}
+
+TKwRef<IKwMAPITableField> TKwMAPITableFields::FieldByName(TKwMAPIPropDef def) const
+{
+    return TKwRef<IKwMAPITableField>(&GetField(def));
 }
 
 std::vector<mapi::ULONG> TKwMAPITableFields::CreatePropTagArray()

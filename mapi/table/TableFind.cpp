@@ -48,7 +48,7 @@ void TKwMAPITable::Filter(const TKwRef<IKwMAPIRestriction>& restriction)
         FFilter.Reset();
     }
     if (FActive)
-        CloseCursor();
+        CheckMAPIResult(GetClassName(), u"FreeBookmark", CloseCursor(), FMAPISide.Get());
     if (filter) {
         // Held once the MAPI table has taken it: a table without a filter can be searched and filtered again.
         const mapi::HRESULT hr = Restrict(filter->GetMAPIRestriction());
@@ -140,20 +140,19 @@ void TKwMAPITable::Search(const TKwRef<IKwMAPIRestriction>& restriction, mapi::B
 
 void TKwMAPITable::MarkFoundRow()
 {
-    FreeSearchBookmark();
+    CheckMAPIResult(GetClassName(), u"FreeBookmark", FreeSearchBookmark(), FMAPISide.Get());
     if (!FEOF)
         CheckMAPIResult(GetClassName(), u"CreateBookmark", MAPITable()->CreateBookmark(&FSearchBookmark),
                         FMAPISide.Get());
 }
 
-void TKwMAPITable::FreeSearchBookmark()
+mapi::HRESULT TKwMAPITable::FreeSearchBookmark()
 {
     const mapi::BOOKMARK bookmark = std::exchange(FSearchBookmark, 0);
     if (bookmark == 0 || MAPITable() == nullptr)
-        return;
+        return mapi::S_OK;
     const mapi::HRESULT hr = MAPITable()->FreeBookmark(bookmark);
-    if (hr != mapi::MAPI_E_INVALID_BOOKMARK) // the client has dropped it already
-        CheckMAPIResult(GetClassName(), u"FreeBookmark", hr, FMAPISide.Get());
+    return hr == mapi::MAPI_E_INVALID_BOOKMARK ? mapi::S_OK : hr; // the client has dropped it already
 }
 
 } // namespace deftmapi

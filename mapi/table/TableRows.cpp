@@ -4,6 +4,7 @@
 #include "mapi/headers/uKwMAPIPropTypesH.hpp"
 #include "mapi/headers/uKwMAPITableConstantsH.hpp"
 #include "mapi/table/MAPISide.hpp"
+#include "mapi/table/TableTexts.hpp"
 
 namespace deftmapi
 {
@@ -25,8 +26,6 @@ constexpr auto sQueryRowsCorrupt =
 constexpr auto sSeekRowBusy =
     u"%s.MAPISeekRow failed!\r\nAnother operation is in progress that prevents the row seeking operation from "
     u"starting.\r\nEither the operation in progress should be allowed to complete or it should be stopped.";
-constexpr auto sNoRecord = u"No record has been retrieved yet! Is the table active and not EOF?";
-constexpr auto sNotAField = u"The requested field \"%s\" is not a field of this table!";
 constexpr auto sBadFieldIndex = u"Field %s has an invalid FieldIndex!";
 
 const mapi::SPropValue& ValueAt(const mapi::SRow& row, std::int32_t index, const TKwMAPITableField& field)
@@ -49,6 +48,7 @@ bool TKwMAPITable::Refetch()
 {
     if (!FReopen)
         return false;
+    const bool advised = Get_Advised();
     FMAPISide->SetMAPIOBJECT(FReopen().Get());
     if (MAPITable() == nullptr)
         return false;
@@ -59,6 +59,8 @@ bool TKwMAPITable::Refetch()
         CheckMAPIResult(GetClassName(), u"Restrict", Restrict(FFilter->GetMAPIRestriction()), FMAPISide.Get());
     if (Fields().Get_Count() != 0)
         SetColumns();
+    if (advised)
+        Advise();
     return true;
 }
 

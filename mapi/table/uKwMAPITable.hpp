@@ -10,6 +10,7 @@
 #include "mapi/table/uKwMAPIRestrictions.hpp"
 
 #include <functional>
+#include <memory>
 #include <span>
 #include <vector>
 
@@ -76,6 +77,8 @@ public:
     TKwRef<IKwMAPITableField> Add2(const TKwMAPIPropInfo& info);
     /// Adds a column of the table by its tag; a tag without a definition gets one.
     TKwRef<IKwMAPITableField> Add3(mapi::ULONG tag, const mapi::MAPINAMEID* nameID);
+    /// Adds a column whose definition and tag are both known.
+    TKwRef<TKwMAPITableField> AddField(const TKwMAPIPropInfo& info, mapi::ULONG tag);
     void Delete(std::int32_t index) override;
     void Remove(IKwMAPITableField& field) override;
     void Clear() override;
@@ -87,6 +90,8 @@ public:
     /// The column of a definition: the field of that very definition, else one with the same tag, else the other text
     /// form of it; null when there is none. Adds no reference.
     [[nodiscard]] TKwMAPITableField* FindField(const TKwMAPIPropInfo& info) const;
+    /// The same; there must be one. @throws as FieldByName
+    [[nodiscard]] TKwMAPITableField& GetField(TKwMAPIPropDef def) const;
     /// An SPropTagArray of the fields in their order, for SetColumns: the count, then the tags.
     [[nodiscard]] std::vector<mapi::ULONG> CreatePropTagArray();
     /// Tells every field the columns that the open table has.
@@ -210,6 +215,29 @@ public:
     void FindRow(const TKwRef<IKwMAPIRestriction>& restriction, TKwMapiTableBookmark origin, bool forward,
                  bool& found) override;
 
+    /// @throws EMAPI_NO_SUPPORT  "The given table does not support notifications!"
+    void Advise() override;
+    void UnAdvise() override;
+    [[nodiscard]] bool Get_Advised() const noexcept override { return FAdviseSink != nullptr; }
+    void DEventConnect(const TKwRef<IKwMAPITableDEvents>& sink, bool connect) override;
+    [[nodiscard]] bool HasDEventSinks() const override;
+
+    /// What the client calls through the advise sink: hands each notification to its dispatcher.
+    /// @throws EKwAssertionFailed  a notification that is none of tables
+    void OnNotify(mapi::ULONG count, const mapi::NOTIFICATION* notifications);
+    // The dispatchers: each calls every connected sink, unless one of them destroys the table. What a sink throws stays
+    // there (see KwCallServerSink). Nothing of the table may be used afterwards without a reference on it.
+    void DoChanged();
+    void DoError();
+    void DoReload();
+    void DoRestrictDone();
+    void DoSetColDone();
+    void DoSortDone();
+    void DoRowAdded(const TKwBytes& key, IKwMAPIMemoryTable& row);
+    void DoRowModified(const TKwBytes& key, IKwMAPIMemoryTable& row);
+    void DoRowDeleted(const TKwBytes& key, IKwMAPIMemoryTable& row);
+    void DoClose();
+
     /// Moves the MAPI position and drops the cached rows. @param sought  rows really moved, negative backwards
     void MAPISeekRow(TKwMapiTableBookmark origin, std::int32_t rows, std::int32_t& sought);
     /// Reads up to count rows from the MAPI position into the cache, where the first is current; at the end the last
@@ -225,13 +253,17 @@ public:
 
 protected:
     ~TKwMAPITable() override;
+    /// Ends notifications; waits for one that is being delivered on another thread.
+    void BeforeDestruction() noexcept override;
 
 private:
     class TMAPISide;
+    class TAdviseSink;
+    struct TEvents;
 
     void MAPIObjectReplaced(bool active) noexcept;
     [[nodiscard]] bool Refetch();
-    void CloseCursor();
+    [[nodiscard]] mapi::HRESULT CloseCursor();
     void SetColumns();
     [[nodiscard]] mapi::HRESULT ApplyColumns();
     [[nodiscard]] mapi::HRESULT ApplySortOrder();
@@ -239,7 +271,12 @@ private:
     void CheckUnfiltered() const;
     void Search(const TKwRef<IKwMAPIRestriction>& restriction, mapi::BOOKMARK origin, bool forward, bool& found);
     void MarkFoundRow();
-    void FreeSearchBookmark();
+    [[nodiscard]] mapi::HRESULT FreeSearchBookmark();
+    [[nodiscard]] mapi::HRESULT EndAdvise();
+    void EndAdviseQuietly() noexcept;
+    void OnTableEvent(const mapi::TABLE_NOTIFICATION& event);
+    template <typename Call>
+    void Dispatch(Call call);
     void SeekMAPI(mapi::BOOKMARK origin, std::int32_t rows, std::int32_t& sought);
     void ReadRowCount(WideView methodName);
     [[nodiscard]] std::int32_t CountByWalking();
@@ -263,6 +300,9 @@ private:
     std::vector<mapi::SSortOrder> FSortOrder;
     TKwRef<IKwMAPIRestrictionEx> FFilter;
     mapi::BOOKMARK FSearchBookmark = 0; // behind the row found last; 0: none
+    std::shared_ptr<TEvents> FEvents;
+    TKwComPtr<TAdviseSink> FAdviseSink; // null while not advised
+    mapi::ULONG_PTR FConnection = 0;
 };
 
 } // namespace deftmapi

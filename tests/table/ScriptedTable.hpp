@@ -26,6 +26,7 @@ public:
     bool KnowsOnlyColumns = false;                  ///< SetColumns refuses tags that are not among the table's own
     mapi::ULONG ValuesKeptBack = 0;                 ///< how many values each row lacks at its end
     mapi::LONG MostRows = 0;                        ///< a read returns no more than these; 0: as many as asked for
+    TKwComPtr<mapi::IMAPIAdviseSink> Sink;          ///< while advised
     std::function<bool(const TRow&)> Matches;       ///< the rows that FindRow finds, whatever the restriction
     std::map<mapi::BOOKMARK, mapi::LONG> Bookmarks; ///< and the positions they mark
 
@@ -150,12 +151,24 @@ public:
         return Bookmarks.erase(bookmark) != 0 ? mapi::S_OK : mapi::MAPI_E_INVALID_BOOKMARK;
     }
 
-    // What the cursor does not call.
-    mapi::HRESULT DEFTMAPI_STDCALL Advise(mapi::ULONG, mapi::LPMAPIADVISESINK, mapi::ULONG_PTR*) override
+    mapi::HRESULT DEFTMAPI_STDCALL Advise(mapi::ULONG mask, mapi::LPMAPIADVISESINK sink,
+                                          mapi::ULONG_PTR* connection) override
     {
-        return mapi::MAPI_E_NO_SUPPORT;
+        if (const auto result = FCalls->Enter("Advise", Hex(mask)))
+            return *result;
+        Sink = TKwComPtr<mapi::IMAPIAdviseSink>(sink);
+        *connection = 77;
+        return mapi::S_OK;
     }
-    mapi::HRESULT DEFTMAPI_STDCALL Unadvise(mapi::ULONG_PTR) override { return mapi::MAPI_E_NO_SUPPORT; }
+    mapi::HRESULT DEFTMAPI_STDCALL Unadvise(mapi::ULONG_PTR connection) override
+    {
+        if (const auto result = FCalls->Enter("Unadvise", std::to_string(connection)))
+            return *result;
+        Sink.Reset();
+        return mapi::S_OK;
+    }
+
+    // What the cursor does not call.
     mapi::HRESULT DEFTMAPI_STDCALL GetStatus(mapi::ULONG*, mapi::ULONG*) override { return mapi::MAPI_E_NO_SUPPORT; }
     mapi::HRESULT DEFTMAPI_STDCALL SeekRowApprox(mapi::ULONG, mapi::ULONG) override { return mapi::MAPI_E_NO_SUPPORT; }
     mapi::HRESULT DEFTMAPI_STDCALL QueryPosition(mapi::ULONG*, mapi::ULONG*, mapi::ULONG*) override

@@ -1,0 +1,273 @@
+// Table notifications: asking for them, and handing each to the sinks.
+//
+// A sink may end the notifications, close the table or destroy it. Nothing here touches the table after a sink has been
+// called without looking whether it is still there; the lock keeps other threads from destroying it meanwhile.
+#include "mapi/table/TableNotify.hpp"
+
+#include "mapi/core/uKwMAPIExceptions.hpp"
+#include "mapi/core/uKwMAPIPropValue.hpp"
+#include "mapi/headers/uKwMAPICodeH.hpp"
+#include "mapi/headers/uKwMAPIConstantsH.hpp"
+#include "mapi/headers/uKwMAPIguidH.hpp"
+#include "mapi/headers/uKwMAPIPropTypesH.hpp"
+#include "mapi/headers/uKwMAPITableConstantsH.hpp"
+#include "mapi/table/MAPISide.hpp"
+#include "mapi/table/uKwMAPIMemoryTable.hpp"
+
+#include <cstring>
+
+namespace deftmapi
+{
+
+namespace
+{
+
+constexpr auto sAlreadyAdvised = u"The table notification system has already been activated!";
+constexpr auto sNoNotifications = u"The given table does not support notifications!";
+constexpr auto sNoTableNotification = u"TKwMAPITable.OnNotify; ulEventType <> fnevTableModified";
+constexpr auto unit = u"uKwMAPITable";
+
+/// The bytes of a row's key. Clients use binary keys; a number counts with its bytes as they are.
+TKwBytes KeyOf(const mapi::SPropValue& index)
+{
+    switch (mapi::PROP_TYPE(index.ulPropTag)) {
+    case mapi::PT_BINARY:
+        return KwPropValueToVariant(index).AsBytes();
+    case mapi::PT_LONG:
+    case mapi::PT_I8: {
+        TKwBytes bytes(mapi::PROP_TYPE(index.ulPropTag) == mapi::PT_LONG ? sizeof index.Value.l
+                                                                         : sizeof index.Value.li);
+        std::memcpy(bytes.data(), std::addressof(index.Value), bytes.size());
+        return bytes;
+    }
+    default:
+        return {};
+    }
+}
+
+/// A memory table of one row. It has no owner: it is made on the client's thread and belongs to whoever keeps it.
+TKwRef<TKwMAPIMemoryTable> TableOf(const mapi::SRow& row)
+{
+    const auto table = KwMake<TKwMAPIMemoryTable>();
+    const auto fields = table->Get_Fields();
+    table->Insert();
+    for (mapi::ULONG i = 0; row.lpProps != nullptr && i < row.cValues; ++i) {
+        const mapi::SPropValue& value = row.lpProps[i];
+        const mapi::ULONG tag = value.ulPropTag;
+        const auto field = dynamic_cast<TKwMAPITableFields&>(*fields).AddField(GetProp(tag, true), tag);
+        table->SetFieldValue(*field, KwPropValueToVariant(value));
+    }
+    table->SetModified(false);
+    return table;
+}
+
+} // namespace
+
+// ---- TAdviseSink
+
+mapi::HRESULT DEFTMAPI_STDCALL TKwMAPITable::TAdviseSink::QueryInterface(mapi::REFIID iid, void** object)
+{
+    if (object == nullptr)
+        return mapi::MAPI_E_INVALID_PARAMETER;
+    *object = nullptr;
+    if (iid != mapi::IID_IUnknown && iid != mapi::IID_IMAPIAdviseSink)
+        return mapi::MAPI_E_INTERFACE_NOT_SUPPORTED;
+    *object = static_cast<mapi::IMAPIAdviseSink*>(this);
+    AddRef();
+    return mapi::S_OK;
+}
+
+mapi::ULONG DEFTMAPI_STDCALL TKwMAPITable::TAdviseSink::Release()
+{
+    const mapi::ULONG left = --FRefCount;
+    if (left == 0)
+        delete this;
+    return left;
+}
+
+mapi::ULONG DEFTMAPI_STDCALL TKwMAPITable::TAdviseSink::OnNotify(mapi::ULONG count, mapi::LPNOTIFICATION notifications)
+{
+    const TKwComPtr<TAdviseSink> self(this);
+    const std::lock_guard lock(FEvents->Lock);
+    for (mapi::ULONG i = 0; i < count && FConnected && FEvents->Table != nullptr; ++i) {
+        // Nothing may be thrown through the client's code.
+        try {
+            FEvents->Table->OnNotify(1, &notifications[i]);
+        } catch (...) {
+            KwReportServerException(std::current_exception());
+        }
+    }
+    return 0;
+}
+
+void TKwMAPITable::TAdviseSink::Detach() noexcept
+{
+    const std::lock_guard lock(FEvents->Lock);
+    FConnected = false;
+}
+
+// ---- Asking for notifications
+
+void TKwMAPITable::Advise()
+{
+    if (FAdviseSink != nullptr)
+        CreateKwMAPIException(mapi::MAPI_E_CALL_FAILED, sAlreadyAdvised)->Raise();
+    if (MAPITable() == nullptr)
+        RaiseNoMAPIObject();
+    const TKwComPtr<TAdviseSink> sink(new TAdviseSink(FEvents));
+    mapi::ULONG_PTR connection = 0;
+    const mapi::HRESULT hr = MAPITable()->Advise(mapi::fnevTableModified, sink.Get(), &connection);
+    if (hr == mapi::MAPI_E_NO_SUPPORT)
+        CreateKwMAPIException(hr, sNoNotifications)->Raise();
+    CheckMAPIResult(GetClassName(), u"Advise", hr, FMAPISide.Get());
+    FAdviseSink = sink;
+    FConnection = connection;
+}
+
+mapi::HRESULT TKwMAPITable::EndAdvise()
+{
+    const TKwComPtr<TAdviseSink> sink = std::exchange(FAdviseSink, nullptr);
+    if (sink == nullptr)
+        return mapi::S_OK;
+    const mapi::ULONG_PTR connection = std::exchange(FConnection, 0);
+    const mapi::HRESULT hr = MAPITable() != nullptr ? MAPITable()->Unadvise(connection) : mapi::S_OK;
+    // Not before: a client may wait in Unadvise for what it is delivering.
+    sink->Detach();
+    return hr;
+}
+
+void TKwMAPITable::EndAdviseQuietly() noexcept
+{
+    try {
+        CheckMAPIResult(GetClassName(), u"UnAdvise", EndAdvise(), FMAPISide.Get());
+    } catch (...) {
+        KwReportServerException(std::current_exception());
+    }
+}
+
+void TKwMAPITable::UnAdvise()
+{
+    CheckMAPIResult(GetClassName(), u"UnAdvise", EndAdvise(), FMAPISide.Get());
+}
+
+void TKwMAPITable::BeforeDestruction() noexcept
+{
+    EndAdviseQuietly();
+    {
+        const std::lock_guard lock(FEvents->Lock);
+        FEvents->Table = nullptr;
+    }
+    TKwMAPITableBase::BeforeDestruction();
+}
+
+void TKwMAPITable::DEventConnect(const TKwRef<IKwMAPITableDEvents>& sink, bool connect)
+{
+    FEvents->Sinks.Connect(sink, connect);
+}
+
+bool TKwMAPITable::HasDEventSinks() const
+{
+    return FEvents->Sinks.Count() != 0;
+}
+
+// ---- Handing them to the sinks
+
+template <typename Call>
+void TKwMAPITable::Dispatch(Call call)
+{
+    const std::shared_ptr<TEvents> events = FEvents;
+    const std::lock_guard lock(events->Lock);
+    for (const TKwRef<IKwMAPITableDEvents>& sink : events->Sinks.Snapshot()) {
+        if (events->Table == nullptr)
+            return; // the sink before destroyed it
+        KwCallServerSink([&] { call(*sink, *events->Table); });
+    }
+}
+
+void TKwMAPITable::OnNotify(mapi::ULONG count, const mapi::NOTIFICATION* notifications)
+{
+    const std::shared_ptr<TEvents> events = FEvents;
+    const std::lock_guard lock(events->Lock);
+    for (mapi::ULONG i = 0; i < count && events->Table != nullptr; ++i) {
+        KwAssert(notifications[i].ulEventType == mapi::fnevTableModified, sNoTableNotification, unit);
+        events->Table->OnTableEvent(notifications[i].info.tab);
+    }
+}
+
+void TKwMAPITable::OnTableEvent(const mapi::TABLE_NOTIFICATION& event)
+{
+    switch (event.ulTableEvent) {
+    case mapi::TABLE_CHANGED:
+        return DoChanged();
+    case mapi::TABLE_ERROR:
+        return DoError();
+    case mapi::TABLE_ROW_ADDED:
+        return DoRowAdded(KeyOf(event.propIndex), *TableOf(event.row));
+    case mapi::TABLE_ROW_DELETED:
+        return DoRowDeleted(KeyOf(event.propIndex), *TableOf(event.row));
+    case mapi::TABLE_ROW_MODIFIED:
+        return DoRowModified(KeyOf(event.propIndex), *TableOf(event.row));
+    case mapi::TABLE_SORT_DONE:
+        return DoSortDone();
+    case mapi::TABLE_RESTRICT_DONE:
+        return DoRestrictDone();
+    case mapi::TABLE_SETCOL_DONE:
+        return DoSetColDone();
+    case mapi::TABLE_RELOAD:
+        return DoReload();
+    default:
+        return;
+    }
+}
+
+void TKwMAPITable::DoChanged()
+{
+    Dispatch([](IKwMAPITableDEvents& sink, IKwMAPITable& table) { sink._OnChanged(table); });
+}
+
+void TKwMAPITable::DoError()
+{
+    Dispatch([](IKwMAPITableDEvents& sink, IKwMAPITable& table) { sink._OnError(table); });
+}
+
+void TKwMAPITable::DoReload()
+{
+    Dispatch([](IKwMAPITableDEvents& sink, IKwMAPITable& table) { sink._OnReload(table); });
+}
+
+void TKwMAPITable::DoRestrictDone()
+{
+    Dispatch([](IKwMAPITableDEvents& sink, IKwMAPITable& table) { sink._OnRestrictDone(table); });
+}
+
+void TKwMAPITable::DoSetColDone()
+{
+    Dispatch([](IKwMAPITableDEvents& sink, IKwMAPITable& table) { sink._OnSetColDone(table); });
+}
+
+void TKwMAPITable::DoSortDone()
+{
+    Dispatch([](IKwMAPITableDEvents& sink, IKwMAPITable& table) { sink._OnSortDone(table); });
+}
+
+void TKwMAPITable::DoRowAdded(const TKwBytes& key, IKwMAPIMemoryTable& row)
+{
+    Dispatch([&](IKwMAPITableDEvents& sink, IKwMAPITable& table) { sink._OnRowAdded(table, key, row); });
+}
+
+void TKwMAPITable::DoRowModified(const TKwBytes& key, IKwMAPIMemoryTable& row)
+{
+    Dispatch([&](IKwMAPITableDEvents& sink, IKwMAPITable& table) { sink._OnRowModified(table, key, row); });
+}
+
+void TKwMAPITable::DoRowDeleted(const TKwBytes& key, IKwMAPIMemoryTable& row)
+{
+    Dispatch([&](IKwMAPITableDEvents& sink, IKwMAPITable& table) { sink._OnRowDeleted(table, key, row); });
+}
+
+void TKwMAPITable::DoClose()
+{
+    Dispatch([](IKwMAPITableDEvents& sink, IKwMAPITable& table) { sink._OnClose(table); });
+}
+
+} // namespace deftmapi
