@@ -8,13 +8,13 @@
 namespace deftmapi::client
 {
 
-TableFeed::TableFeed(std::shared_ptr<RowSource> rows, TableView view)
-    : FRows(std::move(rows)), FLive(dynamic_cast<LiveRows&>(*FRows)), FDatabase(FLive.LiveStore()->Db())
+TableFeed::TableFeed(std::shared_ptr<LiveRows> rows, ShownView view)
+    : FRows(std::move(rows)), FDatabase(FRows->LiveStore()->Db())
 {
     SetView(std::move(view), true);
 }
 
-void TableFeed::SetView(TableView view, bool otherRows)
+void TableFeed::SetView(ShownView view, bool otherRows)
 {
     const std::lock_guard lock(FLock);
     FView = std::move(view);
@@ -39,7 +39,7 @@ void TableFeed::Done(ULONG event)
 void TableFeed::Synchronize()
 {
     FSeen = Unknown; // should the rest fail
-    const std::lock_guard rows(FRows->Lock());
+    const std::lock_guard rows(FRows->LiveStore()->Lock());
     const Snapshot snapshot(FDatabase);
     const std::int64_t last = LastJournalNumber(FDatabase);
     FOrder = Scan();
@@ -91,14 +91,14 @@ NotificationBatch TableFeed::Collect() noexcept
 
 void TableFeed::CollectChanges(NotificationBatch& batch)
 {
-    const std::lock_guard rows(FRows->Lock());
+    const std::lock_guard rows(FRows->LiveStore()->Lock());
     const Snapshot snapshot(FDatabase);
     const std::int64_t last = LastJournalNumber(FDatabase);
     if (last == FSeen)
         return;
     TouchedRows touched;
     const bool known = FSeen != Unknown && ReadJournal(FDatabase, FSeen, [&](const JournalEntry& entry) {
-                           FLive.Touched(entry, touched);
+                           FRows->Touched(entry, touched);
                            return touched.keys.size() <= MaximumRowEvents;
                        });
     if (!known || touched.keys.size() > MaximumRowEvents) {
@@ -118,9 +118,11 @@ void TableFeed::Reload(NotificationBatch& batch)
 
 void TableFeed::CollectRows(const TouchedRows& touched, NotificationBatch& batch)
 {
-    std::set<RowKey> changed = touched.keys;
+    std::set<RowKey> changed;
+    for (const auto& [key, wasThere] : touched.keys)
+        changed.insert(key);
     Keys order;
-    if (FLive.IsOrderedByKey()) {
+    if (FRows->IsOrderedByKey()) {
         order = OrderAfter(changed);
     } else if (!touched.natural && FView.sort.empty() && !FView.restriction) {
         order = FOrder;

@@ -16,13 +16,13 @@ public:
     /// With more row events than this at once the sink is told to reload the table instead.
     static constexpr std::size_t MaximumRowEvents = 512;
 
-    /// @param rows  over a connection that no table uses; must be LiveRows
-    TableFeed(std::shared_ptr<RowSource> rows, TableView view);
+    /// @param rows  over a connection that no table uses
+    TableFeed(std::shared_ptr<LiveRows> rows, ShownView view);
 
     /// The table has been given other columns, rows or order. Events that were not collected yet are told in the new
     /// columns; when rows or order are new, what happened before is part of the new state and not told.
     /// @throws Failure  the rows could not be read; the sink will be told to reload
-    void SetView(TableView view, bool otherRows);
+    void SetView(ShownView view, bool otherRows);
     /// An asynchronous operation of the table has ended.
     void Done(ULONG event);
     NotificationBatch Collect() noexcept override;
@@ -44,10 +44,9 @@ private:
     void AddRow(ULONG event, RowKey key, const RowKey* prior, NotificationBatch& batch);
 
     std::mutex FLock; // taken before that of the connection
-    std::shared_ptr<RowSource> FRows;
-    LiveRows& FLive;
+    std::shared_ptr<LiveRows> FRows;
     Database& FDatabase;
-    TableView FView;
+    ShownView FView;
     std::vector<ULONG> FTags; // of the sort keys, then what the restriction asks for
     Keys FOrder;
     std::int64_t FSeen = 0;

@@ -83,14 +83,15 @@ public:
     }
 
     const StorePtr& LiveStore() const override { return FStore; }
-    std::shared_ptr<RowSource> Over(StorePtr store) const override
+    std::shared_ptr<LiveRows> Over(StorePtr store) const override
     {
         return std::make_shared<ContentsSource>(std::move(store), FFolder, FAssociated);
     }
     void Touched(const JournalEntry& entry, TouchedRows& rows) const override
     {
         if (entry.IsMessage() && entry.associated == FAssociated && (entry.folder == FFolder || entry.other == FFolder))
-            rows.keys.insert(entry.object);
+            rows.Add(entry.object, entry.kind == JournalKind::MessageMoved ? entry.other == FFolder
+                                                                           : entry.kind != JournalKind::MessageAdded);
     }
     bool IsOrderedByKey() const override { return true; }
 

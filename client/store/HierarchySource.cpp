@@ -59,7 +59,7 @@ public:
     }
 
     const StorePtr& LiveStore() const override { return FStore; }
-    std::shared_ptr<RowSource> Over(StorePtr store) const override
+    std::shared_ptr<LiveRows> Over(StorePtr store) const override
     {
         return std::make_shared<HierarchySource>(std::move(store), FFolder, FDeep);
     }
@@ -68,13 +68,13 @@ public:
         // What happens in a folder changes its counters, what happens below it PR_SUBFOLDERS.
         for (const std::int64_t folder : {entry.folder, entry.other}) {
             if (FDepths.contains(folder))
-                rows.keys.insert(folder);
+                rows.Add(folder, true);
         }
         if (entry.IsMessage())
             return;
         rows.natural = true;
         if (FDepths.contains(entry.object))
-            rows.keys.insert(entry.object);
+            rows.Add(entry.object, true);
     }
     bool IsOrderedByKey() const override { return false; }
 

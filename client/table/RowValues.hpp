@@ -4,14 +4,16 @@
 #include "client/store/PropertyValues.hpp"
 #include "client/table/Restriction.hpp"
 
+#include <memory>
+
 namespace deftmapi::client
 {
 
 /// What a table shows: its columns, which rows and in which order.
-struct TableView
+struct ShownView
 {
     std::vector<ULONG> columns;
-    std::optional<Restriction> restriction;
+    std::shared_ptr<const Restriction> restriction; ///< null: all rows
     std::vector<mapi::SSortOrder> sort;
     bool unicode = false; ///< the width of text whose column was named without a type
 };

@@ -69,7 +69,7 @@ private:
     void Rebuild();
     /// The position of a bookmark; sets `moved` when the row that it stood on is gone.
     [[nodiscard]] std::size_t Resolve(mapi::BOOKMARK bookmark, bool& moved) const;
-    [[nodiscard]] TableView View() const;
+    [[nodiscard]] ShownView View() const;
     /// Tells those who are advised that columns, rows or order are others, and of the end of an asynchronous call.
     void ViewChanged(bool otherRows, ULONG flags, ULONG doneEvent);
 
@@ -83,7 +83,7 @@ private:
     std::int64_t FStamp = 0;
     std::size_t FPosition = 0;
     std::map<mapi::BOOKMARK, Bookmark> FBookmarks;
-    mapi::BOOKMARK FNextBookmark = 3;                             // after the predefined ones
+    mapi::BOOKMARK FNextBookmark = 3; // after the predefined ones
     Feeds FFeeds;
     LastError FLast;
 };

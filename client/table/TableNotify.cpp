@@ -58,9 +58,9 @@ mapi::HRESULT Table::Unadvise(mapi::ULONG_PTR connection) noexcept
     return result;
 }
 
-TableView Table::View() const
+ShownView Table::View() const
 {
-    return {FColumns, FRestriction, FSort, FUnicode};
+    return {FColumns, FRestriction ? std::make_shared<const Restriction>(*FRestriction) : nullptr, FSort, FUnicode};
 }
 
 void Table::ViewChanged(bool otherRows, ULONG flags, ULONG doneEvent)
