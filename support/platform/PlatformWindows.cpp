@@ -170,6 +170,19 @@ WideString MessageText(DWORD code)
     return result;
 }
 
+/// The name from the root of its drive; as it is when the system cannot tell.
+WideString FullName(const WideString& fileName)
+{
+    const DWORD size = ::GetFullPathNameW(Wide(fileName), 0, nullptr, nullptr); // with the end mark
+    WideString full(size, u'\0');
+    const DWORD length =
+        size == 0 ? 0 : ::GetFullPathNameW(Wide(fileName), size, reinterpret_cast<wchar_t*>(full.data()), nullptr);
+    if (length == 0 || length >= size)
+        return fileName;
+    full.resize(length);
+    return full;
+}
+
 void FindFilesBelow(const WideString& folder, const WideString& name, int depth, std::vector<WideString>& result)
 {
     WIN32_FIND_DATAW entry = {};
@@ -209,13 +222,15 @@ public:
 
     TKwModule LoadModule(const WideString& fileName, WideString& reason) override
     {
-        // With a folder in its name a client library finds its own helpers beside itself.
-        const bool full = fileName.find_first_of(u"\\/") != WideString::npos;
-        const UINT oldMode =
-            ::SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOOPENFILEERRORBOX); // no modal box from a service
-        const HMODULE module = ::LoadLibraryExW(Wide(fileName), nullptr, full ? LOAD_WITH_ALTERED_SEARCH_PATH : 0);
+        // With a folder in its name a client library finds its own helpers beside itself. The flag for it is undefined
+        // for relative names, and a bare name is looked for along the search path.
+        const bool hasFolder = fileName.find_first_of(u"\\/:") != WideString::npos;
+        const WideString name = hasFolder ? FullName(fileName) : fileName;
+        DWORD oldMode = 0; // of this thread only: others may load what they like to see fail
+        ::SetThreadErrorMode(SEM_FAILCRITICALERRORS | SEM_NOOPENFILEERRORBOX, &oldMode); // no modal box from a service
+        const HMODULE module = ::LoadLibraryExW(Wide(name), nullptr, hasFolder ? LOAD_WITH_ALTERED_SEARCH_PATH : 0);
         const DWORD error = module == nullptr ? ::GetLastError() : ERROR_SUCCESS;
-        ::SetErrorMode(oldMode);
+        ::SetThreadErrorMode(oldMode, nullptr);
         reason.clear();
         if (module == nullptr) {
             reason = MessageText(error);

@@ -135,6 +135,28 @@ TEST_F(WindowsFilesTest, SaysWhyAModuleDoesNotLoad)
     EXPECT_FALSE(reason.empty());
 }
 
+TEST_F(WindowsFilesTest, LoadsByARelativeNameAndLeavesTheErrorModeAlone)
+{
+    wchar_t system[MAX_PATH] = {};
+    ASSERT_NE(::GetSystemDirectoryW(system, MAX_PATH), 0u);
+    std::filesystem::create_directories(Folder / L"sub");
+    std::filesystem::copy_file(std::filesystem::path(system) / L"mapi32.dll", Folder / L"sub" / L"copy.dll");
+    const std::filesystem::path before = std::filesystem::current_path();
+    std::filesystem::current_path(Folder);
+    DWORD oldMode = 0;
+    ::SetThreadErrorMode(SEM_NOGPFAULTERRORBOX, &oldMode);
+    WideString reason;
+    for (const WideString name : {u"sub\\copy.dll", u".\\sub/copy.dll"}) {
+        const TKwModule module = System().LoadModule(name, reason);
+        EXPECT_NE(module, nullptr) << KwToUtf8(name) << ": " << KwToUtf8(reason);
+        System().FreeModule(module);
+    }
+    EXPECT_EQ(System().LoadModule(u"sub\\none.dll", reason), nullptr);
+    EXPECT_EQ(::GetThreadErrorMode(), static_cast<DWORD>(SEM_NOGPFAULTERRORBOX));
+    ::SetThreadErrorMode(oldMode, nullptr);
+    std::filesystem::current_path(before);
+}
+
 TEST(WindowsPlatformTest, Modules)
 {
     WideString reason;
