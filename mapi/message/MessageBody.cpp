@@ -16,6 +16,7 @@ namespace
 
 constexpr auto sRtfAsHtml = u"The specified messageformat is mfHTML, but an RTF message was supplied";
 constexpr auto sRtfAsPlainText = u"The specified messageformat is mfPlainText, but an RTF message was supplied";
+constexpr auto sNoRtfInSimpleMAPI = u"RichtText messages are not supported by Simple MAPI";
 constexpr auto sNoRtf = u"%s.SetMessageText cannot write RTF. Supply the text as HTML or plain text.";
 
 /// What a message without a store can hold: Unicode, HTML and RTF.
@@ -136,10 +137,10 @@ void TKwMAPIMessage::GetMessageText(TKwMAPIBodyFormat& format, WideString& text)
 void TKwMAPIMessage::SetMessageText(WideView text, TKwMAPIBodyFormat format)
 {
     CheckActive(u"SetMessageText");
-    if (format == fmtRichText && !text.empty())
-        CreateKwMAPIException(KwNotSupported, sNoRtf, {GetClassName()})->Raise();
-    FBodyFormat = format;
     const bool extended = Session()->UsesExtendedMAPI();
+    if (format == fmtRichText && !text.empty())
+        CreateKwMAPIException(KwNotSupported, extended ? sNoRtf : sNoRtfInSimpleMAPI, {GetClassName()})->Raise();
+    FBodyFormat = format;
     if (extended)
         DeleteBodies();
     if (text.empty())

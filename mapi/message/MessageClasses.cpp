@@ -41,11 +41,17 @@ WideString ReadMessageClass(mapi::IMessage& message, TKwMAPISessionBase& session
         mapi::ULONG count = 0;
         const mapi::HRESULT hr =
             message.GetProps(reinterpret_cast<mapi::SPropTagArray*>(tags.data()), 0, &count, Out(value));
-        if (hr == mapi::MAPI_E_BAD_CHARWIDTH || hr == mapi::MAPI_W_ERRORS_RETURNED)
+        if (hr == mapi::MAPI_E_BAD_CHARWIDTH)
             continue; // the other form may be there
-        CheckMAPIResult(u"TKwMAPIMessage", u"GetProps", hr);
-        if (count == 1)
+        if (hr != mapi::MAPI_W_ERRORS_RETURNED)
+            CheckMAPIResult(u"TKwMAPIMessage", u"GetProps", hr);
+        if (count != 1)
+            CheckMAPIResult(u"TKwMAPIMessage", u"GetProps", mapi::MAPI_E_CALL_FAILED);
+        if (mapi::PROP_TYPE(value->ulPropTag) != mapi::PT_ERROR)
             return KwPropValueToVariant(*value).AsStringW();
+        // Only what is not there has no class: wrapping by guess would hand out a wrapper of the wrong kind.
+        if (value->Value.err != mapi::MAPI_E_NOT_FOUND)
+            CheckMAPIResult(u"TKwMAPIMessage", u"GetProps", value->Value.err);
     }
     return {};
 }

@@ -172,6 +172,9 @@ TEST_F(TMessageBodyTest, RtfIsNotTakenForSomethingElse)
     Object->Bag.Set(TextValue(BodyW, u"old"));
     EXPECT_EQ(Catch([&] { Message->SetMessageText(u"{\\rtf1 x}", fmtRichText); }).ClassName, "EMAPI_NOT_SUPPORTED");
     EXPECT_EQ(Read(), TBody(fmtPlainText, "old")); // nothing was touched
+    Session->ExtendedMAPI = false;
+    EXPECT_EQ(Catch([&] { Message->SetMessageText(u"{\\rtf1 x}", fmtRichText); }),
+              Failure("EMAPI_NOT_SUPPORTED", 26, "RichtText messages are not supported by Simple MAPI"));
 }
 
 TEST_F(TMessageBodyTest, CallsThatFailWhileABodyIsWrittenAreRaised)

@@ -86,6 +86,9 @@ TEST_F(TMessageTest, TheWrapperClassComesFromTheMessage)
     EXPECT_EQ(Wrap()->GetClassName(), u"TTestMessage");
     Object->Bag.EightBitOnly = false;
 
+    Object->Bag.Refused[mapi::PROP_ID(GetPropTag(PR_MESSAGE_CLASS))] = mapi::MAPI_E_NO_ACCESS;
+    EXPECT_EQ(Catch([&] { static_cast<void>(Wrap()); }).ClassName, "EMAPI_NO_ACCESS") << "it may well have a class";
+    Object->Bag.Refused.clear();
     Calls->Next("GetProps", mapi::MAPI_E_OBJECT_DELETED);
     EXPECT_EQ(Catch([&] { static_cast<void>(Wrap()); }).ClassName, "EMAPI_OBJECT_DELETED");
     const auto wrapped = WrapMAPIMessage(*Session, Object.Get());
