@@ -78,7 +78,7 @@ WideString BehindStub(const WideString& fileName)
 {
     const std::size_t separator = fileName.find_last_of(u"\\/");
     const WideView name = WideView(fileName).substr(separator == WideString::npos ? 0 : separator + 1);
-    const std::size_t office = KwPosText(officeFolder, fileName);
+    const std::size_t office = fileName.find(officeFolder); // with this case only, unlike the file's name
     if (!KwSameText(name, stubName) || office == WideView::npos)
         return fileName;
     IKwPlatform& platform = KwPlatform();

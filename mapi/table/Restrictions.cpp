@@ -24,7 +24,6 @@ constexpr auto sSimpleBitmaskOnly = u"Simple MAPI only supports the bitmask filt
 constexpr auto sSimpleReadOnly = u"Only the mmfRead bitmask is supported by Simple MAPI!";
 constexpr auto sSimpleFlagsOnly = u"Only the PR_MESSAGE_FLAGS property is supported by Simple MAPI!";
 
-// The library's own code for what a kind of object does not offer.
 constexpr std::int32_t mmfRead = 1;
 
 } // namespace

@@ -12,6 +12,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <map>
 #include <type_traits>
 
 namespace deftmapi::test
@@ -384,6 +385,33 @@ TEST_F(Exceptions, AreCaughtByKind)
     EXPECT_TRUE(EMAPI_NO_ACCESS_READONLY::Class().InheritsFrom(EMAPI_NO_ACCESS::Class()));
     EXPECT_TRUE(EMAPI_NO_ACCESS_READONLY::Class().InheritsFrom(EKwException::Class()));
     EXPECT_FALSE(EMAPI_USER_CANCEL::Class().InheritsFrom(EKwMAPIException::Class()));
+}
+
+TEST_F(Exceptions, EveryClassHasItsParent)
+{
+    const auto check = [](const TKwExceptionClass& self, const TKwExceptionClass& parent) {
+        EXPECT_EQ(self.Parent, &parent) << KwToUtf8(self.Name);
+        // What it makes is of that class for a catch, too.
+        EXPECT_TRUE(self.Create(u"", 0)->ClassType().InheritsFrom(parent)) << KwToUtf8(self.Name);
+    };
+    const std::map<WideView, const TKwExceptionClass*> others = {
+        {u"EMAPI_USER_CANCEL", &EKwMAPIAbort::Class()}, {u"EMAPI_NO_ACCESS_READONLY", &EMAPI_NO_ACCESS::Class()}};
+#define CHECK_CLASS(Self, Base)                                                                                        \
+    {                                                                                                                  \
+        const auto other = others.find(Self::Class().Name);                                                            \
+        check(Self::Class(), other != others.end() ? *other->second : EKwMAPIException::Class());                      \
+        EXPECT_EQ((std::is_base_of_v<EKwMAPIException, Self>), Self::Class().InheritsFrom(EKwMAPIException::Class())); \
+        EXPECT_EQ((std::is_base_of_v<EKwMAPIAbort, Self>), Self::Class().InheritsFrom(EKwMAPIAbort::Class()));         \
+    }
+    DEFTMAPI_EXTENDED_MAPI_EXCEPTIONS(CHECK_CLASS)
+#undef CHECK_CLASS
+    check(EKwMAPIException::Class(), EKwException::Class());
+    check(EKwMAPIAbort::Class(), EKwAbort::Class());
+    for (const TCodeClass& row : registeredClasses) {
+        const TKwExceptionClass* registered = ClassOf(row.Code);
+        const bool isSimple = row.Code < 0x100;
+        EXPECT_TRUE(!isSimple || registered->Parent == &EKwMAPIException::Class()) << KwToUtf8(registered->Name);
+    }
 }
 
 TEST_F(Exceptions, ClassesWithoutACode)

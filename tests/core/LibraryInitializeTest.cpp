@@ -207,6 +207,89 @@ TEST_F(LibraryInitialize, RunsTheCallbacksBeforeMAPIIsLeft)
     KwUnRegisterOnUnload(unload);
 }
 
+TEST_F(LibraryInitialize, ACallbackThatUninitialisesDoesNotBeginAnew)
+{
+    const TKwMAPICallback again = [] {
+        Log.Calls.emplace_back("again");
+        KwMAPIUninitialize(true);
+        EXPECT_TRUE(KwMAPIInitialized());
+        EXPECT_EQ(Catch([] { KwUnloadDLL(); }).Message.substr(0, 26), "MAPI is still initialized!");
+        EXPECT_EQ(Initialize(), TCaught{}) << "it is initialised so";
+        EXPECT_EQ(Initialize(true),
+                  (TCaught{"EMAPI_CALL_FAILED",
+                           "MAPI is being uninitialized for this thread!\r\nIt cannot be initialized with other "
+                           "options meanwhile.",
+                           0x80004005}));
+    };
+    const TFakeModule& client = AddClient(u"B.dll");
+    Load(u"B.dll", false);
+    Initialize();
+    Log.Take();
+    KwRegisterOnUninit(again);
+    KwMAPIUninitialize(false);
+    EXPECT_EQ(Log.Take(), (TCalls{"again", "MAPIUninitialize"}));
+    EXPECT_FALSE(KwMAPIInitialized());
+    EXPECT_EQ(client.Open(), 0) << "unloaded as the callback asked";
+    KwUnRegisterOnUninit(again);
+
+    const TKwMAPICallback open = [] { KwMAPISessionOpened(); };
+    KwRegisterOnUninit(open);
+    Load(u"B.dll", false);
+    Initialize();
+    EXPECT_EQ(Catch([] { KwMAPIUninitialize(false); }).Message.substr(0, 37), "There are still active MAPI sessions ");
+    EXPECT_TRUE(KwMAPIInitialized());
+    KwUnRegisterOnUninit(open);
+    KwMAPISessionClosed();
+
+    const TKwMAPICallback raise = [] { throw EKwException(u"stop", 1); };
+    KwRegisterOnUninit(raise);
+    EXPECT_EQ(Catch([] { KwMAPIUninitialize(false); }).Message, "stop");
+    KwUnRegisterOnUninit(raise);
+    KwMAPIUninitialize(true);
+    EXPECT_FALSE(KwMAPIInitialized()) << "the round that was broken off has ended";
+    EXPECT_EQ(client.Open(), 0);
+}
+
+TEST_F(LibraryInitialize, ACallbackThatUnloadsOrInitialisesMeanwhile)
+{
+    const TKwMAPICallback again = [] {
+        Log.Calls.emplace_back("again");
+        KwUnloadDLL();
+        KwMAPIUninitialize(true);
+        EXPECT_NE(KwMAPIModule(), nullptr);
+    };
+    const TFakeModule& client = AddClient(u"B.dll");
+    KwRegisterOnUnload(again);
+    Load(u"B.dll", true);
+    KwUnloadDLL();
+    EXPECT_EQ(Log.Take(), TCalls{"again"});
+    EXPECT_EQ(client.Open(), 0);
+    KwUnRegisterOnUnload(again);
+
+    const TKwMAPICallback briefly = [] {
+        Initialize();
+        KwMAPIUninitialize(false);
+    };
+    KwRegisterOnUnload(briefly);
+    Load(u"B.dll", true);
+    KwUnloadDLL();
+    EXPECT_EQ(Log.Take(), (TCalls{"MAPIInitialize(null)", "MAPIUninitialize"}));
+    EXPECT_EQ(client.Open(), 0);
+    KwUnRegisterOnUnload(briefly);
+
+    const TKwMAPICallback keep = [] { Initialize(); };
+    KwRegisterOnUnload(keep);
+    Load(u"B.dll", true);
+    EXPECT_EQ(Catch([] { KwUnloadDLL(); }).Message.substr(0, 26), "MAPI is still initialized!");
+    EXPECT_TRUE(KwMAPIInitialized());
+    EXPECT_EQ(Catch([] { KwMAPIUninitialize(false); }), TCaught{}) << "this thread's was undone as asked";
+    EXPECT_TRUE(KwMAPIInitialized()) << "and the callback's is a new one";
+    EXPECT_EQ(client.Open(), 1);
+    KwUnRegisterOnUnload(keep);
+    KwMAPIUninitialize(false);
+    EXPECT_EQ(client.Open(), 0);
+}
+
 TEST_F(LibraryInitialize, EachThreadCounts)
 {
     const TFakeModule& client = AddClient(u"MAPI32.dll");
@@ -238,6 +321,18 @@ TEST_F(LibraryInitialize, AThreadThatIsNotInitialisedEndsTheProcessesCallToo)
     EXPECT_EQ(client.Open(), 1);
     Log.Take();
     KwMAPIUninitialize(false);
+    EXPECT_TRUE(Log.Take().empty());
+}
+
+TEST_F(LibraryInitialize, AThreadThatWasNeverInitialisedUnloads)
+{
+    const TFakeModule& client = AddClient(u"B.dll");
+    Load(u"B.dll", true);
+    KwMAPIUninitialize(false);
+    EXPECT_EQ(client.Open(), 0);
+    Load(u"B.dll", false);
+    KwMAPIUninitialize(false);
+    EXPECT_EQ(client.Open(), 1) << "nobody asked for it";
     EXPECT_TRUE(Log.Take().empty());
 }
 

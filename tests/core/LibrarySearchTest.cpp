@@ -109,6 +109,10 @@ TEST_F(LibrarySearch, LooksBehindOutlooksStub)
     AddFile(moved);
     Register(machine, outlook, u"DLLPathEx", moved);
     EXPECT_EQ(KwFindMAPIDll(machine, outlook), moved) << "not in a folder of Office";
+    const WideString shouted = u"C:\\PROGRAM FILES\\MICROSOFT OFFICE\\olmapi32.dll";
+    AddFile(shouted);
+    Register(machine, outlook, u"DLLPathEx", shouted);
+    EXPECT_EQ(KwFindMAPIDll(machine, outlook), shouted) << "the folder's name counts with its case";
 }
 
 TEST_F(LibrarySearch, KnowsWhereEachEditionPutsIt)
@@ -160,6 +164,57 @@ TEST_F(LibrarySearch, EndsAtTheEmbeddedClient)
     EXPECT_EQ(KwFindMAPIDll(u""), u"/opt/client.so");
     EXPECT_EQ(KwFindMAPIDll(outlook), u"/opt/client.so");
     EXPECT_EQ(KwFindMAPIDll(u"Postman"), u"");
+}
+
+TEST_F(LibrarySearch, EachRootTakesAllStepsBeforeTheNext)
+{
+    const WideString own = u"C:\\Mail\\own.dll";
+    AddFile(own);
+    Register(machine, outlook, u"DLLPathEx", own);
+    EXPECT_EQ(KwFindMAPIDll(outlook), own);
+    AddFile(classic64);
+    EXPECT_EQ(KwFindMAPIDll(user, outlook), classic64) << "the well-known place belongs to the user's round";
+    EXPECT_EQ(KwFindMAPIDll(machine, outlook), own);
+    EXPECT_EQ(KwFindMAPIDll(outlook), classic64) << "the machine's registration comes after it";
+    Register(user, outlook, u"DLLPath", u"%Mail%\\gone.dll");
+    EXPECT_EQ(KwFindMAPIDll(outlook), classic64);
+
+    // Another client's round ends with its registration.
+    AddFile(u"C:\\Mail\\32.dll", false);
+    Register(user, u"Postman", u"DLLPathEx", u"C:\\Mail\\32.dll");
+    EXPECT_EQ(KwFindMAPIDll(user, u"Postman"), u"");
+    Register(machine, u"Postman", u"DLLPathEx", own);
+    EXPECT_EQ(KwFindMAPIDll(u"Postman"), own);
+
+    // The detection's own find is the last step of the first round.
+    Platform.Files.erase(classic64);
+    Platform.SetEnvironment(u"DEFTMAPI_CLIENT", u"/opt/client.so");
+    EXPECT_EQ(KwFindMAPIDll(user, u""), u"/opt/client.so");
+    Register(machine, u"", u"DLLPathEx", own);
+    EXPECT_EQ(KwFindMAPIDll(machine, u""), own);
+    EXPECT_EQ(KwFindMAPIDll(u""), u"/opt/client.so");
+}
+
+TEST_F(LibrarySearch, LoadsAClientThatTheSearchDrops)
+{
+    WideString file;
+    bool isExtendedMAPI = true;
+    AddFile(u"C:\\Mail\\simple.dll", true, {"MAPISendMail"});
+    AddSimpleClient(u"C:\\Mail\\simple.dll");
+    Register(user, u"Simple", u"DLLPath", u"C:\\Mail\\simple.dll");
+    EXPECT_EQ(KwFindMAPIDll(u"Simple"), u"");
+    KwLoadMAPIClientDLL(u"Simple", file, isExtendedMAPI, false);
+    EXPECT_EQ(file, u"C:\\Mail\\simple.dll");
+    EXPECT_FALSE(isExtendedMAPI);
+    KwUnloadDLL();
+
+    AddFile(u"C:\\Mail\\32.dll", false);
+    Register(machine, u"Old", u"DLLPathEx", u"C:\\Mail\\32.dll");
+    EXPECT_EQ(KwMAPIClientDLLBitness(u"Old", file), 32u);
+    Platform.AddModule(u"C:\\Mail\\32.dll").Refusal = u"%1 is not a valid Win32 application.";
+    EXPECT_EQ(Catch([&] { KwLoadMAPIClientDLL(u"Old", file, isExtendedMAPI, false); }).Message.substr(0, 47),
+              "Failed to load the MAPI DLL (C:\\Mail\\32.dll)!\r\n");
+    EXPECT_EQ(KwMAPIModule(), nullptr);
 }
 
 TEST_F(LibrarySearch, LoadsAClientByItsName)

@@ -181,6 +181,18 @@ TEST_F(PropertyCacheReadTest, ANamedPropertyIsResolvedOncePerObject)
     EXPECT_EQ(Catch([&] { (void)Property(NPR_CLIENTINTENT); }).ClassName, "EMAPI_NO_SUPPORT");
     Calls->Next("GetIDsFromNames", mapi::MAPI_E_NO_SUPPORT);
     EXPECT_FALSE(Prop->HasProp(NPR_CLIENTINTENT)) << "an object without names has no such property";
+    for (const mapi::HRESULT unknown : {mapi::MAPI_E_NOT_FOUND, mapi::MAPI_W_ERRORS_RETURNED}) {
+        Calls->Next("GetIDsFromNames", unknown);
+        EXPECT_FALSE(Prop->HasProp(NPR_CLIENTINTENT)) << "no tag for the name";
+    }
+    for (const auto& [failure, className] :
+         {std::pair(mapi::MAPI_E_NETWORK_ERROR, "EMAPI_NETWORK_ERROR"),
+          std::pair(mapi::MAPI_E_NO_ACCESS, "EMAPI_NO_ACCESS"), std::pair(mapi::S_FALSE, "EKwMAPIException")})
+    {
+        Calls->Next("GetIDsFromNames", failure);
+        EXPECT_EQ(Catch([&] { (void)Prop->HasProp(NPR_CLIENTINTENT); }).ClassName, className)
+            << "whether it has the property is not known";
+    }
 }
 
 // ---- RetrieveAllProperties
@@ -319,6 +331,43 @@ TEST_F(PropertyCacheReadTest, AnEightBitStoreIsAskedForEightBitText)
     EXPECT_EQ(TextOf(Prop->Items().PropByTag(subject, false)->GetMAPIValue()), "0x0037001E='T\xFCr'");
 }
 
+TEST_F(PropertyCacheReadTest, OfAnEightBitStoreAlsoWhatHasNoNameIsEightBitText)
+{
+    mapi::GUID common = PSETID_Common;
+    mapi::MAPINAMEID name{&common, mapi::MNID_ID, {}};
+    name.Kind.lID = 0x8503;
+    const mapi::ULONG id = Bag().IdOfName(name);
+    Bag().Set(TextValue(id | mapi::PT_STRING8, "odd"));
+    Bag().ForgetNames = true;
+    Prop->SetDisableUnicode(true);
+    // A provider that lists text as wide although it was asked for the other form.
+    Calls->Next("GetPropList", mapi::MAPI_E_BAD_CHARWIDTH);
+    Prop->RetrieveAllProperties();
+    ASSERT_EQ(Prop->Get_Properties()->Get_Count(), 1);
+    const TKwRef<IKwMAPIProperty> item = Prop->Get_Properties()->FindPropByTag(id | mapi::PT_UNICODE);
+    ASSERT_NE(item, nullptr);
+    EXPECT_EQ(item->Get_PropTag(), id | mapi::PT_STRING8);
+    EXPECT_EQ(item->Get_Value(), TKwAnsiText{"odd"});
+}
+
+TEST_F(PropertyCacheReadTest, LargeTextIsOpenedInTheWidthThatTheObjectTook)
+{
+    Bag().EightBitOnly = true;
+    Bag().Set(TextValue(0x1000001E, "gr\xFC\xDF"));
+    Bag().Refused[0x1000] = mapi::MAPI_E_NOT_ENOUGH_MEMORY;
+    const TKwVariant value = Property(PR_BODY)->Get_Value();
+    EXPECT_EQ(value.Kind(), TKwVarKind::vkWideString) << "the property's own type";
+    EXPECT_EQ(value, u"grüß");
+    EXPECT_EQ(Calls->Take().substr(0, 150),
+              "GetProps([0x1000001F],0x80000000)\nGetProps([0x1000001E],0x00000000)\n"
+              "OpenProperty(0x1000001E,IStream,0x00000000,0x00000000)\nRead(65536)\nRead(65536)");
+
+    Bag().Set(LongValue(0x37010003, 1)); // read together with others
+    Prop->ResetProperties();
+    Prop->RetrieveAllProperties();
+    EXPECT_EQ(Property(PR_BODY_A)->Get_Value(), TKwAnsiText{"gr\xFC\xDF"});
+}
+
 TEST_F(PropertyCacheReadTest, RefusedWideTextIsAskedForOnceMore)
 {
     Bag().EightBitOnly = true;
@@ -366,6 +415,8 @@ TEST_F(PropertyCacheReadTest, ViewsConvertBothWays)
     const mapi::SYSTEMTIME noon{2024, 5, 3, 1, 12, 0, 0, 0};
     time->Set_AsSystemTime(noon);
     EXPECT_EQ(time->Get_AsDateTime().Days, 45413.5);
+    EXPECT_EQ(time->Get_AsFloat(), 45413.5);
+    EXPECT_EQ(time->Get_AsInteger(), 45414) << "halves go to the even neighbour";
     EXPECT_EQ(time->Get_AsSystemTime().wHour, 12);
     EXPECT_EQ(time->Get_AsString(), u"2024-05-01T12:00:00Z");
     time->Set_AsDateTime(TKwDate{45413});

@@ -69,6 +69,14 @@ TEST_F(PropertyCacheSaveTest, AValueThatDoesNotConvertChangesNothing)
     EXPECT_FALSE(Prop->GetModified());
 }
 
+TEST_F(PropertyCacheSaveTest, AnObjectCannotBeMarkedForWriting)
+{
+    Bag().Set(LongValue(0x3701000D, 1));
+    EXPECT_EQ(Catch([&] { Property(PR_ATTACH_DATA_OBJ)->SetModified(true); }),
+              Failure("EMAPI_INVALID_PARAMETER", 0x80070057, "The PropList does not support data of type 13!"));
+    EXPECT_FALSE(Prop->GetModified()) << "it would be taken for deleted";
+}
+
 TEST_F(PropertyCacheSaveTest, MAPIValuesGoInAndOut)
 {
     IKwMAPIProperty& item = *Prop->Get_Properties()->PropByTag(subject, true);
@@ -156,6 +164,7 @@ TEST_F(PropertyCacheSaveTest, SaveMethodsAreFlags)
     Prop->CheckAccessLevel(alReadWrite);
     Prop->SaveChanges(smKeepReadOnly);
     EXPECT_EQ(Catch([&] { Prop->CheckAccessLevel(alReadWrite); }).ClassName, "EMAPI_NO_ACCESS");
+    EXPECT_EQ(Prop->Get_AccessLevel(), alReadOnly);
 }
 
 TEST_F(PropertyCacheSaveTest, SavingWritesFirstAndReadsAgainAfterwards)

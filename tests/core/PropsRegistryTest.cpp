@@ -107,6 +107,23 @@ TEST(PropsRegistryTest, HashHandlesAreFoundBySearchAndRefuseToCollide)
               info.Hash);
 }
 
+TEST(PropsRegistryTest, ACollisionNamesBothDefinitions)
+{
+    // The hash is over a text of all parts, in which different definitions can run into the same text.
+    TKwMAPIPropRegistry registry;
+    const WideString common = u"{00062008-0000-0000-C000-000000000046}";
+    const WideString longName = u"X31" + common + u"Y";
+    const WideString longText = u"A31" + common + u"X";
+    const auto first = TIdentity::NamedByText(PSETID_Common, u"A", 0x001F);
+    const auto second = TIdentity::NamedByText(PSETID_Common, longText, 0x001F);
+    const TKwMAPIPropInfo& info = registry.Add(longName, first, Hashed);
+    EXPECT_GE(info.Hash, 0xF000000000000000u);
+    EXPECT_EQ(Catch([&] { (void)registry.Add(u"Y", second, Hashed); }),
+              InvalidParameter("Y is equal to " + KwToUtf8(longName)));
+    EXPECT_EQ(registry.FindIdentity(second, true), nullptr);
+    EXPECT_EQ(registry.Count(), 4867u);
+}
+
 TEST(PropsRegistryTest, TheLibrarysRegistryIsTheOneBehindThePublicFunctions)
 {
     const TKwMAPIPropDef before = PropDefCount();

@@ -155,6 +155,39 @@ TEST(PropsTableTest, EveryRecordSaysWhatItsRowSays)
     }
 }
 
+// Their bytes go to the store: a set of another value is another property, and nothing else would tell.
+TEST(PropsTableTest, PropertySetsHaveThePublishedValues)
+{
+    const std::pair<const mapi::GUID*, const char16_t*> published[] = {
+        {&IID_EMPTY, u"{00000000-0000-0000-0000-000000000000}"},
+        {&PS_MAPI, u"{00020328-0000-0000-C000-000000000046}"},
+        {&PSETID_MAPI, u"{00020328-0000-0000-C000-000000000046}"},
+        {&PS_PUBLIC_STRINGS, u"{00020329-0000-0000-C000-000000000046}"},
+        {&PSETID_PublicStrings, u"{00020329-0000-0000-C000-000000000046}"},
+        {&PS_INTERNET_HEADERS, u"{00020386-0000-0000-C000-000000000046}"},
+        {&PSETID_InternetHeaders, u"{00020386-0000-0000-C000-000000000046}"},
+        {&PSETID_Appointment, u"{00062002-0000-0000-C000-000000000046}"},
+        {&PSETID_Task, u"{00062003-0000-0000-C000-000000000046}"},
+        {&PSETID_Address, u"{00062004-0000-0000-C000-000000000046}"},
+        {&PSETID_Common, u"{00062008-0000-0000-C000-000000000046}"},
+        {&PSETID_Log, u"{0006200A-0000-0000-C000-000000000046}"},
+        {&PSETID_Note, u"{0006200E-0000-0000-C000-000000000046}"},
+        {&PSETID_Sharing, u"{00062040-0000-0000-C000-000000000046}"},
+        {&PSETID_PostRss, u"{00062041-0000-0000-C000-000000000046}"},
+        {&PSETID_Meeting, u"{6ED8DA90-450B-101B-98DA-00AA003F1305}"},
+        {&PSETID_AirSync, u"{71035549-0739-4DCB-9163-00F0580DBBDF}"},
+        {&PSETID_Attachment, u"{96357F7F-59E1-47D0-99A7-46515C183B54}"},
+        {&PSETID_CalendarAssistant, u"{11000E07-B51B-40D6-AF21-CAA85EDAB1D0}"},
+        {&PSETID_Messaging, u"{41F28F13-83F4-4114-A584-EEDB5A6B0BFF}"},
+        {&PSETID_UnifiedMessaging, u"{4442858E-A9E3-4E80-B900-317A210CC15B}"},
+        {&PSETID_Exchange1, u"{48862A09-F786-0114-0281-000000000000}"},
+        {&PSETID_Velmora, u"{52A474EE-E1A3-4E63-8FFC-FCDACB06A7FC}"},
+    };
+    for (const auto& [set, text] : published)
+        EXPECT_EQ(KwGuidToStr(*set), text);
+    EXPECT_EQ(GetPropInfo(NPR_SENDUSINGACCOUNT).PropType, 0x000Bu) << "a choice, not an account";
+}
+
 TEST(PropsTableTest, IdentifiersAreSmallNumbersWhereTheyFit)
 {
     EXPECT_EQ(GetPropInfo(PR_SUBJECT).PropID().Kind(), TKwVarKind::vkSmallInt);
@@ -230,6 +263,9 @@ TEST(PropsTableTest, EveryTagThereCanBeIsFoundOrNotAsByAWalk)
                 const auto expected = first[unicode].find(mapi::PROP_TAG(type, id));
                 const auto identity = TKwMAPIPropIdentity::Tagged(static_cast<std::uint16_t>(id), type);
                 ASSERT_EQ(registry.FindIdentity(identity, unicode),
+                          expected != first[unicode].end() ? expected->second : nullptr)
+                    << std::hex << id << ' ' << type;
+                ASSERT_EQ(registry.FindTagged(static_cast<std::uint16_t>(id), type, unicode),
                           expected != first[unicode].end() ? expected->second : nullptr)
                     << std::hex << id << ' ' << type;
             }

@@ -88,6 +88,13 @@ TEST_F(TFolderTest, CreateMessage)
     EXPECT_EQ(Open("X", u"IPF.Task")->CreateMessage(u"")->Get_MessageClass(), u"IPM.Task");
     EXPECT_EQ(Catch([&] { static_cast<void>(Open("X", u"IPF.Journal")->CreateMessage(u"")); }),
               Failure("EMAPI_NO_ACCESS", 0x80070005, "It is not possible to create messages in the selected folder!"));
+    Object->Bag.Set(BinaryValue(GetPropTag(PR_IPM_SUBTREE_ENTRYID), "ROOT"));
+    Store = OpenStore(alReadWrite);
+    const auto root = Open("ROOT", u"");
+    ASSERT_EQ(root->Get_FolderType(), ftIPMRoot);
+    EXPECT_EQ(Catch([&] { static_cast<void>(root->CreateMessage(u"")); }),
+              Failure("EMAPI_NO_ACCESS", 0x80070005, "It is not possible to create messages in the selected folder!"));
+    EXPECT_EQ(root->CreateMessage(u"IPM.Note")->Get_MessageClass(), u"IPM.Note") << "who names a class may";
     Calls->Next("CreateMessage", mapi::MAPI_E_NOT_ENOUGH_DISK);
     EXPECT_EQ(Catch([&] { static_cast<void>(inbox->CreateMessage(u"IPM.Note")); }).Message.substr(0, 27),
               "TKwMAPIFolder.CreateMessage");

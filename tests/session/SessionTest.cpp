@@ -200,6 +200,22 @@ TEST_F(TSessionTest, AnExceptionOfAnEventSinkEndsTheLogon)
     EXPECT_TRUE(Session->Get_Active());
 }
 
+TEST_F(TSessionTest, AFailedLogonTakesAlongWhatASinkHadOpened)
+{
+    TKwRef<IKwMAPIMsgStore> store;
+    Events->OnEvent = [&](const std::string& event, IKwMAPISession& session) {
+        if (event != "AfterLogon")
+            return;
+        store = session.OpenMsgStore(StrToEntryID(u"0A0B"), alReadWrite);
+        throw EKwException(u"no", 1);
+    };
+    EXPECT_EQ(Catch([&] { Session->Logon(); }).Message, "no");
+    ASSERT_NE(store, nullptr);
+    EXPECT_EQ(store->Get_MAPIOBJECT(), nullptr);
+    EXPECT_EQ(Catch([&] { static_cast<void>(store->GetInboxFolderID()); }).Code, 0x80070005u);
+    EXPECT_EQ(Client->RefCount(), 1u);
+}
+
 TEST_F(TSessionTest, LogoffThatFailsStillEndsTheSession)
 {
     for (const char* call : {"Unadvise", "Logoff"}) {
