@@ -66,11 +66,18 @@ TableFeed::Keys TableFeed::Scan()
         std::for_each(sortKeys.begin(), sortKeys.end(), ShortenValue);
         keyed.emplace_back(key, std::move(sortKeys));
     });
+    if (TiesDescend())
+        std::reverse(keyed.begin(), keyed.end());
     std::stable_sort(keyed.begin(), keyed.end(),
                      [this](const auto& a, const auto& b) { return IsRowBefore(a.second, b.second, FView.sort); });
     for (const auto& [key, values] : keyed)
         order.push_back(key);
     return order;
+}
+
+bool TableFeed::TiesDescend() const
+{
+    return FRows->IsOrderedByKey() && !FView.sort.empty() && FView.sort.front().ulOrder == mapi::TABLE_SORT_DESCEND;
 }
 
 NotificationBatch TableFeed::Collect() noexcept
@@ -197,7 +204,7 @@ TableFeed::Keys TableFeed::OrderAfter(const std::set<RowKey>& changed)
             const Props theirs = SortKeys(other).value_or(Props(FView.sort.size()));
             if (IsRowBefore(theirs, *own, FView.sort))
                 return true;
-            return !IsRowBefore(*own, theirs, FView.sort) && other < row;
+            return !IsRowBefore(*own, theirs, FView.sort) && (TiesDescend() ? row < other : other < row);
         };
         order.insert(std::lower_bound(order.begin(), order.end(), key, stands), key);
     }

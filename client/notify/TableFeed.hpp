@@ -33,6 +33,8 @@ private:
 
     void Synchronize();
     [[nodiscard]] Keys Scan();
+    /// Rows that are equal in a descending order stand in it from the newest to the oldest.
+    [[nodiscard]] bool TiesDescend() const;
     void CollectChanges(NotificationBatch& batch);
     void CollectRows(const TouchedRows& touched, NotificationBatch& batch);
     /// The order after the change of some rows, by looking at these and at the rows that decide their places.

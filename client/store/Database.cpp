@@ -2,13 +2,20 @@
 
 #include "client/entry/Guard.hpp"
 #include "client/notify/Dispatcher.hpp"
+#include "client/store/PropertyBag.hpp"
 
+#include <algorithm>
+#include <new>
 #include <sqlite3.h>
 
 namespace deftmapi::client
 {
 namespace
 {
+
+// Texts whose statements are kept. Restrictions make texts of their own; beyond this all that rest are given up.
+constexpr std::size_t StatementTexts = 400;
+constexpr auto PointerType = "deftmapi";
 
 // How long a writer waits for another process before MAPI_E_TIMEOUT.
 constexpr int BusyMilliseconds = 20000;
@@ -44,7 +51,103 @@ mapi::HRESULT ResultOf(int code)
     }
 }
 
+char FoldAscii(char c)
+{
+    return c >= 'a' && c <= 'z' ? static_cast<char>(c - 32) : c;
+}
+
+void CallBack(sqlite3_context* context, int count, sqlite3_value** values)
+{
+    const auto* callable = static_cast<const SqlCallable*>(sqlite3_value_pointer(values[0], PointerType));
+    if (!callable)
+        return; // NULL
+    try {
+        callable->Call(SqlArguments(count - 1, values + 1), SqlResult(context));
+    } catch (const std::bad_alloc&) {
+        sqlite3_result_error_nomem(context);
+    } catch (const Failure& failure) {
+        sqlite3_result_error(context, failure.what(), -1);
+        if (failure.Code() == mapi::MAPI_E_CORRUPT_DATA)
+            sqlite3_result_error_code(context, SQLITE_CORRUPT);
+    } catch (const std::exception& failure) {
+        sqlite3_result_error(context, failure.what(), -1);
+    }
+}
+
+int Collate(void*, int sizeA, const void* a, int sizeB, const void* b)
+{
+    try {
+        return CompareFolded({static_cast<const char*>(a), static_cast<std::size_t>(sizeA)},
+                             {static_cast<const char*>(b), static_cast<std::size_t>(sizeB)});
+    } catch (const std::exception&) {
+        // Damaged text has a place of its own; a collation cannot fail.
+        return std::string_view(static_cast<const char*>(a), static_cast<std::size_t>(sizeA))
+            .compare({static_cast<const char*>(b), static_cast<std::size_t>(sizeB)});
+    }
+}
+
 } // namespace
+
+int CompareFolded(std::string_view a, std::string_view b)
+{
+    const std::size_t common = std::min(a.size(), b.size());
+    for (std::size_t i = 0; i < common; ++i) {
+        if ((a[i] | b[i]) & 0x80) {
+            const WideString x = KwUpperCase(UnpackText(a.substr(i)));
+            const WideString y = KwUpperCase(UnpackText(b.substr(i)));
+            return x < y ? -1 : (y < x ? 1 : 0);
+        }
+        const char x = FoldAscii(a[i]);
+        const char y = FoldAscii(b[i]);
+        if (x != y)
+            return x < y ? -1 : 1;
+    }
+    return a.size() < b.size() ? -1 : (b.size() < a.size() ? 1 : 0);
+}
+
+bool SqlArguments::IsNull(int index) const
+{
+    return sqlite3_value_type(FValues[index]) == SQLITE_NULL;
+}
+
+std::int64_t SqlArguments::Number(int index) const
+{
+    return sqlite3_value_int64(FValues[index]);
+}
+
+std::string_view SqlArguments::Text(int index) const
+{
+    const auto* text = reinterpret_cast<const char*>(sqlite3_value_text(FValues[index]));
+    return text ? std::string_view(text, static_cast<std::size_t>(sqlite3_value_bytes(FValues[index])))
+                : std::string_view();
+}
+
+std::span<const std::uint8_t> SqlArguments::Blob(int index) const
+{
+    const auto* data = static_cast<const std::uint8_t*>(sqlite3_value_blob(FValues[index]));
+    return {data, data ? static_cast<std::size_t>(sqlite3_value_bytes(FValues[index])) : 0};
+}
+
+void SqlResult::Set(std::int64_t value) const
+{
+    sqlite3_result_int64(FContext, value);
+}
+
+void SqlResult::SetReal(double value) const
+{
+    sqlite3_result_double(FContext, value);
+}
+
+void SqlResult::SetText(std::string_view utf8) const
+{
+    sqlite3_result_text64(FContext, utf8.data() ? utf8.data() : "", utf8.size(), SQLITE_TRANSIENT, SQLITE_UTF8);
+}
+
+void SqlResult::SetBlob(std::span<const std::uint8_t> bytes) const
+{
+    const void* data = bytes.empty() ? "" : static_cast<const void*>(bytes.data());
+    sqlite3_result_blob64(FContext, data, bytes.size(), SQLITE_TRANSIENT);
+}
 
 Query::Query(Database& database, sqlite3_stmt* statement, std::vector<sqlite3_stmt*>& idle)
     : FDatabase(&database), FStatement(statement), FIdle(&idle)
@@ -105,6 +208,33 @@ Query& Query::BindReal(int index, double value)
     return *this;
 }
 
+Query& Query::Bind(int index, const SqlValue& value)
+{
+    if (const auto* number = std::get_if<std::int64_t>(&value))
+        return Bind(index, *number);
+    if (const auto* real = std::get_if<double>(&value))
+        return BindReal(index, *real);
+    if (const auto* text = std::get_if<std::string>(&value))
+        return BindText(index, *text);
+    if (const auto* bytes = std::get_if<std::vector<std::uint8_t>>(&value))
+        return BindBlob(index, *bytes);
+    if (const auto* callable = std::get_if<const SqlCallable*>(&value)) {
+        if (sqlite3_bind_pointer(FStatement, index, const_cast<SqlCallable*>(*callable), PointerType, nullptr) !=
+            SQLITE_OK)
+            FailNow();
+        return *this;
+    }
+    return BindNull(index);
+}
+
+Query& Query::BindAll(std::span<const SqlValue> values)
+{
+    int index = 0;
+    for (const SqlValue& value : values)
+        Bind(++index, value);
+    return *this;
+}
+
 bool Query::Step()
 {
     const int code = sqlite3_step(FStatement);
@@ -143,6 +273,24 @@ std::span<const std::uint8_t> Query::Blob(int column) const
     return {data, data ? static_cast<std::size_t>(sqlite3_column_bytes(FStatement, column)) : 0};
 }
 
+SqlValue Query::Value(int column) const
+{
+    switch (sqlite3_column_type(FStatement, column)) {
+    case SQLITE_INTEGER:
+        return Number(column);
+    case SQLITE_FLOAT:
+        return sqlite3_column_double(FStatement, column);
+    case SQLITE_TEXT:
+        return std::string(Text(column));
+    case SQLITE_BLOB: {
+        const auto bytes = Blob(column);
+        return std::vector<std::uint8_t>(bytes.begin(), bytes.end());
+    }
+    default:
+        return std::monostate();
+    }
+}
+
 Database::Database(const std::filesystem::path& file, Mode mode)
 {
     const int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX | (mode == Mode::Create ? SQLITE_OPEN_CREATE : 0);
@@ -156,15 +304,32 @@ Database::Database(const std::filesystem::path& file, Mode mode)
     }
     sqlite3_extended_result_codes(FHandle, 1);
     sqlite3_busy_timeout(FHandle, BusyMilliseconds);
+    if (sqlite3_create_collation_v2(FHandle, "deft_fold", SQLITE_UTF8, nullptr, Collate, nullptr) != SQLITE_OK ||
+        sqlite3_create_function_v2(FHandle, "deft_call", -1, SQLITE_UTF8, nullptr, CallBack, nullptr, nullptr,
+                                   nullptr) != SQLITE_OK)
+    {
+        sqlite3_close_v2(FHandle);
+        throw std::bad_alloc();
+    }
 }
 
 Database::~Database()
 {
-    for (auto& [sql, statements] : FIdle) {
-        for (sqlite3_stmt* statement : statements)
-            sqlite3_finalize(statement);
-    }
+    Forget();
     sqlite3_close_v2(FHandle);
+}
+
+void Database::Forget()
+{
+    for (auto it = FStatements.begin(); it != FStatements.end();) {
+        if (it->second.idle.size() != it->second.count) { // one of them is in use and comes back here
+            ++it;
+            continue;
+        }
+        for (sqlite3_stmt* statement : it->second.idle)
+            sqlite3_finalize(statement);
+        it = FStatements.erase(it);
+    }
 }
 
 void Database::Execute(const std::string& sql)
@@ -175,18 +340,24 @@ void Database::Execute(const std::string& sql)
 
 Query Database::Prepare(std::string_view sql)
 {
-    const auto it = FIdle.try_emplace(std::string(sql)).first;
-    auto& idle = it->second;
+    auto it = FStatements.find(std::string(sql));
+    if (it == FStatements.end()) {
+        if (FStatements.size() >= StatementTexts)
+            Forget();
+        it = FStatements.try_emplace(std::string(sql)).first;
+    }
+    auto& idle = it->second.idle;
     if (!idle.empty()) {
         sqlite3_stmt* statement = idle.back();
         idle.pop_back();
         return Query(*this, statement, idle);
     }
-    idle.reserve(idle.capacity() + 1);
+    idle.reserve(it->second.count + 1);
     sqlite3_stmt* statement = nullptr;
     if (sqlite3_prepare_v3(FHandle, sql.data(), static_cast<int>(sql.size()), SQLITE_PREPARE_PERSISTENT, &statement,
                            nullptr) != SQLITE_OK)
         FailNow(sql);
+    ++it->second.count;
     return Query(*this, statement, idle);
 }
 

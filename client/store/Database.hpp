@@ -10,15 +10,65 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <variant>
 #include <vector>
 
 struct sqlite3;
 struct sqlite3_stmt;
+struct sqlite3_context;
+struct sqlite3_value;
 
 namespace deftmapi::client
 {
 
 class Database;
+
+/// The arguments of a call from inside a statement; they count from 0 and are valid during the call.
+class SqlArguments
+{
+public:
+    SqlArguments(int count, sqlite3_value** values) : FCount(count), FValues(values) {}
+    [[nodiscard]] int Count() const { return FCount; }
+    [[nodiscard]] bool IsNull(int index) const;
+    [[nodiscard]] std::int64_t Number(int index) const;
+    [[nodiscard]] std::string_view Text(int index) const;
+    [[nodiscard]] std::span<const std::uint8_t> Blob(int index) const;
+
+private:
+    int FCount;
+    sqlite3_value** FValues;
+};
+
+/// Where such a call puts its result; NULL when it puts none.
+class SqlResult
+{
+public:
+    explicit SqlResult(sqlite3_context* context) : FContext(context) {}
+    void Set(std::int64_t value) const;
+    void SetReal(double value) const;
+    void SetText(std::string_view utf8) const;
+    void SetBlob(std::span<const std::uint8_t> bytes) const;
+
+private:
+    sqlite3_context* FContext;
+};
+
+/// Code of this program that a statement calls: deft_call(pointer to it, argument…). An exception ends the statement.
+/// REQUIRES: it lives until the statement that it is bound to has been reset.
+class SqlCallable
+{
+public:
+    virtual ~SqlCallable() = default;
+    virtual void Call(const SqlArguments& arguments, const SqlResult& result) const = 0;
+};
+
+/// A value for a parameter of a statement or from one of its columns. std::string is text (UTF-8), monostate NULL.
+using SqlValue =
+    std::variant<std::monostate, std::int64_t, double, std::string, std::vector<std::uint8_t>, const SqlCallable*>;
+
+/// The collation that every connection knows as deft_fold: text without regard to case, as tables sort it.
+/// Indexes of store files are built with it: a change of the case tables needs a schema step that rebuilds them.
+[[nodiscard]] int CompareFolded(std::string_view a, std::string_view b);
 
 /// One use of a prepared statement. Parameters count from 1, columns from 0.
 class Query
@@ -34,6 +84,9 @@ public:
     Query& BindBlob(int index, std::span<const std::uint8_t> bytes);
     Query& BindNull(int index);
     Query& BindReal(int index, double value);
+    Query& Bind(int index, const SqlValue& value);
+    /// Binds values from the first parameter on.
+    Query& BindAll(std::span<const SqlValue> values);
 
     /// Moves to the next row; false when there is none (or the statement returns none and has run).
     bool Step();
@@ -47,6 +100,7 @@ public:
     /// Valid until the next Step.
     [[nodiscard]] std::string_view Text(int column) const;
     [[nodiscard]] std::span<const std::uint8_t> Blob(int column) const;
+    [[nodiscard]] SqlValue Value(int column) const;
 
 private:
     friend class Database;
@@ -87,8 +141,16 @@ private:
     friend class Transaction;
     friend class Snapshot;
 
+    /// Statements of one text: those at rest, and how many there are in all.
+    struct Statements
+    {
+        std::vector<sqlite3_stmt*> idle;
+        std::size_t count = 0;
+    };
+    void Forget();
+
     sqlite3* FHandle = nullptr;
-    std::unordered_map<std::string, std::vector<sqlite3_stmt*>> FIdle;
+    std::unordered_map<std::string, Statements> FStatements;
     int FDepth = 0;
 };
 

@@ -2,6 +2,7 @@
 #include "client/notify/LiveRows.hpp"
 #include "client/store/Folder.hpp"
 #include "client/table/Table.hpp"
+#include "client/table/VectorOrder.hpp"
 
 #include <algorithm>
 
@@ -16,7 +17,7 @@ const std::vector<ULONG> DefaultTags = {tag::EntryId,       tag::InstanceKey,   
                                         tag::ParentEntryId, tag::RecordKey,      tag::Access,          tag::AccessLevel,
                                         tag::StoreEntryId,  tag::StoreRecordKey, tag::MappingSignature};
 
-class HierarchySource final : public RowSource, public LiveRows
+class HierarchySource final : public ScanSource, public LiveRows
 {
 public:
     HierarchySource(StorePtr store, std::int64_t folder, bool deep)
@@ -24,14 +25,40 @@ public:
     {}
 
     std::recursive_mutex& Lock() override { return FStore->Lock(); }
-    std::int64_t Stamp(bool) override { return FStore->Db().Scalar("SELECT hierarchy FROM store"); }
+    std::int64_t Stamp() override
+    {
+        // The counters of a folder are columns too: what happens to its messages changes its row.
+        return FStore->Db().Scalar("SELECT (SELECT hierarchy FROM store) + (SELECT total(changes) FROM folders)");
+    }
     std::vector<ULONG> DefaultColumns() override { return DefaultTags; }
+
+    void Consistently(const std::function<void()>& body) override
+    {
+        const Snapshot snapshot(FStore->Db());
+        body();
+    }
 
     void Scan(std::span<const ULONG> tags, const Visit& visit) override
     {
         FDepths.clear();
+        std::vector<RowKey> rows;
+        {
+            // Deeper rows first out of the queue: each folder is followed by what is below it.
+            Query query = FStore->Db().Prepare(
+                "WITH RECURSIVE below(id, depth, name_key) AS (SELECT id, 1, name_key FROM folders WHERE parent = ?1 "
+                "UNION ALL SELECT f.id, b.depth + 1, f.name_key FROM below b JOIN folders f ON f.parent = b.id "
+                "WHERE ?2 ORDER BY 2 DESC, 3) SELECT id, depth FROM below");
+            query.Bind(1, FFolder).Bind(2, FDeep);
+            while (query.Step()) {
+                rows.push_back(query.Number(0));
+                FDepths[rows.back()] = query.Number(1);
+            }
+        }
         Props values;
-        Walk(FFolder, 1, tags, values, visit);
+        for (const RowKey row : rows) {
+            if (Fetch(row, tags, values))
+                visit(row, values);
+        }
     }
 
     bool Fetch(RowKey key, std::span<const ULONG> tags, Props& values) override
@@ -79,24 +106,6 @@ public:
     bool IsOrderedByKey() const override { return false; }
 
 private:
-    void Walk(std::int64_t parent, std::int64_t depth, std::span<const ULONG> tags, Props& values, const Visit& visit)
-    {
-        std::vector<std::int64_t> rows;
-        {
-            Query query = FStore->Db().Prepare("SELECT id FROM folders WHERE parent = ?1 ORDER BY name_key");
-            query.Bind(1, parent);
-            while (query.Step())
-                rows.push_back(query.Number(0));
-        }
-        for (const std::int64_t row : rows) {
-            FDepths[row] = depth;
-            if (Fetch(row, tags, values))
-                visit(row, values);
-            if (FDeep)
-                Walk(row, depth + 1, tags, values, visit);
-        }
-    }
-
     StorePtr FStore;
     std::int64_t FFolder;
     bool FDeep;

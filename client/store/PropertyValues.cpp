@@ -400,12 +400,9 @@ int CompareValues(const Prop& a, const Prop& b)
 {
     if (a.data.index() != b.data.index())
         return Order(a.data.index(), b.data.index());
-    if (const auto* number = std::get_if<std::int64_t>(&a.data)) {
-        const std::int64_t other = std::get<std::int64_t>(b.data);
-        if (a.Type() == PT_SYSTIME)
-            return Order(static_cast<std::uint64_t>(*number), static_cast<std::uint64_t>(other));
-        return Order(*number, other);
-    }
+    // Times too: what lies beyond 2^63 is no time for the platform's own functions either, and the database orders so.
+    if (const auto* number = std::get_if<std::int64_t>(&a.data))
+        return Order(*number, std::get<std::int64_t>(b.data));
     if (const auto* real = std::get_if<double>(&a.data))
         return Order(*real, std::get<double>(b.data));
     if (const auto* text = std::get_if<WideString>(&a.data))
@@ -414,6 +411,8 @@ int CompareValues(const Prop& a, const Prop& b)
         return Order(*bytes, std::get<Bytes>(b.data));
     if (const auto* numbers = std::get_if<std::vector<std::int64_t>>(&a.data))
         return Order(*numbers, std::get<std::vector<std::int64_t>>(b.data));
+    if (const auto* reals = std::get_if<std::vector<double>>(&a.data))
+        return Order(*reals, std::get<std::vector<double>>(b.data));
     if (const auto* texts = std::get_if<std::vector<WideString>>(&a.data))
         return Order(*texts, std::get<std::vector<WideString>>(b.data));
     if (const auto* binaries = std::get_if<std::vector<Bytes>>(&a.data))

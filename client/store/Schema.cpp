@@ -181,7 +181,17 @@ constexpr const char* Step2[] = {
             CASE WHEN NEW.parent IS NOT OLD.parent THEN OLD.parent END); END)",
 };
 
-constexpr std::span<const char* const> Steps[] = {Step1, Step2};
+// Step 3: what contents tables are sorted, restricted and searched by. The row identifier is the last column of each.
+constexpr const char* Step3[] = {
+    "CREATE INDEX messages_delivery ON messages (folder, associated, delivery_time) WHERE folder IS NOT NULL",
+    "CREATE INDEX messages_unread ON messages (folder, associated, delivery_time) "
+    "WHERE folder IS NOT NULL AND (flags & 1) = 0",
+    "CREATE INDEX messages_subject ON messages (folder, associated, subject COLLATE deft_fold) "
+    "WHERE folder IS NOT NULL",
+    "CREATE INDEX messages_search_key ON messages (search_key) WHERE folder IS NOT NULL",
+};
+
+constexpr std::span<const char* const> Steps[] = {Step1, Step2, Step3};
 static_assert(std::size(Steps) == schema::Version);
 
 /// Runs the steps after `from` inside the caller's transaction.

@@ -2,12 +2,12 @@
 // was made.
 #pragma once
 
-#include "client/table/RowSource.hpp"
+#include "client/table/VectorOrder.hpp"
 
 namespace deftmapi::client
 {
 
-class MemorySource final : public RowSource
+class MemorySource final : public ScanSource
 {
 public:
     MemorySource(std::vector<ULONG> columns, std::vector<Props> rows)
@@ -15,7 +15,7 @@ public:
     {}
 
     [[nodiscard]] std::recursive_mutex& Lock() override { return FLock; }
-    [[nodiscard]] std::int64_t Stamp(bool) override { return 0; }
+    [[nodiscard]] std::int64_t Stamp() override { return 0; }
     [[nodiscard]] std::vector<ULONG> DefaultColumns() override { return FColumns; }
     [[nodiscard]] std::vector<ULONG> AllColumns() override;
     void Scan(std::span<const ULONG> tags, const Visit& visit) override;

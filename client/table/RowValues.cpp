@@ -40,19 +40,22 @@ Prop ShownValue(ULONG column, const Prop& value, bool unicode)
 {
     if (column >> 16 == 0)
         return {mapi::PT_NULL, {}}; // PR_NULL keeps a column free
+    if (column & mapi::MV_INSTANCE)
+        column &= ~mapi::MVI_FLAG; // the row shows one of the values, with the tag of a single one
     if (value.IsError())
         return ErrorProp(column, mapi::MAPI_E_NOT_FOUND);
-    Prop cut = value;
-    if (std::holds_alternative<BlobPtr>(cut.data)) {
-        if (cut.Type() != mapi::PT_UNICODE)
+    if (std::holds_alternative<BlobPtr>(value.data)) {
+        if (value.Type() != mapi::PT_UNICODE)
             return ErrorProp(column, mapi::MAPI_E_NOT_ENOUGH_MEMORY);
-        ShortenValue(cut);
-    } else if (auto* text = std::get_if<WideString>(&cut.data); text && text->size() > limits::TableText) {
-        text->resize(limits::TableText);
-    } else if (const auto* bytes = std::get_if<Bytes>(&cut.data); bytes && bytes->size() > limits::TableBinary) {
-        return ErrorProp(column, mapi::MAPI_E_NOT_ENOUGH_MEMORY);
+        Prop beginning = value;
+        ShortenValue(beginning);
+        return ShownValue(column, beginning, unicode);
     }
-    auto result = Convert(cut, column & 0xFFFF, unicode);
+    if (const auto* text = std::get_if<WideString>(&value.data); text && text->size() > limits::TableText)
+        return ShownValue(column, TextProp(value.tag, text->substr(0, limits::TableText)), unicode);
+    if (const auto* bytes = std::get_if<Bytes>(&value.data); bytes && bytes->size() > limits::TableBinary)
+        return ErrorProp(column, mapi::MAPI_E_NOT_ENOUGH_MEMORY);
+    auto result = Convert(value, column & 0xFFFF, unicode);
     return result ? std::move(*result) : ErrorProp(column, mapi::MAPI_E_NOT_FOUND);
 }
 

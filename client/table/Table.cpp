@@ -3,8 +3,6 @@
 #include "client/store/Schema.hpp"
 
 #include <algorithm>
-#include <cstring>
-#include <unordered_map>
 
 namespace deftmapi::client
 {
@@ -12,20 +10,18 @@ namespace
 {
 
 constexpr auto sNoColumns = u"The set of columns is empty.";
-constexpr auto sBadColumn = u"A table has no rows per value of a multi-valued column.";
+constexpr auto sInstances = u"The values of one multi-valued property only can make rows of their own.";
+constexpr auto sSortOrder = u"A sort order is ascending or descending.";
 constexpr auto sNoBookmark = u"The bookmark does not exist.";
 constexpr auto sNotFound = u"No row fits the restriction.";
 constexpr auto sZeroRows = u"The number of rows must not be zero.";
 constexpr auto sZeroDenominator = u"The denominator must not be zero.";
 constexpr auto sCategories = u"Tables of this store are not grouped into categories.";
 
-// Stands for the key of a bookmark behind the last row; no source has it.
-constexpr RowKey AtEnd = -1;
-
 } // namespace
 
 Table::Table(std::shared_ptr<RowSource> source, bool unicode)
-    : FSource(std::move(source)), FUnicode(unicode), FColumns(FSource->DefaultColumns())
+    : FSource(std::move(source)), FUnicode(unicode), FColumns(FSource->DefaultColumns()), FOrder(FSource->Order(FView))
 {
     if (!unicode) {
         for (ULONG& tag : FColumns) {
@@ -47,98 +43,74 @@ mapi::HRESULT Table::Run(Body&& body) noexcept
     return result;
 }
 
+template <typename Body>
+mapi::HRESULT Table::RunOnRows(Body&& body) noexcept
+{
+    return Run([&] {
+        mapi::HRESULT result = mapi::S_OK;
+        FSource->Consistently([&] {
+            FOrder->Refresh();
+            FOrder->Settle(FPosition);
+            if constexpr (std::is_void_v<std::invoke_result_t<Body>>)
+                body();
+            else
+                result = body();
+        });
+        return result;
+    });
+}
+
 mapi::HRESULT Table::NoSupport(WideView text) noexcept
 {
     return Guard(FLast, [&] { Fail(mapi::MAPI_E_NO_SUPPORT, text); });
 }
 
-void Table::Refresh()
+ULONG Table::InstancesOf(const std::vector<ULONG>& columns, const std::vector<mapi::SSortOrder>& sort)
 {
-    const bool membershipOnly = !FRestriction && FSort.empty();
-    const std::int64_t stamp = FSource->Stamp(membershipOnly);
-    if (FBuilt && stamp == FStamp)
-        return;
-    const bool hadRow = FBuilt && FPosition < FOrder.size();
-    const RowKey current = hadRow ? FOrder[FPosition] : 0;
-    Rebuild();
-    FStamp = stamp;
-    if (!hadRow) {
-        FPosition = std::min(FPosition, FOrder.size());
-    } else if (FPosition >= FOrder.size() || FOrder[FPosition] != current) {
-        const auto it = std::find(FOrder.begin(), FOrder.end(), current);
-        FPosition =
-            it != FOrder.end() ? static_cast<std::size_t>(it - FOrder.begin()) : std::min(FPosition, FOrder.size());
-    }
-    if (FBookmarks.empty())
-        return;
-    std::unordered_map<RowKey, std::size_t> places;
-    for (std::size_t i = 0; i < FOrder.size(); ++i)
-        places.emplace(FOrder[i], i);
-    for (auto& [id, bookmark] : FBookmarks) {
-        if (bookmark.key == AtEnd) {
-            bookmark.position = FOrder.size();
-            continue;
-        }
-        const auto it = places.find(bookmark.key);
-        bookmark.changed = it == places.end();
-        bookmark.position = bookmark.changed ? std::min(bookmark.position, FOrder.size()) : it->second;
-    }
-}
-
-void Table::Rebuild()
-{
-    std::vector<ULONG> tags;
-    for (const auto& sort : FSort)
-        tags.push_back(sort.ulPropTag);
-    std::set<ULONG> asked;
-    if (FRestriction)
-        FRestriction->CollectTags(asked);
-    tags.insert(tags.end(), asked.begin(), asked.end());
-
-    std::vector<RowKey> order;
-    std::vector<std::pair<RowKey, Props>> keyed;
-    FSource->Scan(tags, [&](RowKey key, const Props& values) {
-        if (FRestriction) {
-            const auto lookup = [&](ULONG tag) -> const Prop& {
-                const auto it = std::find(tags.begin() + static_cast<std::ptrdiff_t>(FSort.size()), tags.end(), tag);
-                return values[static_cast<std::size_t>(it - tags.begin())];
-            };
-            if (!FRestriction->Matches(lookup))
-                return;
-        }
-        if (FSort.empty()) {
-            order.push_back(key);
+    ULONG instances = 0;
+    const auto add = [&](ULONG tag) {
+        if (!(tag & mapi::MV_INSTANCE))
             return;
-        }
-        Props sortKeys(values.begin(), values.begin() + static_cast<std::ptrdiff_t>(FSort.size()));
-        std::for_each(sortKeys.begin(), sortKeys.end(), ShortenValue);
-        keyed.emplace_back(key, std::move(sortKeys));
-    });
-    std::stable_sort(keyed.begin(), keyed.end(),
-                     [this](const auto& a, const auto& b) { return IsRowBefore(a.second, b.second, FSort); });
-    for (const auto& [key, values] : keyed)
-        order.push_back(key);
-    FOrder = std::move(order);
-    FBuilt = true;
+        if (instances && instances >> 16 != tag >> 16)
+            Fail(mapi::MAPI_E_TOO_COMPLEX, sInstances);
+        instances = tag;
+    };
+    for (const ULONG column : columns)
+        add(column);
+    for (const auto& key : sort)
+        add(key.ulPropTag);
+    return instances;
 }
 
-std::size_t Table::Resolve(mapi::BOOKMARK bookmark, bool& moved) const
+void Table::SetView(TableView view)
 {
+    FOrder = FSource->Order(view);
+    FView = std::move(view);
+    FBookmarks.clear();
+    FPosition = Mark();
+}
+
+Mark Table::Resolve(mapi::BOOKMARK bookmark, bool& moved)
+{
+    Mark mark;
     switch (bookmark) {
     case mapi::BOOKMARK_BEGINNING:
-        return 0;
+        return mark;
     case mapi::BOOKMARK_CURRENT:
         return FPosition;
     case mapi::BOOKMARK_END:
-        return FOrder.size();
+        mark.kind = Mark::Kind::End;
+        return mark;
     default:
         break;
     }
     const auto it = FBookmarks.find(bookmark);
     if (it == FBookmarks.end())
         Fail(mapi::MAPI_E_INVALID_BOOKMARK, sNoBookmark);
-    moved = it->second.changed;
-    return it->second.position;
+    moved = !FOrder->Settle(it->second);
+    mark = it->second;
+    mark.gone = false; // the position that it becomes was never anywhere else
+    return mark;
 }
 
 mapi::HRESULT Table::GetLastError(mapi::HRESULT code, ULONG flags, mapi::LPMAPIERROR* error) noexcept
@@ -164,12 +136,15 @@ mapi::HRESULT Table::SetColumns(mapi::LPSPropTagArray tags, ULONG flags) noexcep
         if (tags->cValues == 0)
             Fail(mapi::MAPI_E_INVALID_PARAMETER, sNoColumns);
         std::vector<ULONG> columns(tags->aulPropTag, tags->aulPropTag + tags->cValues);
-        for (const ULONG column : columns) {
-            if (column & mapi::MV_INSTANCE)
-                Fail(mapi::MAPI_E_TOO_COMPLEX, sBadColumn);
+        const ULONG instances = InstancesOf(columns, FView.sort);
+        const bool otherRows = instances >> 16 != FView.instances >> 16;
+        if (otherRows) {
+            TableView view = FView;
+            view.instances = instances;
+            SetView(std::move(view));
         }
         FColumns = std::move(columns);
-        ViewChanged(false, flags, mapi::TABLE_SETCOL_DONE);
+        ViewChanged(otherRows, flags, mapi::TABLE_SETCOL_DONE);
     });
 }
 
@@ -186,88 +161,69 @@ mapi::HRESULT Table::QueryColumns(ULONG flags, mapi::LPSPropTagArray* tags) noex
 
 mapi::HRESULT Table::GetRowCount(ULONG flags, ULONG* count) noexcept
 {
-    return Run([&] {
+    return RunOnRows([&] {
         Require(count, u"lpulCount");
         *count = 0;
         RequireFlags(flags, mapi::TBL_NOWAIT);
-        Refresh();
-        *count = static_cast<ULONG>(FOrder.size());
+        *count = static_cast<ULONG>(FOrder->Count());
     });
 }
 
 mapi::HRESULT Table::SeekRow(mapi::BOOKMARK origin, mapi::LONG count, mapi::LONG* sought) noexcept
 {
-    return Run([&] {
+    return RunOnRows([&] {
         if (sought)
             *sought = 0;
-        Refresh();
         bool moved = false;
-        const auto base = static_cast<std::int64_t>(Resolve(origin, moved));
-        const auto target = std::clamp<std::int64_t>(base + count, 0, static_cast<std::int64_t>(FOrder.size()));
-        FPosition = static_cast<std::size_t>(target);
+        Mark mark = Resolve(origin, moved);
+        const std::int64_t rows = count ? FOrder->Move(mark, count) : 0;
+        FPosition = mark;
         if (sought)
-            *sought = static_cast<mapi::LONG>(target - base);
+            *sought = static_cast<mapi::LONG>(rows);
         return moved ? mapi::MAPI_W_POSITION_CHANGED : mapi::S_OK;
     });
 }
 
 mapi::HRESULT Table::SeekRowApprox(ULONG numerator, ULONG denominator) noexcept
 {
-    return Run([&] {
+    return RunOnRows([&] {
         if (denominator == 0)
             Fail(mapi::MAPI_E_INVALID_PARAMETER, sZeroDenominator);
-        Refresh();
-        const std::uint64_t rows = FOrder.size();
-        FPosition = numerator >= denominator ? FOrder.size() : static_cast<std::size_t>(rows * numerator / denominator);
+        Mark mark;
+        if (numerator >= denominator) {
+            mark.kind = Mark::Kind::End;
+        } else {
+            // Both are 32 bits wide, so that the product of the first two is exact.
+            const auto row = static_cast<std::uint64_t>(FOrder->Count()) * numerator / denominator;
+            FOrder->Move(mark, static_cast<std::int64_t>(row));
+        }
+        FPosition = mark;
     });
 }
 
 mapi::HRESULT Table::QueryPosition(ULONG* row, ULONG* numerator, ULONG* denominator) noexcept
 {
-    return Run([&] {
+    return RunOnRows([&] {
         Require(row, u"lpulRow");
         Require(numerator, u"lpulNumerator");
         Require(denominator, u"lpulDenominator");
-        Refresh();
-        *row = static_cast<ULONG>(FPosition);
-        *numerator = static_cast<ULONG>(FPosition);
-        *denominator = std::max<ULONG>(1, static_cast<ULONG>(FOrder.size()));
+        *row = static_cast<ULONG>(FOrder->Rank(FPosition));
+        *numerator = *row;
+        *denominator = std::max<ULONG>(1, static_cast<ULONG>(FOrder->Count()));
     });
 }
 
 mapi::HRESULT Table::FindRow(mapi::LPSRestriction restriction, mapi::BOOKMARK origin, ULONG flags) noexcept
 {
-    return Run([&] {
+    return RunOnRows([&] {
         Require(restriction, u"lpRestriction");
         RequireFlags(flags, mapi::DIR_BACKWARD);
-        const Restriction wanted = Restriction::Parse(*restriction);
-        Refresh();
+        const auto wanted = std::make_shared<const Restriction>(Restriction::Parse(*restriction));
         bool moved = false;
-        const std::size_t start = Resolve(origin, moved);
-        std::set<ULONG> asked;
-        wanted.CollectTags(asked);
-        const std::vector<ULONG> tags(asked.begin(), asked.end());
-        Props values;
-        const auto fits = [&](std::size_t at) {
-            return FSource->Fetch(FOrder[at], tags, values) && wanted.Matches([&](ULONG tag) -> const Prop& {
-                return values[static_cast<std::size_t>(std::lower_bound(tags.begin(), tags.end(), tag) - tags.begin())];
-            });
-        };
-        std::optional<std::size_t> found;
-        FSource->Consistently([&] {
-            if (flags & mapi::DIR_BACKWARD) {
-                for (std::size_t at = start; at > 0 && !found; --at)
-                    if (fits(at - 1))
-                        found = at - 1;
-            } else {
-                for (std::size_t at = start; at < FOrder.size() && !found; ++at)
-                    if (fits(at))
-                        found = at;
-            }
-        });
-        if (!found)
+        Mark mark = Resolve(origin, moved);
+        if (!FOrder->Find(mark, (flags & mapi::DIR_BACKWARD) != 0, wanted))
             Fail(mapi::MAPI_E_NOT_FOUND, sNotFound);
-        FPosition = *found;
+        FPosition = mark;
         return moved ? mapi::MAPI_W_POSITION_CHANGED : mapi::S_OK;
     });
 }
@@ -276,25 +232,23 @@ mapi::HRESULT Table::Restrict(mapi::LPSRestriction restriction, ULONG flags) noe
 {
     return Run([&] {
         RequireFlags(flags, mapi::TBL_ASYNC | mapi::TBL_BATCH);
-        std::optional<Restriction> parsed;
+        TableView view = FView;
+        view.restriction.reset();
         if (restriction)
-            parsed = Restriction::Parse(*restriction);
-        FRestriction = std::move(parsed);
-        FBookmarks.clear();
-        FBuilt = false;
-        FPosition = 0;
+            view.restriction = std::make_shared<const Restriction>(Restriction::Parse(*restriction));
+        SetView(std::move(view));
         ViewChanged(true, flags, mapi::TABLE_RESTRICT_DONE);
     });
 }
 
 mapi::HRESULT Table::CreateBookmark(mapi::BOOKMARK* bookmark) noexcept
 {
-    return Run([&] {
+    return RunOnRows([&] {
         Require(bookmark, u"lpbkPosition");
         *bookmark = 0;
-        Refresh();
-        const RowKey key = FPosition < FOrder.size() ? FOrder[FPosition] : AtEnd;
-        FBookmarks.emplace(FNextBookmark, Bookmark{FPosition, key});
+        Mark mark = FPosition;
+        FOrder->Anchor(mark);
+        FBookmarks.emplace(FNextBookmark, mark);
         *bookmark = FNextBookmark++;
     });
 }
@@ -316,17 +270,14 @@ mapi::HRESULT Table::SortTable(mapi::LPSSortOrderSet order, ULONG flags) noexcep
         RequireFlags(flags, mapi::TBL_ASYNC | mapi::TBL_BATCH);
         if (order->cCategories || order->cExpanded)
             Fail(mapi::MAPI_E_TOO_COMPLEX, sCategories);
-        std::vector<mapi::SSortOrder> sort(order->aSort, order->aSort + order->cSorts);
-        for (auto& key : sort) {
+        TableView view = FView;
+        view.sort.assign(order->aSort, order->aSort + order->cSorts);
+        for (auto& key : view.sort) {
             if (key.ulOrder > mapi::TABLE_SORT_DESCEND)
-                Fail(mapi::MAPI_E_TOO_COMPLEX, sCategories);
-            if (key.ulPropTag & mapi::MV_INSTANCE)
-                Fail(mapi::MAPI_E_TOO_COMPLEX, sBadColumn);
+                Fail(mapi::MAPI_E_TOO_COMPLEX, sSortOrder);
         }
-        FSort = std::move(sort);
-        FBookmarks.clear();
-        FBuilt = false;
-        FPosition = 0;
+        view.instances = InstancesOf(FColumns, view.sort);
+        SetView(std::move(view));
         ViewChanged(true, flags, mapi::TABLE_SORT_DONE);
     });
 }
@@ -337,46 +288,38 @@ mapi::HRESULT Table::QuerySortOrder(mapi::LPSSortOrderSet* order) noexcept
         Require(order, u"lppSortCriteria");
         *order = nullptr;
         auto result =
-            AllocateAs<mapi::SSortOrderSet>(sizeof(mapi::SSortOrderSet) + FSort.size() * sizeof(mapi::SSortOrder));
-        result->cSorts = static_cast<ULONG>(FSort.size());
-        std::copy(FSort.begin(), FSort.end(), result->aSort);
+            AllocateAs<mapi::SSortOrderSet>(sizeof(mapi::SSortOrderSet) + FView.sort.size() * sizeof(mapi::SSortOrder));
+        result->cSorts = static_cast<ULONG>(FView.sort.size());
+        std::copy(FView.sort.begin(), FView.sort.end(), result->aSort);
         *order = result.Detach();
     });
 }
 
 mapi::HRESULT Table::QueryRows(mapi::LONG count, ULONG flags, mapi::LPSRowSet* rows) noexcept
 {
-    return Run([&] {
+    return RunOnRows([&] {
         Require(rows, u"lppRows");
         *rows = nullptr;
         RequireFlags(flags, mapi::TBL_NOADVANCE);
         if (count == 0)
             Fail(mapi::MAPI_E_INVALID_PARAMETER, sZeroRows);
-        Refresh();
-        const auto distance = static_cast<std::size_t>(count < 0 ? -static_cast<std::int64_t>(count) : count);
-        const std::size_t first = count < 0 ? FPosition - std::min(FPosition, distance) : FPosition;
-        const std::size_t last = count < 0 ? FPosition : FPosition + std::min(distance, FOrder.size() - FPosition);
-
-        RowSet set;
-        const std::size_t size = sizeof(mapi::SRowSet) + (last - first) * sizeof(mapi::SRow);
-        *set.Out() = AllocateAs<mapi::SRowSet>(size).Detach();
-        FSource->Consistently([&] {
-            Props values;
-            Props out;
-            for (std::size_t at = first; at < last; ++at) {
-                if (!FSource->Fetch(FOrder[at], FColumns, values))
-                    continue; // deleted by another process since the order was made
-                out.clear();
-                for (std::size_t i = 0; i < FColumns.size(); ++i)
-                    out.push_back(ShownValue(FColumns[i], values[i], FUnicode));
-                mapi::SRow& row = set->aRow[set->cRows];
-                row.lpProps = ToInterface(out).Detach();
-                row.cValues = static_cast<ULONG>(out.size());
-                ++set->cRows;
-            }
+        Mark mark = FPosition;
+        std::vector<MapiBuffer<mapi::SPropValue>> found;
+        Props out;
+        FOrder->Read(mark, count, FColumns, [&](const Props& values) {
+            out.clear();
+            for (std::size_t i = 0; i < FColumns.size(); ++i)
+                out.push_back(ShownValue(FColumns[i], values[i], FUnicode));
+            found.push_back(ToInterface(out));
         });
+        auto set = AllocateAs<mapi::SRowSet>(sizeof(mapi::SRowSet) + found.size() * sizeof(mapi::SRow));
+        set->cRows = static_cast<ULONG>(found.size());
+        for (std::size_t i = 0; i < found.size(); ++i) {
+            set->aRow[i].cValues = static_cast<ULONG>(FColumns.size());
+            set->aRow[i].lpProps = found[i].Detach();
+        }
         if (!(flags & mapi::TBL_NOADVANCE))
-            FPosition = count < 0 ? first : last;
+            FPosition = mark;
         *rows = set.Detach();
     });
 }

@@ -1,5 +1,5 @@
-// IMAPITable over a row source. The table keeps a vector of row keys in its order and fetches rows by key; when the
-// source says that it has changed, the vector is made again and the position stays at its row.
+// IMAPITable over a row source: what the platform says about columns, position, bookmarks and results stands here once;
+// the source's order says how rows are found.
 #pragma once
 
 #include "client/entry/ComObject.hpp"
@@ -55,20 +55,21 @@ public:
 
 private:
     using Feeds = std::map<mapi::ULONG_PTR, std::shared_ptr<TableFeed>>; // by connection
-    struct Bookmark
-    {
-        std::size_t position;
-        RowKey key;           // of the row it stands on; unused at the end
-        bool changed = false; // the row is gone
-    };
 
     template <typename Body>
     mapi::HRESULT Run(Body&& body) noexcept;
+    /// Run for a body that looks at rows: it sees one state of them, and the position is up to date.
+    template <typename Body>
+    mapi::HRESULT RunOnRows(Body&& body) noexcept;
     mapi::HRESULT NoSupport(WideView text) noexcept;
-    void Refresh();
-    void Rebuild();
-    /// The position of a bookmark; sets `moved` when the row that it stood on is gone.
-    [[nodiscard]] std::size_t Resolve(mapi::BOOKMARK bookmark, bool& moved) const;
+    /// Shows the rows in another way, from the beginning. @throws Failure  MAPI_E_TOO_COMPLEX; nothing has changed
+    void SetView(TableView view);
+    /// Finds the multiple property that makes rows of its own in the columns and the sort order.
+    /// @throws Failure  MAPI_E_TOO_COMPLEX there are several
+    [[nodiscard]] static ULONG InstancesOf(const std::vector<ULONG>& columns,
+                                           const std::vector<mapi::SSortOrder>& sort);
+    /// The place of a bookmark; sets `moved` when the row that it stood on is gone.
+    [[nodiscard]] Mark Resolve(mapi::BOOKMARK bookmark, bool& moved);
     [[nodiscard]] ShownView View() const;
     /// Tells those who are advised that columns, rows or order are others, and of the end of an asynchronous call.
     void ViewChanged(bool otherRows, ULONG flags, ULONG doneEvent);
@@ -76,13 +77,10 @@ private:
     std::shared_ptr<RowSource> FSource;
     bool FUnicode;
     std::vector<ULONG> FColumns;
-    std::optional<Restriction> FRestriction;
-    std::vector<mapi::SSortOrder> FSort;
-    std::vector<RowKey> FOrder;
-    bool FBuilt = false;
-    std::int64_t FStamp = 0;
-    std::size_t FPosition = 0;
-    std::map<mapi::BOOKMARK, Bookmark> FBookmarks;
+    TableView FView;
+    std::unique_ptr<RowOrder> FOrder;
+    Mark FPosition;
+    std::map<mapi::BOOKMARK, Mark> FBookmarks;
     mapi::BOOKMARK FNextBookmark = 3; // after the predefined ones
     Feeds FFeeds;
     LastError FLast;

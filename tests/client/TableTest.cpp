@@ -1,4 +1,5 @@
 // Tables: walking, seeking, bookmarks, order, restrictions, and what happens to an open table when its folder changes.
+#include "client/table/Restriction.hpp"
 #include "tests/client/StoreFixture.hpp"
 
 #include <algorithm>
@@ -204,6 +205,7 @@ TEST_F(TableTest, RestrictsAndFindsWithEveryKindOfCondition)
         ASSERT_EQ(FTable->Restrict(restriction, 0), S_OK);
         EXPECT_EQ(Rowcount(), static_cast<ULONG>(expected)) << restriction->rt;
     }
+    sub.rt = RES_COUNT;
     EXPECT_EQ(FTable->Restrict(&sub, 0), MAPI_E_TOO_COMPLEX);
     EXPECT_EQ(Rowcount(), static_cast<ULONG>(cases[10].second)) << "the refused restriction changes nothing";
     ASSERT_EQ(FTable->Restrict(nullptr, 0), S_OK);
@@ -224,16 +226,16 @@ TEST_F(TableTest, DeepRestrictionsEndAtTheLimit)
     SRestriction leaf{};
     leaf.rt = RES_EXIST;
     leaf.res.resExist = {0, tag::Subject, 0};
-    std::vector<SRestriction> nested(64);
+    std::vector<SRestriction> nested(Restriction::MaximumDepth);
     nested[0] = leaf;
     for (std::size_t i = 1; i < nested.size(); ++i) {
         nested[i].rt = RES_NOT;
         nested[i].res.resNot = {0, &nested[i - 1]};
     }
-    EXPECT_EQ(FTable->Restrict(&nested[63], 0), S_OK); // 64 levels
+    EXPECT_EQ(FTable->Restrict(&nested.back(), 0), S_OK);
     SRestriction onePast{};
     onePast.rt = RES_NOT;
-    onePast.res.resNot = {0, &nested[63]};
+    onePast.res.resNot = {0, &nested.back()};
     EXPECT_EQ(FTable->Restrict(&onePast, 0), MAPI_E_TOO_COMPLEX);
 }
 

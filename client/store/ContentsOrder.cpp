@@ -1,0 +1,260 @@
+#include "client/store/ContentsOrder.hpp"
+
+#include "client/table/VectorOrder.hpp"
+
+#include <algorithm>
+#include <cstring>
+#include <unordered_set>
+
+namespace deftmapi::client
+{
+namespace
+{
+
+/// Rows per statement when many are read, and the first and largest number of rows that a search looks at at once.
+constexpr std::size_t ReadPiece = 1000;
+constexpr std::size_t FirstSearchPiece = 64;
+constexpr std::size_t LastSearchPiece = 16384;
+
+const Prop* FindInBag(StoreFile& store, std::span<const std::uint8_t> packed, ULONG id, Prop& room)
+{
+    bool found = false;
+    store.Unpack(
+        packed, [id](ULONG each) { return each == id; },
+        [&](Prop prop) {
+            room = std::move(prop);
+            found = true;
+        });
+    return found ? &room : nullptr;
+}
+
+/// deft_call(this, packed list): the positions of the values of a multiple property, as a JSON array; a row without
+/// values has one position all the same.
+class InstanceList final : public SqlCallable
+{
+public:
+    InstanceList(const MessageRows& rows, ULONG tag) : FRows(rows), FId(tag >> 16) {}
+    void Call(const SqlArguments& arguments, const SqlResult& result) const override
+    {
+        Prop room;
+        const Prop* prop = FindInBag(*FRows.store, arguments.Blob(0), FId, room);
+        const std::size_t count = prop ? std::max<std::size_t>(1, ElementsOf(*prop).size()) : 1;
+        std::string list = "[0";
+        for (std::size_t i = 1; i < count; ++i)
+            list.append(",").append(std::to_string(i));
+        result.SetText(list.append("]"));
+    }
+
+private:
+    const MessageRows& FRows;
+    ULONG FId;
+};
+
+/// deft_call(this, packed list, position): what a property without a column sorts by; of a multiple one the value at
+/// the position. Of a text no more than the row shows.
+class SortValue final : public SqlCallable
+{
+public:
+    SortValue(const MessageRows& rows, ULONG tag) : FRows(rows), FId(tag >> 16) {}
+    void Call(const SqlArguments& arguments, const SqlResult& result) const override
+    {
+        Prop room;
+        const Prop* prop = FindInBag(*FRows.store, arguments.Blob(0), FId, room);
+        if (!prop)
+            return;
+        auto elements = ElementsOf(*prop);
+        const auto at = static_cast<std::size_t>(arguments.Number(1));
+        if (at < elements.size())
+            room = std::move(elements[at]);
+        Put(room, result);
+    }
+
+private:
+    static void Put(const Prop& value, const SqlResult& result)
+    {
+        if (const auto* number = std::get_if<std::int64_t>(&value.data)) {
+            result.Set(*number);
+        } else if (const auto* real = std::get_if<double>(&value.data)) {
+            result.SetReal(*real);
+        } else if (const auto* text = std::get_if<WideString>(&value.data)) {
+            result.SetText(PackText(WideView(*text).substr(0, limits::TableText)));
+        } else if (const auto* bytes = std::get_if<Bytes>(&value.data)) {
+            result.SetBlob(*bytes);
+        } else if (const auto* blob = std::get_if<BlobPtr>(&value.data)) {
+            Bytes head(limits::TableText * 2);
+            head.resize((*blob)->Read(0, head.data(), head.size()));
+            if (value.Type() != mapi::PT_UNICODE)
+                return result.SetBlob(head);
+            WideString start(head.size() / 2, u'\0');
+            std::memcpy(start.data(), head.data(), start.size() * 2);
+            result.SetText(PackText(start));
+        }
+    }
+
+    const MessageRows& FRows;
+    ULONG FId;
+};
+
+class SqlVectorOrder final : public VectorOrder
+{
+public:
+    SqlVectorOrder(const MessageRows& rows, const TableView& view, std::unique_ptr<MessageCondition> condition)
+        : FRows(rows), FCondition(std::move(condition)), FInstances(view.instances)
+    {
+        FStatement.Add("SELECT m.id").Add(FInstances ? ", j.value" : "").Add(" FROM messages m");
+        const auto index = MessageCondition::IndexOf(FCondition->BestPath());
+        FStatement.Add(index.empty() ? " INDEXED BY messages_folder" : index);
+        if (FInstances) {
+            FCalls.push_back(std::make_unique<InstanceList>(FRows, FInstances));
+            FStatement.Add(" CROSS JOIN json_each(deft_call(?, ").Add(BagExpression).Add(")) j");
+            FStatement.AddValue(FCalls.back().get());
+        }
+        FStatement.Add(" WHERE ").Add(FRows.Membership()).Add(FCondition->Sql()).Add(" ORDER BY ");
+        for (const auto& sort : view.sort)
+            AddKey(sort);
+        const bool descending = !view.sort.empty() && view.sort.front().ulOrder == mapi::TABLE_SORT_DESCEND;
+        FStatement.Add("m.id").Add(descending ? " DESC" : "").Add(FInstances ? ", j.value" : "");
+    }
+
+protected:
+    std::int64_t Stamp() override { return ReadFolderState(FRows).changes; }
+
+    Rows Build() override
+    {
+        Rows rows;
+        Query query = FRows.Start(FStatement);
+        while (query.Step()) {
+            rows.keys.push_back(query.Number(0));
+            if (FInstances)
+                rows.instances.push_back(static_cast<std::uint32_t>(query.Number(1)));
+        }
+        return rows;
+    }
+
+    void ReadRows(std::size_t first, std::size_t last, std::span<const ULONG> columns, const RowSink& sink) override
+    {
+        const RowReader reader(FRows, columns, 2);
+        const std::string select = "SELECT m.id, j.key" + reader.Select() +
+                                   " FROM json_each(?) j CROSS JOIN messages m "
+                                   "ON m.id = j.value";
+        Props values;
+        for (; first < last; first += ReadPiece) {
+            const std::size_t end = std::min(last, first + ReadPiece);
+            Query query = FRows.Start({select, {List(first, end, false)}});
+            while (query.Step()) {
+                reader.Read(query, query.Number(0), values);
+                const std::size_t at = first + static_cast<std::size_t>(query.Number(1));
+                TakeInstance(columns, FInstances, InstanceAt(at), values);
+                sink(values);
+            }
+        }
+    }
+
+    std::size_t FindFrom(std::size_t first, bool backward, const std::shared_ptr<const Restriction>& wanted) override
+    {
+        const MessageCondition condition(FRows, wanted);
+        return condition.BestPath() < MessageCondition::Path::Unread ? FindByIndex(first, backward, condition)
+                                                                     : FindInTurn(first, backward, condition);
+    }
+
+private:
+    void AddKey(const mapi::SSortOrder& sort)
+    {
+        const ULONG id = sort.ulPropTag >> 16;
+        const char* direction = sort.ulOrder == mapi::TABLE_SORT_DESCEND ? " DESC, " : ", ";
+        if (const MessageColumn* column = FindMessageColumn(id)) {
+            FStatement.Add("m.").Add(column->name);
+            if ((column->tag & 0xFFFF) == mapi::PT_UNICODE)
+                FStatement.Add(" COLLATE deft_fold");
+            FStatement.Add(direction);
+        } else if (!MessageRows::IsComputed(id)) {
+            FCalls.push_back(std::make_unique<SortValue>(FRows, sort.ulPropTag));
+            FStatement.Add("deft_call(?, ").Add(BagExpression);
+            FStatement.Add(sort.ulPropTag & mapi::MV_INSTANCE ? ", j.value)" : ", 0)");
+            FStatement.AddValue(FCalls.back().get()).Add(" COLLATE deft_fold").Add(direction);
+        }
+        // Computed properties are the same for all rows or follow the row identifier, which is the last key anyway.
+    }
+
+    /// The keys of some rows as a JSON array.
+    [[nodiscard]] std::string List(std::size_t first, std::size_t last, bool reversed) const
+    {
+        std::string list = "[";
+        for (std::size_t i = first; i < last; ++i)
+            list.append(i == first ? "" : ",").append(std::to_string(KeyAt(reversed ? last - 1 - (i - first) : i)));
+        return list.append("]");
+    }
+
+    /// Few rows fit, and an index finds them: the first of them in the order.
+    [[nodiscard]] std::size_t FindByIndex(std::size_t first, bool backward, const MessageCondition& condition) const
+    {
+        SqlPiece statement;
+        statement.Add("SELECT m.id FROM messages m").Add(MessageCondition::IndexOf(condition.BestPath()));
+        statement.Add(" WHERE ").Add(FRows.Membership()).Add(condition.Sql());
+        std::unordered_set<RowKey> fitting;
+        Query query = FRows.Start(statement);
+        while (query.Step())
+            fitting.insert(query.Number(0));
+        const auto keys = Keys();
+        const auto fits = [&](RowKey key) { return fitting.contains(key); };
+        if (fitting.empty())
+            return keys.size();
+        if (!backward) {
+            const auto from = keys.begin() + static_cast<std::ptrdiff_t>(first);
+            return static_cast<std::size_t>(std::find_if(from, keys.end(), fits) - keys.begin());
+        }
+        const auto from = keys.rend() - static_cast<std::ptrdiff_t>(first);
+        const auto it = std::find_if(from, keys.rend(), fits);
+        return it == keys.rend() ? keys.size() : static_cast<std::size_t>(keys.rend() - it) - 1;
+    }
+
+    /// Looks at the rows in the order of the table, in pieces that grow.
+    [[nodiscard]] std::size_t FindInTurn(std::size_t first, bool backward, const MessageCondition& condition) const
+    {
+        const std::size_t count = Keys().size();
+        SqlPiece statement;
+        statement.Add("SELECT j.key FROM json_each(?) j CROSS JOIN messages m ON m.id = j.value WHERE ");
+        statement.AddValue(std::monostate()).Add(FRows.Membership()).Add(condition.Sql()).Add(" LIMIT 1");
+        std::size_t piece = FirstSearchPiece;
+        while (backward ? first > 0 : first < count) {
+            const std::size_t from = backward ? first - std::min(first, piece) : first;
+            const std::size_t to = backward ? first : std::min(count, first + piece);
+            statement.values.front() = List(from, to, backward);
+            Query query = FRows.Start(statement);
+            if (query.Step()) {
+                const auto at = static_cast<std::size_t>(query.Number(0));
+                return backward ? to - 1 - at : from + at;
+            }
+            first = backward ? from : to;
+            piece = std::min(piece * 4, LastSearchPiece);
+        }
+        return count;
+    }
+
+    const MessageRows& FRows;
+    std::unique_ptr<MessageCondition> FCondition;
+    ULONG FInstances;
+    std::vector<std::unique_ptr<SqlCallable>> FCalls;
+    SqlPiece FStatement;
+};
+
+} // namespace
+
+FolderState ReadFolderState(const MessageRows& rows)
+{
+    Query query =
+        rows.store->Db().Prepare("SELECT changes, content_count, associated_count FROM folders WHERE id = ?1");
+    if (!query.Bind(1, rows.folder).Step())
+        return {};
+    return {query.Number(0), query.Number(rows.associated ? 2 : 1)};
+}
+
+std::unique_ptr<RowOrder> MakeContentsOrder(const MessageRows& rows, const TableView& view)
+{
+    auto condition = std::make_unique<MessageCondition>(rows, view.restriction);
+    if (const IndexedKey* key = FindIndexedKey(view, condition->BestPath()))
+        return MakeIndexOrder(rows, view, *key, std::move(condition));
+    return std::make_unique<SqlVectorOrder>(rows, view, std::move(condition));
+}
+
+} // namespace deftmapi::client

@@ -1,0 +1,351 @@
+// Restrictions as conditions of a statement. What compares a column with a number or a text becomes SQL, so that
+// indexes are used; everything else calls the evaluator from inside the statement, with the columns it asks for and,
+// where one of its properties has no column, the packed list.
+#include "client/store/MessageRows.hpp"
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+
+namespace deftmapi::client
+{
+namespace
+{
+
+using namespace mapi;
+
+// Columns hold at least this many UTF-16 units of a text, so that comparing with a shorter one decides alike.
+constexpr std::size_t WholeText = limits::TableText;
+// A text column of at least this many characters may have been cut: 255 units are no fewer characters than half.
+constexpr auto sMayBeCut = 127;
+// SQL's own limits on nesting and on the depth of a tree are near; beyond these the evaluator takes the whole branch.
+constexpr int SqlDepth = 12;
+constexpr std::size_t SqlChildren = 200;
+// Behind every text that begins with what precedes it.
+constexpr WideView Last = u"\uFFFF\uFFFF\uFFFF\uFFFF";
+constexpr std::size_t SearchKeySize = 256;
+
+constexpr std::array<const char*, 6> Operators = {"<", "<=", ">", ">=", "=", "<>"};
+
+SqlPiece Constant(bool value)
+{
+    return {value ? "1" : "0", {}};
+}
+
+std::vector<PropertyBag> RecipientRows(const MessageRows& rows, std::int64_t message)
+{
+    std::vector<PropertyBag> result;
+    Query query = rows.store->Db().Prepare("SELECT recipients FROM bags WHERE message = ?1");
+    if (!query.Bind(1, message).Step())
+        return result;
+    for (Recipient& recipient : UnpackRecipients(query.Blob(0))) {
+        recipient.props.Set(LongProp(tag::RowId, recipient.rowId));
+        result.push_back(std::move(recipient.props));
+    }
+    return result;
+}
+
+std::vector<PropertyBag> AttachmentRows(const MessageRows& rows, std::int64_t message)
+{
+    std::vector<PropertyBag> result;
+    Query query = rows.store->Db().Prepare("SELECT num, props FROM attachments WHERE message = ?1 ORDER BY num");
+    query.Bind(1, message);
+    while (query.Step()) {
+        PropertyBag bag;
+        rows.store->Unpack(query.Blob(1), bag);
+        bag.Set(LongProp(tag::AttachNum, query.Number(0)));
+        bag.Set(LongProp(tag::ObjectType, MAPI_ATTACH));
+        result.push_back(std::move(bag));
+    }
+    return result;
+}
+
+Prop ColumnValue(const MessageColumn& column, const SqlArguments& arguments, int index)
+{
+    switch (column.tag & 0xFFFF) {
+    case PT_UNICODE:
+        return TextProp(column.tag, UnpackText(arguments.Text(index)));
+    case PT_BINARY: {
+        const auto bytes = arguments.Blob(index);
+        return BinaryProp(column.tag, Bytes(bytes.begin(), bytes.end()));
+    }
+    default:
+        return LongProp(column.tag, arguments.Number(index));
+    }
+}
+
+/// deft_call(this, row, packed list or NULL, columns…): whether the row fits.
+class Evaluator final : public SqlCallable
+{
+public:
+    Evaluator(const MessageRows& rows, const Restriction& restriction) : FRows(rows), FRestriction(restriction)
+    {
+        std::set<ULONG> tags;
+        restriction.CollectTags(tags);
+        int next = 2;
+        for (const ULONG tag : tags) {
+            const MessageColumn* column = FindMessageColumn(tag >> 16);
+            FPlaces.push_back({tag, column, column ? next++ : 0});
+        }
+    }
+
+    struct Place
+    {
+        ULONG tag;
+        const MessageColumn* column;
+        int argument;
+    };
+    [[nodiscard]] const std::vector<Place>& Places() const { return FPlaces; }
+
+    void Call(const SqlArguments& arguments, const SqlResult& result) const override
+    {
+        const std::int64_t row = arguments.Number(0);
+        PropertyBag bag;
+        if (!arguments.IsNull(1)) {
+            const auto wanted = [this](ULONG id) {
+                return std::any_of(FPlaces.begin(), FPlaces.end(),
+                                   [id](const Place& place) { return place.tag >> 16 == id; });
+            };
+            FRows.store->Unpack(arguments.Blob(1), wanted, [&](Prop prop) { bag.Set(std::move(prop)); });
+        }
+        Props values;
+        for (const Place& place : FPlaces) {
+            const ULONG id = place.tag >> 16;
+            if (const Prop* stored = bag.Find(id)) // before the column: what was cut there is whole here
+                values.push_back(*stored);
+            else if (place.column && !arguments.IsNull(place.argument))
+                values.push_back(ColumnValue(*place.column, arguments, place.argument));
+            else if (auto computed = place.column ? std::nullopt : FRows.Computed(row, id))
+                values.push_back(std::move(*computed));
+            else
+                values.push_back(ErrorProp(place.tag, MAPI_E_NOT_FOUND));
+        }
+        const auto lookup = [&](ULONG tag) -> const Prop& {
+            std::size_t at = 0;
+            while (FPlaces[at].tag != tag)
+                ++at;
+            return values[at];
+        };
+        const auto subRows = [&](ULONG tag) {
+            return tag == tag::MessageRecipients ? RecipientRows(FRows, row) : AttachmentRows(FRows, row);
+        };
+        result.Set(std::int64_t{FRestriction.Matches(lookup, subRows)});
+    }
+
+private:
+    const MessageRows& FRows;
+    const Restriction& FRestriction;
+    std::vector<Place> FPlaces;
+};
+
+bool IsShortText(const Prop& value)
+{
+    const auto* text = std::get_if<WideString>(&value.data);
+    return text && text->size() < WholeText;
+}
+
+/// RES_PROPERTY on a column as SQL; nothing when SQL would not decide as the evaluator does.
+std::optional<SqlPiece> CompareColumn(const MessageColumn& column, const Restriction& restriction)
+{
+    const Prop& value = restriction.Value();
+    if (value.Type() != (column.tag & 0xFFFF))
+        return Constant(false);
+    const std::string name = std::string("m.") + column.name;
+    const std::string op = std::string(" ") + Operators[restriction.Operator()] + " ?";
+    if (const auto* number = std::get_if<std::int64_t>(&value.data))
+        return SqlPiece{name + op, {*number}};
+    if (IsShortText(value))
+        return SqlPiece{name + " COLLATE deft_fold" + op, {PackText(std::get<WideString>(value.data))}};
+    const auto* bytes = std::get_if<Bytes>(&value.data);
+    if (bytes && !bytes->empty() && restriction.Operator() == RELOP_EQ) // columns are empty for what they cannot hold
+        return bytes->size() <= SearchKeySize ? std::optional(SqlPiece{name + op, {*bytes}}) : std::nullopt;
+    return std::nullopt;
+}
+
+/// Restrictions on one column that SQL decides as the evaluator does.
+std::optional<SqlPiece> ColumnCondition(const Restriction& restriction)
+{
+    const MessageColumn* column = FindMessageColumn(restriction.Tag() >> 16);
+    if (!column)
+        return std::nullopt;
+    const std::string name = std::string("m.") + column->name;
+    const ULONG type = column->tag & 0xFFFF;
+    switch (restriction.Kind()) {
+    case RES_EXIST:
+        return SqlPiece{name + " IS NOT NULL", {}};
+    case RES_BITMASK:
+        if (type == PT_UNICODE || type == PT_BINARY)
+            return Constant(false);
+        // Written out, not bound: the index of unread messages is found by the text.
+        return SqlPiece{"(" + name + " & " + std::to_string(restriction.Number()) + ")" +
+                            (restriction.Operator() == BMR_NEZ ? " <> 0" : " = 0"),
+                        {}};
+    case RES_PROPERTY:
+        return CompareColumn(*column, restriction);
+    case RES_CONTENT:
+        if (type != restriction.Value().Type())
+            return Constant(false);
+        if (restriction.Operator() == (FL_FULLSTRING | FL_IGNORECASE) && IsShortText(restriction.Value()))
+            return SqlPiece{name + " COLLATE deft_fold = ?",
+                            {PackText(std::get<WideString>(restriction.Value().data))}};
+        return std::nullopt;
+    default:
+        return std::nullopt;
+    }
+}
+
+/// The row that an identifying property names, 0 when it names none.
+std::int64_t RowNamed(const MessageRows& rows, const Restriction& restriction)
+{
+    const auto* bytes = std::get_if<Bytes>(&restriction.Value().data);
+    if (restriction.Kind() != RES_PROPERTY || restriction.Operator() != RELOP_EQ || !bytes ||
+        bytes->size() < sizeof(std::int64_t) || !MessageRows::IsComputed(restriction.Tag() >> 16))
+        return 0;
+    // Every identifier of ours ends with the row.
+    std::int64_t row = 0;
+    std::memcpy(&row, bytes->data() + bytes->size() - sizeof row, sizeof row);
+    const auto computed = rows.Computed(row, restriction.Tag() >> 16);
+    return row > 0 && computed && computed->data == restriction.Value().data ? row : 0;
+}
+
+} // namespace
+
+MessageCondition::MessageCondition(const MessageRows& rows, std::shared_ptr<const Restriction> restriction)
+    : FRows(rows), FRestriction(std::move(restriction))
+{
+    if (!FRestriction)
+        return;
+    FindPath(*FRestriction);
+    FSql.Add(FNarrowing).Add(" AND (").Add(Compile(*FRestriction, true, 0)).Add(")");
+}
+
+std::string_view MessageCondition::IndexOf(Path path)
+{
+    switch (path) {
+    case Path::Row:
+        return " NOT INDEXED"; // by its row identifier
+    case Path::SearchKey:
+        return " INDEXED BY messages_search_key";
+    case Path::Subject:
+        return " INDEXED BY messages_subject";
+    case Path::Unread:
+        return " INDEXED BY messages_unread";
+    default:
+        return "";
+    }
+}
+
+void MessageCondition::Consider(Path path, std::string_view sql, std::vector<SqlValue> values)
+{
+    if (path >= FPath)
+        return;
+    FPath = path;
+    FNarrowing = {" AND " + std::string(sql), std::move(values)};
+}
+
+void MessageCondition::FindPath(const Restriction& restriction)
+{
+    const ULONG id = restriction.Tag() >> 16;
+    switch (restriction.Kind()) {
+    case RES_AND:
+    case RES_COMMENT:
+        for (const Restriction& child : restriction.Children())
+            FindPath(child);
+        return;
+    case RES_BITMASK:
+        if (id == tag::MessageFlags >> 16 && restriction.Number() == MSGFLAG_READ && restriction.Operator() == BMR_EQZ)
+            Consider(Path::Unread, "(m.flags & 1) = 0", {});
+        return;
+    case RES_PROPERTY:
+        if (const std::int64_t row = RowNamed(FRows, restriction)) {
+            Consider(Path::Row, "m.id = ?", {row});
+        } else if (id == tag::SearchKey >> 16 && restriction.Operator() == RELOP_EQ) {
+            const auto* bytes = std::get_if<Bytes>(&restriction.Value().data);
+            if (bytes && !bytes->empty() && bytes->size() <= SearchKeySize)
+                Consider(Path::SearchKey, "m.search_key = ?", {*bytes});
+        }
+        break;
+    case RES_CONTENT:
+        break;
+    default:
+        return;
+    }
+    if (id != tag::Subject >> 16 || !IsShortText(restriction.Value()))
+        return;
+    const auto& text = std::get<WideString>(restriction.Value().data);
+    const bool whole = restriction.Kind() == RES_PROPERTY ? restriction.Operator() == RELOP_EQ
+                                                          : (restriction.Operator() & ~FL_IGNORECASE) == FL_FULLSTRING;
+    const bool beginning =
+        restriction.Kind() == RES_CONTENT && (restriction.Operator() & ~FL_IGNORECASE) == FL_PREFIX && !text.empty();
+    if (whole)
+        Consider(Path::Subject, "m.subject COLLATE deft_fold = ?", {PackText(text)});
+    else if (beginning)
+        Consider(Path::Subject, "m.subject COLLATE deft_fold >= ? AND m.subject COLLATE deft_fold < ?",
+                 {PackText(text), PackText(WideString(text).append(Last))});
+}
+
+SqlPiece MessageCondition::CallEvaluator(const Restriction& restriction)
+{
+    auto evaluator = std::make_unique<Evaluator>(FRows, restriction);
+    SqlPiece piece;
+    bool wholeBag = false;
+    std::string cut;
+    std::string columns;
+    for (const auto& place : evaluator->Places()) {
+        if (!place.column) {
+            wholeBag = wholeBag || !MessageRows::IsComputed(place.tag >> 16);
+            continue;
+        }
+        const std::string name = std::string("m.") + place.column->name;
+        columns.append(", ").append(name);
+        const ULONG type = place.column->tag & 0xFFFF;
+        if (type == PT_UNICODE)
+            cut.append(cut.empty() ? "" : " OR ")
+                .append("length(")
+                .append(name)
+                .append(") >= ")
+                .append(std::to_string(sMayBeCut));
+        else if (type == PT_BINARY)
+            cut.append(cut.empty() ? "" : " OR ").append("length(").append(name).append(") = 0");
+    }
+    std::string bag = "NULL";
+    if (wholeBag)
+        bag = BagExpression;
+    else if (!cut.empty())
+        bag = "CASE WHEN " + cut + " THEN " + std::string(BagExpression) + " END";
+    piece.Add("deft_call(?, m.id, ").Add(bag).Add(columns).Add(")").AddValue(evaluator.get());
+    FCalls.push_back(std::move(evaluator));
+    return piece;
+}
+
+SqlPiece MessageCondition::Compile(const Restriction& restriction, bool positive, int depth)
+{
+    const auto& children = restriction.Children();
+    switch (restriction.Kind()) {
+    case RES_AND:
+    case RES_OR: {
+        const bool isAnd = restriction.Kind() == RES_AND;
+        if (children.empty())
+            return Constant(isAnd);
+        if (depth >= SqlDepth || children.size() > SqlChildren)
+            return CallEvaluator(restriction);
+        SqlPiece piece;
+        for (const Restriction& child : children)
+            piece.Add(piece.sql.empty() ? "(" : (isAnd ? " AND " : " OR ")).Add(Compile(child, positive, depth + 1));
+        return piece.Add(")");
+    }
+    case RES_NOT:
+        if (depth >= SqlDepth)
+            return CallEvaluator(restriction);
+        return SqlPiece{"NOT ", {}}.Add(Compile(children.front(), false, depth + 1));
+    case RES_COMMENT:
+        return children.empty() ? Constant(true) : Compile(children.front(), positive, depth);
+    default:
+        break;
+    }
+    if (auto piece = ColumnCondition(restriction))
+        return positive ? *piece : SqlPiece{"ifnull(", {}}.Add(*piece).Add(", 0)");
+    return CallEvaluator(restriction);
+}
+
+} // namespace deftmapi::client

@@ -1,0 +1,117 @@
+#include "client/table/VectorOrder.hpp"
+
+#include <algorithm>
+
+namespace deftmapi::client
+{
+
+void VectorOrder::Refresh()
+{
+    const std::int64_t stamp = Stamp();
+    if (FGeneration != 0 && stamp == FSourceStamp)
+        return;
+    Rows rows = Build();
+    FKeys = std::move(rows.keys);
+    FInstances = std::move(rows.instances);
+    FSourceStamp = stamp;
+    ++FGeneration;
+}
+
+Mark VectorOrder::MarkAt(std::size_t index) const
+{
+    Mark mark;
+    mark.kind = index < FKeys.size() ? Mark::Kind::Before : Mark::Kind::After;
+    if (index < FKeys.size()) {
+        mark.key = FKeys[index];
+        mark.instance = InstanceAt(index);
+    }
+    mark.index = index;
+    mark.stamp = FGeneration;
+    return mark;
+}
+
+std::size_t VectorOrder::Search(RowKey key, std::uint32_t instance) const
+{
+    for (auto it = FKeys.begin(); (it = std::find(it, FKeys.end(), key)) != FKeys.end(); ++it) {
+        const auto index = static_cast<std::size_t>(it - FKeys.begin());
+        if (InstanceAt(index) == instance)
+            return index;
+    }
+    return FKeys.size();
+}
+
+bool VectorOrder::Settle(Mark& mark)
+{
+    if (mark.kind == Mark::Kind::Beginning || mark.kind == Mark::Kind::End || mark.stamp == FGeneration)
+        return !mark.gone;
+    const std::size_t near = std::min(mark.index, FKeys.size());
+    if (mark.kind == Mark::Kind::After) { // at the end as it was: what came since follows
+        mark = MarkAt(near);
+        return true;
+    }
+    const bool stays =
+        mark.index < FKeys.size() && FKeys[mark.index] == mark.key && InstanceAt(mark.index) == mark.instance;
+    const std::size_t found = stays ? mark.index : Search(mark.key, mark.instance);
+    if (found == FKeys.size()) {
+        mark.index = near; // of the lost row it stays a mark: whoever asks again is told again
+        mark.stamp = FGeneration;
+        mark.gone = true;
+        return false;
+    }
+    mark = MarkAt(found);
+    return true;
+}
+
+std::size_t VectorOrder::IndexOf(Mark& mark)
+{
+    if (mark.kind == Mark::Kind::Beginning)
+        return 0;
+    if (mark.kind == Mark::Kind::End)
+        return FKeys.size();
+    Settle(mark);
+    return mark.index;
+}
+
+void VectorOrder::Anchor(Mark& mark)
+{
+    const std::size_t index = IndexOf(mark);
+    mark = MarkAt(index);
+    if (index == FKeys.size())
+        mark.kind = Mark::Kind::End;
+}
+
+std::int64_t VectorOrder::Move(Mark& mark, std::int64_t rows)
+{
+    const auto from = static_cast<std::int64_t>(IndexOf(mark));
+    const auto to = std::clamp<std::int64_t>(from + rows, 0, Count());
+    mark = MarkAt(static_cast<std::size_t>(to));
+    return to - from;
+}
+
+void VectorOrder::Read(Mark& mark, std::int64_t count, std::span<const ULONG> columns, const RowSink& sink)
+{
+    const auto from = static_cast<std::int64_t>(IndexOf(mark));
+    const auto to = std::clamp<std::int64_t>(from + count, 0, Count());
+    ReadRows(static_cast<std::size_t>(std::min(from, to)), static_cast<std::size_t>(std::max(from, to)), columns, sink);
+    mark = MarkAt(static_cast<std::size_t>(to));
+}
+
+bool VectorOrder::Find(Mark& mark, bool backward, const std::shared_ptr<const Restriction>& wanted)
+{
+    const std::size_t found = FindFrom(IndexOf(mark), backward, wanted);
+    if (found == FKeys.size())
+        return false;
+    mark = MarkAt(found);
+    return true;
+}
+
+bool VectorOrder::Place(RowKey key, Mark& mark)
+{
+    const auto it = std::find(FKeys.begin(), FKeys.end(), key);
+    if (it == FKeys.end())
+        return false;
+    mark = MarkAt(static_cast<std::size_t>(it - FKeys.begin()));
+    return true;
+}
+
+} // namespace deftmapi::client

@@ -1,0 +1,77 @@
+// Orders that keep the keys of all their rows in a vector, 8 bytes a row (12 when a multiple property makes the rows),
+// and make it again when the source says that it has changed.
+#pragma once
+
+#include "client/table/RowSource.hpp"
+
+namespace deftmapi::client
+{
+
+class VectorOrder : public RowOrder
+{
+public:
+    void Refresh() override;
+    std::int64_t Count() override { return static_cast<std::int64_t>(FKeys.size()); }
+    bool Settle(Mark& mark) override;
+    void Anchor(Mark& mark) override;
+    std::int64_t Rank(Mark& mark) override { return static_cast<std::int64_t>(IndexOf(mark)); }
+    std::int64_t Move(Mark& mark, std::int64_t rows) override;
+    void Read(Mark& mark, std::int64_t count, std::span<const ULONG> columns, const RowSink& sink) override;
+    bool Find(Mark& mark, bool backward, const std::shared_ptr<const Restriction>& wanted) override;
+    bool Place(RowKey key, Mark& mark) override;
+
+protected:
+    /// The keys of the rows; `instances` stays empty unless a multiple property makes the rows.
+    struct Rows
+    {
+        std::vector<RowKey> keys;
+        std::vector<std::uint32_t> instances;
+    };
+    /// A number that is another one when the vector has to be made again.
+    [[nodiscard]] virtual std::int64_t Stamp() = 0;
+    [[nodiscard]] virtual Rows Build() = 0;
+    /// Hands out the rows from `first` to before `last`. Rows deleted meanwhile are left out.
+    virtual void ReadRows(std::size_t first, std::size_t last, std::span<const ULONG> columns, const RowSink& sink) = 0;
+    /// The first index from `first` on (backward: the last one before it) whose row fits, or Count().
+    [[nodiscard]] virtual std::size_t FindFrom(std::size_t first, bool backward,
+                                               const std::shared_ptr<const Restriction>& wanted) = 0;
+
+    [[nodiscard]] RowKey KeyAt(std::size_t index) const { return FKeys[index]; }
+    [[nodiscard]] std::uint32_t InstanceAt(std::size_t index) const
+    {
+        return FInstances.empty() ? 0 : FInstances[index];
+    }
+    [[nodiscard]] std::span<const RowKey> Keys() const { return FKeys; }
+
+private:
+    [[nodiscard]] Mark MarkAt(std::size_t index) const;
+    [[nodiscard]] std::size_t IndexOf(Mark& mark);
+    [[nodiscard]] std::size_t Search(RowKey key, std::uint32_t instance) const;
+
+    std::vector<RowKey> FKeys;
+    std::vector<std::uint32_t> FInstances;
+    std::int64_t FSourceStamp = 0;
+    std::int64_t FGeneration = 0; // 0: not made yet
+};
+
+/// A source whose rows are few enough to be visited one by one: memory, folders.
+class ScanSource : public RowSource
+{
+public:
+    using Visit = std::function<void(RowKey key, const Props& values)>;
+    /// A number that is another one after a row came, went or changed.
+    [[nodiscard]] virtual std::int64_t Stamp() = 0;
+    /// Visits all rows in their natural order, with the values of the properties asked for.
+    virtual void Scan(std::span<const ULONG> tags, const Visit& visit) = 0;
+    /// The values of one row. @returns false when the row is gone
+    virtual bool Fetch(RowKey key, std::span<const ULONG> tags, Props& values) = 0;
+
+    /// REQUIRES: the source outlives the order.
+    std::unique_ptr<RowOrder> Order(const TableView& view) final;
+};
+
+/// The single value that stands for the multiple property in a row of its own, and what makes the row's instance key
+/// another one than that of its siblings. Changes the values in place.
+void TakeInstance(std::span<const ULONG> columns, ULONG instances, std::uint32_t instance, Props& values);
+
+} // namespace deftmapi::client
