@@ -39,6 +39,7 @@ void AddList(CLI::App& app, Context& context);
 void AddShow(CLI::App& app, Context& context);
 void AddImport(CLI::App& app, Context& context);
 void AddFolders(CLI::App& app, Context& context);
+void AddWatch(CLI::App& app, Context& context);
 void AddDefinitions(CLI::App& app, Context& context);
 
 } // namespace deftmapi::tool

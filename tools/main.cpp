@@ -45,6 +45,7 @@ int main(int argc, char** argv)
     AddShow(app, context);
     AddImport(app, context);
     AddFolders(app, context);
+    AddWatch(app, context);
     AddDefinitions(app, context);
 
     try {

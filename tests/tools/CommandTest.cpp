@@ -45,10 +45,13 @@ protected:
     }
     void TearDown() override { fs::remove_all(FFolder); }
 
+    [[nodiscard]] std::string Line(const std::string& arguments) const
+    {
+        return "'" + std::string(DEFTMAPI_COMMAND) + "' --home '" + (FFolder / "home").string() + "' " + arguments;
+    }
     [[nodiscard]] Outcome Run(const std::string& arguments) const
     {
-        const std::string line = "'" + std::string(DEFTMAPI_COMMAND) + "' --home '" + (FFolder / "home").string() +
-                                 "' " + arguments + " 2>'" + (FFolder / "errors").string() + "'";
+        const std::string line = Line(arguments) + " 2>'" + (FFolder / "errors").string() + "'";
         Outcome outcome;
         const std::unique_ptr<FILE, int (*)(FILE*)> pipe(popen(line.c_str(), "r"), [](FILE*) { return 0; });
         std::array<char, 4096> buffer{};
@@ -222,6 +225,31 @@ TEST_F(CommandTest, RowsAreFilteredSortedAndFound)
     const Outcome mistake = Run("ls '//[Inbox]' --where 'PR_SUBJECT ~ report'");
     EXPECT_EQ(mistake.Status, 2);
     EXPECT_EQ(mistake.Errors, "deftmapi: --where, column 14: a text in quotes expected instead of 'report'\n");
+}
+
+TEST_F(CommandTest, WatchTellsWhatAnotherProcessChanges)
+{
+    CreateProfile();
+    const std::string line =
+        Line("--json watch '//[Inbox]' --count 2 --columns PR_SUBJECT --where 'PR_SUBJECT ~ \"second\"'");
+    const std::unique_ptr<FILE, int (*)(FILE*)> watch(popen(line.c_str(), "r"), pclose);
+    const auto next = [&watch] {
+        std::array<char, 65536> buffer{};
+        return fgets(buffer.data(), buffer.size(), watch.get()) ? Json::parse(buffer.data()) : Json();
+    };
+    EXPECT_EQ(next(), (Json{{"event", "watching"}, {"path", "//[Inbox]"}}));
+    const std::string other = Write("other.eml", "From: a@example.org\r\nSubject: Other\r\n\r\n.\r\n");
+    const Json imported = Run("--json import '//[Inbox]' " + other + " " + Write("letter.eml", Letter)).Document();
+    const Json added = next();
+    EXPECT_EQ(added["event"], "added");
+    EXPECT_EQ(added["row"], (Json{{"PR_SUBJECT", "The second letter"}}));
+    EXPECT_EQ(added["id"], imported[1]["id"]);
+    ASSERT_EQ(Run("rm " + imported[0]["id"].get<std::string>()).Status, 0);
+    ASSERT_EQ(Run("rm " + imported[1]["id"].get<std::string>()).Status, 0);
+    const Json deleted = next();
+    EXPECT_EQ(deleted["event"], "deleted");
+    EXPECT_EQ(deleted["key"], added["key"]);
+    EXPECT_TRUE(next().is_null()) << "two events were asked for";
 }
 
 TEST_F(CommandTest, Definitions)

@@ -1,0 +1,186 @@
+// deftmapi watch: one line per change of a folder's contents, until a signal or the count of --count ends it.
+//
+// The client tells of changes on a thread of its own; that thread prints. The main thread waits on a pipe, which the
+// signal handler and the printing thread can both write to.
+#include "Command.hpp"
+#include "Values.hpp"
+#include "Where.hpp"
+
+#include "mapi/table/uKwMAPITableEvents.hpp"
+
+#include <fmt/core.h>
+
+#include <csignal>
+#include <cstdio>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <system_error>
+#include <unistd.h>
+
+namespace deftmapi::tool
+{
+
+namespace
+{
+
+struct Arguments
+{
+    std::string Path;
+    std::vector<std::string> Columns = {"PR_SENDER_NAME", "PR_SUBJECT"};
+    std::string Where;
+    std::int64_t Count = -1;
+};
+
+/// Wakes the main thread; may be used in a signal handler.
+class StopSignal
+{
+public:
+    StopSignal()
+    {
+        if (pipe(FEnds) != 0)
+            throw std::system_error(errno, std::generic_category(), "pipe");
+        struct sigaction action
+        {};
+        action.sa_handler = [](int) { Raise(); };
+        for (const int signal : {SIGINT, SIGTERM, SIGHUP})
+            sigaction(signal, &action, nullptr);
+    }
+    static void Raise() noexcept
+    {
+        const int saved = errno;
+        // A full pipe is as good: the reader wakes up anyway.
+        [[maybe_unused]] const ssize_t written = write(FEnds[1], "", 1);
+        errno = saved;
+    }
+    static void Wait() noexcept
+    {
+        char byte = 0;
+        while (read(FEnds[0], &byte, 1) < 0 && errno == EINTR) {
+        }
+    }
+
+private:
+    inline static int FEnds[2] = {-1, -1}; // of the process: its signal handler has nothing else to go by
+};
+
+/// Prints the events.
+class Printer
+{
+public:
+    Printer(bool json, const Arguments& arguments) : FJson(json), FCountdown(arguments.Count)
+    {
+        for (const std::string& name : arguments.Columns)
+            FColumns.emplace_back(name, DefinitionOf(name));
+    }
+
+    [[nodiscard]] const std::vector<std::pair<std::string, TKwMAPIPropDef>>& Columns() const { return FColumns; }
+
+    /// Prints the line that says that events come from now on, after `start` and before the first event.
+    void Begin(const std::string& path, const std::function<void()>& start)
+    {
+        const std::lock_guard lock(FLock);
+        start();
+        Print({{"event", "watching"}, {"path", path}}, "watching  " + path);
+    }
+
+    void Event(const char* name) { Count({{"event", name}}, name); }
+
+    void RowEvent(const char* name, const TKwBytes& key, IKwMAPIMemoryTable* row)
+    {
+        Json document{{"event", name}, {"key", ValueText(key)}};
+        std::string line = fmt::format("{:<8}", name);
+        if (row) {
+            document["row"] = Json::object();
+            for (const auto& [column, def] : FColumns) {
+                const TKwVariant value = row->GetFieldValue(def);
+                document["row"][column] = ValueJson(value);
+                line += "  " + ValueText(value);
+            }
+            document["id"] = IDText(row->GetFieldValue(PR_ENTRYID));
+            line += "  " + document["id"].get<std::string>();
+        } else {
+            line += "  " + document["key"].get<std::string>();
+        }
+        Count(document, line);
+    }
+
+private:
+    void Print(const Json& document, const std::string& line) const
+    {
+        fmt::print("{}\n", FJson ? document.dump(-1, ' ', false, Json::error_handler_t::replace) : OneLine(line));
+        std::fflush(stdout);
+    }
+
+    void Count(const Json& document, const std::string& line)
+    {
+        const std::lock_guard lock(FLock);
+        if (FCountdown == 0)
+            return; // the main thread is about to stop the events
+        Print(document, line);
+        if (FCountdown > 0 && --FCountdown == 0)
+            StopSignal::Raise();
+    }
+
+    std::mutex FLock;
+    bool FJson;
+    std::vector<std::pair<std::string, TKwMAPIPropDef>> FColumns;
+    std::int64_t FCountdown;
+};
+
+void Watch(Context& context, const Arguments& arguments, const std::optional<Condition>& condition)
+{
+    const StopSignal stop;
+    Printer printer(context.Options.Json, arguments);
+    context.Session().Get_LogonInfo()->Set_MultiThreadedNotifications(true);
+    const auto table = context.Folder(arguments.Path, alReadOnly)->GetContentsTable();
+    for (const auto& column : printer.Columns())
+        table->Get_Fields()->Add(column.second);
+    table->Get_Fields()->Add(PR_ENTRYID);
+    table->Open();
+    std::optional<Restrictions> restrictions;
+    if (condition) {
+        restrictions.emplace(*table, *condition);
+        table->Filter(restrictions->Root());
+    }
+
+    TKwMAPITableEvents events;
+    events.OnRowAdded = [&](IKwMAPITable&, const TKwBytes& key, IKwMAPIMemoryTable& row) {
+        printer.RowEvent("added", key, &row);
+    };
+    events.OnRowModified = [&](IKwMAPITable&, const TKwBytes& key, IKwMAPIMemoryTable& row) {
+        printer.RowEvent("modified", key, &row);
+    };
+    events.OnRowDeleted = [&](IKwMAPITable&, const TKwBytes& key, IKwMAPIMemoryTable&) {
+        printer.RowEvent("deleted", key, nullptr);
+    };
+    events.OnChanged = [&](IKwMAPITable&) { printer.Event("changed"); };
+    events.OnReload = [&](IKwMAPITable&) { printer.Event("reload"); };
+    events.OnError = [&](IKwMAPITable&) { printer.Event("error"); };
+    printer.Begin(arguments.Path, [&] { events.Start(*table); });
+    if (arguments.Count != 0)
+        StopSignal::Wait();
+    events.Stop();
+}
+
+} // namespace
+
+void AddWatch(CLI::App& app, Context& context)
+{
+    const auto arguments = std::make_shared<Arguments>();
+    CLI::App* command = app.add_subcommand("watch", "one line per change of a folder's contents, until interrupted");
+    command->add_option("PATH", arguments->Path, "the folder, for example //[Inbox]")->required();
+    command->add_option("--columns", arguments->Columns, "PR_… names, separated by commas")->delimiter(',');
+    const CLI::Option* where =
+        command->add_option("--where", arguments->Where, "only messages that fit (see ls --help)");
+    command->add_option("--count", arguments->Count, "end after this many events")->check(CLI::NonNegativeNumber);
+    command->callback([&context, arguments, where] {
+        std::optional<Condition> condition;
+        if (where->count() != 0)
+            condition = ParseWhere(arguments->Where);
+        Watch(context, *arguments, condition);
+    });
+}
+
+} // namespace deftmapi::tool
