@@ -149,6 +149,46 @@ TEST_F(TTableCursorTest, SeekRowFindsARowOrSaysThatItIsNotThere)
               "EMAPI_INVALID_PARAMETER");
 }
 
+TEST_F(TTableCursorTest, AWalkReadsEachBatchOnce)
+{
+    for (const std::int32_t count : {0, 1, 19, 20, 21, 40, 45, 61}) {
+        for (const std::int32_t batch : {1, 7, 20, 100}) {
+            const TKwComPtr<TScriptedTable> object = NewTable(count);
+            Table = KwMake<TKwMAPITable>(*Prop, object.Get(), nullptr);
+            Number = Table->Get_Fields()->Add(PR_MESSAGE_SIZE);
+            Table->Set_BatchSize(batch);
+            static_cast<void>(Calls->Take());
+            std::int32_t rows = 0;
+            for (Table->First(); !Table->Get_EOF(); Table->Next())
+                EXPECT_EQ(Row(), ++rows);
+            EXPECT_EQ(rows, count);
+            // The batches with rows, one without, and the step back onto the last row.
+            EXPECT_EQ(Calls->Count("QueryRows"), static_cast<std::size_t>((count + batch - 1) / batch + 2))
+                << count << " in " << batch;
+            EXPECT_EQ(Calls->Count("SeekRow"), 1u);
+        }
+    }
+}
+
+TEST_F(TTableCursorTest, ClientsMayReturnFewerRowsThanAskedFor)
+{
+    Object->MostRows = 6;
+    std::int32_t rows = 0;
+    for (Table->First(); !Table->Get_EOF(); Table->Next())
+        ASSERT_EQ(Row(), ++rows);
+    EXPECT_EQ(rows, 45);
+    EXPECT_EQ(Calls->Count("QueryRows"), 10u);
+    Table->First();
+    Table->MoveBy(tbkCurrentRelative, 10); // past what came, within what was asked for
+    EXPECT_EQ(Row(), 11);
+    Table->MoveBy(tbkCurrentRelative, -4);
+    EXPECT_EQ(Row(), 7);
+    for (rows = 7; rows <= 20; ++rows, Table->Next())
+        ASSERT_EQ(Row(), rows);
+    Table->Last();
+    EXPECT_EQ(Row(), 45);
+}
+
 TEST_F(TTableCursorTest, BatchSizeIsTakenAsGiven)
 {
     EXPECT_EQ(Table->Get_BatchSize(), 20);
