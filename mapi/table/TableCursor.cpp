@@ -147,6 +147,13 @@ void TKwMAPITable::First()
 
 void TKwMAPITable::MoveBy(TKwMapiTableBookmark origin, std::int32_t count)
 {
+    // A step inside the batch, which is what most moves are. Cached rows imply a MAPI table.
+    if (origin == tbkCurrentRelative && count == 1 && FCurrentIndex >= 0 && !FEOF && FActive &&
+        FCurrentIndex + 1 < static_cast<std::int32_t>(CachedRows())) [[likely]]
+    {
+        ++FCurrentIndex;
+        return;
+    }
     if (MAPITable() == nullptr)
         return;
     if (!FActive) {
@@ -215,7 +222,7 @@ void TKwMAPITable::SeekRow(TKwMapiTableBookmark bookmark, std::int32_t rows, boo
 
 bool TKwMAPITable::Get_EOF()
 {
-    return MAPITable() == nullptr || FEOF;
+    return FEOF || (!FRowSet && MAPITable() == nullptr); // cached rows imply a MAPI table
 }
 
 std::int32_t TKwMAPITable::Get_RowCount()

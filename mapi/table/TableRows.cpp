@@ -166,6 +166,13 @@ void TKwMAPITable::SeekMAPI(mapi::BOOKMARK origin, std::int32_t rows, std::int32
 
 const mapi::SPropValue& TKwMAPITable::GetFieldValueEx(TKwMAPITableField& field)
 {
+    // A value in the column's own form: nearly all are.
+    if (FRowSet) [[likely]] {
+        const mapi::SRow& current = FRowSet->aRow[FCurrentIndex];
+        const auto own = static_cast<mapi::ULONG>(field.Index());
+        if (own < current.cValues && mapi::PROP_TYPE(current.lpProps[own].ulPropTag) != mapi::PT_ERROR) [[likely]]
+            return current.lpProps[own];
+    }
     if (!FRowSet && FCurrentIndex == -1)
         MoveBy(tbkBeginning, 0);
     if (!FRowSet)
