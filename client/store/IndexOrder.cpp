@@ -338,9 +338,11 @@ private:
     {
         const std::int64_t from = mark.rank;
         const std::int64_t distance = std::abs(target - from);
+        if (distance == 0)
+            return 0;
         if (target == 0) {
             mark = BeginningMark();
-        } else if (target == FCount && target != from) {
+        } else if (target == FCount) {
             Forward(mark = EndMark(), 0);
         } else if (target <= distance) {
             Forward(mark = BeginningMark(), target);
@@ -348,7 +350,7 @@ private:
             Backward(mark = EndMark(), FCount - target);
         } else if (target > from) {
             Forward(mark, target - from);
-        } else if (target < from) {
+        } else {
             Backward(mark, from - target);
         }
         mark.rank = target;

@@ -27,9 +27,10 @@ constexpr std::size_t SearchKeySize = 256;
 
 constexpr std::array<const char*, 6> Operators = {"<", "<=", ">", ">=", "=", "<>"};
 
+/// No literal: SQLite drops a condition that it knows to be false, and with it what the index in the statement needs.
 SqlPiece Constant(bool value)
 {
-    return {value ? "1" : "0", {}};
+    return {value ? "+m.folder > 0" : "+m.folder < 0", {}};
 }
 
 std::vector<PropertyBag> RecipientRows(const MessageRows& rows, std::int64_t message)
