@@ -63,7 +63,7 @@ void DEFTMAPI_STDCALL MAPIUninitialize() noexcept
     if (count > 0)
         Dispatcher::Instance().ThreadUninitialized();
     if (count == 1)
-        Dispatcher::Instance().Rest();
+        Dispatcher::Instance().End();
 }
 
 mapi::HRESULT DEFTMAPI_STDCALL MAPILogonEx(mapi::ULONG_PTR, mapi::LPTSTR profile, mapi::LPTSTR password,

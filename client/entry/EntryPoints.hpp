@@ -16,6 +16,7 @@
 /// initialisation of a thread counts; a thread without one shares the choice of the thread that came first.
 /// @param options  MAPIINIT_0, or null
 DEFTMAPI_ENTRY mapi::HRESULT DEFTMAPI_STDCALL MAPIInitialize(mapi::LPVOID options) noexcept;
+/// The last one ends all notifications.
 DEFTMAPI_ENTRY void DEFTMAPI_STDCALL MAPIUninitialize() noexcept;
 DEFTMAPI_ENTRY mapi::HRESULT DEFTMAPI_STDCALL MAPILogonEx(mapi::ULONG_PTR window, mapi::LPTSTR profile,
                                                           mapi::LPTSTR password, mapi::ULONG flags,

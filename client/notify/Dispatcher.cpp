@@ -111,11 +111,10 @@ bool Dispatcher::Remove(Connection connection) noexcept
         else
             --FBoundCount;
         while (entry->runner != std::thread::id() && entry->runner != self && !WaitsForThis(entry->runner)) {
-            FWaiting[self] = entry->runner;
-            FReturned.notify_all(); // somebody who waits for this thread's callback must look again
+            FWaiting.insert_or_assign(self, entry->runner);
             FReturned.wait(lock);
-            FWaiting.erase(self);
         }
+        FWaiting.erase(self);
         if (entry->runner == std::thread::id()) {
             listener = std::move(entry->listener);
             sink = std::move(entry->sink);
@@ -147,6 +146,21 @@ void Dispatcher::RemoveAll(const void* owner) noexcept
         }
         Remove(connection);
     }
+}
+
+void Dispatcher::End() noexcept
+{
+    for (;;) {
+        Connection connection = 0;
+        {
+            const std::lock_guard lock(FLock);
+            if (FEntries.empty())
+                break;
+            connection = FEntries.begin()->first;
+        }
+        Remove(connection);
+    }
+    Rest();
 }
 
 bool Dispatcher::IsRemoved(const Entry& entry)

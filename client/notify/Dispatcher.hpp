@@ -54,6 +54,9 @@ public:
     /// Removes all connections of an owner.
     void RemoveAll(const void* owner) noexcept;
 
+    /// The last MAPIUninitialize: removes all connections, so that the module can be unloaded.
+    void End() noexcept;
+
     /// HrDispatchNotifications: delivers what there is for this thread. Inside a callback it does nothing.
     void Deliver() noexcept;
     /// The same at the end of calls that dispatch in passing; nearly free when nothing can have happened.

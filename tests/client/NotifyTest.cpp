@@ -198,6 +198,26 @@ TEST_F(NotifyTest, TooMuchAtOnceIsAReload)
     EXPECT_EQ(Describe(FSink->Take()), Lines{u"added one more"});
 }
 
+TEST_F(NotifyTest, AFailureIsToldOnceAndWhatHappenedMeanwhileAfterIt)
+{
+    Start(false);
+    auto table = Contents();
+    static_cast<void>(Advise(*table, FSink.Get()));
+    StorePtr file = StoreFile::Open(StorePath());
+    file->Db().Execute("ALTER TABLE journal RENAME TO elsewhere");
+    AddMessage(u"a");
+    Dispatch();
+    Dispatch();
+    const auto events = FSink->Take();
+    ASSERT_EQ(events.size(), 1u);
+    EXPECT_EQ(events[0].type, TABLE_ERROR);
+    EXPECT_TRUE(Failed(events[0].result));
+    file->Db().Execute("ALTER TABLE elsewhere RENAME TO journal");
+    AddMessage(u"b");
+    Dispatch();
+    EXPECT_EQ(Describe(FSink->Take()), (Lines{u"added a", u"added b"}));
+}
+
 TEST_F(NotifyTest, ATableThatFollowsItsEventsIsTheTableReadAnew)
 {
     Start(false);
