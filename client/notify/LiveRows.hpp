@@ -7,9 +7,12 @@
 #include "client/table/RowSource.hpp"
 
 #include <map>
+#include <memory>
 
 namespace deftmapi::client
 {
+
+class RowTracker;
 
 /// Rows that may have come, gone or changed.
 struct TouchedRows
@@ -31,14 +34,8 @@ public:
     /// The same rows read through another connection to the same store.
     [[nodiscard]] virtual std::shared_ptr<LiveRows> Over(StorePtr store) const = 0;
     virtual void Touched(const JournalEntry& entry, TouchedRows& rows) const = 0;
-    /// True when the natural order is that of the keys, so that the place of a row can be found without reading all.
-    [[nodiscard]] virtual bool IsOrderedByKey() const = 0;
-
-    /// Visits all rows in their natural order, with the values of the properties asked for.
-    virtual void Scan(std::span<const ULONG> tags,
-                      const std::function<void(RowKey key, const Props& values)>& visit) = 0;
-    /// The values of one row. @returns false when the row is gone
-    virtual bool Fetch(RowKey key, std::span<const ULONG> tags, Props& values) = 0;
+    /// What follows the rows for a sink. REQUIRES: this outlives it
+    [[nodiscard]] virtual std::unique_ptr<RowTracker> Follow() = 0;
 
 protected:
     LiveRows() = default;

@@ -1,6 +1,6 @@
 // Rows of a contents table. What has a column is read from the column; the packed lists are read only when a property
 // is asked for that has none.
-#include "client/notify/LiveRows.hpp"
+#include "client/notify/RowTracker.hpp"
 #include "client/store/ContentsOrder.hpp"
 #include "client/store/StoreObjects.hpp"
 #include "client/table/Table.hpp"
@@ -58,34 +58,7 @@ public:
             rows.Add(entry.object, entry.kind == JournalKind::MessageMoved ? entry.other == FRows.folder
                                                                            : entry.kind != JournalKind::MessageAdded);
     }
-    bool IsOrderedByKey() const override { return true; }
-
-    void Scan(std::span<const ULONG> tags, const std::function<void(RowKey key, const Props& values)>& visit) override
-    {
-        const RowReader reader(FRows, tags, 1);
-        SqlPiece statement;
-        statement.Add("SELECT m.id").Add(reader.Select()).Add(" FROM messages m INDEXED BY messages_folder WHERE ");
-        statement.Add(FRows.Membership()).Add(" ORDER BY m.id");
-        Query query = FRows.Start(statement);
-        Props values;
-        while (query.Step()) {
-            reader.Read(query, query.Number(0), values);
-            visit(query.Number(0), values);
-        }
-    }
-
-    bool Fetch(RowKey key, std::span<const ULONG> tags, Props& values) override
-    {
-        const RowReader reader(FRows, tags, 1);
-        SqlPiece statement;
-        statement.Add("SELECT m.id").Add(reader.Select());
-        statement.Add(" FROM messages m NOT INDEXED WHERE m.id = ? AND ").AddValue(key).Add(FRows.Membership());
-        Query query = FRows.Start(statement);
-        if (!query.Step())
-            return false;
-        reader.Read(query, key, values);
-        return true;
-    }
+    std::unique_ptr<RowTracker> Follow() override { return TrackNamedRows(*this); }
 
 private:
     MessageRows FRows;

@@ -1,5 +1,5 @@
 // Rows of a hierarchy table: the folders below one folder, in the order of their names, parents before their children.
-#include "client/notify/LiveRows.hpp"
+#include "client/notify/RowTracker.hpp"
 #include "client/store/Folder.hpp"
 #include "client/table/Table.hpp"
 #include "client/table/VectorOrder.hpp"
@@ -56,7 +56,7 @@ public:
         }
         Props values;
         for (const RowKey row : rows) {
-            if (Fetch(row, tags, values))
+            if (tags.empty() || Fetch(row, tags, values)) // their order alone needs none of them
                 visit(row, values);
         }
     }
@@ -103,7 +103,7 @@ public:
         if (FDepths.contains(entry.object))
             rows.Add(entry.object, true);
     }
-    bool IsOrderedByKey() const override { return false; }
+    std::unique_ptr<RowTracker> Follow() override { return TrackAllRows(*this); }
 
 private:
     StorePtr FStore;

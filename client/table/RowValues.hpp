@@ -2,21 +2,9 @@
 #pragma once
 
 #include "client/store/PropertyValues.hpp"
-#include "client/table/Restriction.hpp"
-
-#include <memory>
 
 namespace deftmapi::client
 {
-
-/// What a table shows: its columns, which rows and in which order.
-struct ShownView
-{
-    std::vector<ULONG> columns;
-    std::shared_ptr<const Restriction> restriction; ///< null: all rows
-    std::vector<mapi::SSortOrder> sort;
-    bool unicode = false; ///< the width of text whose column was named without a type
-};
 
 /// Whether the row with the sort keys `a` stands before that with `b`; the keys are in the order of `sort`.
 [[nodiscard]] bool IsRowBefore(const Props& a, const Props& b, const std::vector<mapi::SSortOrder>& sort);

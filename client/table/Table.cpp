@@ -1,6 +1,7 @@
 #include "client/table/Table.hpp"
 
 #include "client/store/Schema.hpp"
+#include "client/table/RowValues.hpp"
 
 #include <algorithm>
 

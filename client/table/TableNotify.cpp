@@ -60,7 +60,7 @@ mapi::HRESULT Table::Unadvise(mapi::ULONG_PTR connection) noexcept
 
 ShownView Table::View() const
 {
-    return {FColumns, FView.restriction, FView.sort, FUnicode};
+    return {FColumns, FView, FUnicode};
 }
 
 void Table::ViewChanged(bool otherRows, ULONG flags, ULONG doneEvent)

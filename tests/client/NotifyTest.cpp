@@ -187,10 +187,10 @@ TEST_F(NotifyTest, TooMuchAtOnceIsAReload)
     EXPECT_EQ(Describe(FSink->Take()), Lines{u"deleted"});
 
     OtherProcess other(StorePath());
-    ASSERT_EQ(other.Do("burst " + std::to_string(TableFeed::MaximumRowEvents)), "ok");
+    ASSERT_EQ(other.Do("burst " + std::to_string(MaximumRowEvents)), "ok");
     Dispatch();
-    EXPECT_EQ(FSink->Take().size(), TableFeed::MaximumRowEvents);
-    ASSERT_EQ(other.Do("burst " + std::to_string(TableFeed::MaximumRowEvents + 1)), "ok");
+    EXPECT_EQ(FSink->Take().size(), MaximumRowEvents);
+    ASSERT_EQ(other.Do("burst " + std::to_string(MaximumRowEvents + 1)), "ok");
     Dispatch();
     EXPECT_EQ(Describe(FSink->Take()), Lines{u"reload"});
     AddMessage(u"one more");
