@@ -95,7 +95,7 @@ std::vector<std::u16string> Describe(const std::vector<Event>& events)
 void TableModel::Load(mapi::IMAPITable& table)
 {
     FRows.clear();
-    for (Props& row : Rows(table, {tag::Subject, tag::InstanceKey}, 1000))
+    for (Props& row : Rows(table, {FNameTag, tag::InstanceKey}, 1000))
         FRows.emplace_back(std::get<Bytes>(row[1].data), WideAt(row, 0));
 }
 
@@ -125,12 +125,12 @@ void TableModel::Apply(const std::vector<Event>& events, mapi::IMAPITable& table
     }
 }
 
-std::vector<std::u16string> TableModel::Subjects() const
+std::vector<std::u16string> TableModel::Names() const
 {
-    std::vector<std::u16string> subjects;
-    for (const auto& [key, subject] : FRows)
-        subjects.push_back(subject);
-    return subjects;
+    std::vector<std::u16string> names;
+    for (const auto& [key, name] : FRows)
+        names.push_back(name);
+    return names;
 }
 
 OtherProcess::OtherProcess(const std::filesystem::path& storeFile)

@@ -72,12 +72,14 @@ private:
 class TableModel
 {
 public:
-    /// Reads the table, whose columns become subject and instance key.
+    explicit TableModel(ULONG nameTag = tag::Subject) : FNameTag(nameTag) {}
+    /// Reads the table, whose columns become the name and the instance key.
     void Load(mapi::IMAPITable& table);
     void Apply(const std::vector<Event>& events, mapi::IMAPITable& table);
-    [[nodiscard]] std::vector<std::u16string> Subjects() const;
+    [[nodiscard]] std::vector<std::u16string> Names() const;
 
 private:
+    ULONG FNameTag;
     std::vector<std::pair<Bytes, std::u16string>> FRows;
 };
 

@@ -95,7 +95,7 @@ TEST_F(NotifyTest, RowsThatStartOrStopFittingComeAndGo)
     events = FSink->Take();
     EXPECT_EQ(Describe(events), Lines{u"modified match z"});
     model.Apply(events, *table);
-    EXPECT_EQ(model.Subjects(), (Lines{u"match b", u"match z"}));
+    EXPECT_EQ(model.Names(), (Lines{u"match b", u"match z"}));
     SetSubject(b, u"no match");
     Dispatch();
     EXPECT_EQ(Describe(FSink->Take()), Lines{u"deleted"});
@@ -218,28 +218,58 @@ TEST_F(NotifyTest, AFailureIsToldOnceAndWhatHappenedMeanwhileAfterIt)
     EXPECT_EQ(Describe(FSink->Take()), (Lines{u"added a", u"added b"}));
 }
 
+/// A table, its sink and what a program makes of what the sink is told.
+struct Followed
+{
+    Followed(Ptr<IMAPITable> what, ULONG nameTag) : table(std::move(what)), model(nameTag), expected(nameTag)
+    {
+        ULONG_PTR connection = 0;
+        EXPECT_EQ(table->Advise(fnevTableModified, sink.Get(), &connection), S_OK);
+        model.Load(*table);
+    }
+    void Check(int round)
+    {
+        model.Apply(sink->Take(), *table);
+        expected.Load(*table);
+        EXPECT_EQ(model.Names(), expected.Names()) << "round " << round;
+    }
+
+    Ptr<IMAPITable> table;
+    Ptr<RecordingSink> sink{new RecordingSink};
+    TableModel model;
+    TableModel expected;
+};
+
 TEST_F(NotifyTest, ATableThatFollowsItsEventsIsTheTableReadAnew)
 {
     Start(false);
     OtherProcess other(StorePath());
-    auto sorted = Contents(true);
-    auto natural = Contents();
-    Ptr<RecordingSink> second(new RecordingSink);
-    static_cast<void>(Advise(*sorted, FSink.Get()));
-    static_cast<void>(Advise(*natural, second.Get()));
-    TableModel sortedModel;
-    TableModel naturalModel;
-    sortedModel.Load(*sorted);
-    naturalModel.Load(*natural);
+    std::vector<Followed> all;
+    all.emplace_back(Contents(), tag::Subject);
+    all.emplace_back(Contents(true), tag::Subject); // by an index
+    all.emplace_back(Contents(), tag::Subject);
+    struct
+    {
+        ULONG counts[3] = {2, 0, 0};
+        SSortOrder keys[2] = {{tag::MessageFlags, TABLE_SORT_DESCEND}, {tag::Subject, TABLE_SORT_DESCEND}};
+    } twoKeys; // no index has this order
+    ASSERT_EQ(all[2].table->SortTable(reinterpret_cast<LPSSortOrderSet>(&twoKeys), 0), S_OK);
+    auto bound = Text(tag::Subject, u"m");
+    SRestriction firstHalf{};
+    firstHalf.rt = RES_PROPERTY;
+    firstHalf.res.resProperty = {RELOP_LT, tag::Subject, &bound};
+    for (const bool sorted : {false, true}) {
+        all.emplace_back(Contents(sorted), tag::Subject);
+        ASSERT_EQ(all.back().table->Restrict(&firstHalf, 0), S_OK);
+    }
 
     std::mt19937 random(20240601);
     std::vector<Bytes> ids;
-    const auto subject = [&] { return std::u16string(1, static_cast<char16_t>(u'a' + random() % 26)); };
-    for (int round = 0; round < 60; ++round) {
+    for (int round = 0; round < 50 && !HasFailure(); ++round) {
         for (auto step = random() % 6; step-- > 0;) {
-            const std::u16string text = subject();
+            const std::u16string text(1, static_cast<char16_t>(u'a' + random() % 26));
             const auto at = ids.empty() ? 0 : random() % ids.size();
-            switch (random() % 5) {
+            switch (random() % 6) {
             case 0:
                 other.Do("add " + KwToUtf8(text));
                 break;
@@ -253,6 +283,11 @@ TEST_F(NotifyTest, ATableThatFollowsItsEventsIsTheTableReadAnew)
                 if (!ids.empty())
                     SetSubject(ids[at], text.c_str());
                 break;
+            case 4:
+                if (!ids.empty()) {
+                    EXPECT_EQ(OpenMessage(ids[at])->SetReadFlag(random() % 2 ? CLEAR_READ_FLAG : 0), S_OK);
+                }
+                break;
             default:
                 if (!ids.empty()) {
                     Delete(ids[at]);
@@ -261,14 +296,78 @@ TEST_F(NotifyTest, ATableThatFollowsItsEventsIsTheTableReadAnew)
             }
         }
         Dispatch();
-        sortedModel.Apply(FSink->Take(), *sorted);
-        naturalModel.Apply(second->Take(), *natural);
-        TableModel expected;
-        expected.Load(*sorted);
-        ASSERT_EQ(sortedModel.Subjects(), expected.Subjects()) << "round " << round;
-        expected.Load(*natural);
-        ASSERT_EQ(naturalModel.Subjects(), expected.Subjects()) << "round " << round;
+        for (Followed& followed : all)
+            followed.Check(round);
     }
+}
+
+TEST_F(NotifyTest, AFolderTreeThatFollowsItsEventsIsTheTreeReadAnew)
+{
+    Start(false);
+    const auto hierarchy = [this](ULONG flags) {
+        Ptr<IMAPITable> table;
+        EXPECT_EQ(FInbox->GetHierarchyTable(MAPI_UNICODE | flags, Out(table)), S_OK);
+        return table;
+    };
+    std::vector<Followed> all;
+    all.emplace_back(hierarchy(0), tag::DisplayName);
+    all.emplace_back(hierarchy(CONVENIENT_DEPTH), tag::DisplayName);
+    all.emplace_back(hierarchy(CONVENIENT_DEPTH), tag::DisplayName);
+    ASSERT_EQ(SortBy(*all[2].table, tag::ContentCount, 0), S_OK);
+
+    std::mt19937 random(20240602);
+    std::vector<Bytes> ids = {Get(*FInbox, tag::EntryId).Blob()}; // some do not exist any more
+    for (int round = 0; round < 50 && !HasFailure(); ++round) {
+        for (auto step = random() % 4; step-- > 0;) {
+            std::u16string name = u"f";
+            for (int i = 0; i < 3; ++i)
+                name += static_cast<char16_t>(u'a' + random() % 26);
+            const Bytes& one = ids[random() % ids.size()];
+            const Bytes& two = ids[random() % ids.size()];
+            const auto open = [this](const Bytes& id) {
+                ULONG type = 0;
+                Ptr<IMAPIFolder> folder;
+                FStore->OpenEntry(static_cast<ULONG>(id.size()), AsEntry(id), nullptr, MAPI_MODIFY, &type,
+                                  reinterpret_cast<LPUNKNOWN*>(Out(folder)));
+                return folder;
+            };
+            auto folder = open(one);
+            auto target = open(two);
+            if (!folder || !target)
+                continue;
+            Ptr<IMAPIFolder> made;
+            Ptr<IMessage> message;
+            switch (random() % 6) {
+            case 0:
+                if (one != ids[0])
+                    FInbox->DeleteFolder(static_cast<ULONG>(one.size()), AsEntry(one), 0, nullptr,
+                                         DEL_FOLDERS | DEL_MESSAGES); // those that lie deeper are refused
+                break;
+            case 1:
+                if (one != ids[0])
+                    folder->CopyFolder(static_cast<ULONG>(one.size()), AsEntry(one), nullptr, target.Get(),
+                                       W(name.c_str()), 0, nullptr, FOLDER_MOVE | MAPI_UNICODE); // cycles are refused
+                break;
+            case 2:
+                if (one != ids[0])
+                    Set(*folder, {Text(tag::DisplayName, name.c_str())});
+                break;
+            case 3:
+                ASSERT_EQ(folder->CreateMessage(nullptr, 0, Out(message)), S_OK);
+                ASSERT_EQ(message->SaveChanges(0), S_OK);
+                break;
+            default:
+                ASSERT_EQ(
+                    folder->CreateFolder(FOLDER_GENERIC, W(name.c_str()), nullptr, nullptr, MAPI_UNICODE, Out(made)),
+                    S_OK);
+                ids.push_back(Get(*made, tag::EntryId).Blob());
+            }
+        }
+        Dispatch();
+        for (Followed& followed : all)
+            followed.Check(round);
+    }
+    EXPECT_GT(all[1].expected.Names().size(), 10u);
 }
 
 } // namespace
