@@ -107,12 +107,15 @@ TKwMAPIEntryID StrToEntryID(WideView text)
 
 TKwMAPIEntryID StrToEntryID(std::string_view text)
 {
-    // ASCII is the same in every ANSI code page; what is not ASCII is no digit, but may be one character of several
-    // bytes, and it is characters that are counted.
+    // ASCII is the same in every ANSI code page: what reads as digits from end to end is done.
+    const std::string_view trimmed = TrimAnsi(text);
+    if (TKwBytes bytes(trimmed.size() / 2);
+        !bytes.empty() && trimmed.size() % 2 == 0 && KwReadHex(trimmed.data(), bytes.size(), bytes.data()))
+        return bytes;
+    // What is not ASCII is no digit, but may be one character of several bytes, and it is characters that are counted.
     if (std::ranges::any_of(text, [](char c) { return static_cast<unsigned char>(c) > 0x7F; }))
         return StrToEntryID(TKwEncoding().ToWide(text));
-    text = TrimAnsi(text);
-    return text.empty() ? TKwMAPIEntryID(TKwNull{}) : FromText(text);
+    return trimmed.empty() ? TKwMAPIEntryID(TKwNull{}) : FromText(trimmed);
 }
 
 TKwBytes EntryIDToArr(const TKwMAPIEntryID& entryID)
