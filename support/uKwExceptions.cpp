@@ -22,7 +22,8 @@ struct TRegistry
 
 TRegistry& Registry()
 {
-    static TRegistry registry;
+    // Never destroyed: a session that an application keeps in a global ends after all of the library's own statics.
+    static TRegistry& registry = *new TRegistry;
     return registry;
 }
 

@@ -224,7 +224,8 @@ TKwMAPIRegisteredProp::TKwMAPIRegisteredProp(TKwMAPIPropDef hash, WideView name,
 
 TKwMAPIPropRegistry& TKwMAPIPropRegistry::Instance()
 {
-    static TKwMAPIPropRegistry registry;
+    // Never destroyed: a session that an application keeps in a global ends after all of the library's own statics.
+    static TKwMAPIPropRegistry& registry = *new TKwMAPIPropRegistry;
     return registry;
 }
 

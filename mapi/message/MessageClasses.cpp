@@ -22,7 +22,8 @@ struct TRegistration
 /// In the order of registration, which decides between several base classes.
 std::vector<TRegistration>& Registrations()
 {
-    static std::vector<TRegistration> registrations;
+    // Never destroyed: a session that an application keeps in a global ends after all of the library's own statics.
+    static std::vector<TRegistration>& registrations = *new std::vector<TRegistration>;
     return registrations;
 }
 

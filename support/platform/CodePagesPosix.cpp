@@ -134,7 +134,8 @@ private:
 
 TPool& Pool()
 {
-    static TPool pool;
+    // Never destroyed: a session that an application keeps in a global ends after all of the library's own statics.
+    static TPool& pool = *new TPool;
     return pool;
 }
 

@@ -207,7 +207,8 @@ public:
 
 IKwPlatform& KwSystemPlatform() noexcept
 {
-    static TPosixPlatform platform;
+    // Never destroyed: a session that an application keeps in a global ends after all of the library's own statics.
+    static TPosixPlatform& platform = *new TPosixPlatform;
     return platform;
 }
 

@@ -331,7 +331,8 @@ public:
 
 IKwPlatform& KwSystemPlatform() noexcept
 {
-    static TWindowsPlatform platform;
+    // Never destroyed: a session that an application keeps in a global ends after all of the library's own statics.
+    static TWindowsPlatform& platform = *new TWindowsPlatform;
     return platform;
 }
 
