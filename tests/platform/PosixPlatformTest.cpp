@@ -125,6 +125,23 @@ TEST(PosixPlatformTest, LoadsModulesPrivately)
     System().FreeModule(nullptr);
 }
 
+TEST(PosixPlatformTest, NamesTheMainProgram)
+{
+    const auto* inTheProgram = reinterpret_cast<const void*>(&System);
+    EXPECT_EQ(System().ModuleFileNameOf(inTheProgram), Name(fs::canonical("/proc/self/exe")));
+}
+
+TEST(PosixPlatformTest, NamesTheMainProgramThatWasCalledByABareName)
+{
+    const fs::path program = fs::canonical("/proc/self/exe");
+    const std::string path = program.parent_path().string() + ":" + std::getenv("PATH");
+    const TVariable found("PATH", path.c_str());
+    const fs::path elsewhere = fs::temp_directory_path();
+    const std::string command = "cd '" + elsewhere.string() + "' && " + program.filename().string() +
+                                " --gtest_filter=PosixPlatformTest.NamesTheMainProgram >/dev/null";
+    EXPECT_EQ(std::system(command.c_str()), 0) << command;
+}
+
 TEST(PosixPlatformTest, SaysWhyAModuleDoesNotLoad)
 {
     WideString reason;
