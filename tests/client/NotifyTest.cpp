@@ -198,6 +198,22 @@ TEST_F(NotifyTest, TooMuchAtOnceIsAReload)
     EXPECT_EQ(Describe(FSink->Take()), Lines{u"added one more"});
 }
 
+TEST_F(NotifyTest, ATableWithARowPerValueIsReadAnew)
+{
+    Start(false);
+    constexpr ULONG Words = 0x6801101F;
+    auto table = Contents();
+    ASSERT_EQ(SortBy(*table, Words | MVI_FLAG, 0), S_OK);
+    static_cast<void>(Advise(*table, FSink.Get()));
+    AddMessage(u"a");
+    Dispatch();
+    EXPECT_EQ(Describe(FSink->Take()), Lines{u"reload"});
+    ASSERT_EQ(SortBy(*table, tag::Subject, 0), S_OK);
+    AddMessage(u"b");
+    Dispatch();
+    EXPECT_EQ(Describe(FSink->Take()), Lines{u"added b"});
+}
+
 TEST_F(NotifyTest, AFailureIsToldOnceAndWhatHappenedMeanwhileAfterIt)
 {
     Start(false);

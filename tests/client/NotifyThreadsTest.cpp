@@ -176,6 +176,20 @@ TEST_F(NotifyTest, LoggingOffEndsTheConnectionsOfItsTables)
     }
 }
 
+TEST_F(NotifyTest, TheLastUninitialisationEndsAll)
+{
+    Start(true);
+    auto table = Contents();
+    const auto connection = Advise(*table, FSink.Get());
+    MAPIUninitialize();
+    EXPECT_TRUE(Dispatcher::Instance().Rest());
+    AddMessage(u"a");
+    ASSERT_EQ(MAPIInitialize(nullptr), S_OK);
+    Dispatch();
+    EXPECT_TRUE(FSink->Take().empty());
+    EXPECT_EQ(table->Unadvise(connection), S_OK);
+}
+
 TEST_F(NotifyTest, ManyThreadsMayAdviseAndChangeAtOnce)
 {
     Start(true);
