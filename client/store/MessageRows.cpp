@@ -14,6 +14,18 @@ constexpr ULONG RowType = 0x0FF50003;
 
 } // namespace
 
+SqlPiece& SqlPiece::Add(std::string_view text)
+{
+    sql += text;
+    return *this;
+}
+
+SqlPiece& SqlPiece::AddValue(SqlValue value)
+{
+    values.push_back(std::move(value));
+    return *this;
+}
+
 SqlPiece& SqlPiece::Add(const SqlPiece& other)
 {
     sql += other.sql;
