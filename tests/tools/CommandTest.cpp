@@ -212,6 +212,7 @@ TEST_F(CommandTest, RowsAreFilteredSortedAndFound)
     EXPECT_EQ(
         subjects("--sort PR_SUBJECT --where 'not PR_SUBJECT ~ \"report\" or PR_CLIENT_SUBMIT_TIME >= 2024-03-03'"),
         "Hol|The|");
+    EXPECT_EQ(subjects("--where 'recipients (PR_EMAIL_ADDRESS ~ \"eve@\")'"), "Hol|");
     EXPECT_EQ(subjects("--where 'PR_HASATTACH'"), "");
 
     const Outcome found = Run("--json find '//[Inbox]' report --limit 1 --sort PR_SUBJECT");
