@@ -157,6 +157,13 @@ void TKwMAPITable::BeforeDestruction() noexcept
         const std::lock_guard lock(FEvents->Lock);
         FEvents->Table = nullptr;
     }
+    // The client may keep its sink, and with it the events, for longer: the application's sinks go now.
+    try {
+        for (const TKwRef<IKwMAPITableDEvents>& sink : FEvents->Sinks.Snapshot())
+            FEvents->Sinks.Connect(sink, false);
+    } catch (...) {
+        KwReportServerException(std::current_exception());
+    }
     TKwMAPITableBase::BeforeDestruction();
 }
 

@@ -257,7 +257,9 @@ TEST_F(TTableEventsTest, LateNotificationsAreHarmless)
     client->OnNotify(1, &event);
     EXPECT_TRUE(sink->Told.empty());
     const TKwComPtr<mapi::IMAPIAdviseSink> second(Object->Sink);
+    EXPECT_EQ(sink->RefCount(), 2u);
     Table.Reset();
+    EXPECT_EQ(sink->RefCount(), 1u); // though the client still has its own
     second->OnNotify(1, &event);
     EXPECT_TRUE(sink->Told.empty());
     EXPECT_FALSE(Object->Sink);
