@@ -1,0 +1,196 @@
+// A store with one large folder for the benchmarks, written once, and races whose ratio has a limit.
+#pragma once
+
+#include "client/store/MessageRecords.hpp"
+#include "client/store/StoreObjects.hpp"
+
+#include <algorithm>
+#include <chrono>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <iomanip>
+#include <iostream>
+#include <limits>
+#include <stdexcept>
+#include <string>
+
+namespace deftmapi::bench
+{
+
+using namespace deftmapi::client;
+
+inline void Check(mapi::HRESULT hr)
+{
+    if (mapi::Failed(hr))
+        throw std::runtime_error("MAPI call failed: " + std::to_string(static_cast<mapi::ULONG>(hr)));
+}
+
+/// The properties of message `number`: 2 % have the subject that the prefix search finds, 10 % are unread.
+inline std::vector<Prop> PropsOf(std::int64_t number)
+{
+    const std::int64_t mixed = number * 7919 % 1000003;
+    const std::string digits = std::to_string(mixed);
+    const WideString wide(digits.begin(), digits.end());
+    Bytes key(16, 0);
+    for (int i = 0; i < 8; ++i)
+        key[static_cast<std::size_t>(i)] = static_cast<std::uint8_t>((mixed * 2654435761) >> (i * 8));
+    key[15] = static_cast<std::uint8_t>(number >> 40);
+    std::copy_n(reinterpret_cast<const std::uint8_t*>(&number), 5, key.begin() + 8);
+    return {TextProp(tag::Subject, (number % 50 == 3 ? u"Invoice " : u"About the matter of ") + wide),
+            TextProp(tag::SenderName, u"Sender " + wide.substr(0, 2)),
+            TextProp(tag::SenderEmail, u"sender" + wide.substr(0, 2) + u"@example.org"),
+            TextProp(tag::ConversationTopic, u"About the matter of " + wide),
+            LongProp(tag::DeliveryTime, 133500000000000000 + mixed * 10000000),
+            LongProp(tag::MessageFlags, number % 10 ? mapi::MSGFLAG_READ : 0),
+            BinaryProp(tag::SearchKey, std::move(key)),
+            TextProp(0x6700001F, u"a value of ordinary length " + wide)};
+}
+
+class Folder
+{
+public:
+    explicit Folder(const std::filesystem::path& path) : file(path), store(StoreFile::Open(path))
+    {
+        folder = OpenFolderRow(store, Inbox, true);
+        count = store->Db().Scalar("SELECT content_count FROM folders WHERE id = " + std::to_string(Inbox));
+    }
+
+    /// Writes a new store of so many messages. @returns messages per second
+    static double Build(const std::filesystem::path& path, std::int64_t messages)
+    {
+        constexpr std::int64_t Piece = 10000; // per transaction
+        std::filesystem::remove(path);
+        CreateStoreFile(path, ToBytes(NewUid()), u"Bench");
+        const StorePtr made = StoreFile::Open(path);
+        const auto start = std::chrono::steady_clock::now();
+        for (std::int64_t number = 0; number < messages;) {
+            Transaction transaction(made->Db());
+            for (const std::int64_t end = std::min(messages, number + Piece); number < end; ++number) {
+                MessageState message = NewMessage(Inbox, false);
+                for (Prop& prop : PropsOf(number))
+                    message.props.Set(std::move(prop));
+                message.changed = true;
+                SaveMessage(*made, message, false);
+            }
+            transaction.Commit();
+        }
+        const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - start;
+        return static_cast<double>(messages) / taken.count();
+    }
+
+    [[nodiscard]] TKwComPtr<mapi::IMAPITable> Open() const
+    {
+        TKwComPtr<mapi::IMAPITable> table;
+        Check(folder->GetContentsTable(mapi::MAPI_UNICODE, Out(table)));
+        struct
+        {
+            ULONG size = 8;
+            ULONG tags[8] = {tag::EntryId,      tag::Subject,     tag::SenderName,   tag::DeliveryTime,
+                             tag::MessageFlags, tag::MessageSize, tag::MessageClass, tag::Importance};
+        } columns;
+        Check(table->SetColumns(reinterpret_cast<mapi::LPSPropTagArray>(&columns), 0));
+        return table;
+    }
+
+    std::filesystem::path file;
+    StorePtr store;
+    TKwComPtr<mapi::IMAPIFolder> folder;
+    std::int64_t count = 0;
+    static constexpr auto Inbox = static_cast<std::int64_t>(SpecialFolder::Inbox);
+};
+
+inline ULONG ReadRows(mapi::IMAPITable& table, mapi::LONG count)
+{
+    RowSet rows;
+    Check(table.QueryRows(count, 0, rows.Out()));
+    return rows->cRows;
+}
+
+inline void SortByTime(mapi::IMAPITable& table, ULONG direction)
+{
+    mapi::SSortOrderSet order{1, 0, 0, {{tag::DeliveryTime, direction}}};
+    Check(table.SortTable(&order, 0));
+}
+
+/// Milliseconds of the best of some turns: the one that nothing else on the machine interrupted.
+inline double Best(int turns, const std::function<void()>& body)
+{
+    double best = std::numeric_limits<double>::infinity();
+    for (int turn = 0; turn < turns; ++turn) {
+        const auto start = std::chrono::steady_clock::now();
+        body();
+        const std::chrono::duration<double, std::milli> taken = std::chrono::steady_clock::now() - start;
+        best = std::min(best, taken.count());
+    }
+    return best;
+}
+
+/// Prints each result beside its limit and remembers whether one was missed.
+class Report
+{
+public:
+    void Line(const std::string& name, double value, double limit, bool atMost, const std::string& detail = {})
+    {
+        const bool met = atMost ? value <= limit : value >= limit;
+        FMissed = FMissed || !met;
+        std::cout << std::left << std::setw(44) << name << std::right << std::setw(12) << std::fixed
+                  << std::setprecision(3) << value << (atMost ? "  <= " : "  >= ") << std::setw(10) << limit
+                  << (met ? "  ok      " : "  MISSED  ") << detail << '\n';
+    }
+    /// Ours may take `limit` times as long as the other way; both take turns in one run.
+    void Race(const std::string& name, double limit, int turns, const std::function<void()>& ours,
+              const std::function<void()>& plain)
+    {
+        double mine = std::numeric_limits<double>::infinity();
+        double other = mine;
+        for (int turn = 0; turn < turns; ++turn) {
+            mine = std::min(mine, Best(1, ours));
+            other = std::min(other, Best(1, plain));
+        }
+        Line(name, mine / other, limit, true, std::to_string(mine) + " ms, plain " + std::to_string(other) + " ms");
+    }
+    [[nodiscard]] int ExitStatus() const { return FMissed ? 1 : 0; }
+
+private:
+    bool FMissed = false;
+};
+
+/// The peak of resident memory in MiB since the last call of ForgetPeak (Linux; 0 elsewhere).
+inline double PeakMemory()
+{
+    std::ifstream status("/proc/self/status");
+    for (std::string line; std::getline(status, line);) {
+        if (line.rfind("VmHWM:", 0) == 0)
+            return std::atof(line.c_str() + 6) / 1024;
+    }
+    return 0;
+}
+inline void ForgetPeak()
+{
+    std::ofstream("/proc/self/clear_refs") << "5";
+}
+
+/// A folder for the files of one run, gone with the object.
+class Scratch
+{
+public:
+    Scratch()
+    {
+        std::string name = (std::filesystem::temp_directory_path() / "deftmapi-bench-XXXXXX").string();
+        if (!::mkdtemp(name.data()))
+            throw std::runtime_error("mkdtemp");
+        path = name;
+    }
+    ~Scratch()
+    {
+        std::error_code ignored;
+        std::filesystem::remove_all(path, ignored);
+    }
+    Scratch(const Scratch&) = delete;
+    Scratch& operator=(const Scratch&) = delete;
+    std::filesystem::path path;
+};
+
+} // namespace deftmapi::bench
