@@ -39,9 +39,9 @@ public:
     std::int64_t Count() override
     {
         if (FCount < 0) {
-            // The index of the condition, not that of the order: nothing has to be in order.
+            // Nothing has to be in order: the index of the condition, or the rows as they lie in the file.
             const auto best = MessageCondition::IndexOf(FCondition->BestPath());
-            FCount = Number(Statement("count(*)", best.empty() ? FIndex : best, nullptr, {}, ""));
+            FCount = Number(Statement("count(*)", best.empty() ? Keys[0].index : best, nullptr, {}, ""));
         }
         return FCount;
     }

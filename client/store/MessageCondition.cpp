@@ -88,6 +88,8 @@ public:
             const MessageColumn* column = FindMessageColumn(tag >> 16);
             FPlaces.push_back({tag, column, column ? next++ : 0});
         }
+        FIsText = restriction.Kind() == RES_CONTENT && FPlaces.front().column &&
+                  (FPlaces.front().column->tag & 0xFFFF) == PT_UNICODE && restriction.Value().Type() == PT_UNICODE;
     }
 
     struct Place
@@ -100,6 +102,10 @@ public:
 
     void Call(const SqlArguments& arguments, const SqlResult& result) const override
     {
+        if (FIsText && arguments.IsNull(1)) { // searches look at every row: nothing is copied
+            result.Set(std::int64_t{!arguments.IsNull(2) && FRestriction.MatchesPackedText(arguments.Text(2))});
+            return;
+        }
         const std::int64_t row = arguments.Number(0);
         PropertyBag bag;
         if (!arguments.IsNull(1)) {
@@ -137,6 +143,7 @@ private:
     const MessageRows& FRows;
     const Restriction& FRestriction;
     std::vector<Place> FPlaces;
+    bool FIsText = false; // a search in one text column
 };
 
 bool IsShortText(const Prop& value)
@@ -189,6 +196,11 @@ std::optional<SqlPiece> ColumnCondition(const Restriction& restriction)
         if (restriction.Operator() == (FL_FULLSTRING | FL_IGNORECASE) && IsShortText(restriction.Value()))
             return SqlPiece{name + " COLLATE deft_fold = ?",
                             {PackText(std::get<WideString>(restriction.Value().data))}};
+        if (restriction.Operator() == (FL_PREFIX | FL_IGNORECASE) && IsShortText(restriction.Value())) {
+            const auto& text = std::get<WideString>(restriction.Value().data);
+            return SqlPiece{"(" + name + " COLLATE deft_fold >= ? AND " + name + " COLLATE deft_fold < ?)",
+                            {PackText(text), PackText(WideString(text).append(Last))}};
+        }
         return std::nullopt;
     default:
         return std::nullopt;

@@ -77,6 +77,8 @@ Restriction Restriction::Parse(const SRestriction& in, int depth)
         if (const auto* text = std::get_if<WideString>(&out.FValue.data)) {
             out.FPattern = Fold(*text, out.FOperator);
             out.FAsciiPattern = IsAscii(out.FPattern);
+            if (out.FAsciiPattern)
+                out.FBytePattern = PackText(out.FPattern);
         }
         break;
     case RES_PROPERTY:

@@ -28,6 +28,8 @@ public:
     /// A comparison with a property that the row does not have is false. A multiple property fits when any of its
     /// values does. Without `subRows` no condition on subobjects is met.
     [[nodiscard]] bool Matches(const Lookup& row, const SubRows& subRows = nullptr) const;
+    /// A content restriction decides on a text as the database has it, in UTF-8. REQUIRES: Value() is a text.
+    [[nodiscard]] bool MatchesPackedText(std::string_view text) const;
     /// Adds the tags that Matches will ask the row for.
     void CollectTags(std::set<ULONG>& tags) const;
 
@@ -53,7 +55,8 @@ private:
     ULONG FOtherTag = 0;
     ULONG FNumber = 0;
     Prop FValue;
-    WideString FPattern; // of a content restriction: the text, folded
+    WideString FPattern;      // of a content restriction: the text, folded
+    std::string FBytePattern; // the same in bytes, where it is ASCII
     bool FAsciiPattern = false;
     std::vector<Restriction> FChildren;
 };

@@ -111,6 +111,16 @@ bool Restriction::MatchesText(WideView text) const
     });
 }
 
+bool Restriction::MatchesPackedText(std::string_view text) const
+{
+    const auto up = [](char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 32) : c; };
+    if (!FAsciiPattern || std::any_of(text.begin(), text.end(), [](char c) { return (c & 0x80) != 0; }))
+        return MatchesText(UnpackText(text));
+    if (!(FOperator & (FL_IGNORECASE | FL_LOOSE)))
+        return Contains(text, std::string_view(FBytePattern), FOperator, std::equal_to<>());
+    return Contains(text, std::string_view(FBytePattern), FOperator, [up](char a, char b) { return up(a) == up(b); });
+}
+
 bool Restriction::MatchesContent(const Prop& value) const
 {
     if (value.Type() != FValue.Type())
