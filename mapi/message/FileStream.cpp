@@ -65,26 +65,6 @@ bool TMAPIFileStream::StartsWith(std::string_view bytes)
     return hr == mapi::S_OK && read == bytes.size() && start == bytes;
 }
 
-mapi::HRESULT DEFTMAPI_STDCALL TMAPIFileStream::QueryInterface(mapi::REFIID iid, void** object)
-{
-    if (object == nullptr)
-        return mapi::STG_E_INVALIDPOINTER;
-    *object = nullptr;
-    if (iid != mapi::IID_IUnknown && iid != mapi::IID_ISequentialStream && iid != mapi::IID_IStream)
-        return mapi::E_NOINTERFACE;
-    *object = static_cast<mapi::IStream*>(this);
-    AddRef();
-    return mapi::S_OK;
-}
-
-mapi::ULONG DEFTMAPI_STDCALL TMAPIFileStream::Release()
-{
-    const mapi::ULONG left = --FRefCount;
-    if (left == 0)
-        delete this;
-    return left;
-}
-
 mapi::HRESULT TMAPIFileStream::ReadSome(void* buffer, mapi::ULONG count, mapi::ULONG& read) noexcept
 {
     read = 0;

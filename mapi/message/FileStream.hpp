@@ -1,11 +1,11 @@
 // A file as an IStream, for handing files to the mail client.
 #pragma once
 
+#include "mapi/core/ComObject.hpp"
 #include "mapi/headers/uKwMAPIComH.hpp"
 #include "support/uKwRef.hpp"
 #include "support/uKwText.hpp"
 
-#include <atomic>
 #include <fstream>
 #include <string_view>
 
@@ -13,7 +13,7 @@ namespace deftmapi
 {
 
 /// Read-only. The file is read as it is asked for, never held in memory.
-class TMAPIFileStream final : public mapi::IStream
+class TMAPIFileStream final : public TKwComObject<mapi::IStream, mapi::IID_ISequentialStream, mapi::IID_IStream>
 {
 public:
     /// Opens a file for reading, at its beginning.
@@ -24,9 +24,6 @@ public:
     /// True when the file begins with these bytes. The position stays where it is.
     [[nodiscard]] bool StartsWith(std::string_view bytes);
 
-    mapi::HRESULT DEFTMAPI_STDCALL QueryInterface(mapi::REFIID iid, void** object) override;
-    mapi::ULONG DEFTMAPI_STDCALL AddRef() override { return ++FRefCount; }
-    mapi::ULONG DEFTMAPI_STDCALL Release() override;
     mapi::HRESULT DEFTMAPI_STDCALL Read(void* buffer, mapi::ULONG count, mapi::ULONG* read) override;
     mapi::HRESULT DEFTMAPI_STDCALL Seek(mapi::LARGE_INTEGER move, mapi::DWORD origin,
                                         mapi::ULARGE_INTEGER* newPosition) override;
@@ -48,10 +45,9 @@ public:
 
 private:
     TMAPIFileStream(WideString fileName, std::ifstream file, std::uint64_t size);
-    ~TMAPIFileStream() = default;
+    ~TMAPIFileStream() override = default;
     [[nodiscard]] mapi::HRESULT ReadSome(void* buffer, mapi::ULONG count, mapi::ULONG& read) noexcept;
 
-    std::atomic<mapi::ULONG> FRefCount{0};
     WideString FFileName;
     std::ifstream FFile;
     std::uint64_t FSize;

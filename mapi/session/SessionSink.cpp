@@ -1,30 +1,8 @@
 // The session's notification sink; see SessionSink.hpp.
 #include "mapi/session/SessionSink.hpp"
 
-#include "mapi/headers/uKwMAPIguidH.hpp"
-
 namespace deftmapi
 {
-
-mapi::HRESULT DEFTMAPI_STDCALL TSession::TSink::QueryInterface(mapi::REFIID iid, void** object)
-{
-    if (object == nullptr)
-        return mapi::MAPI_E_INVALID_PARAMETER;
-    *object = nullptr;
-    if (iid != mapi::IID_IUnknown && iid != mapi::IID_IMAPIAdviseSink)
-        return mapi::MAPI_E_INTERFACE_NOT_SUPPORTED;
-    *object = static_cast<mapi::IMAPIAdviseSink*>(this);
-    AddRef();
-    return mapi::S_OK;
-}
-
-mapi::ULONG DEFTMAPI_STDCALL TSession::TSink::Release()
-{
-    const mapi::ULONG left = --FRefCount;
-    if (left == 0)
-        delete this;
-    return left;
-}
 
 mapi::ULONG DEFTMAPI_STDCALL TSession::TSink::OnNotify(mapi::ULONG count, mapi::LPNOTIFICATION notifications)
 {
