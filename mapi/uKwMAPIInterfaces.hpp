@@ -680,8 +680,9 @@ struct TKwMAPISortKey
 /// Sinks of table events. Each call names the table. The row of a row event is a memory table of one row, which the
 /// sink may keep and use on any one thread; the key is the row's instance key. Threads: called on the thread on which
 /// the client delivers notifications. That is the thread which initialised MAPI, while it dispatches them, unless
-/// multi-threaded notifications were asked for. A sink may disconnect itself or others, close the table and drop the
-/// last reference on it.
+/// multi-threaded notifications were asked for. A sink may disconnect itself or others and end the notifications; on
+/// the thread of the table it may also close the table and drop the last reference on it, which a sink on the client's
+/// own thread must leave to the table's thread.
 class IKwMAPITableDEvents : public virtual IKwInterface
 {
 public:
@@ -759,7 +760,8 @@ public:
     /// off.
     virtual void UnAdvise() = 0;
     [[nodiscard]] virtual bool Get_Advised() const noexcept = 0;
-    /// Connects or disconnects a sink; the table holds a reference while it is connected. Any thread.
+    /// Connects or disconnects a sink; the table holds a reference while it is connected. Any thread. An event that is
+    /// being delivered on another thread may still reach a sink that has just been disconnected; UnAdvise waits for it.
     virtual void DEventConnect(const TKwRef<IKwMAPITableDEvents>& sink, bool connect) = 0;
     /// True while a sink is connected.
     [[nodiscard]] virtual bool HasDEventSinks() const = 0;

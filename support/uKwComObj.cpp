@@ -59,9 +59,14 @@ void TKwAutoIntfObject::AddRef() const noexcept
 
 void TKwAutoIntfObject::Release() const noexcept
 {
-    if (FRefCount.fetch_sub(1, std::memory_order_acq_rel) != 1)
+    // In one step from the last reference to the offset: at no moment may another thread find a count of zero, add a
+    // reference of its own and destroy the object a second time when it drops it.
+    std::uint32_t count = FRefCount.load(std::memory_order_relaxed);
+    while (!FRefCount.compare_exchange_weak(count, count == 1 ? destroyingOffset : count - 1, std::memory_order_acq_rel,
+                                            std::memory_order_relaxed))
+    {}
+    if (count != 1)
         return;
-    FRefCount.store(destroyingOffset, std::memory_order_relaxed);
     auto* self = const_cast<TKwAutoIntfObject*>(this);
     self->BeforeDestruction();
     delete self;

@@ -12,6 +12,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <limits>
 
 namespace deftmapi
 {
@@ -33,8 +34,8 @@ constexpr std::int32_t CountingStep = 20;
 } // namespace
 
 TKwMAPITable::TKwMAPITable(TKwMAPIWrapper& owner, mapi::IMAPITable* table, TKwMAPITableOpener reopen)
-    : TKwMAPITableBase(&owner), FMAPISide(KwMake<TMAPISide>(*this, owner, table)), FReopen(std::move(reopen)),
-      FRowSet(*FMAPISide), FEvents(std::make_shared<TEvents>(*this))
+    : TKwMAPITableBase(&owner), FEvents(std::make_shared<TEvents>(*this)),
+      FMAPISide(KwMake<TMAPISide>(*this, owner, table)), FReopen(std::move(reopen)), FRowSet(*FMAPISide)
 {}
 
 TKwMAPITable::~TKwMAPITable()
@@ -56,6 +57,7 @@ IKwMAPIWrapper& TKwMAPITable::MemoryOwner()
 void TKwMAPITable::MAPIObjectReplaced(bool active) noexcept
 {
     EndAdviseQuietly();
+    FMustRestore = false;
     ClearRowSet();
     FSearchBookmark = 0; // goes with the old object
     FActive = FActive && active;
@@ -67,7 +69,9 @@ void TKwMAPITable::Open()
         RaiseNoMAPIObject();
     if (FActive)
         return;
+    ClearRowSet(); // what was read before has other columns
     FEOF = false;
+    RestoreView();
     if (Fields().Get_Count() == 0)
         QueryColumns();
     else
@@ -75,6 +79,7 @@ void TKwMAPITable::Open()
     FRowCount = -1;
     ReadRowCount(u"Open");
     FActive = true;
+    RestoreAdvise();
 }
 
 mapi::HRESULT TKwMAPITable::CloseCursor()
@@ -167,9 +172,9 @@ void TKwMAPITable::MoveBy(TKwMapiTableBookmark origin, std::int32_t count)
 
     if (relative && FRowSet) {
         // The first cached row is not served from the cache: moving back onto it reads again.
-        const std::int32_t target = FCurrentIndex + count;
-        if (target > 0 && target < static_cast<std::int32_t>(CachedRows())) {
-            FCurrentIndex = target;
+        const std::int64_t target = std::int64_t{FCurrentIndex} + count;
+        if (target > 0 && target < std::int64_t{CachedRows()}) {
+            FCurrentIndex = static_cast<std::int32_t>(target);
             return;
         }
     }
@@ -192,7 +197,7 @@ void TKwMAPITable::MoveBy(TKwMapiTableBookmark origin, std::int32_t count)
         return;
     }
     if (relative)
-        FEOF = std::abs(sought) != std::abs(distance);
+        FEOF = std::abs(std::int64_t{sought}) != std::abs(std::int64_t{distance});
     if (FEOF) {
         MAPISeekRow(count > 0 ? tbkEnd : tbkBeginning, 0, sought);
         FEOF = count > 0;
@@ -203,7 +208,11 @@ void TKwMAPITable::MoveBy(TKwMapiTableBookmark origin, std::int32_t count)
 
 std::int32_t TKwMAPITable::DistanceTo(TKwMapiTableBookmark origin, std::int32_t count) const noexcept
 {
-    return origin == tbkCurrentRelative && FRowSet ? FCurrentIndex + count - FBeyondFirst : count;
+    if (origin != tbkCurrentRelative || !FRowSet)
+        return count;
+    const std::int64_t distance = std::int64_t{FCurrentIndex} + count - FBeyondFirst;
+    using Limits = std::numeric_limits<std::int32_t>;
+    return static_cast<std::int32_t>(std::clamp<std::int64_t>(distance, Limits::min(), Limits::max()));
 }
 
 void TKwMAPITable::SeekRow(TKwMapiTableBookmark bookmark, std::int32_t rows, bool& found)
@@ -213,6 +222,7 @@ void TKwMAPITable::SeekRow(TKwMapiTableBookmark bookmark, std::int32_t rows, boo
         CheckMAPIResult(GetClassName(), u"SeekRow", mapi::MAPI_E_INVALID_PARAMETER);
     if (MAPITable() == nullptr)
         return;
+    RestoreView();
     const std::int32_t distance = DistanceTo(bookmark, rows);
     std::int32_t sought = 0;
     FEOF = false;

@@ -134,6 +134,7 @@ void TKwMAPITableFields::Delete(std::int32_t index)
 {
     CheckTable();
     CheckIndex(index);
+    FFields[static_cast<std::size_t>(index)]->Forget();
     FFields.erase(FFields.begin() + index);
 }
 
@@ -141,12 +142,19 @@ void TKwMAPITableFields::Remove(IKwMAPITableField& field)
 {
     CheckTable();
     const auto* wanted = dynamic_cast<TKwMAPITableField*>(&field);
-    std::erase_if(FFields, [wanted](const auto& candidate) { return candidate.Get() == wanted; });
+    std::erase_if(FFields, [wanted](const auto& candidate) {
+        if (candidate.Get() != wanted)
+            return false;
+        candidate->Forget();
+        return true;
+    });
 }
 
 void TKwMAPITableFields::Clear()
 {
     CheckTable();
+    for (const auto& field : FFields)
+        field->Forget();
     FFields.clear();
 }
 

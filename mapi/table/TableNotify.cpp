@@ -110,29 +110,57 @@ void TKwMAPITable::TAdviseSink::Detach() noexcept
 
 void TKwMAPITable::Advise()
 {
-    if (FAdviseSink != nullptr)
-        CreateKwMAPIException(mapi::MAPI_E_CALL_FAILED, sAlreadyAdvised)->Raise();
-    if (MAPITable() == nullptr)
-        RaiseNoMAPIObject();
     const TKwComPtr<TAdviseSink> sink(new TAdviseSink(FEvents));
+    {
+        const std::lock_guard lock(FEvents->AdviseLock);
+        if (FAdviseSink != nullptr)
+            CreateKwMAPIException(mapi::MAPI_E_CALL_FAILED, sAlreadyAdvised)->Raise();
+        if (MAPITable() == nullptr)
+            RaiseNoMAPIObject();
+        FAdviseSink = sink;
+    }
     mapi::ULONG_PTR connection = 0;
     const mapi::HRESULT hr = MAPITable()->Advise(mapi::fnevTableModified, sink.Get(), &connection);
+    bool ended = false;
+    {
+        const std::lock_guard lock(FEvents->AdviseLock);
+        ended = FAdviseSink != sink;
+        if (!ended && mapi::Failed(hr))
+            FAdviseSink = nullptr;
+        else if (!ended)
+            FConnection = connection;
+    }
     if (hr == mapi::MAPI_E_NO_SUPPORT)
         CreateKwMAPIException(hr, sNoNotifications)->Raise();
     CheckMAPIResult(GetClassName(), u"Advise", hr, FMAPISide.Get());
-    FAdviseSink = sink;
-    FConnection = connection;
+    if (ended) // by a sink that was called before the client had answered
+        CheckMAPIResult(GetClassName(), u"UnAdvise", MAPITable()->Unadvise(connection), FMAPISide.Get());
+}
+
+bool TKwMAPITable::Get_Advised() const noexcept
+{
+    const std::lock_guard lock(FEvents->AdviseLock);
+    return FAdviseSink != nullptr;
 }
 
 mapi::HRESULT TKwMAPITable::EndAdvise()
 {
-    const TKwComPtr<TAdviseSink> sink = std::exchange(FAdviseSink, nullptr);
-    if (sink == nullptr)
-        return mapi::S_OK;
-    const mapi::ULONG_PTR connection = std::exchange(FConnection, 0);
-    const mapi::HRESULT hr = MAPITable() != nullptr ? MAPITable()->Unadvise(connection) : mapi::S_OK;
-    // Not before: a client may wait in Unadvise for what it is delivering.
-    sink->Detach();
+    TKwComPtr<TAdviseSink> sink;
+    mapi::ULONG_PTR connection = 0;
+    {
+        const std::lock_guard lock(FEvents->AdviseLock);
+        sink = std::exchange(FAdviseSink, nullptr);
+        connection = std::exchange(FConnection, 0);
+    }
+    FAdviseAgain = false;
+    mapi::HRESULT hr = mapi::S_OK;
+    if (connection != 0 && MAPITable() != nullptr)
+        hr = MAPITable()->Unadvise(connection);
+    // Not before: a client may wait in Unadvise for what it is delivering. A sink that has ended the notifications
+    // itself may still be running; that is waited for, too.
+    if (sink != nullptr)
+        sink->Detach();
+    const std::lock_guard wait(FEvents->Lock);
     return hr;
 }
 

@@ -18,6 +18,8 @@ struct TKwMAPITable::TEvents
 
     std::recursive_mutex Lock; ///< held while sinks are called, which may call back
     TKwMAPITable* Table;       ///< null once it is destroyed; under Lock
+    std::mutex
+        AdviseLock; ///< for what Advise keeps, as a sink may end notifications; not held during calls of the client
     TKwEventConnections<IKwMAPITableDEvents> Sinks;
 };
 

@@ -48,20 +48,41 @@ bool TKwMAPITable::Refetch()
 {
     if (!FReopen)
         return false;
-    const bool advised = Get_Advised();
+    const bool advised = Get_Advised() || FAdviseAgain;
     FMAPISide->SetMAPIOBJECT(FReopen().Get());
     if (MAPITable() == nullptr)
         return false;
-    // The new table knows nothing of what was set on the old one, and stands at its beginning.
+    FRowCount = -1;
+    FMustRestore = true;
+    FAdviseAgain = advised;
+    try {
+        RestoreView();
+        if (Fields().Get_Count() != 0)
+            SetColumns();
+        RestoreAdvise();
+    } catch (...) {
+        FActive = false; // opening restores the rest before any row is read
+        throw;
+    }
+    return true;
+}
+
+void TKwMAPITable::RestoreView()
+{
+    if (!FMustRestore)
+        return;
+    // A new table knows nothing of what was set on the old one, and stands at its beginning.
     if (!FSortOrder.empty())
         CheckMAPIResult(GetClassName(), u"Sort", ApplySortOrder(), FMAPISide.Get());
     if (FFilter)
         CheckMAPIResult(GetClassName(), u"Restrict", Restrict(FFilter->GetMAPIRestriction()), FMAPISide.Get());
-    if (Fields().Get_Count() != 0)
-        SetColumns();
-    if (advised)
+    FMustRestore = false;
+}
+
+void TKwMAPITable::RestoreAdvise()
+{
+    if (FAdviseAgain.exchange(false) && !Get_Advised())
         Advise();
-    return true;
 }
 
 mapi::HRESULT TKwMAPITable::QueryRows(std::int32_t count, mapi::ULONG flags)
@@ -81,8 +102,9 @@ bool TKwMAPITable::GetRowset(std::int32_t count, bool advance, bool raiseErrors)
         hr = QueryRows(count, flags);
     if (hr != mapi::S_OK)
         RaiseQueryRows(hr);
-    if (CachedRows() == 0) {
-        // At the end: one row back is the last row.
+    const bool atEnd = CachedRows() == 0;
+    if (atEnd) {
+        // One row back is the last row.
         hr = QueryRows(-1, flags);
         FEOF = true;
         if (hr == mapi::MAPI_E_BUSY)
@@ -97,7 +119,8 @@ bool TKwMAPITable::GetRowset(std::int32_t count, bool advance, bool raiseErrors)
         return false;
     }
     FCurrentIndex = 0;
-    FBeyondFirst = advance ? static_cast<std::int32_t>(CachedRows()) : 0;
+    // A read that advances leaves the position behind its rows, or backwards on the first of them.
+    FBeyondFirst = advance == atEnd ? 0 : static_cast<std::int32_t>(CachedRows());
     return true;
 }
 

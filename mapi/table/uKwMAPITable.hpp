@@ -9,6 +9,7 @@
 #include "mapi/core/uKwMAPIProps.hpp"
 #include "mapi/table/uKwMAPIRestrictions.hpp"
 
+#include <atomic>
 #include <functional>
 #include <memory>
 #include <span>
@@ -48,6 +49,8 @@ public:
     [[nodiscard]] std::int32_t WideIndex() const noexcept { return FWideIndex; }
     /// Finds the three indexes among the columns of the open table.
     void LocateIn(std::span<const mapi::ULONG> columns);
+    /// It is no column any more: taken out of the list, but perhaps still held by the application.
+    void Forget() noexcept { FIndex = FAnsiIndex = FWideIndex = -1; }
     /// The table, or null when it has been destroyed.
     [[nodiscard]] const TKwMAPITableBase* Table() const noexcept { return FTable; }
 
@@ -218,7 +221,7 @@ public:
     /// @throws EMAPI_NO_SUPPORT  "The given table does not support notifications!"
     void Advise() override;
     void UnAdvise() override;
-    [[nodiscard]] bool Get_Advised() const noexcept override { return FAdviseSink != nullptr; }
+    [[nodiscard]] bool Get_Advised() const noexcept override;
     void DEventConnect(const TKwRef<IKwMAPITableDEvents>& sink, bool connect) override;
     [[nodiscard]] bool HasDEventSinks() const override;
 
@@ -263,6 +266,8 @@ private:
 
     void MAPIObjectReplaced(bool active) noexcept;
     [[nodiscard]] bool Refetch();
+    void RestoreView();
+    void RestoreAdvise();
     [[nodiscard]] mapi::HRESULT CloseCursor();
     void SetColumns();
     [[nodiscard]] mapi::HRESULT ApplyColumns();
@@ -288,6 +293,7 @@ private:
     [[noreturn]] void RaiseBusy(WideView pattern) const;
     [[noreturn]] void RaiseNoMAPIObject() const;
 
+    std::shared_ptr<TEvents> FEvents;
     TKwRef<TMAPISide> FMAPISide;
     TKwMAPITableOpener FReopen;
     bool FActive = false;
@@ -299,10 +305,11 @@ private:
     std::int32_t FBeyondFirst = 0; // MAPI position less the position of the first cached row
     std::vector<mapi::SSortOrder> FSortOrder;
     TKwRef<IKwMAPIRestrictionEx> FFilter;
-    mapi::BOOKMARK FSearchBookmark = 0; // behind the row found last; 0: none
-    std::shared_ptr<TEvents> FEvents;
-    TKwComPtr<TAdviseSink> FAdviseSink; // null while not advised
-    mapi::ULONG_PTR FConnection = 0;
+    mapi::BOOKMARK FSearchBookmark = 0;     // behind the row found last; 0: none
+    bool FMustRestore = false;              // the table was fetched again and does not have its order and filter yet
+    std::atomic<bool> FAdviseAgain = false; // nor its notifications
+    TKwComPtr<TAdviseSink> FAdviseSink;     // null while not advised; this and the next under TEvents::AdviseLock
+    mapi::ULONG_PTR FConnection = 0;        // 0 until the client has answered
 };
 
 } // namespace deftmapi

@@ -84,8 +84,11 @@ void TKwMAPITableEvents::Start(IKwMAPITable& table)
     Stop();
     const TKwRef<TSink> sink = KwMake<TSink>(*this);
     table.DEventConnect(sink, true);
-    FTable = held;
-    FSink = sink;
+    {
+        const std::lock_guard lock(FLock);
+        FTable = held;
+        FSink = sink;
+    }
     try {
         if (!table.Get_Advised())
             table.Advise();
@@ -97,12 +100,17 @@ void TKwMAPITableEvents::Start(IKwMAPITable& table)
 
 TKwRef<IKwMAPITable> TKwMAPITableEvents::Disconnect()
 {
-    const TKwRef<TSink> sink = std::exchange(FSink, nullptr);
-    TKwRef<IKwMAPITable> table = std::exchange(FTable, nullptr);
-    if (sink) {
-        sink->Detach();
-        table->DEventConnect(sink, false);
+    TKwRef<TSink> sink;
+    TKwRef<IKwMAPITable> table;
+    {
+        const std::lock_guard lock(FLock);
+        sink = FSink;
+        table = std::exchange(FTable, nullptr);
     }
+    if (sink)
+        sink->Detach(); // also when its function has stopped the events itself: it may still be running
+    if (table)
+        table->DEventConnect(sink, false);
     return table;
 }
 
@@ -115,12 +123,20 @@ void TKwMAPITableEvents::Stop()
 
 bool TKwMAPITableEvents::GetActive() const
 {
-    return FTable && FTable->Get_Advised();
+    const TKwRef<IKwMAPITable> table = Table();
+    return table && table->Get_Advised();
 }
 
 TKwRef<IKwMAPIFolder> TKwMAPITableEvents::GetFolder() const
 {
-    return FTable ? KwAs<IKwMAPIFolder>(FTable->Get_Owner()) : nullptr;
+    const TKwRef<IKwMAPITable> table = Table();
+    return table ? KwAs<IKwMAPIFolder>(table->Get_Owner()) : nullptr;
+}
+
+TKwRef<IKwMAPITable> TKwMAPITableEvents::Table() const
+{
+    const std::lock_guard lock(FLock);
+    return FTable;
 }
 
 void TKwMAPITableEvents::_OnChanged(IKwMAPITable& table)

@@ -11,6 +11,7 @@
 #include "support/uKwExport.hpp"
 
 #include <functional>
+#include <mutex>
 
 namespace deftmapi
 {
@@ -70,9 +71,11 @@ private:
     class TSink;
 
     TKwRef<IKwMAPITable> Disconnect();
+    [[nodiscard]] TKwRef<IKwMAPITable> Table() const;
 
-    TKwRef<IKwMAPITable> FTable;
-    TKwRef<TSink> FSink;
+    mutable std::mutex FLock;    // for the two below, as a function may stop the events
+    TKwRef<IKwMAPITable> FTable; // null while not connected
+    TKwRef<TSink> FSink;         // the last one, to be waited for
 };
 
 } // namespace deftmapi

@@ -80,7 +80,7 @@ public:
         if (origin > mapi::BOOKMARK_END && !Bookmarks.contains(origin))
             return mapi::MAPI_E_INVALID_BOOKMARK;
         const mapi::LONG base = PositionOf(origin);
-        FPosition = std::clamp(base + rows, 0, size);
+        FPosition = static_cast<mapi::LONG>(std::clamp<std::int64_t>(std::int64_t{base} + rows, 0, size));
         if (sought != nullptr)
             *sought = FPosition - base;
         return mapi::S_OK;
@@ -92,7 +92,7 @@ public:
         const auto size = static_cast<mapi::LONG>(Rows.size());
         if (MostRows != 0)
             count = std::clamp(count, -MostRows, MostRows);
-        const mapi::LONG end = std::clamp(FPosition + count, 0, size);
+        const auto end = static_cast<mapi::LONG>(std::clamp<std::int64_t>(std::int64_t{FPosition} + count, 0, size));
         const mapi::LONG first = std::min(FPosition, end);
         const mapi::LONG last = std::max(FPosition, end);
         if ((flags & mapi::TBL_NOADVANCE) == 0)

@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <limits>
+
 namespace deftmapi::test
 {
 namespace
@@ -60,6 +62,36 @@ TEST_F(TTableCursorTest, MovingBackOntoTheFirstCachedRowReadsAgain)
     EXPECT_EQ(Row(), 1);
     Table->MoveBy(tbkCurrentRelative, 0);
     EXPECT_EQ(Calls->Take(), "");
+}
+
+TEST_F(TTableCursorTest, AtTheEndRelativeSeeksCountFromTheLastRow)
+{
+    Start();
+    bool found = false;
+    Table->Last(); // its read does not advance
+    Table->SeekRow(tbkCurrentRelative, -1, found);
+    EXPECT_TRUE(found);
+    EXPECT_EQ(Row(), 44);
+    for (Table->First(); !Table->Get_EOF();) // its last read advances
+        Table->Next();
+    Table->SeekRow(tbkCurrentRelative, 0, found);
+    EXPECT_TRUE(found);
+    EXPECT_EQ(Row(), 45);
+    Table->SeekRow(tbkCurrentRelative, std::numeric_limits<std::int32_t>::max(), found);
+    EXPECT_FALSE(found);
+    Table->First();
+    Table->Next();
+    Table->MoveBy(tbkCurrentRelative, std::numeric_limits<std::int32_t>::max());
+    EXPECT_TRUE(Table->Get_EOF());
+}
+
+TEST_F(TTableCursorTest, AFieldTakenOutOfTheListReadsNothing)
+{
+    const auto subject = Table->Get_Fields()->Add(PR_SUBJECT);
+    Start();
+    EXPECT_EQ(Row(), 1);
+    Table->Get_Fields()->Remove(*Number);
+    EXPECT_EQ(Catch([&] { static_cast<void>(Row()); }).ClassName, "EMAPI_INVALID_PARAMETER");
 }
 
 TEST_F(TTableCursorTest, RelativeMovesCountFromTheCurrentRow)
