@@ -127,6 +127,10 @@ inline double Best(int turns, const std::function<void()>& body)
     return best;
 }
 
+/// The short mode shows on any busy machine that the benchmarks run and that nothing is off by far: it fails only what
+/// misses its limit this many times over.
+inline constexpr double ShortTolerance = 3;
+
 /// Prints each result beside its limit and remembers whether one was missed.
 class Report
 {
@@ -134,10 +138,14 @@ public:
     void Line(const std::string& name, double value, double limit, bool atMost, const std::string& detail = {})
     {
         const bool met = atMost ? value <= limit : value >= limit;
-        FMissed = FMissed || !met;
+        const bool held = atMost ? value <= limit * FTolerance : value * FTolerance >= limit;
+        FMissed = FMissed || !held;
         std::cout << std::left << std::setw(44) << name << std::right << std::setw(12) << std::fixed
                   << std::setprecision(3) << value << (atMost ? "  <= " : "  >= ") << std::setw(10) << limit
-                  << (met ? "  ok      " : "  MISSED  ") << detail << '\n';
+                  << (met    ? "  ok      "
+                      : held ? "  over    "
+                             : "  MISSED  ")
+                  << detail << '\n';
     }
     /// Ours may take `limit` times as long as the other way; both take turns in one run.
     void Race(const std::string& name, double limit, int turns, const std::function<void()>& ours,
@@ -154,6 +162,7 @@ public:
     [[nodiscard]] int ExitStatus() const { return FMissed ? 1 : 0; }
 
 private:
+    double FTolerance = std::getenv("DEFTMAPI_BENCH_SHORT") ? ShortTolerance : 1;
     bool FMissed = false;
 };
 
