@@ -88,8 +88,10 @@ void TKwMAPIPropItem::Accept(const mapi::SPropValue& value, mapi::ULONG tag)
         FValue = {};
         return;
     }
-    if (mapi::PROP_TYPE(FTag) == mapi::PT_UNSPECIFIED)
+    if (mapi::PROP_TYPE(FTag) == mapi::PT_UNSPECIFIED) {
         FTag = FReadTag = mapi::CHANGE_PROP_TYPE(FTag, type);
+        Items().FByTag.try_emplace(FTag, this); // found under both, so that nobody adds a second item for it
+    }
     TKwVariant read = KwPropValueToVariant(value);
     // An 8-bit provider's answer to a property of wide text.
     if (mapi::PROP_TYPE(FTag) == mapi::PT_UNICODE && type == mapi::PT_STRING8)

@@ -41,6 +41,17 @@ TEST_F(PropertyCacheReadTest, DefinitionsOfOneIdentityShareAnItem)
     EXPECT_EQ(Prop->Get_Properties()->Get_Count(), 2);
 }
 
+TEST_F(PropertyCacheReadTest, APropertyOfUnspecifiedTypeIsFoundUnderTheTypeItHas)
+{
+    Bag().Set(LongValue(importance, 2));
+    const auto properties = Prop->Get_Properties();
+    const auto property = properties->PropByTag(mapi::CHANGE_PROP_TYPE(importance, mapi::PT_UNSPECIFIED), true);
+    EXPECT_EQ(property->Get_AsInteger(), 2);
+    EXPECT_EQ(property->Get_PropTag(), importance);
+    EXPECT_EQ(properties->PropByTag(importance, true).Get(), property.Get());
+    EXPECT_EQ(properties->Get_Count(), 1);
+}
+
 TEST_F(PropertyCacheReadTest, WhatIsNotThereIsEmptyAndAskedOnce)
 {
     EXPECT_TRUE(Property(PR_SUBJECT)->Get_Value().IsEmpty());
