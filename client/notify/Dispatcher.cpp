@@ -1,6 +1,7 @@
 #include "client/notify/Dispatcher.hpp"
 
 #include <algorithm>
+#include <utility>
 
 namespace deftmapi::client
 {
@@ -97,7 +98,7 @@ bool Dispatcher::Remove(Connection connection) noexcept
     const auto self = std::this_thread::get_id();
     std::shared_ptr<Listener> listener; // these end without the lock
     TKwComPtr<mapi::IMAPIAdviseSink> sink;
-    std::thread idle;
+    WorkerPtr idle;
     {
         std::unique_lock lock(FLock);
         auto node = FEntries.extract(connection);
@@ -122,13 +123,14 @@ bool Dispatcher::Remove(Connection connection) noexcept
             entry->orphaned = true; // who runs it lets go of them
         }
         if (own && FOwnCount == 0) {
-            FStop = true;
+            if (FWorker)
+                FWorker->stop = true;
             FWake.notify_all();
-            idle = TakeIdleThread();
+            idle = TakeIdleWorker();
         }
     }
-    if (idle.joinable())
-        idle.join();
+    if (idle)
+        idle->thread.join();
     return true;
 }
 
@@ -169,15 +171,15 @@ bool Dispatcher::IsRemoved(const Entry& entry)
     return entry.removed;
 }
 
-void Dispatcher::Run(const EntryPtr& entry) noexcept
+void Dispatcher::Run(const EntryPtr& entry, Worker* worker) noexcept
 {
     {
         const std::lock_guard lock(FLock);
-        if (entry->removed || entry->runner != std::thread::id())
+        if (entry->removed || entry->runner != std::thread::id() || (worker && worker->stop))
             return;
         entry->runner = std::this_thread::get_id();
-        if (entry->thread == std::thread::id())
-            FBusy = true;
+        if (worker)
+            worker->busy = true;
     }
     {
         NotificationBatch batch = entry->listener->Collect();
@@ -193,7 +195,7 @@ void Dispatcher::Run(const EntryPtr& entry) noexcept
         sink = std::move(entry->sink);
     }
     FReturned.notify_all();
-    if (entry->thread != std::thread::id())
+    if (!worker)
         return;
     if (sink) { // its end may wait for others as a callback may
         lock.unlock();
@@ -201,10 +203,10 @@ void Dispatcher::Run(const EntryPtr& entry) noexcept
         sink.Reset();
         lock.lock();
     }
-    FBusy = false;
+    worker->busy = false;
 }
 
-void Dispatcher::DeliverTo(std::thread::id thread) noexcept
+void Dispatcher::DeliverTo(std::thread::id thread, Worker* worker) noexcept
 {
     if (GDelivering)
         return;
@@ -220,7 +222,7 @@ void Dispatcher::DeliverTo(std::thread::id thread) noexcept
     }
     GDelivering = true;
     for (const EntryPtr& entry : entries)
-        Run(entry);
+        Run(entry, worker);
     GDelivering = false;
 }
 
@@ -228,7 +230,7 @@ void Dispatcher::Deliver() noexcept
 {
     GSeen = FGeneration.load();
     GLooked = std::chrono::steady_clock::now();
-    DeliverTo(std::this_thread::get_id());
+    DeliverTo(std::this_thread::get_id(), nullptr);
 }
 
 void Dispatcher::DeliverInPassing() noexcept
@@ -249,53 +251,52 @@ void Dispatcher::Wake() noexcept
 
 void Dispatcher::StartThread()
 {
-    if (FThread.joinable() && !FEnded) {
-        FStop = false; // it had been told to end but has not yet
+    if (FWorker && !FWorker->ended) {
+        FWorker->stop = false; // it may have been told to end but has not yet
         return;
     }
-    if (FThread.joinable())
-        FThread.join(); // it has left the lock for good
-    FStop = false;
-    FEnded = false;
-    FThread = std::thread([this] { Work(); });
+    if (FWorker)
+        FWorker->thread.join();
+    FWorker = std::make_shared<Worker>();
+    FWorker->thread = std::thread([this, self = FWorker] { Work(*self); });
 }
 
-void Dispatcher::Work() noexcept
+void Dispatcher::Work(Worker& self) noexcept
 {
     std::uint64_t seen = 0;
     std::unique_lock lock(FLock);
-    while (!FStop) {
-        FWake.wait_for(lock, Period, [&] { return FStop || FGeneration.load() != seen; });
-        if (FStop)
+    while (!self.stop) {
+        FWake.wait_for(lock, Period, [&] { return self.stop || FGeneration.load() != seen; });
+        if (self.stop)
             break;
         seen = FGeneration.load();
         lock.unlock();
-        DeliverTo(std::thread::id());
+        DeliverTo(std::thread::id(), &self);
         lock.lock();
     }
-    FEnded = true;
+    self.ended = true;
 }
 
-std::thread Dispatcher::TakeIdleThread()
+Dispatcher::WorkerPtr Dispatcher::TakeIdleWorker()
 {
     // A callback that runs may wait for this thread; then the client's thread ends by itself and is joined later.
-    if (!FThread.joinable() || FBusy || FThread.get_id() == std::this_thread::get_id())
-        return {};
-    return std::move(FThread);
+    if (!FWorker || FWorker->busy || FWorker->thread.get_id() == std::this_thread::get_id())
+        return nullptr;
+    return std::exchange(FWorker, nullptr);
 }
 
 bool Dispatcher::Rest() noexcept
 {
-    std::thread idle;
+    WorkerPtr idle;
     {
         const std::lock_guard lock(FLock);
-        if (FStop)
-            idle = TakeIdleThread();
-        if (FThread.joinable())
+        if (FWorker && FWorker->stop)
+            idle = TakeIdleWorker();
+        if (FWorker)
             return false;
     }
-    if (idle.joinable())
-        idle.join();
+    if (idle)
+        idle->thread.join();
     return true;
 }
 

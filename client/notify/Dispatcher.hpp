@@ -86,18 +86,29 @@ private:
         bool multiThreaded;
     };
 
+    /// The client's own thread. Each has its state to itself: one that is being joined does not mind the next one.
+    struct Worker
+    {
+        std::thread thread;
+        bool stop = false;
+        bool ended = false; // it has left the lock for good
+        bool busy = false;  // it collects events or is inside a sink
+    };
+    using WorkerPtr = std::shared_ptr<Worker>;
+
     Dispatcher() = default;
     Connection AddFor(std::thread::id thread, std::shared_ptr<Listener> listener, mapi::IMAPIAdviseSink* sink,
                       const void* owner);
-    void DeliverTo(std::thread::id thread) noexcept;
-    void Run(const EntryPtr& entry) noexcept;
+    /// @param worker  the client's own thread when it is the caller, else null
+    void DeliverTo(std::thread::id thread, Worker* worker) noexcept;
+    void Run(const EntryPtr& entry, Worker* worker) noexcept;
     [[nodiscard]] bool IsRemoved(const Entry& entry);
     /// Whether waiting for a callback on that thread would close a circle of callbacks that wait.
     [[nodiscard]] bool WaitsForThis(std::thread::id runner) const;
     void StartThread();
-    void Work() noexcept;
-    /// The thread to join, if it has ended or is about to. REQUIRES: FLock is held
-    [[nodiscard]] std::thread TakeIdleThread();
+    void Work(Worker& self) noexcept;
+    /// The worker to join, if it has ended or is told to now; from then on it is the caller's. REQUIRES: FLock is held
+    [[nodiscard]] WorkerPtr TakeIdleWorker();
 
     std::mutex FLock;
     std::condition_variable FWake;     // for the client's thread
@@ -106,11 +117,8 @@ private:
     std::map<std::thread::id, std::thread::id> FWaiting; // inside a callback: which thread's callback it waits for
     std::vector<ThreadRecord> FThreads;
     Connection FNext = 1;
-    std::size_t FOwnCount = 0; // connections of the client's own thread
-    std::thread FThread;
-    bool FStop = false;
-    bool FEnded = false;
-    bool FBusy = false;                      // the client's thread collects events or is inside a sink
+    std::size_t FOwnCount = 0;               // connections of the client's own thread
+    WorkerPtr FWorker;                       // null: there is no thread of the client's own
     std::atomic<std::size_t> FBoundCount{0}; // connections of other threads
     std::atomic<std::uint64_t> FGeneration{1};
 };

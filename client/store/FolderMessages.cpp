@@ -149,8 +149,8 @@ mapi::HRESULT FolderObject::SetReadFlags(mapi::LPENTRYLIST list, mapi::ULONG_PTR
         std::size_t missed = 0;
         Transaction transaction(FStore->Db());
         if (list) {
-            for (const std::int64_t row : MessageRows(list, missed))
-                missed += !SetReadFlagOf(*FStore, row, change);
+            const std::vector<std::int64_t> rows = MessageRows(list, missed);
+            missed += SetReadFlagsOf(*FStore, rows, change);
         } else {
             // No list: all messages of the folder. What is right already is left alone.
             Query update = FStore->Db().Prepare("UPDATE messages SET flags = (flags & ~?2) | ?3 WHERE folder = ?1 AND "

@@ -1,4 +1,5 @@
 // Rows of a hierarchy table: the folders below one folder, in the order of their names, parents before their children.
+#include "client/notify/Journal.hpp"
 #include "client/notify/RowTracker.hpp"
 #include "client/store/Folder.hpp"
 #include "client/table/Table.hpp"
@@ -27,8 +28,9 @@ public:
     std::recursive_mutex& Lock() override { return FStore->Lock(); }
     std::int64_t Stamp() override
     {
-        // The counters of a folder are columns too: what happens to its messages changes its row.
-        return FStore->Db().Scalar("SELECT (SELECT hierarchy FROM store) + (SELECT total(changes) FROM folders)");
+        // The counters of a folder are columns too: what happens to its messages changes its row. All of it is in the
+        // journal, whose numbers only grow.
+        return LastJournalNumber(FStore->Db());
     }
     std::vector<ULONG> DefaultColumns() override { return DefaultTags; }
 

@@ -11,11 +11,14 @@ namespace
 {
 
 constexpr auto sNoMessage = u"The message does not exist.";
+constexpr auto sFolderDeleted = u"The folder of the message has been deleted.";
 constexpr auto sDeleted = u"The message has been deleted since it was opened.";
 constexpr auto sChanged = u"The message has been changed by someone else since it was opened.";
 
 /// Longer texts keep their beginning in the column, for tables, and the whole in the packed list.
 constexpr std::size_t ColumnText = 2048;
+/// Longer binary values leave the column empty and are in the packed list; tables do not show them either.
+constexpr std::size_t ColumnBytes = limits::TableBinary;
 
 constexpr MessageColumn Columns[] = {
     {tag::MessageFlags, "flags"},
@@ -64,7 +67,7 @@ bool FitsColumn(const Prop& prop)
     if (const auto* text = std::get_if<WideString>(&prop.data))
         return text->size() <= ColumnText;
     if (const auto* bytes = std::get_if<Bytes>(&prop.data))
-        return bytes->size() <= ColumnText;
+        return bytes->size() <= ColumnBytes;
     return std::holds_alternative<std::int64_t>(prop.data);
 }
 
@@ -88,6 +91,8 @@ void BindColumn(Query& query, int index, const Prop* prop)
         WideString start(limits::TableText, u'\0');
         start.resize((*blob)->Read(0, start.data(), start.size() * 2) / 2);
         query.BindText(index, PackText(start));
+    } else if (blob && prop->Type() == mapi::PT_BINARY) { // written through a stream, of whatever size
+        query.BindBlob(index, (*blob)->Size() <= ColumnBytes ? (*blob)->ReadAll() : Bytes());
     } else {
         query.BindNull(index);
     }
@@ -122,6 +127,11 @@ public:
 private:
     void Insert(MessageState& message, std::int64_t attachment)
     {
+        if (message.folder) {
+            Query folder = FStore.Db().Prepare("SELECT 1 FROM folders WHERE id = ?1");
+            if (!folder.Bind(1, message.folder).Step())
+                Fail(mapi::MAPI_E_OBJECT_DELETED, sFolderDeleted);
+        }
         // The folder is set with the other columns, so that the folder's counters see the message's true flags.
         Query insert = FStore.Db().Prepare("INSERT INTO messages (attachment, associated) VALUES (?1, ?2)");
         if (attachment)
@@ -424,6 +434,21 @@ bool SetReadFlagOf(StoreFile& store, std::int64_t row, const ReadFlagChange& cha
     Query update = store.Db().Prepare("UPDATE messages SET flags = (flags & ~?2) | ?3 WHERE id = ?1");
     update.Bind(1, row).Bind(2, change.clear).Bind(3, change.set).Run();
     return store.Db().Changes() > 0;
+}
+
+std::size_t SetReadFlagsOf(StoreFile& store, std::vector<std::int64_t> rows, const ReadFlagChange& change)
+{
+    std::sort(rows.begin(), rows.end());
+    rows.erase(std::unique(rows.begin(), rows.end()), rows.end());
+    std::string list;
+    for (const std::int64_t row : rows)
+        list.append(list.empty() ? "[" : ",").append(std::to_string(row));
+    list.append(list.empty() ? "[]" : "]");
+    Query update = store.Db().Prepare("UPDATE messages SET flags = (flags & ~?2) | ?3 WHERE id IN "
+                                      "(SELECT value FROM json_each(?1)) AND flags <> ((flags & ~?2) | ?3)");
+    update.BindText(1, list).Bind(2, change.clear).Bind(3, change.set).Run();
+    Query count = store.Db().Prepare("SELECT count(*) FROM messages WHERE id IN (SELECT value FROM json_each(?1))");
+    return count.BindText(1, list).Step() ? rows.size() - static_cast<std::size_t>(count.Number(0)) : rows.size();
 }
 
 } // namespace deftmapi::client

@@ -45,5 +45,7 @@ struct ReadFlagChange
 };
 /// Changes the flags of one message. REQUIRES: a transaction is open. @returns false when there is no such message
 bool SetReadFlagOf(StoreFile& store, std::int64_t row, const ReadFlagChange& change);
+/// The same for many, in one statement; what is right already is left alone. @returns how many do not exist
+std::size_t SetReadFlagsOf(StoreFile& store, std::vector<std::int64_t> rows, const ReadFlagChange& change);
 
 } // namespace deftmapi::client

@@ -24,6 +24,14 @@ bool IsSubObject(ULONG tag)
     return tag == tag::MessageRecipients || tag == tag::MessageAttachments;
 }
 
+/// @throws Failure  MAPI_E_INVALID_PARAMETER  no property is named
+ULONG CheckTag(ULONG tag)
+{
+    if (tag == 0)
+        Fail(MAPI_E_INVALID_PARAMETER, sMalformed);
+    return WideTag(tag);
+}
+
 ULONG CheckRelation(ULONG op)
 {
     if (op > RELOP_NE)
@@ -72,7 +80,7 @@ Restriction Restriction::Parse(const SRestriction& in, int depth)
         break;
     case RES_CONTENT:
         out.FOperator = CheckFuzzyLevel(in.res.resContent.ulFuzzyLevel);
-        out.FTag = WideTag(in.res.resContent.ulPropTag);
+        out.FTag = CheckTag(in.res.resContent.ulPropTag);
         value(in.res.resContent.lpProp);
         if (const auto* text = std::get_if<WideString>(&out.FValue.data)) {
             out.FPattern = Fold(*text, out.FOperator);
@@ -83,28 +91,28 @@ Restriction Restriction::Parse(const SRestriction& in, int depth)
         break;
     case RES_PROPERTY:
         out.FOperator = CheckRelation(in.res.resProperty.relop);
-        out.FTag = WideTag(in.res.resProperty.ulPropTag);
+        out.FTag = CheckTag(in.res.resProperty.ulPropTag);
         value(in.res.resProperty.lpProp);
         break;
     case RES_COMPAREPROPS:
         out.FOperator = CheckRelation(in.res.resCompareProps.relop);
-        out.FTag = WideTag(in.res.resCompareProps.ulPropTag1);
-        out.FOtherTag = WideTag(in.res.resCompareProps.ulPropTag2);
+        out.FTag = CheckTag(in.res.resCompareProps.ulPropTag1);
+        out.FOtherTag = CheckTag(in.res.resCompareProps.ulPropTag2);
         break;
     case RES_BITMASK:
         out.FOperator = in.res.resBitMask.relBMR;
         if (out.FOperator > BMR_NEZ)
             Fail(MAPI_E_INVALID_PARAMETER, sMalformed);
-        out.FTag = in.res.resBitMask.ulPropTag;
+        out.FTag = CheckTag(in.res.resBitMask.ulPropTag);
         out.FNumber = in.res.resBitMask.ulMask;
         break;
     case RES_SIZE:
         out.FOperator = CheckRelation(in.res.resSize.relop);
-        out.FTag = WideTag(in.res.resSize.ulPropTag);
+        out.FTag = CheckTag(in.res.resSize.ulPropTag);
         out.FNumber = in.res.resSize.cb;
         break;
     case RES_EXIST:
-        out.FTag = WideTag(in.res.resExist.ulPropTag);
+        out.FTag = CheckTag(in.res.resExist.ulPropTag);
         break;
     case RES_SUBRESTRICTION:
         out.FTag = in.res.resSub.ulSubObject;

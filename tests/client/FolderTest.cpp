@@ -129,6 +129,33 @@ TEST_F(FolderTest, HierarchyTablesAreSortedAndDeepOnes)
     EXPECT_EQ(count, 2u);
 }
 
+TEST_F(FolderTest, AHierarchyTableSeesAFolderGoWhateverItsCountersWere)
+{
+    auto inbox = Inbox();
+    auto folder = Create(*inbox, u"Short-lived");
+    const Bytes id = Get(*folder, tag::EntryId).Blob();
+    Save(*NewMessage(*folder, u"its only change"));
+    Ptr<IMAPITable> table;
+    ASSERT_EQ(inbox->GetHierarchyTable(MAPI_UNICODE, Out(table)), S_OK);
+    ULONG count = 0;
+    ASSERT_EQ(table->GetRowCount(0, &count), S_OK);
+    EXPECT_EQ(count, 1u);
+    folder.Reset();
+    ASSERT_EQ(Delete(*inbox, id, DEL_MESSAGES), S_OK);
+    ASSERT_EQ(table->GetRowCount(0, &count), S_OK);
+    EXPECT_EQ(count, 0u);
+}
+
+TEST_F(FolderTest, NoMessageIsSavedIntoAFolderThatIsGone)
+{
+    auto inbox = Inbox();
+    auto folder = Create(*inbox, u"Gone");
+    auto message = NewMessage(*folder, u"too late");
+    ASSERT_EQ(Delete(*inbox, Get(*folder, tag::EntryId).Blob(), 0), S_OK);
+    EXPECT_EQ(message->SaveChanges(0), MAPI_E_OBJECT_DELETED);
+    EXPECT_EQ(Db().Scalar("SELECT count(*) FROM messages"), 0);
+}
+
 TEST_F(FolderTest, FoldersAreCopiedAndMovedButNotIntoThemselves)
 {
     auto inbox = Inbox();

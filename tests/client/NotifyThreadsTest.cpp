@@ -190,6 +190,24 @@ TEST_F(NotifyTest, TheLastUninitialisationEndsAll)
     EXPECT_EQ(table->Unadvise(connection), S_OK);
 }
 
+TEST_F(NotifyTest, TheClientsThreadEndsAndBeginsWithoutWaitingForever)
+{
+    Start(true);
+    auto table = Contents();
+    // Each of the two often takes away the last connection while the other adds the first.
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 2; ++i) {
+        threads.emplace_back([&] {
+            Ptr<RecordingSink> sink(new RecordingSink);
+            for (int round = 0; round < 300; ++round)
+                EXPECT_EQ(table->Unadvise(Advise(*table, sink.Get())), S_OK);
+        });
+    }
+    for (auto& thread : threads)
+        thread.join();
+    EXPECT_TRUE(Dispatcher::Instance().Rest());
+}
+
 TEST_F(NotifyTest, ManyThreadsMayAdviseAndChangeAtOnce)
 {
     Start(true);

@@ -280,6 +280,46 @@ TEST_F(TableRestrictionTest, TheDatabaseAndTheEvaluatorAgree)
     EXPECT_GT(some, Restrictions / 4) << "most restrictions decide nothing";
 }
 
+TEST_F(TableRestrictionTest, APropertyMustBeNamed)
+{
+    Save(*NewMessage(*FInbox, u"any"));
+    SPropValue text = Text(tag::Subject, u"any");
+    SRestriction nameless[6]{};
+    nameless[0].rt = RES_CONTENT;
+    nameless[0].res.resContent = {FL_FULLSTRING, 0, &text};
+    nameless[1].rt = RES_PROPERTY;
+    nameless[1].res.resProperty = {RELOP_EQ, 0, &text};
+    nameless[2].rt = RES_COMPAREPROPS;
+    nameless[2].res.resCompareProps = {RELOP_EQ, tag::Subject, 0};
+    nameless[3].rt = RES_BITMASK;
+    nameless[3].res.resBitMask = {BMR_EQZ, 0, 1};
+    nameless[4].rt = RES_SIZE;
+    nameless[4].res.resSize = {RELOP_EQ, 0, 1};
+    nameless[5].rt = RES_EXIST;
+    for (SRestriction& restriction : nameless) {
+        EXPECT_EQ(FTable->Restrict(&restriction, 0), MAPI_E_INVALID_PARAMETER) << restriction.rt;
+        EXPECT_EQ(FTable->FindRow(&restriction, BOOKMARK_BEGINNING, 0), MAPI_E_INVALID_PARAMETER) << restriction.rt;
+    }
+}
+
+TEST_F(TableRestrictionTest, BytesWrittenThroughAStreamAreFoundAndShown)
+{
+    for (const std::size_t size : {16, 3000}) { // within a column's limit, and what a row still shows
+        auto message = NewMessage(*FInbox, u"streamed");
+        const Bytes key = Pattern(size);
+        ASSERT_EQ(OpenStream(*message, tag::SearchKey, MAPI_CREATE | MAPI_MODIFY)
+                      ->Write(key.data(), static_cast<ULONG>(key.size()), nullptr),
+                  S_OK);
+        Save(*message);
+        SPropValue value = Binary(tag::SearchKey, key);
+        SRestriction equal{};
+        equal.rt = RES_PROPERTY;
+        equal.res.resProperty = {RELOP_EQ, tag::SearchKey, &value};
+        ASSERT_EQ(Count(equal), 1u) << size;
+        EXPECT_EQ(std::get<Bytes>(Rows(*FTable, {tag::SearchKey}).front()[0].data), key);
+    }
+}
+
 TEST_F(TableRestrictionTest, SubobjectsAreRecipientsAndAttachments)
 {
     auto both = NewMessage(*FInbox, u"both");
