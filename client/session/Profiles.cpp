@@ -158,8 +158,12 @@ void Profiles::Prepare()
             Fail(mapi::MAPI_E_CORRUPT_STORE, sForeign);
         return ours;
     };
-    if (isCurrent())
-        return;
+    {
+        // What is read must be of one moment: another process may be making the file just now.
+        const Snapshot snapshot(FDatabase);
+        if (isCurrent())
+            return;
+    }
     Transaction transaction(FDatabase);
     if (isCurrent())
         return; // another process was first
