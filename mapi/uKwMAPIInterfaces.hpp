@@ -347,7 +347,7 @@ public:
     virtual void DeleteProperty(TKwMAPIPropDef def) = 0;
     /// The tag for this object's store. @throws EMAPI_NO_SUPPORT and others, see _GetPropTag
     [[nodiscard]] virtual mapi::ULONG GetPropTag(TKwMAPIPropDef def) = 0;
-    [[nodiscard]] virtual TKwMAPIAccessLevel Get_AccessLevel() const noexcept = 0;
+    [[nodiscard]] virtual TKwMAPIAccessLevel Get_AccessLevel() const = 0;
     /// @throws EMAPI_NO_ACCESS  level is alReadWrite and the object was not opened with write access: "You don't have
     ///                          readwrite access!"
     virtual void CheckAccessLevel(TKwMAPIAccessLevel level) const = 0;

@@ -267,28 +267,17 @@ void TKwMAPIPropItems::ForgetTag(mapi::ULONG tag) noexcept
             item->Forget();
 }
 
-void TKwMAPIPropItems::MarkWritten(const std::vector<TKwRef<TKwMAPIPropItem>>& written) noexcept
+void TKwMAPIPropItems::MarkWritten(const std::vector<TKwRef<TKwMAPIPropItem>>& written,
+                                   const mapi::SPropProblemArray* problems) noexcept
 {
     for (const TKwRef<TKwMAPIPropItem>& item : written)
         item->FModified = false;
-    std::erase_if(FModified, [](const TKwMAPIPropItem* item) { return !item->FModified; });
-}
-
-void TKwMAPIPropItems::ReadUnread()
-{
-    std::vector<TKwRef<TKwMAPIPropItem>> unread;
-    std::vector<mapi::ULONG> tags;
-    for (const TKwRef<TKwMAPIPropItem>& item : FItems) {
-        if (item->FState != TKwMAPIPropItem::TState::Unread)
-            continue;
-        unread.push_back(item);
-        tags.push_back(item->FTag);
+    for (mapi::ULONG i = 0; problems != nullptr && i < problems->cProblem; ++i) {
+        const mapi::SPropProblem& problem = problems->aProblem[i];
+        if (problem.scode != mapi::S_OK && problem.ulIndex < written.size())
+            written[problem.ulIndex]->FModified = true;
     }
-    if (unread.empty())
-        return;
-    const TKwMAPIBuffer<mapi::SPropValue> values = Prop().ReadExactly(tags);
-    for (std::size_t i = 0; i < unread.size(); ++i)
-        unread[i]->Accept(values.Get()[i], tags[i]);
+    std::erase_if(FModified, [](const TKwMAPIPropItem* item) { return !item->FModified; });
 }
 
 } // namespace deftmapi

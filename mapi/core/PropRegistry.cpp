@@ -329,7 +329,8 @@ const TKwMAPIPropInfo& TKwMAPIPropRegistry::Add(WideView name, const TKwMAPIProp
     const TKwMAPIPropDef hash = CalcHash(name, identity, mode);
     auto record = std::make_unique<const TKwMAPIRegisteredProp>(hash, name, identity);
     const TKwMAPIRegisteredProp& info = *record;
-    FRegistered.reserve(FRegistered.size() + 1); // what can fail comes before the record is in place
+    if (FRegistered.size() == FRegistered.capacity())
+        FRegistered.reserve(FRegistered.size() * 2 + 16); // what can fail comes before the record is in place
     // Keep what is there: the first of a name or an identity is the one that searches find.
     const auto byName = FNames.try_emplace(info.Name, &info);
     try {

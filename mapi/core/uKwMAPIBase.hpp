@@ -221,7 +221,7 @@ public:
     [[nodiscard]] mapi::IMAPIProp& MAPIProp() const noexcept { return MAPIObjectAs<mapi::IMAPIProp>(); }
 
     // Access.
-    [[nodiscard]] TKwMAPIAccessLevel Get_AccessLevel() const noexcept override { return FAccessLevel; }
+    [[nodiscard]] TKwMAPIAccessLevel Get_AccessLevel() const override;
     /// Set by whoever opened the object. Without writeGranted, write access counts as granted for alReadWrite only.
     void SetAccessLevel(TKwMAPIAccessLevel level) noexcept { SetAccessLevel(level, level == alReadWrite); }
     void SetAccessLevel(TKwMAPIAccessLevel level, bool writeGranted) noexcept;
@@ -251,8 +251,9 @@ public:
     [[nodiscard]] TKwVariant Get_SourceKey() override;
 
     [[nodiscard]] std::vector<mapi::ULONG> GetPropList() override;
-    /// At most three calls to the object, however many properties there are: the list, the names of the named ones, and
-    /// all values at once. Properties that are in the cache already keep their state.
+    /// Makes an item of the cache for each property that the object lists, in its order, with two calls at most: the
+    /// list, and the names of the named ones. Each value is read when somebody asks for it. Properties that are in the
+    /// cache already keep their state.
     void RetrieveAllProperties() override;
     /// Frees every item's value buffer, then the items.
     void ResetProperties() override;
@@ -273,8 +274,10 @@ public:
     // Saving.
 
     /// One SetProps call with all values, then one DeleteProps call; none when there is nothing for it.
-    /// @throws  what the first problem that the object reports stands for. Nothing of that call counts as written then:
-    ///          the properties stay modified. A property to be deleted that is not there counts as deleted.
+    /// A property to be deleted that is not there counts as deleted.
+    /// @throws  what the result of the call stands for; its properties stay modified then. What the first problem
+    /// stands
+    ///          for that the object reports of a single property; those properties alone stay modified then.
     void PersistPendingChanges() override;
     /// After smKeepReadOnly the access level is alReadOnly.
     /// @throws EMAPI_OBJECT_CHANGED, EMAPI_OBJECT_DELETED, EMAPI_CORRUPT_DATA, EMAPI_NO_ACCESS and others
@@ -310,9 +313,11 @@ private:
     /// @param tags  receives the tags that the object took: the text types of the other width where it refused these
     [[nodiscard]] TKwMAPIBuffer<mapi::SPropValue> ReadTags(std::vector<mapi::ULONG>& tags, mapi::ULONG& returned);
     [[nodiscard]] TKwMAPIBuffer<mapi::SPropValue> ReadExactly(std::vector<mapi::ULONG>& tags);
-    void WriteValues(std::vector<mapi::SPropValue>& values);
-    void DeleteTags(const std::vector<mapi::ULONG>& tags);
-    void NameProperties(const std::vector<mapi::ULONG>& tags);
+    // Both return what the object could not do, by index; an entry with S_OK is none.
+    [[nodiscard]] TKwMAPIBuffer<mapi::SPropProblemArray> WriteValues(std::vector<mapi::SPropValue>& values);
+    [[nodiscard]] TKwMAPIBuffer<mapi::SPropProblemArray> DeleteTags(const std::vector<mapi::ULONG>& tags);
+    void CheckProblems(WideView methodName, const TKwMAPIBuffer<mapi::SPropProblemArray>& problems);
+    [[nodiscard]] TKwMAPIBuffer<mapi::MAPINAMEID*> NamesOf(const std::vector<mapi::ULONG>& tags, mapi::ULONG& count);
     [[nodiscard]] TKwComPtr<mapi::IUnknown> OpenProperty(mapi::ULONG tag, const mapi::GUID& iid,
                                                          mapi::ULONG writeOptions, mapi::ULONG readOptions,
                                                          TKwMAPIAccessLevel accessLevel, bool create);

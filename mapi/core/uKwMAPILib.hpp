@@ -112,7 +112,9 @@ DEFTMAPI_API void KwUnloadDLL();
 
 /// Initialises MAPI for the calling thread, and loads the default library first when none is loaded (it is then
 /// unloaded with the last uninitialisation). Does nothing when the thread is initialised with the same options; with
-/// others it is uninitialised first, without unloading.
+/// others it is uninitialised first, without unloading. callMAPIInitialize is none of the compared options: a thread
+/// that was initialised for Simple MAPI must be uninitialised (KwMAPIUninitialize) before it is initialised for
+/// extended MAPI.
 /// @param multiThreadNotifications  notifications come on the client's own thread
 /// @param ntService                 the process is a Windows service
 /// @param callMAPIInitialize        false for Simple MAPI, which needs no MAPIInitialize

@@ -90,8 +90,15 @@ void TKwMAPIProp::SetAccessLevel(TKwMAPIAccessLevel level, bool writeGranted) no
     FWriteGranted = writeGranted;
 }
 
+TKwMAPIAccessLevel TKwMAPIProp::Get_AccessLevel() const
+{
+    CheckActive(u"Get_AccessLevel");
+    return FAccessLevel;
+}
+
 void TKwMAPIProp::CheckAccessLevel(TKwMAPIAccessLevel level) const
 {
+    CheckActive(u"CheckAccessLevel");
     if (level == alReadWrite && !FWriteGranted)
         CreateKwMAPIException(mapi::MAPI_E_NO_ACCESS, sNoWriteAccess)->Raise();
 }
@@ -142,6 +149,7 @@ void TKwMAPIProp::DeleteProperty(TKwMAPIPropDef def)
 
 bool TKwMAPIProp::GetModified() const
 {
+    CheckActive(u"GetModified");
     return FItems && FItems->GetModified();
 }
 
@@ -152,8 +160,7 @@ mapi::ULONG TKwMAPIProp::GetPropTag(TKwMAPIPropDef def)
 
 mapi::ULONG TKwMAPIProp::GetPropTag(const TKwMAPIPropInfo& info)
 {
-    if (info.Named)
-        CheckActive(u"GetPropTag");
+    CheckActive(u"GetPropTag");
     return _GetPropTag(DisableUnicode() ? PI(info.Hash) : info, this, true);
 }
 
@@ -208,36 +215,39 @@ std::vector<mapi::ULONG> TKwMAPIProp::GetPropList()
 void TKwMAPIProp::RetrieveAllProperties()
 {
     CheckActive(u"RetrieveAllProperties");
-    TKwMAPIPropItems& items = Items();
+    const std::vector<mapi::ULONG> tags = GetPropList();
     std::vector<mapi::ULONG> named;
-    for (const mapi::ULONG tag : GetPropList()) {
-        if (TKwMAPIPropItems::IsNamedTag(tag))
-            named.push_back(tag);
-        else
+    std::copy_if(tags.begin(), tags.end(), std::back_inserter(named), TKwMAPIPropItems::IsNamedTag);
+    mapi::ULONG count = 0;
+    const TKwMAPIBuffer<mapi::MAPINAMEID*> names = NamesOf(named, count);
+    TKwMAPIPropItems& items = Items();
+    mapi::ULONG nextNamed = 0;
+    for (const mapi::ULONG tag : tags) {
+        if (!TKwMAPIPropItems::IsNamedTag(tag)) {
             items.PropByTag(tag, true);
+            continue;
+        }
+        const mapi::MAPINAMEID* name = names && nextNamed < count ? names.Get()[nextNamed] : nullptr;
+        ++nextNamed;
+        if (name != nullptr && name->lpguid != nullptr)
+            items.PropByTag(tag, *name);
+        else
+            items.UnnamedByTag(tag);
     }
-    if (!named.empty())
-        NameProperties(named);
-    items.ReadUnread();
 }
 
-void TKwMAPIProp::NameProperties(const std::vector<mapi::ULONG>& tags)
+TKwMAPIBuffer<mapi::MAPINAMEID*> TKwMAPIProp::NamesOf(const std::vector<mapi::ULONG>& tags, mapi::ULONG& count)
 {
+    TKwMAPIBuffer<mapi::MAPINAMEID*> names(*this);
+    if (tags.empty())
+        return names;
     TKwMAPITagArray array(tags);
     mapi::SPropTagArray* asked = array.Get();
-    mapi::ULONG count = 0;
-    TKwMAPIBuffer<mapi::MAPINAMEID*> names(*this);
     const mapi::HRESULT hr = MAPIProp().GetNamesFromIDs(&asked, nullptr, 0, &count, Out(names));
     // The warning says that some tag has no name; such a property is cached without a definition.
     if (hr != mapi::MAPI_W_ERRORS_RETURNED)
         CheckMAPIResult(*this, u"GetNamesFromIDs", hr);
-    for (std::size_t i = 0; i < tags.size(); ++i) {
-        const mapi::MAPINAMEID* name = names && i < count ? names.Get()[i] : nullptr;
-        if (name != nullptr && name->lpguid != nullptr)
-            Items().PropByTag(tags[i], *name);
-        else
-            Items().UnnamedByTag(tags[i]);
-    }
+    return names;
 }
 
 // ---- Past the cache
@@ -343,33 +353,40 @@ void TKwMAPIProp::SetPropValues(IKwMAPIPropValueList& list)
         for (const mapi::ULONG tag : deleted)
             FItems->ForgetTag(tag);
     }
-    WriteValues(values);
-    DeleteTags(deleted);
+    CheckProblems(u"SetProps", WriteValues(values));
+    CheckProblems(u"DeleteProps", DeleteTags(deleted));
 }
 
 // ---- Saving
 
-void TKwMAPIProp::WriteValues(std::vector<mapi::SPropValue>& values)
+TKwMAPIBuffer<mapi::SPropProblemArray> TKwMAPIProp::WriteValues(std::vector<mapi::SPropValue>& values)
 {
-    if (values.empty())
-        return;
     TKwMAPIBuffer<mapi::SPropProblemArray> problems(*this);
+    if (values.empty())
+        return problems;
     const mapi::HRESULT hr = MAPIProp().SetProps(static_cast<mapi::ULONG>(values.size()), values.data(), Out(problems));
     CheckMAPIResult(*this, u"SetProps", hr);
-    for (mapi::ULONG i = 0; problems && i < problems->cProblem; ++i)
-        CheckMAPIResult(*this, u"SetProps", problems->aProblem[i].scode);
+    return problems;
 }
 
-void TKwMAPIProp::DeleteTags(const std::vector<mapi::ULONG>& tags)
+TKwMAPIBuffer<mapi::SPropProblemArray> TKwMAPIProp::DeleteTags(const std::vector<mapi::ULONG>& tags)
 {
-    if (tags.empty())
-        return;
-    TKwMAPITagArray array(tags);
     TKwMAPIBuffer<mapi::SPropProblemArray> problems(*this);
+    if (tags.empty())
+        return problems;
+    TKwMAPITagArray array(tags);
     CheckMAPIResult(*this, u"DeleteProps", MAPIProp().DeleteProps(array.Get(), Out(problems)));
+    // What was not there is deleted, as was wanted.
     for (mapi::ULONG i = 0; problems && i < problems->cProblem; ++i)
-        if (problems->aProblem[i].scode != mapi::MAPI_E_NOT_FOUND)
-            CheckMAPIResult(*this, u"DeleteProps", problems->aProblem[i].scode);
+        if (problems->aProblem[i].scode == mapi::MAPI_E_NOT_FOUND)
+            problems->aProblem[i].scode = mapi::S_OK;
+    return problems;
+}
+
+void TKwMAPIProp::CheckProblems(WideView methodName, const TKwMAPIBuffer<mapi::SPropProblemArray>& problems)
+{
+    for (mapi::ULONG i = 0; problems && i < problems->cProblem; ++i)
+        CheckMAPIResult(*this, methodName, problems->aProblem[i].scode);
 }
 
 void TKwMAPIProp::PersistPendingChanges()
@@ -390,10 +407,12 @@ void TKwMAPIProp::PersistPendingChanges()
             values.push_back(item->GetMAPIValue());
         }
     }
-    WriteValues(values);
-    FItems->MarkWritten(written);
-    DeleteTags(tags);
-    FItems->MarkWritten(deleted);
+    const TKwMAPIBuffer<mapi::SPropProblemArray> unwritten = WriteValues(values);
+    FItems->MarkWritten(written, unwritten.Get());
+    CheckProblems(u"SetProps", unwritten);
+    const TKwMAPIBuffer<mapi::SPropProblemArray> undeleted = DeleteTags(tags);
+    FItems->MarkWritten(deleted, undeleted.Get());
+    CheckProblems(u"DeleteProps", undeleted);
 }
 
 void TKwMAPIProp::SaveChanges(TKwMAPISaveMethod saveMethod)

@@ -162,10 +162,11 @@ private:
     [[nodiscard]] const TKwRef<TKwMAPIPropItem>& At(std::int32_t index) const;
     [[nodiscard]] static bool IsNamedTag(mapi::ULONG tag) noexcept;
     void UnnamedByTag(mapi::ULONG tag);
-    void MarkWritten(const std::vector<TKwRef<TKwMAPIPropItem>>& written) noexcept;
+    /// @param problems  of the call that wrote them, null for none; an entry with S_OK is none
+    void MarkWritten(const std::vector<TKwRef<TKwMAPIPropItem>>& written,
+                     const mapi::SPropProblemArray* problems) noexcept;
     void ForgetUnmodified() noexcept;
     void ForgetTag(mapi::ULONG tag) noexcept;
-    void ReadUnread();
 
     std::vector<TKwRef<TKwMAPIPropItem>> FItems;
     std::vector<TKwMAPIPropItem*> FModified; // in the order in which they became modified

@@ -65,26 +65,6 @@ TKwRef<TKwMAPIMemoryTable> TableOf(const mapi::SRow& row)
 
 // ---- TAdviseSink
 
-mapi::HRESULT DEFTMAPI_STDCALL TKwMAPITable::TAdviseSink::QueryInterface(mapi::REFIID iid, void** object)
-{
-    if (object == nullptr)
-        return mapi::MAPI_E_INVALID_PARAMETER;
-    *object = nullptr;
-    if (iid != mapi::IID_IUnknown && iid != mapi::IID_IMAPIAdviseSink)
-        return mapi::MAPI_E_INTERFACE_NOT_SUPPORTED;
-    *object = static_cast<mapi::IMAPIAdviseSink*>(this);
-    AddRef();
-    return mapi::S_OK;
-}
-
-mapi::ULONG DEFTMAPI_STDCALL TKwMAPITable::TAdviseSink::Release()
-{
-    const mapi::ULONG left = --FRefCount;
-    if (left == 0)
-        delete this;
-    return left;
-}
-
 mapi::ULONG DEFTMAPI_STDCALL TKwMAPITable::TAdviseSink::OnNotify(mapi::ULONG count, mapi::LPNOTIFICATION notifications)
 {
     const TKwComPtr<TAdviseSink> self(this);

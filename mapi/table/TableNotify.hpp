@@ -1,10 +1,10 @@
 // What stands between the client's notifications and the sinks of a table.
 #pragma once
 
+#include "mapi/core/ComObject.hpp"
 #include "mapi/headers/uKwMAPIInterfacesH.hpp"
 #include "mapi/table/uKwMAPITable.hpp"
 
-#include <atomic>
 #include <mutex>
 
 namespace deftmapi
@@ -26,23 +26,17 @@ struct TKwMAPITable::TEvents
 /// The object that the client calls. The client may keep it and call it after the table has ended its notifications or
 /// is gone: nothing happens then.
 /// Threads: called on any thread of the client.
-class TKwMAPITable::TAdviseSink final : public mapi::IMAPIAdviseSink
+class TKwMAPITable::TAdviseSink final : public TKwComObject<mapi::IMAPIAdviseSink, mapi::IID_IMAPIAdviseSink>
 {
 public:
     explicit TAdviseSink(std::shared_ptr<TEvents> events) : FEvents(std::move(events)) {}
 
-    mapi::HRESULT DEFTMAPI_STDCALL QueryInterface(mapi::REFIID iid, void** object) override;
-    mapi::ULONG DEFTMAPI_STDCALL AddRef() override { return ++FRefCount; }
-    mapi::ULONG DEFTMAPI_STDCALL Release() override;
     mapi::ULONG DEFTMAPI_STDCALL OnNotify(mapi::ULONG count, mapi::LPNOTIFICATION notifications) override;
 
     /// Waits for a notification in progress on another thread.
     void Detach() noexcept;
 
 private:
-    ~TAdviseSink() = default;
-
-    std::atomic<mapi::ULONG> FRefCount{0};
     const std::shared_ptr<TEvents> FEvents;
     bool FConnected = true; // under the lock of the events
 };

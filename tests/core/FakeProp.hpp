@@ -186,7 +186,7 @@ public:
     }
     void DeleteProperty(TKwMAPIPropDef) override { Unused(); }
     [[nodiscard]] mapi::ULONG GetPropTag(TKwMAPIPropDef) override { Unused(); }
-    [[nodiscard]] TKwMAPIAccessLevel Get_AccessLevel() const noexcept override { return alReadWrite; }
+    [[nodiscard]] TKwMAPIAccessLevel Get_AccessLevel() const override { return alReadWrite; }
     [[nodiscard]] bool GetModified() const override { Unused(); }
     [[nodiscard]] TKwMAPIEntryID Get_EntryID() override { Unused(); }
     [[nodiscard]] TKwVariant Get_RecordKey() override { Unused(); }

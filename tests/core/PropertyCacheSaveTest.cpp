@@ -127,11 +127,21 @@ TEST_F(PropertyCacheSaveTest, AFailedSetPropsLeavesAllModified)
     EXPECT_EQ(Calls->Count("DeleteProps"), 0u);
     EXPECT_EQ(Modified(), "PR_SENSITIVITY PR_SUBJECT PR_BODY PR_IMPORTANCE ");
 
-    Bag().Problems = {{1, importance, mapi::MAPI_E_COMPUTED}};
-    EXPECT_EQ(Catch([&] { Prop->PersistPendingChanges(); }).ClassName, "EMAPI_COMPUTED");
-    EXPECT_EQ(Modified(), "PR_SENSITIVITY PR_SUBJECT PR_BODY PR_IMPORTANCE ");
+    Prop->PersistPendingChanges();
+    EXPECT_EQ(Modified(), "");
+}
+
+TEST_F(PropertyCacheSaveTest, WhatTheObjectCouldNotWriteIsRaisedAndStaysModified)
+{
+    TwoChangesAndTwoDeletions();
+    Bag().Problems = {{1, importance, mapi::MAPI_E_COMPUTED}, {99, importance, mapi::MAPI_E_COMPUTED}};
+    EXPECT_EQ(Catch([&] { Prop->PersistPendingChanges(); }).Message,
+              "TTestProp.SetProps has raised the following exception:\r\nMAPI_E_COMPUTED (-2147221222=0x8004011a)");
+    EXPECT_EQ(Calls->Take(), "SetProps(0x0037001F=\"new\", 0x00170003=2)");
+    EXPECT_EQ(Modified(), "PR_SENSITIVITY PR_BODY PR_IMPORTANCE ");
 
     Prop->PersistPendingChanges();
+    EXPECT_EQ(Calls->Take(), "SetProps(0x00170003=2)\nDeleteProps([0x00360003,0x1000001F])");
     EXPECT_EQ(Modified(), "");
 }
 
@@ -146,7 +156,7 @@ TEST_F(PropertyCacheSaveTest, AFailedDeletePropsLeavesTheDeletionsModified)
     Bag().Problems = {{0, 0x00360003, mapi::MAPI_E_NOT_FOUND}, {1, 0x1000001F, mapi::MAPI_E_COMPUTED}};
     EXPECT_EQ(Catch([&] { Prop->PersistPendingChanges(); }).Message,
               "TTestProp.DeleteProps has raised the following exception:\r\nMAPI_E_COMPUTED (-2147221222=0x8004011a)");
-    EXPECT_EQ(Modified(), "PR_SENSITIVITY PR_BODY ");
+    EXPECT_EQ(Modified(), "PR_BODY ") << "what was not there is deleted";
     EXPECT_EQ(Calls->Take(), "DeleteProps([0x00360003,0x1000001F])") << "what was written is not written again";
 }
 
