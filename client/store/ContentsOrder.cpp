@@ -99,7 +99,8 @@ class SqlVectorOrder final : public VectorOrder
 {
 public:
     SqlVectorOrder(const MessageRows& rows, const TableView& view, std::unique_ptr<MessageCondition> condition)
-        : FRows(rows), FCondition(std::move(condition)), FInstances(view.instances)
+        : FRows(rows), FCondition(std::move(condition)), FInstances(view.instances),
+          FIsNatural(view.sort.empty() && !view.instances)
     {
         FStatement.Add("SELECT m.id").Add(FInstances ? ", j.value" : "").Add(" FROM messages m");
         const auto index = MessageCondition::IndexOf(FCondition->BestPath());
@@ -109,7 +110,10 @@ public:
             FStatement.Add(" CROSS JOIN json_each(deft_call(?, ").Add(BagExpression).Add(")) j");
             FStatement.AddValue(FCalls.back().get());
         }
-        FStatement.Add(" WHERE ").Add(FRows.Membership()).Add(FCondition->Sql()).Add(" ORDER BY ");
+        FStatement.Add(" WHERE ").Add(FRows.Membership()).Add(FCondition->Sql());
+        if (FIsNatural)
+            return;
+        FStatement.Add(" ORDER BY ");
         for (const auto& sort : view.sort)
             AddKey(sort);
         const bool descending = !view.sort.empty() && view.sort.front().ulOrder == mapi::TABLE_SORT_DESCEND;
@@ -117,7 +121,7 @@ public:
     }
 
 protected:
-    std::int64_t Stamp() override { return ReadFolderState(FRows).changes; }
+    std::int64_t Stamp() override { return FRows.State().changes; }
 
     Rows Build() override
     {
@@ -128,24 +132,30 @@ protected:
             if (FInstances)
                 rows.instances.push_back(static_cast<std::uint32_t>(query.Number(1)));
         }
+        if (FIsNatural)
+            std::sort(rows.keys.begin(), rows.keys.end());
         return rows;
     }
 
-    void ReadRows(std::size_t first, std::size_t last, std::span<const ULONG> columns, const RowSink& sink) override
+    void ReadRows(std::size_t first, std::size_t last, std::span<const ULONG> columns, RowSink& sink) override
     {
-        const RowReader reader(FRows, columns, 2);
+        RowReader reader(FRows, columns, 2);
         const std::string select = "SELECT m.id, j.key" + reader.Select() +
                                    " FROM json_each(?) j CROSS JOIN messages m "
                                    "ON m.id = j.value";
-        Props values;
         for (; first < last; first += ReadPiece) {
             const std::size_t end = std::min(last, first + ReadPiece);
             Query query = FRows.Start({select, {List(first, end, false)}});
             while (query.Step()) {
-                reader.Read(query, query.Number(0), values);
+                if (!FInstances) {
+                    reader.Read(query, query.Number(0), sink);
+                    continue;
+                }
+                RowCollector one(columns.size());
+                reader.Read(query, query.Number(0), one);
                 const std::size_t at = first + static_cast<std::size_t>(query.Number(1));
-                TakeInstance(columns, FInstances, InstanceAt(at), values);
-                sink(values);
+                TakeInstance(columns, FInstances, InstanceAt(at), one.rows.front());
+                PutRow(one.rows.front(), sink);
             }
         }
     }
@@ -234,20 +244,12 @@ private:
     const MessageRows& FRows;
     std::unique_ptr<MessageCondition> FCondition;
     ULONG FInstances;
+    bool FIsNatural; // the order of the row identifiers, which need no sorter of the database
     std::vector<std::unique_ptr<SqlCallable>> FCalls;
     SqlPiece FStatement;
 };
 
 } // namespace
-
-FolderState ReadFolderState(const MessageRows& rows)
-{
-    Query query =
-        rows.store->Db().Prepare("SELECT changes, content_count, associated_count FROM folders WHERE id = ?1");
-    if (!query.Bind(1, rows.folder).Step())
-        return {};
-    return {query.Number(0), query.Number(rows.associated ? 2 : 1)};
-}
 
 std::unique_ptr<RowOrder> MakeContentsOrder(const MessageRows& rows, const TableView& view)
 {

@@ -14,14 +14,6 @@ namespace deftmapi::client
 /// @param rows  must outlive the order
 [[nodiscard]] std::unique_ptr<RowOrder> MakeContentsOrder(const MessageRows& rows, const TableView& view);
 
-/// Counters of the folder.
-struct FolderState
-{
-    std::int64_t changes = -1; ///< another number after any change of its messages; -1: the folder is gone
-    std::int64_t rows = 0;
-};
-[[nodiscard]] FolderState ReadFolderState(const MessageRows& rows);
-
 /// An order that an index gives.
 struct IndexedKey
 {

@@ -40,7 +40,15 @@ public:
 
     void Consistently(const std::function<void()>& body) override
     {
-        const Snapshot snapshot(FRows.store->Db());
+        // A statement that has a row holds its snapshot of the file as a transaction does, and this one is needed
+        // anyway.
+        Query query = FRows.StateQuery();
+        struct Reading
+        {
+            MessageRows& rows;
+            ~Reading() { rows.state.reset(); }
+        } reading{FRows};
+        FRows.state = FRows.ReadState(query);
         body();
     }
 

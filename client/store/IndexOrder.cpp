@@ -15,6 +15,12 @@ constexpr IndexedKey Keys[] = {
     {tag::Subject, "m.subject", "m.subject COLLATE deft_fold", " INDEXED BY messages_subject"},
 };
 
+/// Characters that a statement has about, for its text to grow without copies.
+constexpr std::size_t StatementSize = 768;
+/// A search looks through this many rows in the order of the table when its own index finds at least so many that fit.
+constexpr std::int64_t Near = 4096;
+constexpr std::int64_t Many = 64;
+
 class IndexOrder final : public RowOrder
 {
 public:
@@ -30,7 +36,7 @@ public:
 
     void Refresh() override
     {
-        const FolderState state = ReadFolderState(FRows);
+        const FolderState state = FRows.State();
         if (state.changes != FStamp)
             FCount = FCondition->IsEmpty() ? state.rows : -1;
         FStamp = state.changes;
@@ -40,7 +46,7 @@ public:
     {
         if (FCount < 0) {
             // Nothing has to be in order: the index of the condition, or the rows as they lie in the file.
-            const auto best = MessageCondition::IndexOf(FCondition->BestPath());
+            const auto best = FCondition->CountingIndex();
             FCount = Number(Statement("count(*)", best.empty() ? Keys[0].index : best, nullptr, {}, ""));
         }
         return FCount;
@@ -105,7 +111,8 @@ public:
         return moved;
     }
 
-    void Read(Mark& mark, std::int64_t count, std::span<const ULONG> columns, const RowSink& sink) override
+    using RowOrder::Read;
+    void Read(Mark& mark, std::int64_t count, std::span<const ULONG> columns, RowSink& sink) override
     {
         Settle(mark);
         const bool forward = count > 0;
@@ -117,28 +124,28 @@ public:
             FReader.emplace(FRows, FColumns, 2);
         }
         const std::string select = KeyColumns() + FReader->Select();
+        const std::string tail = Order(forward) + " LIMIT ?";
         std::int64_t left = forward ? count : -count;
-        std::vector<Props> reversed;
-        Props values;
         Mark last = mark;
-        for (const SqlPiece& range : Ranges(mark, forward)) {
-            if (left == 0)
-                break;
-            Query query =
-                FRows.Start(Statement(select, FIndex, nullptr, range, Order(forward) + " LIMIT " + "?").AddValue(left));
+        SqlPiece range;
+        for (int n = 0; left > 0 && Range(mark, forward, n, range); ++n) {
+            const std::int64_t before = left;
+            Query query = FRows.Start(Statement(select, FIndex, nullptr, range, tail).AddValue(left));
             while (query.Step()) {
                 last.key = query.Number(0);
-                last.sortKey = query.Value(1);
-                last.kind = forward ? Mark::Kind::After : Mark::Kind::Before;
-                --left;
-                FReader->Read(query, last.key, values);
-                if (forward)
-                    sink(values);
-                else
-                    reversed.push_back(std::move(values));
+                FReader->Read(query, last.key, sink);
+                if (--left == 0) {
+                    last.sortKey = query.Value(1);
+                    break; // the statement knows no more
+                }
             }
+            if (left > 0 && left < before) // the range has ended: the row that was its last is gone from the statement
+                Load(last.key, last);
         }
-        std::for_each(reversed.rbegin(), reversed.rend(), sink);
+        if (left < std::abs(count))
+            last.kind = forward ? Mark::Kind::After : Mark::Kind::Before;
+        if (!forward)
+            sink.Reverse();
         const std::int64_t rank = mark.kind == Mark::Kind::Beginning ? 0 : mark.rank;
         const std::int64_t read = (forward ? count : -count) - left;
         mark = last;
@@ -159,7 +166,19 @@ public:
         std::string_view index = MessageCondition::IndexOf(condition.BestPath());
         if (index.empty() || (condition.BestPath() == MessageCondition::Path::Unread && FKey.tag != tag::DeliveryTime))
             index = FIndex;
-        for (const SqlPiece& range : Ranges(mark, !backward)) {
+        // An index that finds many rows would have all of them sorted for the first one. Where there are many, one of
+        // them is near in the order of the table.
+        if (condition.BestPath() > MessageCondition::Path::SearchKey && index != FIndex &&
+            CountUpTo(Many, &condition, index, {}) == Many)
+        {
+            const auto near = FindNear(mark, !backward, condition);
+            if (near) {
+                mark = *near;
+                return true;
+            }
+        }
+        SqlPiece range;
+        for (int n = 0; Range(mark, !backward, n, range); ++n) {
             Query query = FRows.Start(Statement(KeyColumns(), index, &condition, range, Order(!backward) + " LIMIT 1"));
             if (query.Step()) {
                 mark = MarkOf(query);
@@ -191,6 +210,7 @@ private:
                                      const SqlPiece& range, std::string_view tail) const
     {
         SqlPiece piece;
+        piece.sql.reserve(StatementSize);
         piece.Add("SELECT ").Add(select).Add(" FROM messages m").Add(index).Add(" WHERE ").Add(FRows.Membership());
         piece.Add(FCondition->Sql());
         if (wanted)
@@ -246,32 +266,67 @@ private:
         return (FKey.key ? " ORDER BY " + std::string(FKey.key) + direction + ", m.id" : " ORDER BY m.id") + direction;
     }
 
-    /// The ranges of the index on one side of the mark, the nearest first.
-    [[nodiscard]] std::vector<SqlPiece> Ranges(const Mark& mark, bool forward) const
+    /// The n-th range of the index on one side of the mark, the nearest first. @returns false: there are no more
+    [[nodiscard]] bool Range(const Mark& mark, bool forward, int n, SqlPiece& range) const
     {
         if (mark.kind == (forward ? Mark::Kind::End : Mark::Kind::Beginning))
-            return {};
+            return false;
+        range = SqlPiece();
+        if (mark.kind == Mark::Kind::Beginning || mark.kind == Mark::Kind::End)
+            return n == 0; // the whole index, which has rows without a value before all others
         const bool up = forward != FDescending;
-        const bool fromEnd = mark.kind == Mark::Kind::Beginning || mark.kind == Mark::Kind::End;
         const bool inclusive = (mark.kind == Mark::Kind::Before) == forward;
-        const std::string beyond = std::string(" AND m.id ") + (up ? ">" : "<") + (inclusive ? "= ?" : " ?");
+        const std::string_view beyond =
+            up ? (inclusive ? " AND m.id >= ?" : " AND m.id > ?") : (inclusive ? " AND m.id <= ?" : " AND m.id < ?");
         if (!FKey.key) {
-            if (fromEnd)
-                return {SqlPiece()};
-            return {{beyond, {mark.key}}};
+            range.Add(beyond).AddValue(mark.key);
+            return n == 0;
         }
-        const std::string key = std::string(" AND ") + FKey.key;
-        const SqlPiece without{" AND " + std::string(FKey.column) + " IS NULL", {}};
-        const SqlPiece with{" AND " + std::string(FKey.column) + " IS NOT NULL", {}};
-        if (fromEnd)
-            return up ? std::vector{without, with} : std::vector{with, without};
-        if (std::holds_alternative<std::monostate>(mark.sortKey)) {
-            SqlPiece rest{without.sql + beyond, {mark.key}};
-            return up ? std::vector{rest, with} : std::vector{rest};
+        const bool withoutValue = std::holds_alternative<std::monostate>(mark.sortKey);
+        if (n == 0 && withoutValue)
+            range.Add(" AND ").Add(FKey.column).Add(" IS NULL").Add(beyond).AddValue(mark.key);
+        else if (n == 0)
+            range.Add(" AND ").Add(FKey.key).Add(" = ?").AddValue(mark.sortKey).Add(beyond).AddValue(mark.key);
+        else if (n == 1 && withoutValue && up)
+            range.Add(" AND ").Add(FKey.column).Add(" IS NOT NULL");
+        else if (n == 1 && !withoutValue)
+            range.Add(" AND ").Add(FKey.key).Add(up ? " > ?" : " < ?").AddValue(mark.sortKey);
+        else if (n == 2 && !withoutValue && !up)
+            range.Add(" AND ").Add(FKey.column).Add(" IS NULL");
+        else
+            return false;
+        return true;
+    }
+
+    /// Counts rows, but no more than so many.
+    [[nodiscard]] std::int64_t CountUpTo(std::int64_t most, const MessageCondition* condition, std::string_view index,
+                                         const SqlPiece& range) const
+    {
+        SqlPiece statement;
+        statement.Add("SELECT count(*) FROM (").Add(Statement("1", index, condition, range, " LIMIT ?"));
+        return Number(statement.AddValue(most).Add(")"));
+    }
+
+    /// Looks at the next rows in the order of the table, a limited number of them.
+    [[nodiscard]] std::optional<Mark> FindNear(const Mark& mark, bool forward, const MessageCondition& condition) const
+    {
+        std::int64_t left = Near;
+        SqlPiece range;
+        for (int n = 0; left > 0 && Range(mark, forward, n, range); ++n) {
+            // The inner statement gives its rows one by one, so that the first that fits ends it.
+            SqlPiece fits;
+            fits.Add("m.id AS id, ").Add(FKey.column ? FKey.column : "NULL").Add(" AS sort_key, (1");
+            fits.Add(condition.Sql()).Add(") AS fits");
+            SqlPiece statement;
+            statement.Add("SELECT id, sort_key FROM (SELECT ").Add(fits).Add(" FROM messages m").Add(FIndex);
+            statement.Add(" WHERE ").Add(FRows.Membership()).Add(FCondition->Sql()).Add(range);
+            statement.Add(Order(forward)).Add(" LIMIT ?").AddValue(left).Add(") WHERE fits LIMIT 1");
+            Query query = FRows.Start(statement);
+            if (query.Step())
+                return MarkOf(query);
+            left -= CountUpTo(left, nullptr, FIndex, range);
         }
-        SqlPiece equal{key + " = ?" + beyond, {mark.sortKey, mark.key}};
-        SqlPiece other{key + (up ? " > ?" : " < ?"), {mark.sortKey}};
-        return up ? std::vector{equal, other} : std::vector{equal, other, without};
+        return std::nullopt;
     }
 
     [[nodiscard]] std::int64_t CountRange(const SqlPiece& range) const
@@ -281,7 +336,8 @@ private:
     [[nodiscard]] std::int64_t CountBeside(const Mark& mark, bool forward) const
     {
         std::int64_t count = 0;
-        for (const SqlPiece& range : Ranges(mark, forward))
+        SqlPiece range;
+        for (int n = 0; Range(mark, forward, n, range); ++n)
             count += CountRange(range);
         return count;
     }
@@ -290,7 +346,8 @@ private:
     bool Skip(const Mark& mark, bool forward, std::int64_t rows, Mark& found, std::int64_t& passed) const
     {
         passed = 0;
-        for (const SqlPiece& range : Ranges(mark, forward)) {
+        SqlPiece range;
+        for (int n = 0; Range(mark, forward, n, range); ++n) {
             {
                 Query query =
                     FRows.Start(Statement(KeyColumns(), FIndex, nullptr, range, Order(forward) + " LIMIT 1 OFFSET ?")

@@ -21,11 +21,27 @@ constexpr auto sMayBeCut = 127;
 // SQL's own limits on nesting and on the depth of a tree are near; beyond these the evaluator takes the whole branch.
 constexpr int SqlDepth = 12;
 constexpr std::size_t SqlChildren = 200;
+constexpr std::size_t SqlParts =
+    400; // of the whole restriction: 1,000 are the levels of a statement, and each part of a chain is one
+// A text of fewer bytes was not cut for its column: it was, then it has at least one byte for each of 254 units.
+constexpr std::size_t WholeBytes = 254;
 // Behind every text that begins with what precedes it.
 constexpr WideView Last = u"\uFFFF\uFFFF\uFFFF\uFFFF";
 constexpr std::size_t SearchKeySize = 256;
 
 constexpr std::array<const char*, 6> Operators = {"<", "<=", ">", ">=", "=", "<>"};
+
+/// Where the texts end that begin with this one, in the order of the column.
+std::string Behind(const WideString& text)
+{
+    // Comparing ASCII is much faster: the character behind the last one, if it has no other case.
+    if (!text.empty() && text.back() < 0x7F) {
+        WideString end = KwUpperCase(text);
+        end.back() = end.back() == u'`' ? u'{' : static_cast<char16_t>(end.back() + 1);
+        return PackText(end);
+    }
+    return PackText(WideString(text).append(Last));
+}
 
 /// No literal: SQLite drops a condition that it knows to be false, and with it what the index in the statement needs.
 SqlPiece Constant(bool value)
@@ -102,8 +118,11 @@ public:
 
     void Call(const SqlArguments& arguments, const SqlResult& result) const override
     {
-        if (FIsText && arguments.IsNull(1)) { // searches look at every row: nothing is copied
-            result.Set(std::int64_t{!arguments.IsNull(2) && FRestriction.MatchesPackedText(arguments.Text(2))});
+        if (FIsText) { // searches look at every row: nothing is copied
+            const std::string_view text = arguments.Text(2);
+            result.Set(
+                std::int64_t{text.data() && (text.size() < WholeBytes ? FRestriction.MatchesPackedText(text)
+                                                                      : MatchesWhole(arguments.Number(0), text))});
             return;
         }
         const std::int64_t row = arguments.Number(0);
@@ -139,11 +158,28 @@ public:
         result.Set(std::int64_t{FRestriction.Matches(lookup, subRows)});
     }
 
+    /// A search in one text column, which needs no packed list.
+    [[nodiscard]] bool IsText() const { return FIsText; }
+
 private:
+    [[nodiscard]] bool MatchesWhole(std::int64_t row, std::string_view column) const
+    {
+        Query query = FRows.store->Db().Prepare(BagOfMessage);
+        std::optional<Prop> whole;
+        const ULONG id = FPlaces.front().tag >> 16;
+        if (query.Bind(1, row).Step())
+            FRows.store->Unpack(
+                query.Blob(0), [id](ULONG each) { return each == id; },
+                [&whole](Prop prop) { whole = std::move(prop); });
+        if (!whole)
+            return FRestriction.MatchesPackedText(column);
+        return FRestriction.Matches([&whole](ULONG) -> const Prop& { return *whole; });
+    }
+
     const MessageRows& FRows;
     const Restriction& FRestriction;
     std::vector<Place> FPlaces;
-    bool FIsText = false; // a search in one text column
+    bool FIsText = false;
 };
 
 bool IsShortText(const Prop& value)
@@ -199,7 +235,7 @@ std::optional<SqlPiece> ColumnCondition(const Restriction& restriction)
         if (restriction.Operator() == (FL_PREFIX | FL_IGNORECASE) && IsShortText(restriction.Value())) {
             const auto& text = std::get<WideString>(restriction.Value().data);
             return SqlPiece{"(" + name + " COLLATE deft_fold >= ? AND " + name + " COLLATE deft_fold < ?)",
-                            {PackText(text), PackText(WideString(text).append(Last))}};
+                            {PackText(text), Behind(text)}};
         }
         return std::nullopt;
     default:
@@ -224,12 +260,29 @@ std::int64_t RowNamed(const MessageRows& rows, const Restriction& restriction)
 } // namespace
 
 MessageCondition::MessageCondition(const MessageRows& rows, std::shared_ptr<const Restriction> restriction)
-    : FRows(rows), FRestriction(std::move(restriction))
+    : FRows(rows), FRestriction(std::move(restriction)), FBudget(SqlParts)
 {
     if (!FRestriction)
         return;
     FindPath(*FRestriction);
-    FSql.Add(FNarrowing).Add(" AND (").Add(Compile(*FRestriction, true, 0)).Add(")");
+    FSql.Add(FNarrowing);
+    if (FExact != FRestriction.get())
+        FSql.Add(" AND (").Add(Compile(*FRestriction, true, 0)).Add(")");
+}
+
+std::string_view MessageCondition::CountingIndex() const
+{
+    if (FPath != Path::None || !FRestriction)
+        return IndexOf(FPath);
+    std::set<ULONG> tags;
+    FRestriction->CollectTags(tags);
+    const auto only = [&tags](ULONG wanted) {
+        return std::all_of(tags.begin(), tags.end(),
+                           [wanted](ULONG tag) { return tag >> 16 == wanted >> 16 || !FindMessageColumn(tag >> 16); });
+    };
+    if (only(tag::Subject))
+        return " INDEXED BY messages_subject";
+    return only(tag::DeliveryTime) ? " INDEXED BY messages_delivery" : "";
 }
 
 std::string_view MessageCondition::IndexOf(Path path)
@@ -248,11 +301,12 @@ std::string_view MessageCondition::IndexOf(Path path)
     }
 }
 
-void MessageCondition::Consider(Path path, std::string_view sql, std::vector<SqlValue> values)
+void MessageCondition::Consider(Path path, std::string_view sql, std::vector<SqlValue> values, const Restriction* exact)
 {
     if (path >= FPath)
         return;
     FPath = path;
+    FExact = exact;
     FNarrowing = {" AND " + std::string(sql), std::move(values)};
 }
 
@@ -267,15 +321,15 @@ void MessageCondition::FindPath(const Restriction& restriction)
         return;
     case RES_BITMASK:
         if (id == tag::MessageFlags >> 16 && restriction.Number() == MSGFLAG_READ && restriction.Operator() == BMR_EQZ)
-            Consider(Path::Unread, "(m.flags & 1) = 0", {});
+            Consider(Path::Unread, "(m.flags & 1) = 0", {}, &restriction);
         return;
     case RES_PROPERTY:
         if (const std::int64_t row = RowNamed(FRows, restriction)) {
-            Consider(Path::Row, "m.id = ?", {row});
+            Consider(Path::Row, "m.id = ?", {row}, &restriction);
         } else if (id == tag::SearchKey >> 16 && restriction.Operator() == RELOP_EQ) {
             const auto* bytes = std::get_if<Bytes>(&restriction.Value().data);
             if (bytes && !bytes->empty() && bytes->size() <= SearchKeySize)
-                Consider(Path::SearchKey, "m.search_key = ?", {*bytes});
+                Consider(Path::SearchKey, "m.search_key = ?", {*bytes}, &restriction);
         }
         break;
     case RES_CONTENT:
@@ -290,11 +344,13 @@ void MessageCondition::FindPath(const Restriction& restriction)
                                                           : (restriction.Operator() & ~FL_IGNORECASE) == FL_FULLSTRING;
     const bool beginning =
         restriction.Kind() == RES_CONTENT && (restriction.Operator() & ~FL_IGNORECASE) == FL_PREFIX && !text.empty();
+    const Restriction* exact =
+        restriction.Kind() == RES_PROPERTY || restriction.Operator() & FL_IGNORECASE ? &restriction : nullptr;
     if (whole)
-        Consider(Path::Subject, "m.subject COLLATE deft_fold = ?", {PackText(text)});
+        Consider(Path::Subject, "m.subject COLLATE deft_fold = ?", {PackText(text)}, exact);
     else if (beginning)
         Consider(Path::Subject, "m.subject COLLATE deft_fold >= ? AND m.subject COLLATE deft_fold < ?",
-                 {PackText(text), PackText(WideString(text).append(Last))});
+                 {PackText(text), Behind(text)}, exact);
 }
 
 SqlPiece MessageCondition::CallEvaluator(const Restriction& restriction)
@@ -322,6 +378,8 @@ SqlPiece MessageCondition::CallEvaluator(const Restriction& restriction)
             cut.append(cut.empty() ? "" : " OR ").append("length(").append(name).append(") = 0");
     }
     std::string bag = "NULL";
+    if (evaluator->IsText())
+        cut.clear();
     if (wholeBag)
         bag = BagExpression;
     else if (!cut.empty())
@@ -333,6 +391,8 @@ SqlPiece MessageCondition::CallEvaluator(const Restriction& restriction)
 
 SqlPiece MessageCondition::Compile(const Restriction& restriction, bool positive, int depth)
 {
+    if (&restriction == FExact)
+        return Constant(true);
     const auto& children = restriction.Children();
     switch (restriction.Kind()) {
     case RES_AND:
@@ -340,8 +400,9 @@ SqlPiece MessageCondition::Compile(const Restriction& restriction, bool positive
         const bool isAnd = restriction.Kind() == RES_AND;
         if (children.empty())
             return Constant(isAnd);
-        if (depth >= SqlDepth || children.size() > SqlChildren)
+        if (depth >= SqlDepth || children.size() > std::min(SqlChildren, FBudget))
             return CallEvaluator(restriction);
+        FBudget -= children.size();
         SqlPiece piece;
         for (const Restriction& child : children)
             piece.Add(piece.sql.empty() ? "(" : (isAnd ? " AND " : " OR ")).Add(Compile(child, positive, depth + 1));

@@ -3,6 +3,7 @@
 #include "client/store/StoreObjects.hpp"
 
 #include <algorithm>
+#include <cstring>
 
 namespace deftmapi::client
 {
@@ -11,6 +12,12 @@ namespace
 
 constexpr ULONG LongTermEntryId = 0x66700102;
 constexpr ULONG RowType = 0x0FF50003;
+
+/// Every identifier of ours ends with the row.
+void PutIdentity(Bytes& id, std::int64_t row)
+{
+    std::memcpy(id.data() + id.size() - sizeof row, &row, sizeof row);
+}
 
 } // namespace
 
@@ -66,6 +73,26 @@ SqlPiece MessageRows::Membership() const
     return {"m.folder = ? AND m.associated = ?", {folder, std::int64_t{associated}}};
 }
 
+Query MessageRows::StateQuery() const
+{
+    Query query = store->Db().Prepare("SELECT changes, content_count, associated_count FROM folders WHERE id = ?1");
+    query.Bind(1, folder);
+    return query;
+}
+
+FolderState MessageRows::ReadState(Query& query) const
+{
+    return query.Step() ? FolderState{query.Number(0), query.Number(associated ? 2 : 1)} : FolderState();
+}
+
+FolderState MessageRows::State() const
+{
+    if (state)
+        return *state;
+    Query query = StateQuery();
+    return ReadState(query);
+}
+
 Query MessageRows::Start(const SqlPiece& statement) const
 {
     Query query = store->Db().Prepare(statement.sql);
@@ -77,12 +104,19 @@ RowReader::RowReader(const MessageRows& rows, std::span<const ULONG> tags, int f
 {
     bool bag = false;
     for (const ULONG tag : tags) {
-        const MessageColumn* column = FindMessageColumn(tag >> 16);
-        FPlaces.push_back({tag, column, column ? first++ : 0});
-        if (column)
+        const ULONG id = tag >> 16;
+        if (const MessageColumn* column = FindMessageColumn(id)) {
             FSelect.append(", m.").append(column->name);
-        else
-            bag = bag || !MessageRows::IsComputed(tag >> 16);
+            FPlaces.push_back({tag, Kind::Column, column, first++, {}});
+        } else if (!MessageRows::IsComputed(id)) {
+            FPlaces.push_back({tag, Kind::Bag, nullptr, 0, {}});
+            bag = true;
+        } else {
+            auto one = rows.Computed(1, id);
+            const auto two = rows.Computed(2, id);
+            const Kind kind = one && two && one->data != two->data ? Kind::Identity : Kind::Constant;
+            FPlaces.push_back({tag, kind, nullptr, 0, one ? std::move(*one) : ErrorProp(tag, mapi::MAPI_E_NOT_FOUND)});
+        }
     }
     if (bag) {
         FBag = first;
@@ -90,27 +124,78 @@ RowReader::RowReader(const MessageRows& rows, std::span<const ULONG> tags, int f
     }
 }
 
-void RowReader::Read(const Query& query, std::int64_t row, Props& values) const
+Props RowReader::ReadBag(std::span<const std::uint8_t> packed) const
 {
-    PropertyBag bag;
-    if (FBag) {
-        const auto wanted = [this](ULONG id) {
-            return std::any_of(FPlaces.begin(), FPlaces.end(),
-                               [id](const Place& place) { return !place.column && place.tag >> 16 == id; });
-        };
-        FRows.store->Unpack(query.Blob(FBag), wanted, [&](Prop prop) { bag.Set(std::move(prop)); });
+    Props found(FPlaces.size());
+    const auto wanted = [this](ULONG id) {
+        return std::any_of(FPlaces.begin(), FPlaces.end(),
+                           [id](const Place& place) { return place.kind == Kind::Bag && place.tag >> 16 == id; });
+    };
+    FRows.store->Unpack(packed, wanted, [&](const Prop& prop) {
+        for (std::size_t i = 0; i < found.size(); ++i) {
+            if (FPlaces[i].tag >> 16 == prop.Id())
+                found[i] = prop;
+        }
+    });
+    return found;
+}
+
+void RowReader::PutColumn(const Query& query, std::int64_t row, std::size_t at, RowSink& sink) const
+{
+    const Place& place = FPlaces[at];
+    const ULONG tag = place.column->tag;
+    const auto missing = [&] { sink.Value(at, ErrorProp(place.tag, mapi::MAPI_E_NOT_FOUND)); };
+    switch (tag & 0xFFFF) {
+    case mapi::PT_UNICODE: {
+        const auto text = query.Text(place.index);
+        return text.data() ? sink.Text(at, tag, text) : missing();
     }
-    values.clear();
-    for (const Place& place : FPlaces) {
-        std::optional<Prop> value;
-        if (place.column)
-            value = ReadColumn(query, place.index, *place.column);
-        else if (const Prop* stored = bag.Find(place.tag >> 16))
-            value = *stored;
-        else
-            value = FRows.Computed(row, place.tag >> 16);
-        values.push_back(value ? std::move(*value) : ErrorProp(place.tag, mapi::MAPI_E_NOT_FOUND));
+    case mapi::PT_BINARY: {
+        const auto bytes = query.Blob(place.index);
+        if (bytes.empty() && query.IsNull(place.index))
+            return missing();
+        if (bytes.empty()) { // really so, or too large for the column
+            Query bag = FRows.store->Db().Prepare(BagOfMessage);
+            std::optional<Prop> whole;
+            if (bag.Bind(1, row).Step())
+                FRows.store->Unpack(
+                    bag.Blob(0), [tag](ULONG id) { return id == tag >> 16; },
+                    [&whole](Prop prop) { whole = std::move(prop); });
+            if (whole)
+                return sink.Value(at, std::move(*whole));
+        }
+        return sink.Binary(at, tag, bytes);
     }
+    default: {
+        const std::int64_t number = query.Number(place.index);
+        return number != 0 || !query.IsNull(place.index) ? sink.Number(at, tag, number) : missing();
+    }
+    }
+}
+
+void RowReader::Read(const Query& query, std::int64_t row, RowSink& sink)
+{
+    Props bag;
+    if (FBag)
+        bag = ReadBag(query.Blob(FBag));
+    for (std::size_t i = 0; i < FPlaces.size(); ++i) {
+        Place& place = FPlaces[i];
+        switch (place.kind) {
+        case Kind::Column:
+            PutColumn(query, row, i, sink);
+            break;
+        case Kind::Bag:
+            sink.Value(i, bag[i].tag ? std::move(bag[i]) : ErrorProp(place.tag, mapi::MAPI_E_NOT_FOUND));
+            break;
+        case Kind::Identity:
+            PutIdentity(std::get<Bytes>(place.value.data), row);
+            sink.Binary(i, place.value.tag, std::get<Bytes>(place.value.data));
+            break;
+        default:
+            sink.Value(i, place.value);
+        }
+    }
+    sink.EndRow();
 }
 
 } // namespace deftmapi::client

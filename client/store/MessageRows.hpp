@@ -4,6 +4,7 @@
 
 #include "client/store/MessageRecords.hpp"
 #include "client/table/Restriction.hpp"
+#include "client/table/RowSource.hpp"
 
 namespace deftmapi::client
 {
@@ -20,12 +21,26 @@ struct SqlPiece
     SqlPiece& AddValue(SqlValue value);
 };
 
+/// Counters of a folder.
+struct FolderState
+{
+    std::int64_t changes = -1; ///< another number after any change of its messages; -1: the folder is gone
+    std::int64_t rows = 0;
+};
+
 /// Which folder, and which of its two lists.
 struct MessageRows
 {
     StorePtr store;
     std::int64_t folder = 0;
     bool associated = false;
+    std::optional<FolderState> state = {}; ///< of the snapshot in which a call reads, while there is one
+
+    /// A statement whose first row is the state.
+    [[nodiscard]] Query StateQuery() const;
+    [[nodiscard]] FolderState ReadState(Query& query) const;
+    /// The state, read when it is not known.
+    [[nodiscard]] FolderState State() const;
 
     /// What is not stored: identity, parent, access; nothing for other identifiers.
     [[nodiscard]] std::optional<Prop> Computed(std::int64_t row, ULONG id) const;
@@ -45,15 +60,28 @@ public:
     /// ", m.subject, …" for the list of results; alias m is the message.
     [[nodiscard]] const std::string& Select() const { return FSelect; }
     /// @param row  the row identifier of the message
-    void Read(const Query& query, std::int64_t row, Props& values) const;
+    void Read(const Query& query, std::int64_t row, RowSink& sink);
 
 private:
+    enum class Kind
+    {
+        Column,
+        Bag,      // in the packed list
+        Constant, // computed, the same for all rows
+        Identity  // computed: constant bytes and then the row
+    };
     struct Place
     {
         ULONG tag;
-        const MessageColumn* column; // null: in the packed list, or computed
+        Kind kind;
+        const MessageColumn* column;
         int index;
+        Prop value; // of computed ones
     };
+    void PutColumn(const Query& query, std::int64_t row, std::size_t at, RowSink& sink) const;
+    /// What the packed list has, place by place; tag 0 where it has nothing.
+    [[nodiscard]] Props ReadBag(std::span<const std::uint8_t> packed) const;
+
     const MessageRows& FRows;
     std::vector<Place> FPlaces;
     std::string FSelect;
@@ -81,12 +109,16 @@ public:
     [[nodiscard]] Path BestPath() const { return FPath; }
     /// " INDEXED BY …" for the best path, or nothing.
     [[nodiscard]] static std::string_view IndexOf(Path path);
+    /// " INDEXED BY …" for a statement that counts the rows in any order: it need not look at the messages themselves
+    /// when all that the condition asks for is in the index. Or nothing.
+    [[nodiscard]] std::string_view CountingIndex() const;
     /// " AND …" the whole condition with what the index of the best path needs to see; or nothing.
     [[nodiscard]] const SqlPiece& Sql() const { return FSql; }
 
 private:
     void FindPath(const Restriction& restriction);
-    void Consider(Path path, std::string_view sql, std::vector<SqlValue> values);
+    /// @param exact  the restriction, when the statement with the index decides it whole
+    void Consider(Path path, std::string_view sql, std::vector<SqlValue> values, const Restriction* exact);
     /// @param positive  where NULL counts as false
     [[nodiscard]] SqlPiece Compile(const Restriction& restriction, bool positive, int depth);
     [[nodiscard]] SqlPiece CallEvaluator(const Restriction& restriction);
@@ -97,9 +129,12 @@ private:
     SqlPiece FSql;
     SqlPiece FNarrowing;
     Path FPath = Path::None;
+    const Restriction* FExact = nullptr;
+    std::size_t FBudget; // parts that may still become SQL
 };
 
-/// The packed properties of the message as an expression.
+/// The packed properties of a message, and the same of alias m as an expression.
+inline constexpr auto BagOfMessage = "SELECT props FROM bags WHERE message = ?1";
 inline constexpr std::string_view BagExpression = "(SELECT props FROM bags WHERE message = m.id)";
 
 } // namespace deftmapi::client

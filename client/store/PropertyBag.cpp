@@ -5,6 +5,7 @@
 
 #include "client/entry/Guard.hpp"
 
+#include <algorithm>
 #include <bit>
 #include <cstring>
 
@@ -248,9 +249,18 @@ std::string PackText(WideView text)
 
 WideString UnpackText(std::string_view text)
 {
-    WideString out;
-    out.reserve(text.size());
-    for (std::size_t i = 0; i < text.size();) {
+    WideString out(text.size(), u'\0'); // no text has more units than bytes
+    out.resize(UnpackText(text, std::span(out.data(), out.size())));
+    return out;
+}
+
+std::size_t UnpackText(std::string_view text, std::span<char16_t> to)
+{
+    std::size_t i = 0;
+    std::size_t units = 0;
+    for (const std::size_t both = std::min(text.size(), to.size()); i < both && !(text[i] & 0x80); ++i)
+        to[i] = static_cast<char16_t>(text[i]);
+    for (units = i; i < text.size() && units < to.size();) {
         const auto lead = static_cast<unsigned char>(text[i]);
         const std::size_t length = lead < 0x80 ? 1 : (lead < 0xE0 ? 2 : (lead < 0xF0 ? 3 : 4));
         if (i + length > text.size())
@@ -260,12 +270,14 @@ WideString UnpackText(std::string_view text)
             c = c << 6 | (static_cast<unsigned char>(text[i + k]) & 0x3F);
         i += length;
         if (c >= 0x10000) {
-            out.push_back(static_cast<char16_t>(0xD800 + ((c - 0x10000) >> 10)));
+            to[units++] = static_cast<char16_t>(0xD800 + ((c - 0x10000) >> 10));
             c = 0xDC00 + ((c - 0x10000) & 0x3FF);
+            if (units == to.size())
+                break;
         }
-        out.push_back(static_cast<char16_t>(c));
+        to[units++] = static_cast<char16_t>(c);
     }
-    return out;
+    return units;
 }
 
 } // namespace deftmapi::client

@@ -58,5 +58,7 @@ void UnpackProps(std::span<const std::uint8_t> packed, const std::function<BlobP
 /// UTF-8 that keeps lone surrogates (three bytes each), so that any UTF-16 text comes back as it was.
 [[nodiscard]] std::string PackText(WideView text);
 [[nodiscard]] WideString UnpackText(std::string_view text);
+/// The same into the caller's memory: as many units as there is room for. @returns how many
+[[nodiscard]] std::size_t UnpackText(std::string_view text, std::span<char16_t> to);
 
 } // namespace deftmapi::client

@@ -368,6 +368,13 @@ MapiBuffer<SPropValue> ToInterface(std::span<const Prop> props)
     return buffer;
 }
 
+std::size_t LayOut(const Prop& prop, SPropValue& out, std::size_t start, std::byte* buffer)
+{
+    Layout layout(start, buffer);
+    layout.Write(prop, out);
+    return layout.Size();
+}
+
 MapiBuffer<SPropTagArray> MakeTagArray(std::span<const ULONG> tags)
 {
     auto array = AllocateAs<SPropTagArray>(sizeof(SPropTagArray) + tags.size() * sizeof(ULONG));

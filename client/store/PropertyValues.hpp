@@ -78,6 +78,10 @@ using Props = std::vector<Prop>;
 /// Lays the values out in one MAPI buffer. @throws std::bad_alloc
 [[nodiscard]] MapiBuffer<mapi::SPropValue> ToInterface(std::span<const Prop> props);
 
+/// Lays one value out: the structure, and what it points to behind the first `start` bytes of the buffer. Without a
+/// buffer it measures. @returns the size with this value
+std::size_t LayOut(const Prop& prop, mapi::SPropValue& out, std::size_t start, std::byte* buffer);
+
 /// A tag array in a MAPI buffer.
 [[nodiscard]] MapiBuffer<mapi::SPropTagArray> MakeTagArray(std::span<const ULONG> tags);
 /// A problem array in a MAPI buffer, or none when there are no problems.

@@ -87,6 +87,49 @@ bool Contains(const T& text, const T& pattern, ULONG level, Equal equal)
     }
 }
 
+bool IsAsciiText(std::string_view text)
+{
+    std::uint64_t all = 0;
+    std::size_t i = 0;
+    for (std::uint64_t piece = 0; i + sizeof piece <= text.size(); i += sizeof piece) {
+        std::memcpy(&piece, text.data() + i, sizeof piece);
+        all |= piece;
+    }
+    for (; i < text.size(); ++i)
+        all |= static_cast<std::uint64_t>(text[i] & 0x80);
+    return (all & 0x8080808080808080u) == 0;
+}
+
+char UpperAscii(char c)
+{
+    return c >= 'a' && c <= 'z' ? static_cast<char>(c - 32) : c;
+}
+
+/// Whether ASCII of at least the pattern's length begins with it, which is in upper case.
+bool BeginsWithFolded(const char* text, std::string_view pattern)
+{
+    for (std::size_t i = 0; i < pattern.size(); ++i) {
+        if (UpperAscii(text[i]) != pattern[i])
+            return false;
+    }
+    return true;
+}
+
+/// The same anywhere in the text.
+bool ContainsFolded(std::string_view text, std::string_view pattern)
+{
+    if (pattern.empty())
+        return true;
+    const char upper = pattern.front();
+    const char lower = upper >= 'A' && upper <= 'Z' ? static_cast<char>(upper + 32) : upper;
+    const char* const last = text.data() + (text.size() - pattern.size());
+    for (const char* at = text.data(); at <= last; ++at) {
+        if ((*at == upper || *at == lower) && BeginsWithFolded(at, pattern))
+            return true;
+    }
+    return false;
+}
+
 } // namespace
 
 WideString Restriction::Fold(WideView text, ULONG fuzzyLevel)
@@ -113,12 +156,20 @@ bool Restriction::MatchesText(WideView text) const
 
 bool Restriction::MatchesPackedText(std::string_view text) const
 {
-    const auto up = [](char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 32) : c; };
-    if (!FAsciiPattern || std::any_of(text.begin(), text.end(), [](char c) { return (c & 0x80) != 0; }))
+    if (!FAsciiPattern || !IsAsciiText(text))
         return MatchesText(UnpackText(text));
     if (!(FOperator & (FL_IGNORECASE | FL_LOOSE)))
         return Contains(text, std::string_view(FBytePattern), FOperator, std::equal_to<>());
-    return Contains(text, std::string_view(FBytePattern), FOperator, [up](char a, char b) { return up(a) == up(b); });
+    if (text.size() < FBytePattern.size())
+        return false;
+    switch (FOperator & 0xFFFF) {
+    case FL_PREFIX:
+        return BeginsWithFolded(text.data(), FBytePattern);
+    case FL_SUBSTRING:
+        return ContainsFolded(text, FBytePattern);
+    default:
+        return text.size() == FBytePattern.size() && BeginsWithFolded(text.data(), FBytePattern);
+    }
 }
 
 bool Restriction::MatchesContent(const Prop& value) const

@@ -44,9 +44,47 @@ struct Mark
     bool gone = false;      ///< the row it stood before was there and is no more
 };
 
-/// One row as it is handed out. Values stand in the order of the columns asked for, in their stored type (text wide,
-/// large ones as blobs); an error property stands for what the row does not have.
-using RowSink = std::function<void(const Props& values)>;
+/// Takes rows value by value, so that what the database has goes to where it is wanted without a stop.
+/// Of a row each column is given once, as one of the first four; tags are those of the stored properties.
+class RowSink
+{
+public:
+    RowSink() = default;
+    virtual ~RowSink() = default;
+    RowSink(const RowSink&) = delete;
+    RowSink& operator=(const RowSink&) = delete;
+
+    virtual void Number(std::size_t column, ULONG tag, std::int64_t value) = 0;
+    virtual void Text(std::size_t column, ULONG tag, std::string_view utf8) = 0;
+    virtual void Binary(std::size_t column, ULONG tag, std::span<const std::uint8_t> bytes) = 0;
+    /// Any value in its stored type (text wide, large ones as blobs); an error property for what the row does not have.
+    virtual void Value(std::size_t column, Prop value) = 0;
+    virtual void EndRow() = 0;
+    /// The rows came from the last to the first.
+    virtual void Reverse() = 0;
+};
+
+/// Keeps the rows as properties.
+class RowCollector final : public RowSink
+{
+public:
+    explicit RowCollector(std::size_t columns) : FRow(columns) {}
+
+    void Number(std::size_t column, ULONG tag, std::int64_t value) override;
+    void Text(std::size_t column, ULONG tag, std::string_view utf8) override;
+    void Binary(std::size_t column, ULONG tag, std::span<const std::uint8_t> bytes) override;
+    void Value(std::size_t column, Prop value) override;
+    void EndRow() override;
+    void Reverse() override;
+
+    std::vector<Props> rows;
+
+private:
+    Props FRow;
+};
+
+/// Hands a row with its values in the order of the columns; they are moved.
+void PutRow(Props& values, RowSink& sink);
 
 /// REQUIRES: Refresh was called since the lock of the source was taken.
 class RowOrder
@@ -71,7 +109,10 @@ public:
     virtual std::int64_t Move(Mark& mark, std::int64_t rows) = 0;
     /// Hands out up to |count| rows that follow the mark, or with a negative count stand before it, in the order of the
     /// table, and moves the mark past them.
-    virtual void Read(Mark& mark, std::int64_t count, std::span<const ULONG> columns, const RowSink& sink) = 0;
+    virtual void Read(Mark& mark, std::int64_t count, std::span<const ULONG> columns, RowSink& sink) = 0;
+    /// The same with each row as a whole, for who reads few.
+    using RowVisit = std::function<void(Props& values)>;
+    void Read(Mark& mark, std::int64_t count, std::span<const ULONG> columns, const RowVisit& visit);
     /// Moves the mark before the next row that fits, from the row that follows it on, or backwards from the one before
     /// it. @returns false, with the mark left alone, when there is none
     virtual bool Find(Mark& mark, bool backward, const std::shared_ptr<const Restriction>& wanted) = 0;

@@ -7,6 +7,15 @@
 
 namespace deftmapi::client
 {
+namespace
+{
+
+bool IsText(ULONG type)
+{
+    return type == mapi::PT_UNICODE || type == mapi::PT_MV_UNICODE;
+}
+
+} // namespace
 
 bool IsRowBefore(const Props& a, const Props& b, const std::vector<mapi::SSortOrder>& sort)
 {
@@ -36,7 +45,7 @@ void ShortenValue(Prop& prop)
     }
 }
 
-Prop ShownValue(ULONG column, const Prop& value, bool unicode)
+Prop ShownValue(ULONG column, Prop value, bool unicode)
 {
     if (column >> 16 == 0)
         return {mapi::PT_NULL, {}}; // PR_NULL keeps a column free
@@ -47,15 +56,16 @@ Prop ShownValue(ULONG column, const Prop& value, bool unicode)
     if (std::holds_alternative<BlobPtr>(value.data)) {
         if (value.Type() != mapi::PT_UNICODE)
             return ErrorProp(column, mapi::MAPI_E_NOT_ENOUGH_MEMORY);
-        Prop beginning = value;
-        ShortenValue(beginning);
-        return ShownValue(column, beginning, unicode);
+        ShortenValue(value);
     }
-    if (const auto* text = std::get_if<WideString>(&value.data); text && text->size() > limits::TableText)
-        return ShownValue(column, TextProp(value.tag, text->substr(0, limits::TableText)), unicode);
+    if (auto* text = std::get_if<WideString>(&value.data); text && text->size() > limits::TableText)
+        text->resize(limits::TableText);
     if (const auto* bytes = std::get_if<Bytes>(&value.data); bytes && bytes->size() > limits::TableBinary)
         return ErrorProp(column, mapi::MAPI_E_NOT_ENOUGH_MEMORY);
-    auto result = Convert(value, column & 0xFFFF, unicode);
+    const ULONG type = column & 0xFFFF;
+    if (type == value.Type() || (type == mapi::PT_UNSPECIFIED && (unicode || !IsText(value.Type()))))
+        return value;
+    auto result = Convert(value, type, unicode);
     return result ? std::move(*result) : ErrorProp(column, mapi::MAPI_E_NOT_FOUND);
 }
 

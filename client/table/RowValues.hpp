@@ -11,6 +11,6 @@ namespace deftmapi::client
 /// Reads the beginning of a large value: sort keys need no more of a text than the row shows.
 void ShortenValue(Prop& prop);
 /// The value as the table shows it in a column; an error property for what the row does not have.
-[[nodiscard]] Prop ShownValue(ULONG column, const Prop& value, bool unicode);
+[[nodiscard]] Prop ShownValue(ULONG column, Prop value, bool unicode);
 
 } // namespace deftmapi::client

@@ -66,14 +66,14 @@ protected:
         return result;
     }
 
-    void ReadRows(std::size_t first, std::size_t last, std::span<const ULONG> columns, const RowSink& sink) override
+    void ReadRows(std::size_t first, std::size_t last, std::span<const ULONG> columns, RowSink& sink) override
     {
         Props values;
         for (std::size_t at = first; at < last; ++at) {
             if (!FSource.Fetch(KeyAt(at), columns, values))
                 continue;
             TakeInstance(columns, FView.instances, InstanceAt(at), values);
-            sink(values);
+            PutRow(values, sink);
         }
     }
 

@@ -1,7 +1,7 @@
 #include "client/table/Table.hpp"
 
 #include "client/store/Schema.hpp"
-#include "client/table/RowValues.hpp"
+#include "client/table/RowBuilder.hpp"
 
 #include <algorithm>
 
@@ -305,20 +305,9 @@ mapi::HRESULT Table::QueryRows(mapi::LONG count, ULONG flags, mapi::LPSRowSet* r
         if (count == 0)
             Fail(mapi::MAPI_E_INVALID_PARAMETER, sZeroRows);
         Mark mark = FPosition;
-        std::vector<MapiBuffer<mapi::SPropValue>> found;
-        Props out;
-        FOrder->Read(mark, count, FColumns, [&](const Props& values) {
-            out.clear();
-            for (std::size_t i = 0; i < FColumns.size(); ++i)
-                out.push_back(ShownValue(FColumns[i], values[i], FUnicode));
-            found.push_back(ToInterface(out));
-        });
-        auto set = AllocateAs<mapi::SRowSet>(sizeof(mapi::SRowSet) + found.size() * sizeof(mapi::SRow));
-        set->cRows = static_cast<ULONG>(found.size());
-        for (std::size_t i = 0; i < found.size(); ++i) {
-            set->aRow[i].cValues = static_cast<ULONG>(FColumns.size());
-            set->aRow[i].lpProps = found[i].Detach();
-        }
+        RowBuilder builder(FColumns, FUnicode);
+        FOrder->Read(mark, count, FColumns, builder);
+        RowSet set = builder.Finish();
         if (!(flags & mapi::TBL_NOADVANCE))
             FPosition = mark;
         *rows = set.Detach();

@@ -88,7 +88,7 @@ std::int64_t VectorOrder::Move(Mark& mark, std::int64_t rows)
     return to - from;
 }
 
-void VectorOrder::Read(Mark& mark, std::int64_t count, std::span<const ULONG> columns, const RowSink& sink)
+void VectorOrder::Read(Mark& mark, std::int64_t count, std::span<const ULONG> columns, RowSink& sink)
 {
     const auto from = static_cast<std::int64_t>(IndexOf(mark));
     const auto to = std::clamp<std::int64_t>(from + count, 0, Count());

@@ -16,7 +16,8 @@ public:
     void Anchor(Mark& mark) override;
     std::int64_t Rank(Mark& mark) override { return static_cast<std::int64_t>(IndexOf(mark)); }
     std::int64_t Move(Mark& mark, std::int64_t rows) override;
-    void Read(Mark& mark, std::int64_t count, std::span<const ULONG> columns, const RowSink& sink) override;
+    using RowOrder::Read;
+    void Read(Mark& mark, std::int64_t count, std::span<const ULONG> columns, RowSink& sink) override;
     bool Find(Mark& mark, bool backward, const std::shared_ptr<const Restriction>& wanted) override;
     bool Place(RowKey key, Mark& mark) override;
 
@@ -31,7 +32,7 @@ protected:
     [[nodiscard]] virtual std::int64_t Stamp() = 0;
     [[nodiscard]] virtual Rows Build() = 0;
     /// Hands out the rows from `first` to before `last`. Rows deleted meanwhile are left out.
-    virtual void ReadRows(std::size_t first, std::size_t last, std::span<const ULONG> columns, const RowSink& sink) = 0;
+    virtual void ReadRows(std::size_t first, std::size_t last, std::span<const ULONG> columns, RowSink& sink) = 0;
     /// The first index from `first` on (backward: the last one before it) whose row fits, or Count().
     [[nodiscard]] virtual std::size_t FindFrom(std::size_t first, bool backward,
                                                const std::shared_ptr<const Restriction>& wanted) = 0;

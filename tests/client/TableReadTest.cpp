@@ -1,0 +1,268 @@
+// What rows show and what searches find where the store takes a short way: values that did not fit their column, types
+// that columns ask for, searches that look near by before they ask an index.
+#include "client/store/Database.hpp"
+#include "tests/client/StoreFixture.hpp"
+
+#include <deque>
+
+namespace deftmapi::client::test
+{
+namespace
+{
+
+using namespace mapi;
+
+constexpr ULONG BagText = 0x6700001F;
+constexpr ULONG BagBytes = 0x67010102;
+constexpr ULONG BagGuid = 0x67020048;
+constexpr ULONG BagReal = 0x67030005;
+constexpr ULONG BagTexts = 0x6704101F;
+constexpr ULONG BagShort = 0x67050002;
+
+class TableReadTest : public StoreTest
+{
+protected:
+    void SetUp() override
+    {
+        StoreTest::SetUp();
+        FInbox = Inbox();
+        ASSERT_EQ(FInbox->GetContentsTable(MAPI_UNICODE, Out(FTable)), S_OK);
+    }
+    void TearDown() override
+    {
+        FTable.Reset();
+        FInbox.Reset();
+        StoreTest::TearDown();
+    }
+    void SortByTime(ULONG direction)
+    {
+        SSortOrderSet order{1, 0, 0, {{tag::DeliveryTime, direction}}};
+        ASSERT_EQ(FTable->SortTable(&order, 0), S_OK);
+    }
+    /// The time of the row at the position, which stays.
+    std::int64_t TimeHere()
+    {
+        RowSet rows;
+        EXPECT_EQ(FTable->QueryRows(1, TBL_NOADVANCE, rows.Out()), S_OK);
+        return rows->cRows ? rows->aRow[0].lpProps[0].Value.ft.dwLowDateTime : -1;
+    }
+
+    Ptr<IMAPIFolder> FInbox;
+    Ptr<IMAPITable> FTable;
+};
+
+TEST_F(TableReadTest, RowsShowValuesInTheTypesThatColumnsAskFor)
+{
+    const std::u16string pair = u"\xD83D\xDE00";
+    const std::u16string mixed = u"Grüße " + pair + u" 日本";
+    const std::u16string split = std::u16string(254, u'é') + pair; // the 255th unit is half of a character
+    const GUID guid{1, 2, 3, {4, 5, 6, 7, 8, 9, 10, 11}};
+    std::u16string words[] = {u"red", mixed};
+    LPWSTR wordList[] = {words[0].data(), words[1].data()};
+    SPropValue texts{};
+    texts.ulPropTag = BagTexts;
+    texts.Value.MVszW = {2, wordList};
+    SPropValue guidValue{};
+    guidValue.ulPropTag = BagGuid;
+    guidValue.Value.lpguid = const_cast<GUID*>(&guid);
+    SPropValue real{};
+    real.ulPropTag = BagReal;
+    real.Value.dbl = 2.5;
+    SPropValue number{};
+    number.ulPropTag = BagShort;
+    number.Value.i = -2;
+    for (const bool last : {false, true}) {
+        auto message = NewMessage(*FInbox, mixed.c_str());
+        Set(*message, {Text(tag::SenderName, split.c_str()), Text(BagText, split.c_str()), texts, guidValue, real,
+                       number, Long(tag::Importance, last ? 2 : 1)});
+        Save(*message);
+    }
+    const ULONG narrowName = CHANGE_PROP_TYPE(tag::SenderName, PT_STRING8);
+    const ULONG wrongType = CHANGE_PROP_TYPE(tag::Importance, PT_UNICODE);
+    const ULONG anyText = CHANGE_PROP_TYPE(tag::Subject, PT_UNSPECIFIED);
+    const ULONG narrowTexts = CHANGE_PROP_TYPE(BagTexts, PT_MV_STRING8);
+    ASSERT_EQ(FTable->SetColumns(Tags{tag::Subject, narrowName, wrongType, anyText, BagText, BagTexts, narrowTexts,
+                                      BagGuid, BagReal, BagShort, 0x00000001, tag::DeliveryTime, tag::Importance},
+                                 0),
+              S_OK);
+    for (const LONG direction : {2, -2}) { // forwards and then backwards: the same rows in the same order
+        RowSet rows;
+        ASSERT_EQ(FTable->QueryRows(direction, 0, rows.Out()), S_OK);
+        ASSERT_EQ(rows->cRows, 2u);
+        for (ULONG i = 0; i < 2; ++i) {
+            const SPropValue* row = rows->aRow[i].lpProps;
+            ASSERT_EQ(rows->aRow[i].cValues, 13u);
+            EXPECT_EQ(row[0].ulPropTag, tag::Subject);
+            EXPECT_EQ(std::u16string(row[0].Value.lpszW), mixed);
+            EXPECT_EQ(row[1].ulPropTag, narrowName);
+            EXPECT_EQ(std::string(row[1].Value.lpszA).substr(0, 254), std::string(254, '\xE9'));
+            EXPECT_EQ(row[2].ulPropTag, CHANGE_PROP_TYPE(tag::Importance, PT_ERROR));
+            EXPECT_EQ(row[2].Value.err, MAPI_E_NOT_FOUND);
+            EXPECT_EQ(row[3].ulPropTag, tag::Subject);
+            EXPECT_EQ(std::u16string(row[3].Value.lpszW), mixed);
+            EXPECT_EQ(std::u16string(row[4].Value.lpszW), split.substr(0, 255));
+            ASSERT_EQ(row[5].Value.MVszW.cValues, 2u);
+            EXPECT_EQ(std::u16string(row[5].Value.MVszW.lppszW[1]), mixed);
+            EXPECT_EQ(std::string(row[6].Value.MVszA.lppszA[0]), "red");
+            EXPECT_EQ(*row[7].Value.lpguid, guid);
+            EXPECT_EQ(row[8].Value.dbl, 2.5);
+            EXPECT_EQ(row[9].Value.i, -2);
+            EXPECT_EQ(row[10].ulPropTag, ULONG{PT_NULL});
+            EXPECT_EQ(row[11].ulPropTag, CHANGE_PROP_TYPE(tag::DeliveryTime, PT_ERROR));
+            EXPECT_EQ(row[12].Value.l, i ? 2 : 1);
+        }
+    }
+}
+
+TEST_F(TableReadTest, BytesTooLargeForARowAreAnErrorAndEmptyOnesAreEmpty)
+{
+    for (const std::size_t size : {0, 4096, 4097, 20000}) {
+        auto message = NewMessage(*FInbox, u"bytes");
+        const Bytes bytes = Pattern(size);
+        Set(*message, {Binary(tag::ConversationIndex, bytes), Binary(BagBytes, bytes)});
+        Save(*message);
+    }
+    // By index, and as a vector: two keys.
+    for (const ULONG keys : {1, 2}) {
+        struct
+        {
+            ULONG cSorts;
+            ULONG cCategories = 0;
+            ULONG cExpanded = 0;
+            SSortOrder aSort[2] = {{tag::DeliveryTime, TABLE_SORT_ASCEND}, {tag::MessageSize, TABLE_SORT_ASCEND}};
+        } order{keys};
+        ASSERT_EQ(FTable->SortTable(reinterpret_cast<LPSSortOrderSet>(&order), 0), S_OK);
+        const auto rows = Rows(*FTable, {tag::ConversationIndex, BagBytes});
+        ASSERT_EQ(rows.size(), 4u);
+        for (const std::size_t column : {0, 1}) {
+            EXPECT_EQ(std::get<Bytes>(rows[0][column].data).size(), 0u);
+            EXPECT_EQ(std::get<Bytes>(rows[1][column].data), Pattern(4096));
+            for (const std::size_t row : {2, 3}) {
+                EXPECT_TRUE(rows[row][column].IsError());
+                EXPECT_EQ(NumberAt(rows[row], column), MAPI_E_NOT_ENOUGH_MEMORY);
+            }
+        }
+    }
+}
+
+TEST_F(TableReadTest, ASearchByACommonBeginningFindsTheNearestRow)
+{
+    // 12,000 rows; in the file in another order than by time.
+    constexpr std::int64_t Count = 12000;
+    Database& db = Db();
+    db.Execute("WITH RECURSIVE n(i) AS (SELECT 0 UNION ALL SELECT i + 1 FROM n WHERE i < 11999) "
+               "INSERT INTO messages (folder, delivery_time, subject, version) "
+               "SELECT 3, (i * 7919) % 12000, 'hay', 1 FROM n");
+    db.Execute("UPDATE folders SET changes = changes + 1 WHERE id = 3");
+    const auto mark = [&](const std::string& where) {
+        db.Execute("UPDATE messages SET subject = 'hay'");
+        db.Execute("UPDATE messages SET subject = 'Needle' WHERE " + where);
+        db.Execute("UPDATE folders SET changes = changes + 1 WHERE id = 3");
+    };
+    ASSERT_EQ(FTable->SetColumns(Tags{tag::DeliveryTime}, 0), S_OK);
+    SPropValue text = Text(tag::Subject, u"need");
+    SRestriction needle{};
+    needle.rt = RES_CONTENT;
+    needle.res.resContent = {FL_PREFIX | FL_IGNORECASE, tag::Subject, &text};
+    const auto find = [&](LONG from, ULONG flags) -> std::int64_t {
+        EXPECT_EQ(FTable->SeekRow(BOOKMARK_BEGINNING, from, nullptr), S_OK);
+        return FTable->FindRow(&needle, BOOKMARK_CURRENT, flags) == S_OK ? TimeHere() : -1;
+    };
+    SortByTime(TABLE_SORT_ASCEND);
+    mark("delivery_time % 10 = 7"); // many, everywhere
+    EXPECT_EQ(find(0, 0), 7);
+    EXPECT_EQ(find(8, 0), 17);
+    EXPECT_EQ(find(17, 0), 17) << "the row at the place belongs to the search";
+    EXPECT_EQ(find(17, DIR_BACKWARD), 7);
+    EXPECT_EQ(find(Count, DIR_BACKWARD), 11997);
+    EXPECT_EQ(find(3, DIR_BACKWARD), -1);
+    mark("delivery_time >= 11000"); // many, but far away
+    EXPECT_EQ(find(5, 0), 11000);
+    EXPECT_EQ(find(5, DIR_BACKWARD), -1);
+    SortByTime(TABLE_SORT_DESCEND);
+    EXPECT_EQ(find(Count, DIR_BACKWARD), 11000);
+    EXPECT_EQ(find(2000, 0), -1);
+    mark("delivery_time = 100"); // one
+    EXPECT_EQ(find(0, 0), 100);
+    // Rows of one value fill what is looked at; the nearest that fits is the last of them.
+    SortByTime(TABLE_SORT_ASCEND);
+    db.Execute("UPDATE messages SET delivery_time = 0 WHERE id <= 6000");
+    mark("id = 6000 OR delivery_time > 0");
+    EXPECT_EQ(find(0, 0), 0);
+    EXPECT_EQ(find(1, 0), 0) << "from the middle of the equal values";
+}
+
+TEST_F(TableReadTest, ARestrictionOfManyPartsIsDecidedHoweverItIsNested)
+{
+    for (const LONG importance : {0, 1, 2}) {
+        auto message = NewMessage(*FInbox, u"some");
+        Set(*message, {Long(tag::Importance, importance), Long(tag::Sensitivity, importance * 7)});
+        Save(*message);
+    }
+    // 200 times 200 alternatives, of which only the last of each 200 is true, for one message.
+    constexpr ULONG Parts = 200;
+    std::deque<SPropValue> values;
+    const auto equals = [&values](ULONG tag, LONG number) {
+        SRestriction leaf{};
+        leaf.rt = RES_PROPERTY;
+        leaf.res.resProperty = {RELOP_EQ, tag, &values.emplace_back(Long(tag, number))};
+        return leaf;
+    };
+    std::deque<std::vector<SRestriction>> children;
+    std::vector<SRestriction> all(Parts);
+    for (ULONG i = 0; i < Parts; ++i) {
+        auto& some = children.emplace_back();
+        for (ULONG k = 1; k < Parts; ++k)
+            some.push_back(equals(i % 2 ? tag::Importance : tag::Sensitivity, static_cast<LONG>(1000 + k)));
+        some.push_back(equals(tag::Importance, i == 0 ? 2 : static_cast<LONG>(1 + i % 2)));
+        some.push_back(equals(tag::Sensitivity, 14));
+        all[i].rt = RES_OR;
+        all[i].res.resOr = {static_cast<ULONG>(some.size()), some.data()};
+    }
+    SRestriction root{};
+    root.rt = RES_AND;
+    root.res.resAnd = {Parts, all.data()};
+    ASSERT_EQ(FTable->Restrict(&root, 0), S_OK);
+    const auto rows = Rows(*FTable, {tag::Importance});
+    ASSERT_EQ(rows.size(), 1u);
+    EXPECT_EQ(NumberAt(rows[0], 0), 2);
+    // Chains within chains: 12 levels of 199 parts beside the next level.
+    std::deque<std::vector<SRestriction>> levels;
+    SRestriction inner = equals(tag::Importance, 1);
+    for (int level = 0; level < 12; ++level) {
+        auto& some = levels.emplace_back();
+        some.push_back(inner);
+        for (int k = 0; k < 198; ++k)
+            some.push_back(equals(tag::Importance, level % 2 ? 1 : 1000));
+        inner.rt = level % 2 ? RES_AND : RES_OR;
+        inner.res.resAnd = {static_cast<ULONG>(some.size()), some.data()};
+    }
+    ASSERT_EQ(FTable->Restrict(&inner, 0), S_OK);
+    const auto deep = Rows(*FTable, {tag::Importance});
+    ASSERT_EQ(deep.size(), 1u);
+    EXPECT_EQ(NumberAt(deep[0], 0), 1);
+}
+
+TEST_F(TableReadTest, BeginningsEndWhereTheNextLetterBegins)
+{
+    // Around the letters that have two cases, and a letter whose upper case is ASCII.
+    const std::u16string subjects[] = {u"mail_",      u"mail`", u"maila", u"mailA", u"mail{", u"mailz",
+                                       u"mail\u0131", u"MAILI", u"mai",   u"mail",  u"main",  u"mailé"};
+    for (const auto& subject : subjects)
+        Save(*NewMessage(*FInbox, subject.c_str()));
+    const std::u16string prefixes[] = {u"mail", u"mail`", u"mailZ", u"mail@", u"MAILi", u"mailé", u"mail_"};
+    for (const auto& prefix : prefixes) {
+        std::size_t expected = 0;
+        for (const auto& subject : subjects)
+            expected += KwUpperCase(subject).starts_with(KwUpperCase(prefix));
+        SPropValue text = Text(tag::Subject, prefix.c_str());
+        SRestriction begins{};
+        begins.rt = RES_CONTENT;
+        begins.res.resContent = {FL_PREFIX | FL_IGNORECASE, tag::Subject, &text};
+        ASSERT_EQ(FTable->Restrict(&begins, 0), S_OK);
+        EXPECT_EQ(Rows(*FTable, {tag::Subject}).size(), expected) << KwToUtf8(prefix);
+    }
+}
+
+} // namespace
+} // namespace deftmapi::client::test
