@@ -1,6 +1,7 @@
 // Initialising per thread, its counting, and what happens when the last thread ends.
 #include "tests/core/FakeClient.hpp"
 
+#include <future>
 #include <thread>
 
 namespace deftmapi::test
@@ -18,6 +19,33 @@ protected:
     {
         return Catch([=] { KwMAPIInitialize(multiThread, service, call, noCoInit); });
     }
+};
+
+/// Another thread, initialised for as long as this lives.
+class TInitializedThread
+{
+public:
+    explicit TInitializedThread(bool callMAPIInitialize)
+        : FThread([this, callMAPIInitialize] {
+              KwMAPIInitialize(false, false, callMAPIInitialize, false);
+              FReady.set_value();
+              FEnd.get_future().wait();
+              KwMAPIUninitialize(false);
+          })
+    {
+        FReady.get_future().wait();
+    }
+    ~TInitializedThread()
+    {
+        FEnd.set_value();
+        FThread.join();
+    }
+    TInitializedThread(const TInitializedThread&) = delete;
+    TInitializedThread& operator=(const TInitializedThread&) = delete;
+
+private:
+    std::promise<void> FReady, FEnd;
+    std::thread FThread; // uses the members before it
 };
 
 TEST_F(LibraryInitialize, LoadsTheDefaultAndUnloadsItInTheEnd)
@@ -50,6 +78,15 @@ TEST_F(LibraryInitialize, KeepsALibraryThatTheApplicationLoaded)
     Initialize();
     KwMAPIUninitialize(false);
     EXPECT_EQ(client.Open(), 0);
+
+    // Loading what is loaded changes nothing, not even whether it is unloaded in the end.
+    for (const bool unload : {true, false}) {
+        Load(u"B.dll", unload);
+        Load(u"B.dll", !unload);
+        Initialize();
+        KwMAPIUninitialize(false);
+        EXPECT_EQ(client.Open(), unload ? 0 : 1);
+    }
 }
 
 TEST_F(LibraryInitialize, PassesItsOptionsAsFlags)
@@ -98,6 +135,28 @@ TEST_F(LibraryInitialize, WithOtherOptionsStartsOver)
     KwMAPISessionClosed();
     KwMAPIUninitialize(false);
     EXPECT_EQ(client.Open(), 0);
+}
+
+TEST_F(LibraryInitialize, EveryOptionAloneIsAnotherOne)
+{
+    AddClient(u"MAPI32.dll");
+    Initialize();
+    Log.Take();
+    const struct
+    {
+        bool MultiThread, Service, NoCoInit;
+        const char* Call;
+    } steps[] = {{false, true, false, "MAPIInitialize(flags 0x10000)"}, // one more or one less than in the step before
+                 {false, false, false, "MAPIInitialize(null)"},
+                 {false, false, true, "MAPIInitialize(flags 0x8)"},
+                 {false, true, true, "MAPIInitialize(flags 0x10008)"},
+                 {true, true, true, "MAPIInitialize(flags 0x10009)"}};
+    for (const auto& step : steps) {
+        for (const bool again : {false, true}) {
+            EXPECT_EQ(Initialize(step.MultiThread, step.Service, true, step.NoCoInit), TCaught{});
+            EXPECT_EQ(Log.Take(), again ? TCalls{} : (TCalls{"MAPIUninitialize", step.Call}));
+        }
+    }
 }
 
 TEST_F(LibraryInitialize, NeedsAClient)
@@ -311,6 +370,23 @@ TEST_F(LibraryInitialize, EachThreadCounts)
     KwMAPIUninitialize(false);
     EXPECT_TRUE(Log.Take().empty()) << "the process's call was undone by the other thread";
     EXPECT_EQ(client.Open(), 0);
+}
+
+TEST_F(LibraryInitialize, TheLatestInitialisationTellsWhetherMAPIIsLeft)
+{
+    const TFakeModule& client = AddClient(u"MAPI32.dll");
+    for (const bool other : {false, true}) {
+        Initialize(false, false, !other);
+        {
+            const TInitializedThread thread(other);
+            EXPECT_EQ(Log.Take(), TCalls{"MAPIInitialize(null)"}) << "by one of the two";
+            KwMAPIUninitialize(false);
+            EXPECT_EQ(Log.Take(), other ? TCalls{"MAPIUninitialize"} : TCalls{});
+            EXPECT_EQ(client.Open(), 1) << "the other thread counts, too";
+        }
+        EXPECT_TRUE(Log.Take().empty()) << "it is left once";
+        EXPECT_EQ(client.Open(), 0);
+    }
 }
 
 TEST_F(LibraryInitialize, AThreadThatIsNotInitialisedEndsTheProcessesCallToo)

@@ -117,6 +117,14 @@ TEST_F(LibraryLoad, WithoutANameTakesTheDefault)
     name.clear();
     KwLoadMAPIDLL(name, isExtendedMAPI, false);
     EXPECT_EQ(name, u"C:\\Mail\\own.dll");
+
+    // While something is loaded the default counts as if it had been named.
+    name.clear();
+    KwLoadMAPIDLL(name, isExtendedMAPI, false);
+    EXPECT_EQ(name, u"C:\\Mail\\own.dll");
+    Platform.Files.clear();
+    EXPECT_EQ(Load(u"").Message, "Failed to load (MAPI32.dll)! You must first unload C:\\Mail\\own.dll.");
+    EXPECT_EQ(KwCurrentMAPIDllFileName(), u"C:\\Mail\\own.dll");
 }
 
 TEST_F(LibraryLoad, UnloadingRunsTheCallbacksWhileTheLibraryIsThere)

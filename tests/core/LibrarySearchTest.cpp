@@ -105,6 +105,14 @@ TEST_F(LibrarySearch, LooksBehindOutlooksStub)
     Platform.Locale = 1031;
     EXPECT_EQ(KwFindMAPIDll(machine, outlook), german);
 
+    // Whoever registers the stub is looked for behind it. Another client's find must stand the check, and neither the
+    // stub nor the next find stands in for it.
+    Register(machine, u"Postman", u"DLLPath", stub);
+    EXPECT_EQ(KwFindMAPIDll(u"Postman"), german);
+    AddFile(german, false);
+    EXPECT_EQ(KwFindMAPIDll(u"Postman"), u"");
+    EXPECT_EQ(KwFindMAPIDll(machine, outlook), german);
+
     const WideString moved = u"D:\\Mail\\olmapi32.dll";
     AddFile(moved);
     Register(machine, outlook, u"DLLPathEx", moved);
@@ -152,6 +160,11 @@ TEST_F(LibrarySearch, KnowsWhereEachEditionPutsIt)
     EXPECT_TRUE(KwSameText(find(true), streamed64));
     AddFile(u"C:\\Mail\\olmapi32.dll");
     InstallOffice(u"16.0", u"C:\\Mail");
+    EXPECT_EQ(find(true), classic64);
+    for (const char* only : {"MAPIInitialize", "MAPILogonEx"}) {
+        AddFile(classic64, true, {only});
+        EXPECT_EQ(find(true), u"C:\\Mail\\olmapi32.dll") << "what has no extended MAPI is passed over";
+    }
     Platform.Files.erase(classic64);
     EXPECT_EQ(find(true), u"C:\\Mail\\olmapi32.dll");
     Platform.Files.erase(u"C:\\Mail\\olmapi32.dll");
