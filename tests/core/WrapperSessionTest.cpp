@@ -1,6 +1,8 @@
 // Binding wrappers to sessions, the walk at logoff, the guards, and what memory and events go through a session.
 #include "tests/core/WrapperFixture.hpp"
 
+#include <algorithm>
+
 namespace deftmapi::test
 {
 
@@ -46,8 +48,16 @@ TEST_F(WrapperSessionTest, MovingToAnotherSessionReleasesTheOldOneAndKeepsTheNew
     EXPECT_EQ(Session->RefCount(), 1u);
     EXPECT_EQ(Session->LogoffList().Count(), 0u);
     EXPECT_EQ(Session->DirectWrappers().Count(), 0u);
+    EXPECT_EQ(other->LogoffList().Snapshot(), std::vector<TKwMAPIWrapper*>{Prop.Get()});
+    EXPECT_EQ(other->DirectWrappers().Count(), 0u) << "another one created it";
+    Session->Set_Active(false);
+    EXPECT_NE(Prop->Get_MAPIOBJECT(), nullptr) << "the old session's logoff is none of its business";
+    const TScriptedSession* const holder = other.Get();
     other.Reset();
     EXPECT_EQ(Prop->GetPropList().size(), 0u) << "the wrapper holds its session";
+    Prop->Session()->Set_Active(false);
+    EXPECT_EQ(Prop->Get_MAPIOBJECT(), nullptr);
+    EXPECT_EQ(holder->RefCount(), 1u);
 }
 
 TEST_F(WrapperSessionTest, TheLastWrapperTakesItsSessionWithIt)
@@ -81,6 +91,21 @@ TEST_F(WrapperSessionTest, LogoffTellsTheWrappersFromTheLastToTheFirst)
 
     Prop->SetMAPIOBJECT(Object.Get()); // usable again after the next logon
     EXPECT_EQ(Prop->GetPropList().size(), 0u);
+}
+
+TEST_F(WrapperSessionTest, AWrapperTakenOutOfTheListIsNotTold)
+{
+    const TKwRef<TTestProp> told = NewProp(Object.Get());
+    Session->RemoveLogoffNotification(*Prop);
+    Session->RemoveLogoffNotification(*Prop);
+    EXPECT_EQ(Session->LogoffList().Snapshot(), std::vector<TKwMAPIWrapper*>{told.Get()});
+    EXPECT_EQ(Session->DirectWrappers().Count(), 2u) << "it is the session's all the same";
+    Session->Set_Active(false);
+    EXPECT_EQ(told->Get_MAPIOBJECT(), nullptr);
+    EXPECT_EQ(Prop->Get_MAPIOBJECT(), Object.Get());
+    Session->LogoffNotification(*Prop);
+    Session->Set_Active(false);
+    EXPECT_EQ(Prop->Get_MAPIOBJECT(), nullptr);
 }
 
 TEST_F(WrapperSessionTest, AWrapperThatGoesWhileOthersAreToldIsSkipped)
@@ -143,6 +168,83 @@ TEST_F(WrapperSessionTest, AWrapperThatFailsWhileItIsDestroyedStillLetsGoOfEvery
     EXPECT_EQ(reported, "busy");
     EXPECT_EQ(Object->RefCount(), 1u);
     EXPECT_EQ(Session->LogoffList().Count(), 0u);
+}
+
+TEST_F(WrapperSessionTest, AnotherMAPIObjectStartsWithNothingOfTheOldOne)
+{
+    constexpr mapi::ULONG subject = 0x0037001F;
+    const TKwComPtr<TScriptedProp> other = NewObject("other.");
+    Bag().Set(TextValue(subject, u"old"));
+    other->Bag.Set(TextValue(subject, u"new"));
+    const TKwRef<IKwMAPIProperty> item = Property(PR_SUBJECT);
+    EXPECT_EQ(item->Get_AsString(), u"old");
+    EXPECT_EQ(Property(NPR_COMMON_REMINDER_DATE)->Get_PropTag(), 0x80000040u);
+    Property(PR_IMPORTANCE)->Set_AsInteger(2);
+
+    Prop->SetMAPIOBJECT(other.Get());
+    EXPECT_EQ(Object->RefCount(), 1u);
+    EXPECT_EQ(other->RefCount(), 2u);
+    EXPECT_FALSE(Prop->GetModified());
+    EXPECT_EQ(Prop->Get_Properties()->Get_Count(), 0);
+    EXPECT_EQ(Catch([&] { (void)item->Get_Value(); }).ClassName, "EMAPI_NO_ACCESS");
+    static_cast<void>(Calls->Take());
+    EXPECT_EQ(Property(PR_SUBJECT)->Get_AsString(), u"new");
+    EXPECT_EQ(Property(NPR_CLIENTINTENT)->Get_PropTag(), 0x80000003u);
+    EXPECT_EQ(Property(NPR_COMMON_REMINDER_DATE)->Get_PropTag(), 0x80010040u)
+        << "its store counts names in its own way";
+    Prop->PersistPendingChanges();
+    EXPECT_EQ(Calls->Take(),
+              "other.GetProps([0x0037001F],0x80000000)\nother.GetIDsFromNames(\"ClientIntent\",0x00000002)\n"
+              "other.GetIDsFromNames(0x00008502,0x00000002)");
+
+    Prop->SetMAPIOBJECT(other.Get());
+    EXPECT_EQ(other->RefCount(), 2u);
+    EXPECT_EQ(Session->LogoffList().Count(), 1u);
+}
+
+TEST_F(WrapperSessionTest, ItemsPropertiesObjectAndSessionMayGoInAnyOrder)
+{
+    const std::size_t objects = TKwAutoIntfObject::LiveObjects();
+    const mapi::ULONG references = Object->RefCount();
+    std::string order = "iops";
+    std::sort(order.begin(), order.end());
+    do {
+        SCOPED_TRACE(order);
+        TKwRef<TScriptedSession> session = KwMake<TScriptedSession>(Calls);
+        TKwRef<TTestProp> object = KwMake<TTestProp>(session.Get());
+        object->SetSession(session.Get());
+        object->SetMAPIOBJECT(Object.Get());
+        TKwRef<IKwMAPIProperties> properties = object->Get_Properties();
+        TKwRef<IKwMAPIProperty> item = object->PropByName(PR_SUBJECT);
+        item->Set_AsString(u"pending");
+        for (const char goes : order) {
+            switch (goes) {
+            case 'i':
+                item.Reset();
+                break;
+            case 'o':
+                object.Reset();
+                break;
+            case 'p':
+                properties.Reset();
+                break;
+            default:
+                session.Reset(); // the object still holds it
+            }
+            const char* const expected = object ? "" : "EMAPI_NO_ACCESS";
+            if (item) {
+                EXPECT_EQ(Catch([&] { EXPECT_EQ(item->Get_AsString(), u"pending"); }).ClassName, expected);
+            }
+            if (properties) {
+                EXPECT_EQ(Catch([&] { EXPECT_EQ(properties->Get_Count(), 1); }).ClassName, expected);
+            }
+            if (object) {
+                EXPECT_TRUE(object->GetModified());
+            }
+        }
+        EXPECT_EQ(TKwAutoIntfObject::LiveObjects(), objects);
+        EXPECT_EQ(Object->RefCount(), references);
+    } while (std::next_permutation(order.begin(), order.end()));
 }
 
 // ---- Guards

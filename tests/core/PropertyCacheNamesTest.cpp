@@ -1,0 +1,70 @@
+// Items of named properties whose tag and name are known, so that the object need not be asked.
+#include "tests/core/WrapperFixture.hpp"
+
+namespace deftmapi::test
+{
+
+namespace
+{
+
+class PropertyCacheNamesTest : public TWrapperTest
+{
+protected:
+    mapi::MAPINAMEID Numbered(mapi::LONG identifier)
+    {
+        mapi::MAPINAMEID name{&FSet, mapi::MNID_ID, {}};
+        name.Kind.lID = identifier;
+        return name;
+    }
+    mapi::MAPINAMEID Text(const char16_t* text)
+    {
+        FText = text;
+        mapi::MAPINAMEID name{&FSet, mapi::MNID_STRING, {}};
+        name.Kind.lpwstrName = FText.data();
+        return name;
+    }
+    IKwMAPIProperties& Items() { return *Prop->Get_Properties(); }
+
+private:
+    mapi::GUID FSet = PSETID_Common;
+    WideString FText;
+};
+
+constexpr mapi::LONG reminderDate = 0x8502;
+
+TEST_F(PropertyCacheNamesTest, ATagWithItsNameIsTheItemOfTheDefinition)
+{
+    Bag().Set(LongValue(0x81230040, 7));
+    const TKwRef<IKwMAPIProperty> item = Items().PropByTag(0x81230040, Numbered(reminderDate));
+    EXPECT_EQ(item->Get_PropTag(), 0x81230040u);
+    EXPECT_TRUE(SameProp(GetPropInfo(item->Get_PropDef()), GetPropInfo(NPR_COMMON_REMINDER_DATE), true));
+    EXPECT_EQ(Property(NPR_COMMON_REMINDER_DATE).Get(), item.Get());
+    EXPECT_EQ(Items().PropByTag(0x81230040, Numbered(reminderDate)).Get(), item.Get());
+    EXPECT_EQ(Items().PropByTag(0x84560040, Numbered(reminderDate)).Get(), item.Get()) << "the name decides";
+    EXPECT_EQ(Items().Get_Count(), 1);
+    EXPECT_EQ(Calls->Take(), "") << "the object was not asked for the tag";
+    static_cast<void>(item->Get_Value());
+    EXPECT_EQ(Calls->Take(), "GetProps([0x81230040],0x80000000)");
+}
+
+TEST_F(PropertyCacheNamesTest, NamesWithoutADefinitionAreShownInFull)
+{
+    const TKwRef<IKwMAPIProperty> text = Items().PropByTag(0x8001001F, Text(u"x-strange"));
+    EXPECT_EQ(text->Get_PropDef(), 0u);
+    EXPECT_EQ(text->Get_PropName(), u"{00062008-0000-0000-C000-000000000046}:x-strange");
+    EXPECT_EQ(Items().PropByTag(0x80020003, Numbered(0x7777))->Get_PropName(),
+              u"{00062008-0000-0000-C000-000000000046}:0x00007777");
+    EXPECT_EQ(Items().FindPropByTag(0x8001001F).Get(), text.Get());
+}
+
+TEST_F(PropertyCacheNamesTest, WithoutUnicodeTheTagIsEightBit)
+{
+    Prop->SetDisableUnicode(true);
+    const TKwRef<IKwMAPIProperty> text = Items().PropByTag(0x8001001F, Text(u"x-eight-bit"));
+    EXPECT_EQ(text->Get_PropTag(), 0x8001001Eu);
+    EXPECT_EQ(Items().PropByTag(0x8001001E, Text(u"x-eight-bit")).Get(), text.Get());
+}
+
+} // namespace
+
+} // namespace deftmapi::test
