@@ -207,6 +207,28 @@ std::string Raised(std::uint32_t code, const std::string& text)
            std::to_string(static_cast<std::int32_t>(code)) + "=" + Hex(code) + ")";
 }
 
+TCaught Expected(const TOwnText& row)
+{
+    return {row.ClassName,
+            std::string("TKwThing.DoIt has raised the following exception:\r\n") + row.Text + " (" +
+                std::to_string(static_cast<std::int32_t>(row.Code)) + ")",
+            row.Code, row.Code == 0x80040113};
+}
+
+// REQUIRES: the row shows its class's name.
+TCaught Expected(const TCodeClass& row)
+{
+    return {row.ClassName, Raised(row.Code, std::string("MAPI_E_") + (row.ClassName + 6)), row.Code};
+}
+
+TCaught ExpectedWithoutText(std::uint32_t code)
+{
+    return {"EKwMAPIException",
+            "TKwThing.DoIt raised an exception with errorcode " + std::to_string(static_cast<std::int32_t>(code)) +
+                " / " + Hex(code) + "!",
+            code};
+}
+
 TCaught Check(std::uint32_t code, IKwMAPIWrapper* wrapper = nullptr)
 {
     return Catch([=] { CheckMAPIResult(u"TKwThing", u"DoIt", static_cast<mapi::HRESULT>(code), wrapper); });
@@ -289,11 +311,7 @@ TEST_F(Exceptions, CodesWithoutAClassUseTheBase)
 TEST_F(Exceptions, CodesWithAClassAndATextOfTheirOwn)
 {
     for (const TOwnText& row : ownTexts)
-        EXPECT_EQ(Check(row.Code),
-                  (TCaught{row.ClassName,
-                           std::string("TKwThing.DoIt has raised the following exception:\r\n") + row.Text + " (" +
-                               std::to_string(static_cast<std::int32_t>(row.Code)) + ")",
-                           row.Code, row.Code == 0x80040113}));
+        EXPECT_EQ(Check(row.Code), Expected(row));
 }
 
 TEST_F(Exceptions, CodesThatShowTheirClass)
@@ -303,9 +321,7 @@ TEST_F(Exceptions, CodesThatShowTheirClass)
         Platform.Messages[static_cast<std::int32_t>(row.Code)] = u"The system's text.";
     for (const TCodeClass& row : registeredClasses)
         if (row.ShowsClassName) {
-            EXPECT_EQ(
-                Check(row.Code),
-                (TCaught{row.ClassName, Raised(row.Code, std::string("MAPI_E_") + (row.ClassName + 6)), row.Code}));
+            EXPECT_EQ(Check(row.Code), Expected(row));
         }
     EXPECT_EQ(Check(0x80004005).Message, "TKwThing.DoIt has raised the following exception:\r\n"
                                          "MAPI_E_CALL_FAILED (-2147467259=0x80004005)");
@@ -319,13 +335,30 @@ TEST_F(Exceptions, OtherCodesShowTheSystemsText)
                                      0x80040404u, 0x80040406u, 0x80040503u, 0x80040603u, 0x8004060Du, 0x80040308u})
     {
         Platform.Messages.clear();
-        EXPECT_EQ(Check(code), (TCaught{"EKwMAPIException",
-                                        "TKwThing.DoIt raised an exception with errorcode " +
-                                            std::to_string(static_cast<std::int32_t>(code)) + " / " + Hex(code) + "!",
-                                        code}));
+        EXPECT_EQ(Check(code), ExpectedWithoutText(code));
         Platform.Messages[static_cast<std::int32_t>(code)] = u"100% of the system\u2019s text.";
         EXPECT_EQ(Check(code), (TCaught{"EKwMAPIException", Raised(code, "100% of the system\u2019s text."), code}));
     }
+}
+
+TEST_F(Exceptions, NoOtherCodeTakesTheRoadOfItsNeighbour)
+{
+    std::map<std::uint32_t, TCaught> known;
+    for (const TOwnText& row : ownTexts)
+        known[row.Code] = Expected(row);
+    for (const TCodeClass& row : registeredClasses)
+        if (row.ShowsClassName)
+            known[row.Code] = Expected(row);
+    std::map<std::uint32_t, TCaught> expected;
+    for (std::uint32_t code = 0x80040100; code <= 0x80040701; ++code) // all of MAPI's own errors, and between them
+        expected[code] = ExpectedWithoutText(code);
+    for (const auto& [code, caught] : known)
+        for (const std::uint32_t near : {code - 1, code, code + 1})
+            expected[near] = ExpectedWithoutText(near);
+    for (const auto& [code, caught] : known)
+        expected[code] = caught;
+    for (const auto& [code, caught] : expected)
+        EXPECT_EQ(Check(code), caught);
 }
 
 TEST_F(Exceptions, ExtendedErrorsShowTheProvidersText)
@@ -404,14 +437,14 @@ TEST_F(Exceptions, EveryClassHasItsParent)
         EXPECT_EQ((std::is_base_of_v<EKwMAPIAbort, Self>), Self::Class().InheritsFrom(EKwMAPIAbort::Class()));         \
     }
     DEFTMAPI_EXTENDED_MAPI_EXCEPTIONS(CHECK_CLASS)
+    DEFTMAPI_SIMPLE_MAPI_EXCEPTIONS(CHECK_CLASS)
 #undef CHECK_CLASS
+#define COUNT_CLASS(Self, Base) +1
+    EXPECT_EQ(2 DEFTMAPI_EXTENDED_MAPI_EXCEPTIONS(COUNT_CLASS), 82) << "with the two bases";
+    EXPECT_EQ(DEFTMAPI_SIMPLE_MAPI_EXCEPTIONS(COUNT_CLASS), 25);
+#undef COUNT_CLASS
     check(EKwMAPIException::Class(), EKwException::Class());
     check(EKwMAPIAbort::Class(), EKwAbort::Class());
-    for (const TCodeClass& row : registeredClasses) {
-        const TKwExceptionClass* registered = ClassOf(row.Code);
-        const bool isSimple = row.Code < 0x100;
-        EXPECT_TRUE(!isSimple || registered->Parent == &EKwMAPIException::Class()) << KwToUtf8(registered->Name);
-    }
 }
 
 TEST_F(Exceptions, ClassesWithoutACode)

@@ -71,6 +71,49 @@ TEST_F(ListsTest, AnEmptyListIsAtItsEnd)
     EXPECT_EQ(Values->GetLastItem(), nullptr);
 }
 
+TEST_F(ListsTest, EveryListSaysWhenItsCursorIsPastTheEnd)
+{
+    const auto check = [](auto list, auto add, auto... readers) {
+        SCOPED_TRACE(KwToUtf8(list->GetClassName()));
+        const auto expectEOF = [&](bool expected) {
+            EXPECT_EQ(list->Get_EOF(), expected);
+            for (const std::function<void()>& read : {std::function<void()>(readers)...})
+                EXPECT_EQ(Catch(read), expected ? listIsEOF : TCaught{});
+        };
+        expectEOF(true);
+        list->First();
+        expectEOF(true);
+        add();
+        expectEOF(false);
+        list->Next();
+        expectEOF(true);
+        list->Next();
+        list->Last();
+        expectEOF(false);
+        list->Previous();
+        expectEOF(true);
+        EXPECT_EQ(Catch([&] { list->DeleteRecord(); }), listIsEOF);
+        list->First();
+        list->DeleteRecord();
+        expectEOF(true);
+        EXPECT_EQ(list->Get_Count(), 0);
+    };
+    const auto entryIDs = KwMake<TKwMAPIEntryIDList>();
+    check(
+        entryIDs, [&] { entryIDs->Add(TKwBytes{1}); }, [&] { (void)entryIDs->Get_CurrentRecord(); });
+    check(
+        Values, [&] { Values->Add(TKwVariant(1)); }, [&] { (void)Values->Get_CurrentRecord(); });
+    const auto props = KwMake<TKwMAPIPropList>();
+    check(
+        props, [&] { props->Add(PR_SUBJECT); }, [&] { (void)props->Get_CurrentRecord(); },
+        [&] { (void)props->GetCurrentRecord(); });
+    const auto propValues = KwMake<TKwMAPIPropValueList>();
+    check(
+        propValues, [&] { propValues->Add(PR_SUBJECT); }, [&] { (void)propValues->Get_CurrentRecord(); },
+        [&] { (void)propValues->GetCurrentRecord(); }, [&] { (void)propValues->Get_CurrentValue(); },
+        [&] { propValues->Set_CurrentValue(TKwVariant(1)); });
+}
+
 TEST_F(ListsTest, WhatIsAddedBecomesCurrent)
 {
     Fill(3);
@@ -147,6 +190,10 @@ TEST_F(ListsTest, ValuesAreEqualAsVariantsAre)
     EXPECT_EQ(Values->Get_Count(), 6);
     EXPECT_EQ(IndexIn(*Values, TKwVariant(7.0)), 1);
     EXPECT_EQ(IndexIn(*Values, TKwVariant(TKwVariant::Array{TKwVariant(1), TKwVariant(u"b")})), 3);
+    EXPECT_EQ(IndexIn(*Values, TKwVariant(u"7")), 1) << "a text that reads as the number is equal to it";
+    Values->Add(TKwVariant(u"7.0"));
+    EXPECT_EQ(Values->Get_Count(), 6);
+    EXPECT_EQ(IndexIn(*Values, TKwVariant(u"07 apples")), -1);
     EXPECT_EQ(IndexIn(*Values, TKwVariant(8)), -1);
     Values->Remove(TKwVariant(8));
     Values->Remove(TKwVariant(u"seven"));
@@ -212,6 +259,12 @@ TEST_F(ListsTest, DefinitionsAreFoundByEitherWidth)
     EXPECT_EQ(list->Get_Item(1), PR_SUBJECT_A);
     list->Clear();
     EXPECT_EQ(Catch([&] { (void)list->GetCurrentRecord(); }), listIsEOF);
+
+    // So are arrays of texts; an array is not the single text of its definition.
+    list->Add(NPR_COMPANIES_A);
+    EXPECT_EQ(IndexIn(*list, NPR_COMPANIES), 0);
+    EXPECT_EQ(IndexIn(*list, RegisterProp(PSETID_Common, u"NPR_TEST_COMPANY", 0x8539u, 0x001F)), -1);
+    EXPECT_EQ(IndexIn(*list, RegisterProp(PSETID_Common, u"NPR_TEST_COMPANY_A", 0x8539u, 0x001E)), -1);
 }
 
 TEST_F(ListsTest, TagArraysHoldTheTagsOfTheObject)

@@ -105,6 +105,14 @@ TEST(PropsRegistryTest, HashHandlesAreFoundBySearchAndRefuseToCollide)
               info.Hash);
     EXPECT_NE(registry.CalcHash(u"NPR_HASHED", TIdentity::NamedByText(PSETID_Task, u"Hashed", 0x001F), Hashed),
               info.Hash);
+    // A number counts as its decimal text, with its sign bit, too; a tag is a number of the empty set.
+    const auto hashOf = [&](const TIdentity& any) { return registry.CalcHash(u"N", any, Hashed); };
+    EXPECT_EQ(hashOf(TIdentity::NamedById(PSETID_Task, 34050, 3)),
+              hashOf(TIdentity::NamedByText(PSETID_Task, u"34050", 3)));
+    EXPECT_EQ(hashOf(TIdentity::NamedById(PSETID_Task, 0x80000001, 3)),
+              hashOf(TIdentity::NamedByText(PSETID_Task, u"2147483649", 3)));
+    EXPECT_EQ(hashOf(TIdentity::Tagged(55, 3)), hashOf(TIdentity::NamedByText(IID_EMPTY, u"55", 3)));
+    EXPECT_NE(hashOf(TIdentity::NamedById(PSETID_Task, 5, 3)), hashOf(TIdentity::NamedById(PSETID_Task, 6, 3)));
 }
 
 TEST(PropsRegistryTest, ACollisionNamesBothDefinitions)

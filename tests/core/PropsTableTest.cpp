@@ -85,25 +85,29 @@ std::string IdentityOf(const TKwMAPIPropInfo& info, bool unicode)
     return text.str();
 }
 
-// Applications keep handles, so no row may move, be renamed or change its type. The value is the FNV-1a hash of all
-// rows, written down when they were published; a new definition at the end comes after the 4866 and does not change it.
+// Applications keep handles, so no row may move, be renamed, or change its type or its property set. The value is the
+// FNV-1a hash of all rows, written down when they were published; a new definition at the end comes after the 4866 and
+// does not change it.
 TEST(PropsTable, NumbersNamesAndTypesAreThePublishedOnes)
 {
-    constexpr std::uint64_t published = 0xEF0E12E350687EF5;
+    constexpr std::uint64_t published = 0x3678065632ED4DE7;
     std::uint64_t hash = 0xCBF29CE484222325;
     std::size_t tagged = 0;
     std::size_t byId = 0;
     std::size_t byText = 0;
+    std::map<std::string, std::size_t> bySet;
     for (TKwMAPIPropDef def = 1; def <= 4866; ++def) {
         const TKwMAPIPropInfo& info = GetPropInfo(def);
         const bool isText = info.PropKind == mapi::MNID_STRING;
         ++(!info.Named ? tagged : isText ? byText : byId);
+        const std::string set = KwToUtf8(KwGuidToStr(info.PropSet()));
+        ++bySet[set];
         const std::string row = KwToUtf8(info.PropName()) +
                                 (!info.Named ? " tag "
                                  : isText    ? " string "
                                              : " lid ") +
                                 (isText ? KwToUtf8(info.StringName()) : std::to_string(info.Identifier())) + ' ' +
-                                std::to_string(info.PropType) + '\n';
+                                std::to_string(info.PropType) + ' ' + set + '\n';
         for (const char c : row)
             hash = (hash ^ static_cast<unsigned char>(c)) * 0x100000001B3;
     }
@@ -111,6 +115,32 @@ TEST(PropsTable, NumbersNamesAndTypesAreThePublishedOnes)
     EXPECT_EQ(tagged, 3114U);
     EXPECT_EQ(byId, 1147U);
     EXPECT_EQ(byText, 605U);
+
+    // Where the hash only tells that something is wrong, these tell what.
+    const std::pair<const mapi::GUID*, std::size_t> counts[] = {
+        {&IID_EMPTY, 3114},
+        {&PSETID_Address, 383},
+        {&PS_PUBLIC_STRINGS, 329},
+        {&PS_INTERNET_HEADERS, 245},
+        {&PSETID_Common, 233},
+        {&PSETID_Appointment, 192},
+        {&PSETID_Sharing, 132},
+        {&PSETID_Task, 81},
+        {&PSETID_Meeting, 53},
+        {&PSETID_Log, 33},
+        {&PSETID_UnifiedMessaging, 19},
+        {&PSETID_PostRss, 19},
+        {&PSETID_Note, 10},
+        {&PSETID_Velmora, 7},
+        {&PSETID_AirSync, 6},
+        {&PSETID_CalendarAssistant, 4},
+        {&PSETID_Attachment, 4},
+        {&PSETID_Messaging, 1},
+        {&GUID_PKMDocSummaryInformation, 1},
+    };
+    for (const auto& [set, count] : counts)
+        EXPECT_EQ(bySet[KwToUtf8(KwGuidToStr(*set))], count) << KwToUtf8(KwGuidToStr(*set));
+    EXPECT_EQ(bySet.size(), std::size(counts));
 }
 
 TEST(PropsTableTest, EveryConstantHasTheNumberOfItsRow)
@@ -181,6 +211,7 @@ TEST(PropsTableTest, PropertySetsHaveThePublishedValues)
         {&PSETID_Messaging, u"{41F28F13-83F4-4114-A584-EEDB5A6B0BFF}"},
         {&PSETID_UnifiedMessaging, u"{4442858E-A9E3-4E80-B900-317A210CC15B}"},
         {&PSETID_Exchange1, u"{48862A09-F786-0114-0281-000000000000}"},
+        {&GUID_PKMDocSummaryInformation, u"{D5CDD502-2E9C-101B-9397-08002B2CF9AE}"},
         {&PSETID_Velmora, u"{52A474EE-E1A3-4E63-8FFC-FCDACB06A7FC}"},
     };
     for (const auto& [set, text] : published)
