@@ -160,6 +160,7 @@ void TKwMAPITable::SeekMAPI(mapi::BOOKMARK origin, std::int32_t rows, std::int32
     sought = 0;
     if (MAPITable() == nullptr)
         return;
+    ClearRowSet(); // whatever comes of it
     const auto seek = [&] { return MAPITable()->SeekRow(origin, rows, &sought); };
     mapi::HRESULT hr = seek();
     if (hr == mapi::MAPI_E_END_OF_SESSION) {
@@ -168,7 +169,6 @@ void TKwMAPITable::SeekMAPI(mapi::BOOKMARK origin, std::int32_t rows, std::int32
         else if (Refetch())
             hr = seek();
     }
-    ClearRowSet();
     switch (hr) {
     case mapi::MAPI_E_BUSY:
         RaiseBusy(sSeekRowBusy);

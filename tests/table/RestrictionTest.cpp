@@ -1,4 +1,5 @@
 // Filter expressions: which record each kind of node lays out, who keeps whom alive, and what is refused.
+#include "mapi/headers/uKwMAPITableConstantsH.hpp"
 #include "tests/table/RestrictionFixture.hpp"
 
 #include <gtest/gtest.h>
@@ -7,6 +8,29 @@ namespace deftmapi::test
 {
 namespace
 {
+
+// Enumerations are copied into records as they are.
+template <std::size_t Count>
+constexpr bool AreTheNumbersFrom0(const mapi::ULONG (&numbers)[Count], const int (&elements)[Count])
+{
+    for (std::size_t i = 0; i < Count; ++i)
+        if (numbers[i] != i || elements[i] != static_cast<int>(i))
+            return false;
+    return true;
+}
+static_assert(AreTheNumbersFrom0(
+    {mapi::RES_AND, mapi::RES_OR, mapi::RES_NOT, mapi::RES_CONTENT, mapi::RES_PROPERTY, mapi::RES_COMPAREPROPS,
+     mapi::RES_BITMASK, mapi::RES_SIZE, mapi::RES_EXIST, mapi::RES_SUBRESTRICTION},
+    {rtAnd, rtOr, rtNot, rtContent, rtProperty, rtCompareProps, rtBitmask, rtSize, rtExists, rtSub}));
+static_assert(AreTheNumbersFrom0(
+    {mapi::RELOP_LT, mapi::RELOP_LE, mapi::RELOP_GT, mapi::RELOP_GE, mapi::RELOP_EQ, mapi::RELOP_NE, mapi::RELOP_RE},
+    {oSmallerThan, oSmallerOrEqual, oGreaterThan, oGreaterOrEqual, oEqual, oNotEqual, oLike}));
+static_assert(AreTheNumbersFrom0({mapi::BMR_EQZ, mapi::BMR_NEZ}, {bmoEqualsZero, bmoNotZero}));
+static_assert(AreTheNumbersFrom0({mapi::FL_FULLSTRING, mapi::FL_SUBSTRING, mapi::FL_PREFIX},
+                                 {smtFullString, smtSubString, smtPrefix}));
+static_assert(rsotRecipients == 0 && rsotAttachments == 1 && ctOpenForwardOnly == 0 && ctDynamic == 1);
+static_assert(tbkBeginning == mapi::BOOKMARK_BEGINNING && tbkCurrentRelative == mapi::BOOKMARK_CURRENT &&
+              tbkEnd == mapi::BOOKMARK_END);
 
 using TRestrictionTest = TRestrictionFixture;
 

@@ -1,4 +1,6 @@
 // Failures of the calls below a table: their texts, the one retry, and that nothing leaks whatever fails.
+#include "mapi/headers/uKwMAPIStoreConstantsH.hpp"
+#include "mapi/session/uKwMAPIContainer.hpp"
 #include "tests/table/TableFixture.hpp"
 
 #include <gtest/gtest.h>
@@ -91,6 +93,41 @@ TEST_F(TTableFailureTest, QueryRowsFailures)
               "TKwMAPITable.QueryRows has raised the following exception:\r\nMAPI_E_CORRUPT_");
 }
 
+class TTestContainer final : public TKwMAPIContainer
+{
+public:
+    explicit TTestContainer(TKwMAPIObject* createdBy) : TKwMAPIContainer(createdBy) {}
+};
+
+TEST_F(TTableFailureTest, CorruptDataOfAnExchangeAddressBookIsExplained)
+{
+    const TCaught plain = Failure("EMAPI_CORRUPT_DATA", 0x8004011B,
+                                  "TKwMAPITable.QueryRows has raised the following exception:\r\nMAPI_E_CORRUPT_DATA "
+                                  "(-2147221221=0x8004011b)");
+    const TCaught explained = Failure(
+        "EMAPI_CORRUPT_DATA", 0x8004011B,
+        "TKwMAPITable.QueryRows failed because of corrupt data!\r\nThis can happen when the contents of the GAL "
+        "is read from an Exchange Server on which Outlook is installed.\r\nIn this case the problem can be "
+        "solved by uninstalling Outlook on the Exchange Server.\r\nIt can also happen when using unpatched "
+        "versions of Outlook 2003 or 2007.\r\nIn this case the problem can be solved by installing the "
+        "servicepacks.");
+    for (const bool exchange : {true, false}) {
+        Session->ConnectedToExchange = exchange;
+        for (const mapi::ULONG type : {mapi::MAPI_ABCONT, mapi::MAPI_FOLDER, mapi::MAPI_DISTLIST}) {
+            const TKwComPtr<TScriptedProp> object = NewObject();
+            object->Bag.Set(LongValue(GetPropTag(PR_OBJECT_TYPE), static_cast<std::int32_t>(type)));
+            const TKwRef<TTestContainer> container = KwMake<TTestContainer>(Session.Get());
+            container->SetSession(Session.Get());
+            container->SetMAPIOBJECT(object.Get());
+            const auto table = KwMake<TKwMAPITable>(*container, Object.Get(), nullptr);
+            table->Get_Fields()->Add(PR_MESSAGE_SIZE);
+            Calls->Next("QueryRows", mapi::MAPI_E_CORRUPT_DATA);
+            EXPECT_EQ(Catch([&] { table->First(); }), exchange && type == mapi::MAPI_ABCONT ? explained : plain)
+                << exchange << " " << type;
+        }
+    }
+}
+
 TEST_F(TTableFailureTest, ReadAtTheEndRaisesOnlyWhenAskedTo)
 {
     Start();
@@ -134,6 +171,14 @@ TEST_F(TTableFailureTest, SeekFailures)
     Calls->Next("SeekRow", mapi::MAPI_W_POSITION_CHANGED);
     EXPECT_EQ(Catch([&] { Table->MAPISeekRow(tbkEnd, 0, sought); }).Message,
               "Component Store caused: Rows went away (TTestProp.MAPISeekRow)");
+
+    // An owner that is no property object, like a session, has no text of its own.
+    const auto table = KwMake<TKwMAPITable>(*Session, Object.Get(), nullptr);
+    Calls->Next("SeekRow", mapi::MAPI_W_POSITION_CHANGED);
+    EXPECT_EQ(Catch([&] { table->MAPISeekRow(tbkEnd, 0, sought); }),
+              Failure("EMAPI_W_POSITION_CHANGED", 0x00040481,
+                      "TKwMAPITable.MAPISeekRow has raised the following exception:\r\nMAPI_W_POSITION_CHANGED "
+                      "(263297)"));
 }
 
 TEST_F(TTableFailureTest, EndOfSessionFetchesTheTableAgainOnce)
@@ -163,6 +208,55 @@ TEST_F(TTableFailureTest, EndOfSessionFetchesTheTableAgainOnce)
     Calls->Next("QueryRows", mapi::MAPI_E_END_OF_SESSION);
     EXPECT_EQ(Catch([&] { Table->First(); }).ClassName, "EMAPI_END_OF_SESSION");
     EXPECT_EQ(Reopened, 3);
+}
+
+TEST_F(TTableFailureTest, AfterAFetchThatFailsNoRowOfTheOldTableIsShown)
+{
+    enum class TFailure
+    {
+        NoTable,
+        Raises,
+        NoColumns
+    };
+    const char* const raised[] = {"EMAPI_END_OF_SESSION", "EMAPI_NETWORK_ERROR", "EMAPI_NO_ACCESS"};
+    for (const char* const method : {"SeekRow", "QueryRows"}) {
+        for (const TFailure failure : {TFailure::NoTable, TFailure::Raises, TFailure::NoColumns}) {
+            SCOPED_TRACE(method + std::string(" ") + raised[static_cast<int>(failure)]);
+            const TKwComPtr<TScriptedTable> fresh = NewTable(0);
+            fresh->AddRow({LongValue(GetPropTag(PR_MESSAGE_SIZE), 100)});
+            Table = KwMake<TKwMAPITable>(*Prop, Object.Get(), [&]() -> TKwComPtr<mapi::IMAPITable> {
+                if (failure == TFailure::Raises)
+                    CreateKwMAPIException(mapi::MAPI_E_NETWORK_ERROR, u"gone")->Raise();
+                return TKwComPtr<mapi::IMAPITable>(failure == TFailure::NoTable ? nullptr : fresh.Get());
+            });
+            Number = Table->Get_Fields()->Add(PR_MESSAGE_SIZE);
+            Table->First();
+            Table->Next();
+            EXPECT_EQ(Row(), 2);
+            Calls->Next(method, mapi::MAPI_E_END_OF_SESSION);
+            if (failure == TFailure::NoColumns)
+                Calls->Next("SetColumns", mapi::MAPI_E_NO_ACCESS);
+            bool found = true;
+            EXPECT_EQ(Catch([&] { Table->SeekRow(tbkEnd, -1, found); }).ClassName, raised[static_cast<int>(failure)]);
+            EXPECT_FALSE(found);
+            EXPECT_EQ(TScriptedAllocator::Live(), 0u) << "rows of the old table";
+            switch (failure) {
+            case TFailure::NoTable:
+                EXPECT_TRUE(Table->Get_EOF());
+                EXPECT_EQ(Table->Get_RowCount(), 0);
+                EXPECT_EQ(Catch([&] { static_cast<void>(Row()); }),
+                          Failure("EMAPI_CALL_FAILED", 0x80004005,
+                                  "No record has been retrieved yet! Is the table active and not EOF?"));
+                break;
+            case TFailure::Raises: // the old table is still the one there is
+                EXPECT_EQ(Row(), 1);
+                break;
+            case TFailure::NoColumns: // the new one is, and gets its columns when it is read
+                EXPECT_EQ(Row(), 100);
+                EXPECT_EQ(Table->Get_RowCount(), 1);
+            }
+        }
+    }
 }
 
 TEST_F(TTableFailureTest, NoCallThatFailsLeaksOrLeavesATableThatCannotGoOn)

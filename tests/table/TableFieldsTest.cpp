@@ -141,6 +141,22 @@ TEST_F(TTableFieldsTest, OutliveTheirTableAndSaySo)
     EXPECT_EQ(Catch([&] { fields->Clear(); }), fieldsGone);
 }
 
+TEST_F(TTableFieldsTest, DisplayFieldsNeedsAProcedure)
+{
+    const TCaught absent = Failure("EMAPI_NOT_SUPPORTED", 26,
+                                   "TKwMAPITable.DisplayFields failed.\r\nThe user-interface module is absent: no "
+                                   "procedure has been registered with SetShowFieldsProc!");
+    EXPECT_EQ(Catch([&] { Table->DisplayFields(); }), absent);
+    IKwMAPITable* shown = nullptr;
+    SetShowFieldsProc([&](IKwMAPITable& table) {
+        shown = &table;
+        SetShowFieldsProc({});
+    });
+    Table->DisplayFields();
+    EXPECT_EQ(shown, static_cast<IKwMAPITable*>(Table.Get()));
+    EXPECT_EQ(Catch([&] { Table->DisplayFields(); }), absent);
+}
+
 /// A kind of table that offers nothing of its own.
 class TPlainTable final : public TKwMAPITableBase
 {
@@ -172,10 +188,29 @@ TEST_F(TTableFieldsTest, KindsOfTablesRefuseWhatTheyDoNotOffer)
     const auto table = KwMake<TPlainTable>(*Prop);
     const TCaught refused = Failure("EMAPI_NOT_SUPPORTED", 26, "This method is not supported by this table!");
     bool found = false;
-    EXPECT_EQ(Catch([&] { table->SeekRow(tbkBeginning, 0, found); }), refused);
-    EXPECT_EQ(Catch([&] { table->Sort(PR_SUBJECT, false); }), refused);
-    EXPECT_EQ(Catch([&] { table->Insert(); }), refused);
-    EXPECT_EQ(Catch([&] { table->Delete(); }), refused);
+    const auto node = Table->CreateRestriction(rtExists);
+    const std::pair<const char*, std::function<void()>> operations[] = {
+        {"SeekRow", [&] { table->SeekRow(tbkBeginning, 0, found); }},
+        {"Sort", [&] { table->Sort(PR_SUBJECT, false); }},
+        {"Sort by keys",
+         [&] {
+             table->Sort(std::vector<TKwMAPISortKey>{{PR_SUBJECT, false}});
+         }},
+        {"CreateRestriction", [&] { static_cast<void>(table->CreateRestriction(rtAnd)); }},
+        {"Filter", [&] { table->Filter(node); }},
+        {"Filter with none", [&] { table->Filter(nullptr); }},
+        {"FindFirst", [&] { table->FindFirst(node, found); }},
+        {"FindLast", [&] { table->FindLast(node, found); }},
+        {"FindNext", [&] { table->FindNext(node, found); }},
+        {"FindPrevious", [&] { table->FindPrevious(node, found); }},
+        {"FindRow", [&] { table->FindRow(node, tbkBeginning, true, found); }},
+        {"Insert", [&] { table->Insert(); }},
+        {"Delete", [&] { table->Delete(); }},
+        {"Advise", [&] { table->Advise(); }},
+        {"DEventConnect", [&] { table->DEventConnect(nullptr, true); }},
+    };
+    for (const auto& [name, operation] : operations)
+        EXPECT_EQ(Catch(operation), refused) << name;
     EXPECT_EQ(Catch([&] { table->SetFieldValue(PR_SUBJECT, u"x"); }).Message, "The table is readonly!");
     EXPECT_EQ(Catch([&] { table->Set_CursorType(ctDynamic); }).Message, "The CursorType is a readonly property!");
     EXPECT_NO_THROW(table->CheckEOF());
