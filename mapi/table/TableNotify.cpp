@@ -69,7 +69,7 @@ mapi::ULONG DEFTMAPI_STDCALL TKwMAPITable::TAdviseSink::OnNotify(mapi::ULONG cou
 {
     const TKwComPtr<TAdviseSink> self(this);
     const std::lock_guard lock(FEvents->Lock);
-    for (mapi::ULONG i = 0; i < count && FConnected && FEvents->Table != nullptr; ++i) {
+    for (mapi::ULONG i = 0; i < count && IsConnected(); ++i) {
         // Nothing may be thrown through the client's code.
         try {
             FEvents->Table->OnNotify(1, &notifications[i]);
@@ -80,10 +80,12 @@ mapi::ULONG DEFTMAPI_STDCALL TKwMAPITable::TAdviseSink::OnNotify(mapi::ULONG cou
     return 0;
 }
 
-void TKwMAPITable::TAdviseSink::Detach() noexcept
+bool TKwMAPITable::TAdviseSink::IsConnected() const noexcept
 {
-    const std::lock_guard lock(FEvents->Lock);
-    FConnected = false;
+    if (FEvents->Table == nullptr)
+        return false;
+    const std::lock_guard lock(FEvents->AdviseLock);
+    return FEvents->Table->FAdviseSink.Get() == this;
 }
 
 // ---- Asking for notifications
@@ -125,21 +127,19 @@ bool TKwMAPITable::Get_Advised() const noexcept
 
 mapi::HRESULT TKwMAPITable::EndAdvise()
 {
-    TKwComPtr<TAdviseSink> sink;
+    TKwComPtr<TAdviseSink> sink; // released when nothing is locked any more
     mapi::ULONG_PTR connection = 0;
     {
         const std::lock_guard lock(FEvents->AdviseLock);
-        sink = std::exchange(FAdviseSink, nullptr);
+        sink = std::exchange(FAdviseSink, nullptr); // from here on it hands on nothing
         connection = std::exchange(FConnection, 0);
     }
     FAdviseAgain = false;
     mapi::HRESULT hr = mapi::S_OK;
     if (connection != 0 && MAPITable() != nullptr)
         hr = MAPITable()->Unadvise(connection);
-    // Not before: a client may wait in Unadvise for what it is delivering. A sink that has ended the notifications
-    // itself may still be running; that is waited for, too.
-    if (sink != nullptr)
-        sink->Detach();
+    // Not before: a client may wait in Unadvise for what it is delivering. A sink may still be running, also when it
+    // has ended the notifications itself.
     const std::lock_guard wait(FEvents->Lock);
     return hr;
 }

@@ -33,12 +33,11 @@ public:
 
     mapi::ULONG DEFTMAPI_STDCALL OnNotify(mapi::ULONG count, mapi::LPNOTIFICATION notifications) override;
 
-    /// Waits for a notification in progress on another thread.
-    void Detach() noexcept;
-
 private:
+    /// Whether the table lives and still has this as its sink. REQUIRES: the events are locked.
+    [[nodiscard]] bool IsConnected() const noexcept;
+
     const std::shared_ptr<TEvents> FEvents;
-    bool FConnected = true; // under the lock of the events
 };
 
 } // namespace deftmapi

@@ -29,6 +29,7 @@ public:
     TKwComPtr<mapi::IMAPIAdviseSink> Sink;          ///< while advised
     std::function<bool(const TRow&)> Matches;       ///< the rows that FindRow finds, whatever the restriction
     std::map<mapi::BOOKMARK, mapi::LONG> Bookmarks; ///< and the positions they mark
+    std::function<void()> OnUnadvise;               ///< called by Unadvise before it does its work; may be empty
 
     void AddRow(std::vector<mapi::SPropValue> values)
     {
@@ -164,6 +165,8 @@ public:
     {
         if (const auto result = FCalls->Enter("Unadvise", std::to_string(connection)))
             return *result;
+        if (OnUnadvise)
+            OnUnadvise();
         Sink.Reset();
         return mapi::S_OK;
     }

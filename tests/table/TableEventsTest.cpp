@@ -399,5 +399,45 @@ TEST_F(TTableEventsTest, UnAdviseWaitsForTheCallInProgress)
     client.join();
 }
 
+TEST_F(TTableEventsTest, ASinkAndTheTablesThreadMayEndTheNotificationsAtOnce)
+{
+    // The client answers Unadvise when all that it delivers on other threads has been delivered.
+    for (const bool sinkFirst : {false, true}) {
+        Table->Advise();
+        const auto sink = Connect();
+        std::promise<void> entered, ending, delivered;
+        std::atomic<bool> left = false;
+        sink->Then = [&](IKwMAPITable& table) {
+            entered.set_value();
+            if (!sinkFirst)
+                ending.get_future().wait();
+            table.UnAdvise();
+            left = true;
+        };
+        std::thread client([&, advised = TKwComPtr<mapi::IMAPIAdviseSink>(Object->Sink)] {
+            mapi::NOTIFICATION events[2]{TableEvent(mapi::TABLE_CHANGED), TableEvent(mapi::TABLE_RELOAD)};
+            advised->OnNotify(2, events);
+            delivered.set_value();
+        });
+        Object->OnUnadvise = [&, clientThread = client.get_id()] {
+            ending.set_value();
+            if (std::this_thread::get_id() != clientThread)
+                delivered.get_future().wait();
+        };
+        entered.get_future().wait();
+        if (sinkFirst)
+            ending.get_future().wait();
+        Table->UnAdvise();
+        EXPECT_TRUE(left) << "a sink is still running";
+        client.join();
+        EXPECT_EQ(sink->Told, TTold{"changed"}) << "nothing after the end";
+        EXPECT_FALSE(Table->Get_Advised());
+        EXPECT_FALSE(Object->Sink);
+        EXPECT_EQ(Calls->Take(), "Advise(0x00000100)\nUnadvise(77)");
+        Table->DEventConnect(sink, false);
+        Object->OnUnadvise = nullptr;
+    }
+}
+
 } // namespace
 } // namespace deftmapi::test
