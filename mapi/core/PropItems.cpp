@@ -29,7 +29,7 @@ bool IsUnknownName(mapi::HRESULT code)
 
 WideString NameOf(const mapi::MAPINAMEID& nameID)
 {
-    const WideString set = KwGuidToStr(*nameID.lpguid);
+    const WideString set = KwGuidToStr(nameID.lpguid != nullptr ? *nameID.lpguid : IID_EMPTY);
     if (nameID.ulKind == mapi::MNID_STRING)
         return KwFormat(u"%s:%s", {set, nameID.Kind.lpwstrName != nullptr ? nameID.Kind.lpwstrName : u""});
     return KwFormat(u"%s:0x%.8x", {set, nameID.Kind.lID});

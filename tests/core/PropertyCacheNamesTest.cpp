@@ -55,6 +55,10 @@ TEST_F(PropertyCacheNamesTest, NamesWithoutADefinitionAreShownInFull)
     EXPECT_EQ(Items().PropByTag(0x80020003, Numbered(0x7777))->Get_PropName(),
               u"{00062008-0000-0000-C000-000000000046}:0x00007777");
     EXPECT_EQ(Items().FindPropByTag(0x8001001F).Get(), text.Get());
+    mapi::MAPINAMEID withoutSet = Numbered(3);
+    withoutSet.lpguid = nullptr;
+    EXPECT_EQ(Items().PropByTag(0x80030003, withoutSet)->Get_PropName(),
+              u"{00000000-0000-0000-0000-000000000000}:0x00000003");
 }
 
 TEST_F(PropertyCacheNamesTest, WithoutUnicodeTheTagIsEightBit)

@@ -1,4 +1,5 @@
 // Binding wrappers to sessions, the walk at logoff, the guards, and what memory and events go through a session.
+#include "mapi/core/uKwMAPILists.hpp"
 #include "tests/core/WrapperFixture.hpp"
 
 #include <algorithm>
@@ -291,6 +292,61 @@ TEST_F(WrapperSessionTest, PropertiesOutliveTheirObjectAndSaySo)
     EXPECT_EQ(Catch([&] { (void)subject->Get_Value(); }).Message,
               "Failed to execute TKwMAPIPropItems.Get_Value!\r\nThe parentobject of this instance has been destroyed!");
     EXPECT_EQ(subject->Get_PropName(), u"PR_SUBJECT");
+}
+
+TEST_F(WrapperSessionTest, AfterLogoffEveryOperationSaysThatTheObjectIsNotActive)
+{
+    const TKwRef<IKwMAPIProperties> items = Prop->Get_Properties();
+    const TKwRef<TKwMAPIPropValueList> list = KwMake<TKwMAPIPropValueList>();
+    list->AddValue(PR_SUBJECT, u"x");
+    mapi::ULONG returned = 0;
+    const TKwMAPIPropDef defs[] = {PR_SUBJECT};
+    const std::pair<const char*, std::function<void()>> operations[] = {
+        {"Get_AccessLevel", [&] { (void)Prop->Get_AccessLevel(); }},
+        {"CheckAccessLevel", [&] { Prop->CheckAccessLevel(alReadOnly); }},
+        {"GetModified", [&] { (void)Prop->GetModified(); }},
+        {"GetPropTag", [&] { (void)Prop->GetPropTag(PR_SUBJECT); }},
+        {"GetPropTag", [&] { (void)Prop->GetPropTag(NPR_CLIENTINTENT); }},
+        {"Get_Properties", [&] { (void)Prop->Get_Properties(); }},
+        {"PropByName", [&] { (void)Prop->PropByName(PR_SUBJECT); }},
+        {"HasProp", [&] { (void)Prop->HasProp(PR_SUBJECT); }},
+        {"DeleteProperty", [&] { Prop->DeleteProperty(PR_SUBJECT); }},
+        {"PropByName", [&] { (void)Prop->Get_EntryID(); }},
+        {"PropByName", [&] { (void)Prop->Get_RecordKey(); }},
+        {"PropByName", [&] { (void)Prop->Get_SearchKey(); }},
+        {"PropByName", [&] { Prop->Set_SearchKey(TKwBytes{1}); }},
+        {"Get_SourceKey", [&] { (void)Prop->Get_SourceKey(); }},
+        {"GetPropList", [&] { (void)Prop->GetPropList(); }},
+        {"RetrieveAllProperties", [&] { Prop->RetrieveAllProperties(); }},
+        {"ResetProperties", [&] { Prop->ResetProperties(); }},
+        {"GetPropValueArray", [&] { (void)Prop->GetPropValueArray(defs, returned); }},
+        {"GetPropValues", [&] { (void)Prop->GetPropValues({PR_SUBJECT}); }},
+        {"GetPropValues", [&] { Prop->GetPropValues(*list); }},
+        {"SetPropValues", [&] { Prop->SetPropValues(*list); }},
+        {"PersistPendingChanges", [&] { Prop->PersistPendingChanges(); }},
+        {"SaveChanges", [&] { Prop->SaveChanges(smClose); }},
+        {"OpenBinProperty", [&] { (void)Prop->OpenBinProperty(PR_BODY, alReadOnly, false); }},
+        {"OpenIntfProperty", [&] { (void)Prop->OpenIntfProperty(PR_BODY, mapi::IID_IStream, 0, alReadOnly, false); }},
+        {"OpenIntfProperty",
+         [&] { (void)Prop->OpenIntfPropertyByTag(0x1000001F, mapi::IID_IStream, 0, alReadOnly, false); }},
+        {"DisplayProperties", [&] { Prop->DisplayProperties(); }},
+        {"Get_Count", [&] { (void)items->Get_Count(); }},
+        {"Get_Item", [&] { (void)items->Get_Item(0); }},
+        {"FindPropByTag", [&] { (void)items->FindPropByTag(0x0037001F); }},
+        {"FindPropByDef", [&] { (void)items->FindPropByDef(PR_SUBJECT); }},
+        {"PropByTag", [&] { items->PropByTag(0x0037001F, true); }},
+        {"Add", [&] { items->Add(PR_SUBJECT); }},
+        {"Delete", [&] { items->Delete(0); }},
+    };
+    Session->Set_Active(false);
+    static_cast<void>(Calls->Take());
+    for (const auto& [name, operation] : operations)
+        EXPECT_EQ(
+            Catch(operation),
+            Failure(
+                "EMAPI_NO_ACCESS", 0x80070005,
+                ("TTestProp." + std::string(name) + " failed.\r\nThe object is not, or no longer, active!").c_str()));
+    EXPECT_EQ(Calls->Take(), "");
 }
 
 TEST_F(WrapperSessionTest, AnItemAfterLogoffNamesTheObjectThatIsNotActive)
