@@ -205,7 +205,7 @@ const mapi::SPropValue& TKwMAPITable::GetFieldValueEx(TKwMAPITableField& field)
     const std::int32_t wide = field.WideIndex();
     std::int32_t index = field.Index();
     if (index == -1)
-        index = wide != -1 && (!DisableUnicode() || ansi == -1) ? wide : ansi;
+        index = wide != -1 ? wide : ansi; // the own form of a text is one of the two: only the other one can be there
     if (index == -1)
         CreateKwMAPIException(mapi::MAPI_E_INVALID_PARAMETER, sNotAField, {field.PropInfo().PropName()})->Raise();
 

@@ -87,11 +87,21 @@ TEST_F(TTableCursorTest, AtTheEndRelativeSeeksCountFromTheLastRow)
 
 TEST_F(TTableCursorTest, AFieldTakenOutOfTheListReadsNothing)
 {
-    const auto subject = Table->Get_Fields()->Add(PR_SUBJECT);
-    Start();
-    EXPECT_EQ(Row(), 1);
-    Table->Get_Fields()->Remove(*Number);
-    EXPECT_EQ(Catch([&] { static_cast<void>(Row()); }).ClassName, "EMAPI_INVALID_PARAMETER");
+    const auto fields = Table->Get_Fields();
+    const std::function<void()> ways[] = {[&] { fields->Remove(*Number); }, [&] { fields->Delete(0); },
+                                          [&] { fields->Clear(); }};
+    for (const auto& takeOut : ways) {
+        Table->Close();
+        fields->Clear();
+        Number = fields->Add(PR_MESSAGE_SIZE);
+        fields->Add(PR_SUBJECT);
+        Start();
+        EXPECT_EQ(Row(), 1);
+        takeOut();
+        EXPECT_EQ(Catch([&] { static_cast<void>(Row()); }),
+                  Failure("EMAPI_INVALID_PARAMETER", 0x80070057,
+                          "The requested field \"PR_MESSAGE_SIZE\" is not a field of this table!"));
+    }
 }
 
 TEST_F(TTableCursorTest, RelativeMovesCountFromTheCurrentRow)

@@ -278,6 +278,19 @@ TEST_F(TTableEventsTest, AFetchedTableIsAdvisedAgain)
     mapi::NOTIFICATION event = TableEvent(mapi::TABLE_RELOAD);
     fresh->Sink->OnNotify(1, &event);
     EXPECT_EQ(sink->Told, TTold{"reload"});
+
+    // A table that could not be set up is advised when it is opened, unless the notifications were ended meanwhile.
+    for (const bool ended : {false, true}) {
+        Table->First();
+        Calls->Next("SeekRow", mapi::MAPI_E_END_OF_SESSION);
+        Calls->Next("SetColumns", mapi::MAPI_E_NO_ACCESS);
+        EXPECT_EQ(Catch([&] { Table->MoveBy(tbkEnd, 0); }).ClassName, "EMAPI_NO_ACCESS");
+        EXPECT_FALSE(Table->Get_Advised());
+        if (ended)
+            Table->UnAdvise();
+        Table->First();
+        EXPECT_EQ(Table->Get_Advised(), !ended);
+    }
 }
 
 TEST_F(TTableEventsTest, ComponentsShareTheNotificationsOfATable)

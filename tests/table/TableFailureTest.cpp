@@ -185,6 +185,9 @@ TEST_F(TTableFailureTest, EndOfSessionFetchesTheTableAgainOnce)
 {
     MakeReopenable();
     Table->Sort(PR_MESSAGE_SIZE, true);
+    Calls->Next("SortTable", mapi::MAPI_E_TOO_COMPLEX);
+    EXPECT_EQ(Catch([&] { Table->Sort(PR_SUBJECT, false); }).Message,
+              "TKwMAPITable.Sort has raised the following exception:\r\nMAPI_E_TOO_COMPLEX (-2147221225=0x80040117)");
     Start();
     Calls->Next("QueryRows", mapi::MAPI_E_END_OF_SESSION);
     Table->First();
@@ -193,6 +196,7 @@ TEST_F(TTableFailureTest, EndOfSessionFetchesTheTableAgainOnce)
     EXPECT_EQ(Reopened, 1);
     EXPECT_EQ(Table->MAPITable(), Fresh.Get());
     EXPECT_EQ(Row(), 1);
+    EXPECT_EQ(Table->Get_RowCount(), 3);
 
     Calls->Next("SeekRow", mapi::MAPI_E_END_OF_SESSION);
     Table->Last();

@@ -65,6 +65,21 @@ TEST_F(TTableFieldsTest, TheOtherTextFormStandsInForAColumnWithoutAValue)
     Table->Next();
     EXPECT_EQ(Text(PR_SUBJECT_A), u"wide");
     EXPECT_EQ(Text(PR_SUBJECT_W), u"wide");
+
+    // Lists of texts are no different.
+    const TKwMAPIPropDef wide = RegisterProp(u"PR_FIELDS_LIST", 0x6A73, mapi::PT_MV_UNICODE).Hash;
+    const TKwMAPIPropDef narrow = RegisterProp(u"PR_FIELDS_LIST_A", 0x6A73, mapi::PT_MV_STRING8).Hash;
+    std::string texts[] = {"red", "green"};
+    mapi::LPSTR pointers[] = {texts[0].data(), texts[1].data()};
+    mapi::SPropValue list{};
+    list.ulPropTag = GetPropTag(narrow);
+    list.Value.MVszA = {2, pointers};
+    Object->Rows.clear();
+    Object->AddRow({list});
+    Table->Close();
+    Fields()->Add(wide);
+    Fields()->Add(narrow);
+    EXPECT_EQ(Table->GetFieldValue(wide), (TKwVariant::Array{TKwAnsiText{"red"}, TKwAnsiText{"green"}}));
 }
 
 TEST_F(TTableFieldsTest, ColumnsThatAreNotThere)

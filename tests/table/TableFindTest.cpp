@@ -188,6 +188,23 @@ TEST_F(TTableFindTest, AFetchedTableIsFilteredAndSortedAsTheOldOneWas)
     EXPECT_EQ(Row(), 1);
 }
 
+TEST_F(TTableFindTest, ABookmarkGoesWithItsTable)
+{
+    const TKwComPtr<TScriptedTable> fresh = NewTable(25);
+    fresh->Matches = Object->Matches;
+    Table = KwMake<TKwMAPITable>(*Prop, Object.Get(), [&] { return TKwComPtr<mapi::IMAPITable>(fresh.Get()); });
+    Number = Table->Get_Fields()->Add(PR_MESSAGE_SIZE);
+    Node = Exists(PR_SUBJECT);
+    EXPECT_EQ(Found(&TKwMAPITable::FindLast), 40);
+    Calls->Next("SeekRow", mapi::MAPI_E_END_OF_SESSION);
+    Table->Last();
+    static_cast<void>(Calls->Take());
+    Table->First();
+    EXPECT_EQ(Found(&TKwMAPITable::FindNext), 10) << "as nothing was found in this one";
+    EXPECT_EQ(Found(&TKwMAPITable::FindNext), 20);
+    EXPECT_EQ(Calls->Count("FreeBookmark"), 1u) << "its own";
+}
+
 TEST_F(TTableFindTest, NoCallThatFailsLeaksOrLosesABookmark)
 {
     for (int n = 1;; ++n) {
