@@ -1,4 +1,5 @@
-// The journal of a store: what changed in which order, written by triggers inside the transaction that changes it.
+// The journal of a store: what changed in which order, written inside the transaction that changes it: about messages
+// by StoreChanges, about folders by triggers.
 // Whoever listens remembers the last number he has seen; so changes of this and of other processes reach him by the
 // same road, and one that was not committed leaves nothing behind.
 #pragma once
@@ -20,20 +21,27 @@ enum class JournalKind : std::int64_t
     FolderAdded = 5,
     FolderDeleted = 6,
     FolderModified = 7,
-    FolderMoved = 8
+    FolderMoved = 8,
+    FolderBulk = 9 ///< more messages of the folder changed at once than are worth an entry each
 };
 
 struct JournalEntry
 {
     std::int64_t number = 0;
     JournalKind kind = JournalKind::MessageAdded;
-    std::int64_t object = 0; ///< row of the message or folder
+    std::int64_t object = 0; ///< row of the message or folder; 0 for many messages
     std::int64_t folder = 0; ///< the folder that it lies in, after the change; for what was deleted, before it
     std::int64_t other = 0;  ///< for what was moved, the folder that it came from; else 0
     bool associated = false; ///< of a message
 
-    [[nodiscard]] bool IsMessage() const { return kind <= JournalKind::MessageMoved; }
+    [[nodiscard]] bool IsMessage() const
+    {
+        return kind <= JournalKind::MessageMoved || kind == JournalKind::FolderBulk;
+    }
 };
+
+/// When one transaction changes more messages of a folder than this, one entry stands for all of them.
+inline constexpr std::size_t JournalBulk = 512;
 
 /// Entries that a journal keeps at least; older ones are trimmed. The trigger in the store file has the same number.
 inline constexpr std::int64_t JournalKept = 16384;

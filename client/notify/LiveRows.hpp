@@ -19,6 +19,7 @@ struct TouchedRows
 {
     std::map<RowKey, bool> keys; ///< and whether the row was there before the first entry about it
     bool natural = false;        ///< rows besides them may have come or gone, or stand elsewhere in the natural order
+    bool all = false;            ///< any row may have come, gone or changed
 
     /// Only the first entry about a row tells what was before.
     void Add(RowKey key, bool wasThere) { keys.emplace(key, wasThere); }

@@ -17,7 +17,7 @@ struct ShownView
 };
 
 /// With more row events than this at once a sink is told to reload the table instead.
-inline constexpr std::size_t MaximumRowEvents = 512;
+inline constexpr std::size_t MaximumRowEvents = JournalBulk;
 
 /// REQUIRES for all methods: the lock of the store is held, and one snapshot of it.
 class RowTracker

@@ -59,11 +59,13 @@ void TableFeed::CollectChanges(NotificationBatch& batch)
     if (last == FSeen)
         return;
     TouchedRows touched;
-    bool known = FSeen != Unknown && ReadJournal(FDatabase, FSeen, [&](const JournalEntry& entry) {
+    const auto tooMuch = [&touched] { return touched.all || touched.keys.size() > MaximumRowEvents; };
+    // Numbers go back only when the file has been put in the place of a newer one.
+    bool known = FSeen != Unknown && FSeen < last && ReadJournal(FDatabase, FSeen, [&](const JournalEntry& entry) {
                      FRows->Touched(entry, touched);
-                     return touched.keys.size() <= MaximumRowEvents;
+                     return !tooMuch();
                  });
-    known = known && touched.keys.size() <= MaximumRowEvents;
+    known = known && !tooMuch();
     if (known && (!touched.keys.empty() || touched.natural)) {
         const std::int64_t seen = std::exchange(FSeen, Unknown); // should this fail
         known = FTracker->Tell(touched, FView, batch);

@@ -61,8 +61,12 @@ public:
     }
     void Touched(const JournalEntry& entry, TouchedRows& rows) const override
     {
-        if (entry.IsMessage() && entry.associated == FRows.associated &&
-            (entry.folder == FRows.folder || entry.other == FRows.folder))
+        if (!entry.IsMessage() || entry.associated != FRows.associated ||
+            (entry.folder != FRows.folder && entry.other != FRows.folder))
+            return;
+        if (entry.kind == JournalKind::FolderBulk)
+            rows.all = true;
+        else
             rows.Add(entry.object, entry.kind == JournalKind::MessageMoved ? entry.other == FRows.folder
                                                                            : entry.kind != JournalKind::MessageAdded);
     }

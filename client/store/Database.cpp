@@ -5,6 +5,7 @@
 #include "client/store/PropertyBag.hpp"
 
 #include <algorithm>
+#include <cstring>
 #include <new>
 #include <sqlite3.h>
 
@@ -16,6 +17,7 @@ namespace
 // Texts whose statements are kept. Restrictions make texts of their own; beyond this all that rest are given up.
 constexpr std::size_t StatementTexts = 400;
 constexpr auto PointerType = "deftmapi";
+constexpr auto sDoomed = u"A part of the change has failed, so that nothing of it is written.";
 
 // How long a writer waits for another process before MAPI_E_TIMEOUT.
 constexpr int BusyMilliseconds = 20000;
@@ -88,10 +90,20 @@ int Collate(void*, int sizeA, const void* a, int sizeB, const void* b)
 
 } // namespace
 
+// In eight bytes at once: a byte that is not ASCII.
+constexpr std::uint64_t HighBits = 0x8080808080808080;
+
 int CompareFolded(std::string_view a, std::string_view b)
 {
     const std::size_t common = std::min(a.size(), b.size());
-    for (std::size_t i = 0; i < common; ++i) {
+    std::size_t start = 0;
+    for (std::uint64_t x = 0, y = 0; start + sizeof x <= common; start += sizeof x) { // what is equal anyway
+        std::memcpy(&x, a.data() + start, sizeof x);
+        std::memcpy(&y, b.data() + start, sizeof y);
+        if (x != y || (x & HighBits) != 0)
+            break;
+    }
+    for (std::size_t i = start; i < common; ++i) {
         if ((a[i] | b[i]) & 0x80) {
             const WideString x = KwUpperCase(UnpackText(a.substr(i)));
             const WideString y = KwUpperCase(UnpackText(b.substr(i)));
@@ -182,6 +194,13 @@ Query& Query::BindText(int index, std::string_view utf8)
 {
     if (sqlite3_bind_text64(FStatement, index, utf8.data() ? utf8.data() : "", utf8.size(), SQLITE_TRANSIENT,
                             SQLITE_UTF8) != SQLITE_OK)
+        FailNow();
+    return *this;
+}
+
+Query& Query::BindLastingText(int index, std::string_view utf8)
+{
+    if (sqlite3_bind_text64(FStatement, index, utf8.data(), utf8.size(), SQLITE_STATIC, SQLITE_UTF8) != SQLITE_OK)
         FailNow();
     return *this;
 }
@@ -340,7 +359,7 @@ void Database::Execute(const std::string& sql)
 
 Query Database::Prepare(std::string_view sql)
 {
-    auto it = FStatements.find(std::string(sql));
+    auto it = FStatements.find(sql);
     if (it == FStatements.end()) {
         if (FStatements.size() >= StatementTexts)
             Forget();
@@ -390,6 +409,8 @@ Transaction::Transaction(Database& database) : FDatabase(database)
 {
     if (FDatabase.FDepth == 0)
         FDatabase.Prepare("BEGIN IMMEDIATE").Run();
+    else if (FDatabase.FDoomed)
+        Fail(mapi::MAPI_E_CALL_FAILED, sDoomed);
     ++FDatabase.FDepth;
 }
 
@@ -397,26 +418,40 @@ Transaction::~Transaction()
 {
     if (!FOpen)
         return;
-    // The outermost one takes everything back: a failure always leaves all levels.
-    if (--FDatabase.FDepth == 0 && !sqlite3_get_autocommit(FDatabase.FHandle))
+    FDatabase.FDoomed = --FDatabase.FDepth != 0;
+    if (FDatabase.FDoomed)
+        return;
+    if (!sqlite3_get_autocommit(FDatabase.FHandle))
         sqlite3_exec(FDatabase.FHandle, "ROLLBACK", nullptr, nullptr, nullptr);
+    if (FDatabase.FWork)
+        FDatabase.FWork->Discard();
 }
 
 void Transaction::Commit()
 {
+    if (FDatabase.FDoomed)
+        Fail(mapi::MAPI_E_CALL_FAILED, sDoomed);
     const bool outermost = FDatabase.FDepth == 1;
-    if (outermost)
+    if (outermost) {
+        if (FDatabase.FWork)
+            FDatabase.FWork->Flush();
         FDatabase.Prepare("COMMIT").Run();
+    }
     --FDatabase.FDepth;
     FOpen = false;
-    if (outermost)
-        Dispatcher::Instance().Wake();
+    if (!outermost)
+        return;
+    if (FDatabase.FWork)
+        FDatabase.FWork->Discard();
+    Dispatcher::Instance().Wake();
 }
 
 Snapshot::Snapshot(Database& database) : FDatabase(database), FOwner(sqlite3_get_autocommit(database.FHandle) != 0)
 {
     if (FOwner)
         FDatabase.Prepare("BEGIN").Run();
+    else if (FDatabase.FDepth != 0 && FDatabase.FWork)
+        FDatabase.FWork->Flush();
 }
 
 Snapshot::~Snapshot()

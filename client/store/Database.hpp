@@ -81,6 +81,8 @@ public:
 
     Query& Bind(int index, std::int64_t value);
     Query& BindText(int index, std::string_view utf8);
+    /// The same without a copy: the text must stay where it is until the statement has run.
+    Query& BindLastingText(int index, std::string_view utf8);
     Query& BindBlob(int index, std::span<const std::uint8_t> bytes);
     Query& BindNull(int index);
     Query& BindReal(int index, double value);
@@ -112,6 +114,17 @@ private:
     std::vector<sqlite3_stmt*>* FIdle; // where the statement rests between two uses
 };
 
+/// Work that belongs to a write transaction but is done once, before it becomes durable.
+class CommitWork
+{
+public:
+    virtual ~CommitWork() = default;
+    /// Writes what there is to write. Called before the commit, and before a consistent read inside the transaction.
+    virtual void Flush() = 0;
+    /// The transaction has ended, with what was flushed or without any of it.
+    virtual void Discard() noexcept = 0;
+};
+
 /// REQUIRES: one thread at a time (the owner holds a lock).
 class Database
 {
@@ -135,6 +148,8 @@ public:
     /// The first column of the first row of a query, 0 when there is no row.
     [[nodiscard]] std::int64_t Scalar(std::string_view sql);
     [[noreturn]] void FailNow(std::string_view doing) const;
+    /// What every transaction from now on does before it commits. @param work  outlives the database; null: nothing
+    void SetCommitWork(CommitWork* work) { FWork = work; }
 
 private:
     friend class Query;
@@ -150,11 +165,19 @@ private:
     void Forget();
 
     sqlite3* FHandle = nullptr;
-    std::unordered_map<std::string, Statements> FStatements;
+    /// Finds texts without copying them.
+    struct TextHash : std::hash<std::string_view>
+    {
+        using is_transparent = void;
+    };
+    std::unordered_map<std::string, Statements, TextHash, std::equal_to<>> FStatements;
     int FDepth = 0;
+    bool FDoomed = false; // a transaction inside the outermost one has failed
+    CommitWork* FWork = nullptr;
 };
 
-/// A write transaction; a transaction inside another joins it. Rolls back unless committed.
+/// A write transaction; a transaction inside another joins it. Rolls back unless committed: one that ends otherwise
+/// takes all around it back, whatever became of the failure on its way there.
 class Transaction
 {
 public:
@@ -162,6 +185,7 @@ public:
     ~Transaction();
     Transaction(const Transaction&) = delete;
     Transaction& operator=(const Transaction&) = delete;
+    /// @throws Failure  the outermost one cannot be committed, or an inner one has failed: MAPI_E_CALL_FAILED
     void Commit();
 
 private:

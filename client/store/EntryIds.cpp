@@ -3,6 +3,7 @@
 #include "client/entry/Guard.hpp"
 
 #include <cstring>
+#include <mutex>
 #include <random>
 
 namespace deftmapi::client
@@ -89,7 +90,10 @@ Bytes ToBytes(const Uid& uid)
 
 Uid NewUid()
 {
-    std::random_device device;
+    // Opening the device costs more than the numbers do. It holds no state that a fork could double.
+    static auto& device = *new std::random_device; // sessions may outlive the static objects
+    static auto& lock = *new std::mutex;
+    const std::lock_guard guard(lock);
     Uid uid;
     for (std::size_t i = 0; i < sizeof uid.ab; i += 4) {
         const std::uint32_t word = device();

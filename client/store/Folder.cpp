@@ -58,6 +58,10 @@ FolderRow LoadFolder(StoreFile& store, std::int64_t row)
     folder.contents = query.Number(2);
     folder.unread = query.Number(3);
     folder.associated = query.Number(4);
+    const StoreChanges::Counts pending = store.Changes().Pending(row);
+    folder.contents += pending.contents;
+    folder.unread += pending.unread;
+    folder.associated += pending.associated;
     folder.hasSubfolders = query.Number(9) != 0;
     store.Unpack(query.Blob(8), folder.props);
     folder.props.Set(TextProp(tag::DisplayName, UnpackText(query.Text(5))));

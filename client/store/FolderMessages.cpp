@@ -102,10 +102,7 @@ mapi::HRESULT FolderObject::CopyMessages(mapi::LPENTRYLIST list, mapi::LPCIID ii
         Transaction transaction(FStore->Db());
         for (const std::int64_t row : rows) {
             if (flags & mapi::MESSAGE_MOVE) {
-                Query move = FStore->Db().Prepare("UPDATE messages SET folder = ?2, version = version + 1 "
-                                                  "WHERE id = ?1 AND folder IS NOT NULL");
-                move.Bind(1, row).Bind(2, target).Run();
-                missed += FStore->Db().Changes() == 0;
+                missed += !MoveMessage(*FStore, row, target);
                 continue;
             }
             Query exists = FStore->Db().Prepare("SELECT 1 FROM messages WHERE id = ?1 AND folder IS NOT NULL");
@@ -152,10 +149,7 @@ mapi::HRESULT FolderObject::SetReadFlags(mapi::LPENTRYLIST list, mapi::ULONG_PTR
             const std::vector<std::int64_t> rows = MessageRows(list, missed);
             missed += SetReadFlagsOf(*FStore, rows, change);
         } else {
-            // No list: all messages of the folder. What is right already is left alone.
-            Query update = FStore->Db().Prepare("UPDATE messages SET flags = (flags & ~?2) | ?3 WHERE folder = ?1 AND "
-                                                "associated = 0 AND flags <> ((flags & ~?2) | ?3)");
-            update.Bind(1, FRow).Bind(2, change.clear).Bind(3, change.set).Run();
+            SetReadFlagsIn(*FStore, FRow, change);
         }
         transaction.Commit();
         return missed ? mapi::MAPI_W_PARTIAL_COMPLETION : mapi::S_OK;
@@ -182,15 +176,7 @@ mapi::HRESULT FolderObject::SetMessageStatus(ULONG size, mapi::LPENTRYID id, ULO
         RequireWritable();
         const std::int64_t row = FStore->RowOf(size, id, EntryKind::Message);
         Transaction transaction(FStore->Db());
-        std::int64_t before = 0;
-        {
-            Query query = FStore->Db().Prepare("SELECT status FROM messages WHERE id = ?1");
-            if (!query.Bind(1, row).Step())
-                Fail(mapi::MAPI_E_NOT_FOUND, sNoMessage);
-            before = query.Number(0);
-        }
-        Query update = FStore->Db().Prepare("UPDATE messages SET status = ?2 WHERE id = ?1");
-        update.Bind(1, row).Bind(2, (before & ~std::int64_t{mask}) | (status & mask)).Run();
+        const std::int64_t before = SetStatusOf(*FStore, row, status, mask);
         transaction.Commit();
         if (old)
             *old = static_cast<ULONG>(before);

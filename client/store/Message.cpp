@@ -383,7 +383,7 @@ mapi::HRESULT MessageObject::SetReadFlag(ULONG flags) noexcept
         FState.props.Set(LongProp(tag::MessageFlags, change.Apply(FState.props.Number(tag::MessageFlags))));
         if (FState.row != 0 && !FParent) {
             Transaction transaction(FStore->Db());
-            SetReadFlagOf(*FStore, FState.row, change);
+            SetReadFlagsOf(*FStore, {FState.row}, change);
             transaction.Commit();
         } else {
             FState.changed = true;

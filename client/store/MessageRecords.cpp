@@ -12,6 +12,7 @@ namespace
 
 constexpr auto sNoMessage = u"The message does not exist.";
 constexpr auto sFolderDeleted = u"The folder of the message has been deleted.";
+constexpr auto sNoTarget = u"The folder that the message is to be moved to has been deleted.";
 constexpr auto sDeleted = u"The message has been deleted since it was opened.";
 constexpr auto sChanged = u"The message has been changed by someone else since it was opened.";
 
@@ -76,21 +77,22 @@ bool IsWholeInColumn(const Prop& prop)
     return FindMessageColumn(prop.Id()) && FitsColumn(prop);
 }
 
-void BindColumn(Query& query, int index, const Prop* prop)
+/// @param texts  keeps what is bound
+void BindColumn(Query& query, int index, const Prop* prop, std::vector<std::string>& texts)
 {
+    const auto bindText = [&](WideView text) { query.BindLastingText(index, texts.emplace_back(PackText(text))); };
     if (!prop) {
         query.BindNull(index);
     } else if (const auto* number = std::get_if<std::int64_t>(&prop->data)) {
         query.Bind(index, *number);
     } else if (const auto* text = std::get_if<WideString>(&prop->data)) {
-        query.BindText(index,
-                       PackText(FitsColumn(*prop) ? WideView(*text) : WideView(*text).substr(0, limits::TableText)));
+        bindText(FitsColumn(*prop) ? WideView(*text) : WideView(*text).substr(0, limits::TableText));
     } else if (const auto* bytes = std::get_if<Bytes>(&prop->data)) {
         query.BindBlob(index, FitsColumn(*prop) ? std::span(*bytes) : std::span<const std::uint8_t>());
     } else if (const auto* blob = std::get_if<BlobPtr>(&prop->data); blob && prop->Type() == mapi::PT_UNICODE) {
         WideString start(limits::TableText, u'\0');
         start.resize((*blob)->Read(0, start.data(), start.size() * 2) / 2);
-        query.BindText(index, PackText(start));
+        bindText(start);
     } else if (blob && prop->Type() == mapi::PT_BINARY) { // written through a stream, of whatever size
         query.BindBlob(index, (*blob)->Size() <= ColumnBytes ? (*blob)->ReadAll() : Bytes());
     } else {
@@ -98,10 +100,57 @@ void BindColumn(Query& query, int index, const Prop* prop)
     }
 }
 
+bool FolderExists(StoreFile& store, std::int64_t row)
+{
+    return store.Db().Prepare("SELECT 1 FROM folders WHERE id = ?1").Bind(1, row).Step();
+}
+
 std::uint64_t AttachmentSize(const AttachmentState& attachment, std::uint64_t embedded)
 {
     return attachment.props.Size() + embedded;
 }
+
+/// Takes a message back to what it was before it was written, unless that succeeded: it is to be saved again as it is.
+class WhatWritingChanges
+{
+public:
+    explicit WhatWritingChanges(MessageState& message)
+        : FMessage(&message), FRow(message.row), FVersion(message.version), FFolder(message.folder),
+          FAttachments(message.attachments)
+    {
+        for (std::size_t i = 0; i < std::size(Tags); ++i)
+            if (const Prop* prop = message.props.Find(Tags[i] >> 16))
+                FNumbers[i] = std::get<std::int64_t>(prop->data);
+    }
+    ~WhatWritingChanges()
+    {
+        if (!FMessage)
+            return;
+        FMessage->row = FRow;
+        FMessage->version = FVersion;
+        FMessage->folder = FFolder;
+        FMessage->attachments = std::move(FAttachments);
+        for (std::size_t i = 0; i < std::size(Tags); ++i) {
+            if (FNumbers[i])
+                FMessage->props.Set(LongProp(Tags[i], *FNumbers[i])); // it is there: no memory is needed
+            else
+                FMessage->props.Erase(Tags[i] >> 16);
+        }
+    }
+    WhatWritingChanges(const WhatWritingChanges&) = delete;
+    WhatWritingChanges& operator=(const WhatWritingChanges&) = delete;
+    void Forget() { FMessage = nullptr; }
+
+private:
+    static constexpr ULONG Tags[] = {tag::MessageFlags, tag::MessageStatus, tag::MessageSize, tag::LastModification};
+
+    MessageState* FMessage;
+    std::int64_t FRow;
+    std::int64_t FVersion;
+    std::int64_t FFolder;
+    std::vector<AttachmentState> FAttachments;
+    std::optional<std::int64_t> FNumbers[std::size(Tags)];
+};
 
 class Writer
 {
@@ -110,35 +159,34 @@ public:
 
     void Write(MessageState& message, std::int64_t attachment)
     {
-        if (message.row == 0)
-            Insert(message, attachment);
-        else
+        const bool isNew = message.row == 0;
+        if (!isNew)
             CheckVersion(message);
-        std::uint64_t size = WriteAttachments(message) + message.props.Size();
-        size += WriteRecipients(message);
-        if (message.version > 0)
+        else if (message.folder && !FolderExists(FStore, message.folder))
+            Fail(mapi::MAPI_E_OBJECT_DELETED, sFolderDeleted);
+        std::uint64_t size = message.props.Size() + WriteRecipients(message);
+        if (isNew) {
+            SetSize(message, size);
+            Insert(message, attachment);
+            if (!message.attachments.empty()) { // they need the row
+                SetSize(message, size + WriteAttachments(message));
+                Query update = FStore.Db().Prepare("UPDATE messages SET size = ?2 WHERE id = ?1");
+                update.Bind(1, message.row).Bind(2, message.props.Number(tag::MessageSize)).Run();
+            }
+        } else {
+            size += WriteAttachments(message);
             message.props.Set(LongProp(tag::LastModification, Now()));
-        const auto limited = std::min<std::uint64_t>(size, std::numeric_limits<std::int32_t>::max());
-        message.props.Set(LongProp(tag::MessageSize, static_cast<std::int64_t>(limited)));
-        WriteColumns(message);
-        WriteBag(message);
+            SetSize(message, size);
+            Update(message);
+        }
+        WriteBag(message, isNew);
     }
 
 private:
-    void Insert(MessageState& message, std::int64_t attachment)
+    static void SetSize(MessageState& message, std::uint64_t size)
     {
-        if (message.folder) {
-            Query folder = FStore.Db().Prepare("SELECT 1 FROM folders WHERE id = ?1");
-            if (!folder.Bind(1, message.folder).Step())
-                Fail(mapi::MAPI_E_OBJECT_DELETED, sFolderDeleted);
-        }
-        // The folder is set with the other columns, so that the folder's counters see the message's true flags.
-        Query insert = FStore.Db().Prepare("INSERT INTO messages (attachment, associated) VALUES (?1, ?2)");
-        if (attachment)
-            insert.Bind(1, attachment);
-        insert.Bind(2, message.associated).Run();
-        message.row = FStore.Db().LastRow();
-        message.version = 0;
+        const auto limited = std::min<std::uint64_t>(size, std::numeric_limits<std::int32_t>::max());
+        message.props.Set(LongProp(tag::MessageSize, static_cast<std::int64_t>(limited)));
     }
 
     void CheckVersion(MessageState& message)
@@ -151,6 +199,7 @@ private:
             Fail(mapi::MAPI_E_OBJECT_CHANGED, sChanged);
         message.version = query.Number(0);
         message.folder = query.Number(1);
+        FFlagsBefore = query.Number(2);
         // These are changed without the message being opened, and an open message does not undo it.
         const std::int64_t flags = message.props.Number(tag::MessageFlags) & ~std::int64_t{mapi::MSGFLAG_READ};
         message.props.Set(LongProp(tag::MessageFlags, flags | (query.Number(2) & mapi::MSGFLAG_READ)));
@@ -167,26 +216,63 @@ private:
         return FRecipients.size();
     }
 
-    void WriteBag(const MessageState& message)
+    void WriteBag(const MessageState& message, bool isNew)
     {
-        const Bytes props = FStore.Pack({LargeOwner::Message, message.row}, message.props,
-                                        [](const Prop& prop) { return !IsWholeInColumn(prop); });
-        if (message.version == 1 || message.recipientsChanged) {
-            Query query =
-                FStore.Db().Prepare("INSERT OR REPLACE INTO bags (message, props, recipients) VALUES (?1, ?2, ?3)");
-            query.Bind(1, message.row).BindBlob(2, props);
-            if (!FRecipients.empty())
-                query.BindBlob(3, FRecipients);
-            query.Run();
-        } else {
-            Query query = FStore.Db().Prepare("UPDATE bags SET props = ?2 WHERE message = ?1");
-            query.Bind(1, message.row).BindBlob(2, props).Run();
-        }
+        const Bytes props = FStore.Pack(
+            {LargeOwner::Message, message.row}, message.props, [](const Prop& prop) { return !IsWholeInColumn(prop); },
+            isNew);
+        const char* sql = isNew ? "INSERT INTO bags (message, props, recipients) VALUES (?1, ?2, ?3)"
+                          : message.recipientsChanged ? "UPDATE bags SET props = ?2, recipients = ?3 WHERE message = ?1"
+                                                      : "UPDATE bags SET props = ?2 WHERE message = ?1";
+        Query query = FStore.Db().Prepare(sql);
+        query.Bind(1, message.row).BindBlob(2, props);
+        if (!FRecipients.empty())
+            query.BindBlob(3, FRecipients);
+        query.Run();
     }
 
-    void WriteColumns(MessageState& message)
+    [[nodiscard]] static std::int64_t Flags(const MessageState& message)
     {
-        static const std::string sql = "UPDATE messages SET folder = ?2, version = ?3" + [] {
+        return message.props.Number(tag::MessageFlags);
+    }
+
+    void BindColumns(Query& query, const MessageState& message)
+    {
+        FTexts.clear();
+        FTexts.reserve(std::size(Columns)); // what is bound may not move
+        int parameter = FirstColumn;
+        for (const auto& column : Columns)
+            BindColumn(query, parameter++, message.props.Find(column.tag >> 16), FTexts);
+    }
+
+    /// Everything in one statement: each index and each listener meets the row once, as it is.
+    void Insert(MessageState& message, std::int64_t attachment)
+    {
+        static const std::string sql = "INSERT INTO messages (attachment, folder, version, associated" +
+                                       ColumnList(", ", "") + ") VALUES (?1, ?2, ?3, ?4" +
+                                       [] {
+                                           std::string list;
+                                           for (std::size_t i = 0; i < std::size(Columns); ++i)
+                                               list.append(", ?").append(std::to_string(FirstColumn + i));
+                                           return list;
+                                       }() +
+                                       ")";
+        Query insert = FStore.Db().Prepare(sql);
+        message.version = 1;
+        if (attachment)
+            insert.Bind(1, attachment);
+        if (message.folder)
+            insert.Bind(2, message.folder);
+        insert.Bind(3, message.version).Bind(4, message.associated);
+        BindColumns(insert, message);
+        insert.Run();
+        message.row = FStore.Db().LastRow();
+        FStore.Changes().Added({message.row, message.folder, message.associated, Flags(message)});
+    }
+
+    void Update(MessageState& message)
+    {
+        static const std::string sql = "UPDATE messages SET version = ?3" + [] {
             std::string list;
             int parameter = FirstColumn;
             for (const auto& column : Columns)
@@ -196,12 +282,9 @@ private:
         Query update = FStore.Db().Prepare(sql);
         ++message.version;
         update.Bind(1, message.row).Bind(3, message.version);
-        if (message.folder)
-            update.Bind(2, message.folder);
-        int parameter = FirstColumn;
-        for (const auto& column : Columns)
-            BindColumn(update, parameter++, message.props.Find(column.tag >> 16));
+        BindColumns(update, message);
         update.Run();
+        FStore.Changes().Changed({message.row, message.folder, message.associated, FFlagsBefore}, Flags(message));
     }
 
     std::uint64_t WriteAttachments(MessageState& message)
@@ -272,7 +355,9 @@ private:
 
     StoreFile& FStore;
     bool FForce;
-    Bytes FRecipients; // packed by WriteRecipients, written by WriteBag
+    std::int64_t FFlagsBefore = 0;
+    std::vector<std::string> FTexts; // packed, of the statement that runs
+    Bytes FRecipients;               // packed by WriteRecipients, written by WriteBag
 };
 
 } // namespace
@@ -284,14 +369,17 @@ std::span<const MessageColumn> MessageColumns()
 
 const MessageColumn* FindMessageColumn(ULONG id)
 {
+    // One byte per identifier up to the last one that has a column: this is asked for every property of every message.
     static const auto index = [] {
-        std::unordered_map<ULONG, const MessageColumn*> map;
-        for (const auto& column : Columns)
-            map.emplace(column.tag >> 16, &column);
-        return map;
+        std::vector<std::uint8_t> numbers;
+        for (std::size_t i = 0; i < std::size(Columns); ++i) {
+            const std::size_t at = Columns[i].tag >> 16;
+            numbers.resize(std::max(numbers.size(), at + 1));
+            numbers[at] = static_cast<std::uint8_t>(i + 1);
+        }
+        return numbers;
     }();
-    const auto it = index.find(id);
-    return it == index.end() ? nullptr : it->second;
+    return id < index.size() && index[id] != 0 ? &Columns[index[id] - 1] : nullptr;
 }
 
 std::optional<Prop> ReadColumn(const Query& query, int index, const MessageColumn& column)
@@ -364,11 +452,11 @@ void LoadAttachments(StoreFile& store, MessageState& message)
 
 void SaveMessage(StoreFile& store, MessageState& message, bool force)
 {
-    MessageState work = message;
     Transaction transaction(store.Db());
-    Writer(store, force).Write(work, 0);
+    WhatWritingChanges before(message);
+    Writer(store, force).Write(message, 0);
     transaction.Commit();
-    message = std::move(work);
+    before.Forget();
 }
 
 bool DeleteMessageRow(StoreFile& store, std::int64_t row)
@@ -390,8 +478,11 @@ bool DeleteMessageRow(StoreFile& store, std::int64_t row)
         database.Prepare("DELETE FROM attachments WHERE message = ?1").Bind(1, row).Run();
     store.DropLargeValues({LargeOwner::Message, row});
     database.Prepare("DELETE FROM bags WHERE message = ?1").Bind(1, row).Run();
-    database.Prepare("DELETE FROM messages WHERE id = ?1").Bind(1, row).Run();
-    return database.Changes() > 0;
+    Query remove = database.Prepare("DELETE FROM messages WHERE id = ?1 RETURNING folder, associated, flags");
+    if (!remove.Bind(1, row).Step())
+        return false;
+    store.Changes().Removed({row, remove.Number(0), remove.Number(1) != 0, remove.Number(2)});
+    return true;
 }
 
 MessageState CopyOfMessage(StoreFile& store, std::int64_t row, std::int64_t folder)
@@ -429,26 +520,95 @@ ReadFlagChange::ReadFlagChange(ULONG flags)
         clear |= mapi::MSGFLAG_NRN_PENDING;
 }
 
-bool SetReadFlagOf(StoreFile& store, std::int64_t row, const ReadFlagChange& change)
+namespace
 {
-    Query update = store.Db().Prepare("UPDATE messages SET flags = (flags & ~?2) | ?3 WHERE id = ?1");
-    update.Bind(1, row).Bind(2, change.clear).Bind(3, change.set).Run();
-    return store.Db().Changes() > 0;
+
+/// Gives the new flags of a row that a statement is changing, and counts the change: the rows need not be read first.
+class FlagsOfRow final : public SqlCallable
+{
+public:
+    FlagsOfRow(StoreFile& store, const ReadFlagChange& change) : FStore(store), FChange(change) {}
+
+    void Call(const SqlArguments& row, const SqlResult& result) const override
+    {
+        const CountedMessage before{row.Number(0), row.Number(1), row.Number(2) != 0, row.Number(3)};
+        const std::int64_t flags = FChange.Apply(before.flags);
+        FStore.Changes().Changed(before, flags);
+        result.Set(flags);
+    }
+
+private:
+    StoreFile& FStore;
+    const ReadFlagChange& FChange;
+};
+
+constexpr auto FlagsUpdate = "UPDATE messages SET flags = deft_call(?4, id, folder, associated, flags) "
+                             "WHERE flags <> ((flags & ~?2) | ?3) AND ";
+
+Query PrepareFlags(StoreFile& store, const char* which, const FlagsOfRow& flags, const ReadFlagChange& change)
+{
+    Query update = store.Db().Prepare(FlagsUpdate + std::string(which));
+    update.Bind(2, change.clear).Bind(3, change.set).Bind(4, SqlValue(static_cast<const SqlCallable*>(&flags)));
+    return update;
 }
+
+} // namespace
 
 std::size_t SetReadFlagsOf(StoreFile& store, std::vector<std::int64_t> rows, const ReadFlagChange& change)
 {
     std::sort(rows.begin(), rows.end());
     rows.erase(std::unique(rows.begin(), rows.end()), rows.end());
-    std::string list;
+    std::string list = "[";
     for (const std::int64_t row : rows)
-        list.append(list.empty() ? "[" : ",").append(std::to_string(row));
-    list.append(list.empty() ? "[]" : "]");
-    Query update = store.Db().Prepare("UPDATE messages SET flags = (flags & ~?2) | ?3 WHERE id IN "
-                                      "(SELECT value FROM json_each(?1)) AND flags <> ((flags & ~?2) | ?3)");
-    update.BindText(1, list).Bind(2, change.clear).Bind(3, change.set).Run();
+        list.append(list.size() == 1 ? "" : ",").append(std::to_string(row));
+    list += "]";
+    const FlagsOfRow flags(store, change);
+    PrepareFlags(store, "id IN (SELECT value FROM json_each(?1))", flags, change).BindText(1, list).Run();
+    if (store.Db().Changes() == static_cast<std::int64_t>(rows.size()))
+        return 0;
     Query count = store.Db().Prepare("SELECT count(*) FROM messages WHERE id IN (SELECT value FROM json_each(?1))");
     return count.BindText(1, list).Step() ? rows.size() - static_cast<std::size_t>(count.Number(0)) : rows.size();
+}
+
+void SetReadFlagsIn(StoreFile& store, std::int64_t folder, const ReadFlagChange& change)
+{
+    const FlagsOfRow flags(store, change);
+    PrepareFlags(store, "folder = ?1 AND associated = 0", flags, change).Bind(1, folder).Run();
+}
+
+std::int64_t SetStatusOf(StoreFile& store, std::int64_t row, std::int64_t status, std::int64_t mask)
+{
+    CountedMessage message;
+    std::int64_t before = 0;
+    {
+        Query query = store.Db().Prepare("SELECT id, folder, associated, flags, status FROM messages WHERE id = ?1");
+        if (!query.Bind(1, row).Step())
+            Fail(mapi::MAPI_E_NOT_FOUND, sNoMessage);
+        message = {query.Number(0), query.Number(1), query.Number(2) != 0, query.Number(3)};
+        before = query.Number(4);
+    }
+    Query update = store.Db().Prepare("UPDATE messages SET status = ?2 WHERE id = ?1");
+    update.Bind(1, row).Bind(2, (before & ~mask) | (status & mask)).Run();
+    store.Changes().Changed(message, message.flags);
+    return before;
+}
+
+bool MoveMessage(StoreFile& store, std::int64_t row, std::int64_t folder)
+{
+    if (!FolderExists(store, folder))
+        Fail(mapi::MAPI_E_OBJECT_DELETED, sNoTarget);
+    CountedMessage message;
+    {
+        Query query = store.Db().Prepare("SELECT id, folder, associated, flags FROM messages "
+                                         "WHERE id = ?1 AND folder IS NOT NULL");
+        if (!query.Bind(1, row).Step())
+            return false;
+        message = {query.Number(0), query.Number(1), query.Number(2) != 0, query.Number(3)};
+    }
+    Query move = store.Db().Prepare("UPDATE messages SET folder = ?2, version = version + 1 WHERE id = ?1");
+    move.Bind(1, row).Bind(2, folder).Run();
+    store.Changes().Moved(message, folder);
+    return true;
 }
 
 } // namespace deftmapi::client

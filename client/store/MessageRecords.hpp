@@ -43,9 +43,16 @@ struct ReadFlagChange
     std::int64_t set = 0;
     std::int64_t clear = 0;
 };
-/// Changes the flags of one message. REQUIRES: a transaction is open. @returns false when there is no such message
-bool SetReadFlagOf(StoreFile& store, std::int64_t row, const ReadFlagChange& change);
-/// The same for many, in one statement; what is right already is left alone. @returns how many do not exist
+/// Changes the flags of messages; what is right already is left alone. REQUIRES: a transaction is open.
+/// @returns how many do not exist
 std::size_t SetReadFlagsOf(StoreFile& store, std::vector<std::int64_t> rows, const ReadFlagChange& change);
+/// The same for all ordinary messages of a folder. REQUIRES: a transaction is open.
+void SetReadFlagsIn(StoreFile& store, std::int64_t folder, const ReadFlagChange& change);
+/// Changes the bits of `mask` in PR_MSG_STATUS. REQUIRES: a transaction is open. @returns the value before
+/// @throws Failure  MAPI_E_NOT_FOUND
+std::int64_t SetStatusOf(StoreFile& store, std::int64_t row, std::int64_t status, std::int64_t mask);
+/// Moves a message to another folder. REQUIRES: a transaction is open. @returns false when no folder has the message
+/// @throws Failure  MAPI_E_OBJECT_DELETED the other folder does not exist
+bool MoveMessage(StoreFile& store, std::int64_t row, std::int64_t folder);
 
 } // namespace deftmapi::client

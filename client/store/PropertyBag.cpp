@@ -222,9 +222,10 @@ void UnpackProps(std::span<const std::uint8_t> packed, const std::function<BlobP
 
 std::string PackText(WideView text)
 {
-    std::string out;
+    const auto ascii = std::find_if(text.begin(), text.end(), [](char16_t c) { return c >= 0x80; });
+    std::string out(text.begin(), ascii); // most texts are nothing else
     out.reserve(text.size());
-    for (std::size_t i = 0; i < text.size(); ++i) {
+    for (std::size_t i = out.size(); i < text.size(); ++i) {
         char32_t c = text[i];
         if (IsHigh(c) && i + 1 < text.size() && IsLow(text[i + 1]))
             c = 0x10000 + ((c - 0xD800) << 10) + (text[++i] - 0xDC00);

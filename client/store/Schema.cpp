@@ -191,7 +191,16 @@ constexpr const char* Step3[] = {
     "CREATE INDEX messages_search_key ON messages (search_key) WHERE folder IS NOT NULL",
 };
 
-constexpr std::span<const char* const> Steps[] = {Step1, Step2, Step3};
+// Step 4: the counters of folders and the journal entries of messages are written once per transaction (StoreChanges)
+// instead of once per row. Folders are few: their triggers stay.
+constexpr const char* Step4[] = {
+    "DROP TRIGGER message_added",           "DROP TRIGGER message_removed",
+    "DROP TRIGGER message_changed",         "DROP TRIGGER message_moved",
+    "DROP TRIGGER journal_message_added",   "DROP TRIGGER journal_message_removed",
+    "DROP TRIGGER journal_message_changed",
+};
+
+constexpr std::span<const char* const> Steps[] = {Step1, Step2, Step3, Step4};
 static_assert(std::size(Steps) == schema::Version);
 
 /// Runs the steps after `from` inside the caller's transaction.

@@ -73,6 +73,7 @@ StoreFile::StoreFile(const std::filesystem::path& file)
     if (!query.Step() || query.Blob(0).size() != sizeof FId)
         Fail(mapi::MAPI_E_CORRUPT_STORE, sIncomplete);
     std::memcpy(&FId, query.Blob(0).data(), sizeof FId);
+    FDatabase.SetCommitWork(&FChanges);
 }
 
 StorePtr StoreFile::ForListeners()
@@ -133,7 +134,8 @@ void StoreFile::DropValue(std::int64_t valueId)
     value.Bind(1, valueId).Run();
 }
 
-Bytes StoreFile::Pack(const LargeOwner& owner, const PropertyBag& bag, const std::function<bool(const Prop&)>& take)
+Bytes StoreFile::Pack(const LargeOwner& owner, const PropertyBag& bag, const std::function<bool(const Prop&)>& take,
+                      bool isNew)
 {
     Bytes packed;
     std::set<std::int64_t> kept;
@@ -160,6 +162,8 @@ Bytes StoreFile::Pack(const LargeOwner& owner, const PropertyBag& bag, const std
         kept.insert(reference.valueId);
         PackLarge(prop.tag, reference, packed);
     }
+    if (isNew)
+        return packed;
     std::vector<std::int64_t> unused;
     Query query = FDatabase.Prepare("SELECT id FROM large_values WHERE owner = ?1");
     query.Bind(1, owner.Key());

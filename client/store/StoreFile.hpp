@@ -7,6 +7,7 @@
 #include "client/store/EntryIds.hpp"
 #include "client/store/PropertyBag.hpp"
 #include "client/store/Schema.hpp"
+#include "client/store/StoreChanges.hpp"
 
 #include <memory>
 #include <mutex>
@@ -38,6 +39,8 @@ public:
 
     [[nodiscard]] std::recursive_mutex& Lock() { return FLock; }
     [[nodiscard]] Database& Db() { return FDatabase; }
+    /// Who changes rows of messages tells it here, inside the same transaction.
+    [[nodiscard]] StoreChanges& Changes() { return FChanges; }
     [[nodiscard]] const Uid& Id() const { return FId; }
     /// The same store over another connection, for those who listen to it: it sees only what is durable. All who listen
     /// share it. REQUIRES: the lock is held.
@@ -54,9 +57,9 @@ public:
                 const std::function<void(Prop)>& sink);
     void Unpack(std::span<const std::uint8_t> packed, PropertyBag& bag);
     /// Encodes the properties that `take` accepts (null: all), writes the large ones among them and drops those of the
-    /// owner that are no longer used. REQUIRES: a transaction is open.
+    /// owner that are no longer used; one that is new has none yet. REQUIRES: a transaction is open.
     [[nodiscard]] Bytes Pack(const LargeOwner& owner, const PropertyBag& bag,
-                             const std::function<bool(const Prop&)>& take = nullptr);
+                             const std::function<bool(const Prop&)>& take = nullptr, bool isNew = false);
     /// Removes every large value of the owner. REQUIRES: a transaction is open.
     void DropLargeValues(const LargeOwner& owner);
 
@@ -89,6 +92,7 @@ private:
     std::weak_ptr<StoreFile> FForListeners;
     StoreFileUse FUse; // outlives the connection
     Database FDatabase;
+    StoreChanges FChanges{FDatabase};
     Uid FId{};
     std::unordered_map<std::string, ULONG> FIdsByName; // key: set, kind and name in bytes
     std::unordered_map<ULONG, std::shared_ptr<const Name>> FNamesById;

@@ -171,6 +171,16 @@ TEST_F(NotifyTest, TooMuchAtOnceIsAReload)
     Start(false);
     auto table = Contents();
     static_cast<void>(Advise(*table, FSink.Get()));
+    ULONG type = 0;
+    Ptr<IMAPIFolder> parent;
+    const Bytes parentId = Get(*FInbox, tag::ParentEntryId).Blob();
+    ASSERT_EQ(FStore->OpenEntry(static_cast<ULONG>(parentId.size()), AsEntry(parentId), nullptr, 0, &type,
+                                reinterpret_cast<LPUNKNOWN*>(Out(parent))),
+              S_OK);
+    Ptr<IMAPITable> folders;
+    ASSERT_EQ(parent->GetHierarchyTable(MAPI_UNICODE, Out(folders)), S_OK);
+    ASSERT_EQ(folders->SetColumns(Tags{tag::DisplayName, tag::ContentCount}, 0), S_OK);
+    const Ptr<RecordingSink> folderSink{new RecordingSink};
     const Bytes first = AddMessage(u"first");
     Dispatch();
     static_cast<void>(FSink->Take());
@@ -190,12 +200,24 @@ TEST_F(NotifyTest, TooMuchAtOnceIsAReload)
     ASSERT_EQ(other.Do("burst " + std::to_string(MaximumRowEvents)), "ok");
     Dispatch();
     EXPECT_EQ(FSink->Take().size(), MaximumRowEvents);
+    static_cast<void>(Advise(*folders, folderSink.Get()));
     ASSERT_EQ(other.Do("burst " + std::to_string(MaximumRowEvents + 1)), "ok");
     Dispatch();
     EXPECT_EQ(Describe(FSink->Take()), Lines{u"reload"});
+    // To the tree of folders it is one row.
+    const auto rows = folderSink->Take();
+    EXPECT_EQ(Describe(rows), Lines{u"modified Inbox"});
+    EXPECT_EQ(NumberAt(rows.at(0).row, 1), std::int64_t{2 * MaximumRowEvents + 1});
     AddMessage(u"one more");
     Dispatch();
     EXPECT_EQ(Describe(FSink->Take()), Lines{u"added one more"});
+
+    // A file that was put back as it had been: its numbers are smaller than those that were seen.
+    file = StoreFile::Open(StorePath());
+    file->Db().Execute("DELETE FROM journal WHERE seq > (SELECT max(seq) - 1 FROM journal)");
+    file.reset();
+    Dispatch();
+    EXPECT_EQ(Describe(FSink->Take()), Lines{u"reload"});
 }
 
 TEST_F(NotifyTest, ATableWithARowPerValueIsReadAnew)
@@ -220,7 +242,7 @@ TEST_F(NotifyTest, AFailureIsToldOnceAndWhatHappenedMeanwhileAfterIt)
     auto table = Contents();
     static_cast<void>(Advise(*table, FSink.Get()));
     StorePtr file = StoreFile::Open(StorePath());
-    file->Db().Execute("ALTER TABLE journal RENAME TO elsewhere");
+    file->Db().Execute("ALTER TABLE journal RENAME COLUMN seq TO elsewhere");
     AddMessage(u"a");
     Dispatch();
     Dispatch();
@@ -228,7 +250,7 @@ TEST_F(NotifyTest, AFailureIsToldOnceAndWhatHappenedMeanwhileAfterIt)
     ASSERT_EQ(events.size(), 1u);
     EXPECT_EQ(events[0].type, TABLE_ERROR);
     EXPECT_TRUE(Failed(events[0].result));
-    file->Db().Execute("ALTER TABLE elsewhere RENAME TO journal");
+    file->Db().Execute("ALTER TABLE journal RENAME COLUMN elsewhere TO seq");
     AddMessage(u"b");
     Dispatch();
     EXPECT_EQ(Describe(FSink->Take()), (Lines{u"added a", u"added b"}));

@@ -1,0 +1,156 @@
+#include "client/store/StoreChanges.hpp"
+
+#include "mapi/headers/uKwMAPIHeaders.hpp"
+
+#include <algorithm>
+#include <utility>
+
+namespace deftmapi::client
+{
+namespace
+{
+
+bool IsUnread(const CountedMessage& message)
+{
+    return !message.associated && (message.flags & mapi::MSGFLAG_READ) == 0;
+}
+
+} // namespace
+
+StoreChanges::Tally& StoreChanges::Of(std::int64_t folder)
+{
+    return FTallies[folder];
+}
+
+void StoreChanges::Count(Tally& tally, const CountedMessage& message, std::int64_t sign)
+{
+    ++tally.membership;
+    ++tally.changes;
+    if (message.associated)
+        tally.counts.associated += sign;
+    else
+        tally.counts.contents += sign;
+    if (IsUnread(message))
+        tally.counts.unread += sign;
+}
+
+bool StoreChanges::IsBulk(std::int64_t folder, bool associated) const
+{
+    const auto it = FTallies.find(folder);
+    return it != FTallies.end() && it->second.entries[associated] > JournalBulk;
+}
+
+void StoreChanges::NoteEntry(std::int64_t folder, bool associated)
+{
+    Tally& tally = Of(folder);
+    if (++tally.entries[associated] <= JournalBulk)
+        return;
+    tally.bulk[associated] = true;
+    if (tally.entries[associated] == JournalBulk + 1)
+        DropEntries();
+}
+
+void StoreChanges::DropEntries()
+{
+    std::erase_if(FEntries, [this](const JournalEntry& entry) {
+        return IsBulk(entry.folder, entry.associated) && (!entry.other || IsBulk(entry.other, entry.associated));
+    });
+}
+
+void StoreChanges::Enter(JournalKind kind, const CountedMessage& message, std::int64_t folder, std::int64_t other)
+{
+    NoteEntry(folder, message.associated);
+    if (other)
+        NoteEntry(other, message.associated);
+    if (!IsBulk(folder, message.associated) || (other && !IsBulk(other, message.associated)))
+        FEntries.push_back({0, kind, message.row, folder, other, message.associated});
+}
+
+void StoreChanges::Added(const CountedMessage& message)
+{
+    if (!message.folder)
+        return;
+    Count(Of(message.folder), message, 1);
+    Enter(JournalKind::MessageAdded, message, message.folder, 0);
+}
+
+void StoreChanges::Removed(const CountedMessage& message)
+{
+    if (!message.folder)
+        return;
+    Count(Of(message.folder), message, -1);
+    Enter(JournalKind::MessageDeleted, message, message.folder, 0);
+}
+
+void StoreChanges::Changed(const CountedMessage& before, std::int64_t flags)
+{
+    if (!before.folder)
+        return;
+    CountedMessage after = before;
+    after.flags = flags;
+    Tally& tally = Of(before.folder);
+    ++tally.changes;
+    tally.counts.unread += int{IsUnread(after)} - int{IsUnread(before)};
+    Enter(JournalKind::MessageModified, before, before.folder, 0);
+}
+
+void StoreChanges::Moved(const CountedMessage& before, std::int64_t folder)
+{
+    if (folder == before.folder)
+        return Changed(before, before.flags);
+    Count(Of(before.folder), before, -1);
+    Count(Of(folder), before, 1);
+    Enter(JournalKind::MessageMoved, before, folder, before.folder);
+}
+
+StoreChanges::Counts StoreChanges::Pending(std::int64_t folder) const
+{
+    const auto it = FTallies.find(folder);
+    return it == FTallies.end() ? Counts() : it->second.counts;
+}
+
+void StoreChanges::Flush()
+{
+    if (FTallies.empty())
+        return;
+    {
+        Query entry = FDatabase.Prepare("INSERT INTO journal (kind, object, folder, other, associated) "
+                                        "VALUES (?1, ?2, ?3, nullif(?4, 0), ?5)");
+        const auto write = [&entry](JournalKind kind, std::int64_t object, std::int64_t folder, std::int64_t other,
+                                    bool associated) {
+            entry.Reset();
+            entry.Bind(1, static_cast<std::int64_t>(kind)).Bind(2, object).Bind(3, folder).Bind(4, other);
+            entry.Bind(5, associated).Run();
+        };
+        for (const JournalEntry& one : FEntries)
+            write(one.kind, one.object, one.folder, one.other, one.associated);
+        FEntries.clear();
+        for (auto& [folder, tally] : FTallies) {
+            for (const bool associated : {false, true}) {
+                if (std::exchange(tally.bulk[associated], false))
+                    write(JournalKind::FolderBulk, 0, folder, 0, associated);
+            }
+        }
+    }
+    Query update = FDatabase.Prepare(
+        "UPDATE folders SET content_count = content_count + ?2, unread_count = unread_count + ?3, "
+        "associated_count = associated_count + ?4, membership = membership + ?5, changes = changes + ?6 WHERE id = ?1");
+    for (auto& [folder, tally] : FTallies) {
+        if (tally.changes == 0)
+            continue;
+        update.Reset();
+        update.Bind(1, folder).Bind(2, tally.counts.contents).Bind(3, tally.counts.unread);
+        update.Bind(4, tally.counts.associated).Bind(5, tally.membership).Bind(6, tally.changes).Run();
+        tally.counts = {};
+        tally.membership = 0;
+        tally.changes = 0;
+    }
+}
+
+void StoreChanges::Discard() noexcept
+{
+    FTallies.clear();
+    FEntries.clear();
+}
+
+} // namespace deftmapi::client
