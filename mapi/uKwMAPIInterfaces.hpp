@@ -15,6 +15,11 @@
 #include <span>
 #include <vector>
 
+namespace mapi
+{
+struct IExchangeManageStore; // Exchange's own, see uKwEdkMdbH.hpp
+} // namespace mapi
+
 namespace deftmapi
 {
 
@@ -65,6 +70,19 @@ enum TKwMAPIObjectType : std::int32_t
     otStatus,
     otSession,
     otFormInfo
+};
+
+/// Kinds of rows in the status table; the values are MAPI's (PR_RESOURCE_TYPE).
+enum TKwMAPIResourceType : std::int32_t
+{
+    mrtStore = 33,
+    mrtAddressBook = 34,
+    mrtAddressBookProvider = 35,
+    mrtTransport = 36,
+    mrtSpooler = 37,
+    mrtProfile = 38,
+    mrtSubsystem = 39,
+    mrtHook = 40
 };
 
 enum TKwMAPIContainerType : std::int32_t
@@ -187,17 +205,20 @@ enum TKwMAPIFolderTypeBits : TKwMAPIFolderType
 // ---- Objects and wrappers
 // --------------------------------------------------------------------------------------------
 
+class IKwMAPIAdminServices;
 class IKwMAPIEntryIDList;
 class IKwMAPIFolder;
 class IKwMAPIMemoryTable;
 class IKwMAPIMessage;
 class IKwMAPIMsgStore;
 class IKwMAPIProfileAdmin;
+class IKwMAPIProfSect;
 class IKwMAPIProp;
 class IKwMAPIPropList;
 class IKwMAPIPropValueList;
 class IKwMAPISession;
 class IKwMAPISessionBase;
+class IKwMAPIStatusTable;
 class IKwMAPITable;
 class IKwMAPIValueList;
 class IKwMAPIWrapper;
@@ -955,10 +976,59 @@ public:
 class IKwMAPISessionDEvents : public virtual IKwInterface
 {
 public:
+    /// FlushQueues could not make MAPI flush, and the client is Outlook: the application may do it through Outlook.
+    /// @param flags  as given to FlushQueues
+    virtual void OutlookFlushQueus(IKwMAPISession& session, mapi::ULONG flags) = 0;
     virtual void BeforeLogon(IKwMAPISession& session) = 0;
     virtual void AfterLogon(IKwMAPISession& session) = 0;
     virtual void BeforeLogoff(IKwMAPISession& session) = 0;
     virtual void AfterLogoff(IKwMAPISession& session) = 0;
+};
+
+/// Facts about the MAPI clients of this machine, each read when it is asked for. Needs no logon.
+class IKwMAPIInfo : public virtual IKwMAPIObject
+{
+public:
+    /// Of the MAPI subsystem, for example "1.0.0.1".
+    [[nodiscard]] virtual WideString Get_Version() const = 0;
+    /// The client library that is loaded; empty when none is.
+    [[nodiscard]] virtual WideString Get_DllFileName() const = 0;
+    /// True when the loaded library offers Extended MAPI.
+    [[nodiscard]] virtual bool Get_ExtendedMAPI() const = 0;
+    /// The system's default mail client; empty where none is set.
+    [[nodiscard]] virtual WideString Get_DefaultClient() const = 0;
+    /// The installed mail clients, as Set_MAPIClient of the session takes them.
+    [[nodiscard]] virtual std::vector<WideString> GetClients() const = 0;
+    /// For example "16.0"; empty when Outlook is not installed.
+    [[nodiscard]] virtual WideString Get_OutlookVersion() const = 0;
+};
+
+/// Facts about a session that is logged on. It belongs to the session: of no use once that has ended.
+class IKwMAPISessionInfo : public virtual IKwMAPIObject
+{
+public:
+    [[nodiscard]] virtual WideString Get_ProfileName() = 0;
+    [[nodiscard]] virtual bool Get_ConnectedToExchange() = 0;
+    /// True when Outlook keeps a local copy of the Exchange mailbox and works with that.
+    [[nodiscard]] virtual bool Get_CachedExchangeMode() = 0;
+    /// The Exchange server of the mailbox. @throws EMAPI_NOT_SUPPORTED  not connected to Exchange
+    [[nodiscard]] virtual WideString ServerName() = 0;
+    /// The address-book entry of the profile's user.
+    /// @throws EMAPI_NOT_FOUND    no message service of the profile supplies an identity
+    /// @throws EMAPI_CALL_FAILED  it names something else than a user
+    [[nodiscard]] virtual TKwRef<IKwMAPIProp> Get_Identity() = 0;
+};
+
+/// Loading of the MAPI client library and its initialisation for the calling thread.
+class IKwMAPISessionProxy : public virtual IKwMAPIObject
+{
+public:
+    virtual void MAPILoad(const WideString& fileName, bool& extendedMAPI, bool& loaded) = 0;
+    [[nodiscard]] virtual bool MAPILoaded() const = 0;
+    virtual void MAPIInitialize() = 0;
+    [[nodiscard]] virtual bool MAPIInitialized() const = 0;
+    virtual void MAPIUnitialize() = 0;
+    virtual void MAPIUnload() = 0;
 };
 
 /// The object an application creates first (TSession::Create in mapi/session/uKwDeftMAPI.hpp).
@@ -970,6 +1040,8 @@ public:
     virtual void Set_Active(bool active) = 0;
     [[nodiscard]] virtual TKwRef<IKwMAPILogonInfo> Get_LogonInfo() = 0;
     [[nodiscard]] virtual TKwRef<IKwMAPILogoffInfo> Get_LogoffInfo() = 0;
+    [[nodiscard]] virtual TKwRef<IKwMAPIInfo> Get_MAPIInfo() = 0;
+    [[nodiscard]] virtual TKwRef<IKwMAPISessionInfo> GetSessionInfo() = 0;
     virtual void Set_ParentWindow(mapi::ULONG_PTR window) = 0;
     [[nodiscard]] virtual WideString Get_MAPIClient() const = 0;
     virtual void Set_MAPIClient(WideView client) = 0;
@@ -983,20 +1055,80 @@ public:
     virtual void MAPIUnitialize() = 0;
     virtual void MAPIUnload() = 0;
 
+    // Stores and entries.
+
     [[nodiscard]] virtual TKwRef<IKwMAPITable> GetMsgStoresTable() = 0;
     [[nodiscard]] virtual TKwMAPIEntryID GetDefaultMsgStoreID() = 0;
+    /// Null when the profile has no public folders.
+    [[nodiscard]] virtual TKwMAPIEntryID GetPublicFoldersMsgStoreID() = 0;
     [[nodiscard]] virtual TKwRef<IKwMAPIMsgStore> OpenMsgStore(const TKwMAPIEntryID& entryID,
                                                                TKwMAPIAccessLevel accessLevel) = 0;
     [[nodiscard]] virtual TKwRef<IKwMAPIMsgStore> OpenDefaultMsgStore(TKwMAPIAccessLevel accessLevel) = 0;
+    /// The mailbox of another user on the same Exchange server.
+    /// @param userName  the mailbox's alias, or its distinguished name ("/o=…")
+    [[nodiscard]] virtual TKwRef<IKwMAPIMsgStore> OpenOtherUsersMsgStore(WideView userName,
+                                                                         TKwMAPIAccessLevel accessLevel) = 0;
+    /// Store management of the default store's Exchange server.
+    [[nodiscard]] virtual TKwComPtr<mapi::IExchangeManageStore> OpenExchangeManageStore() = 0;
+    /// The store, folder or message of an identifier.
+    [[nodiscard]] virtual TKwRef<IKwMAPIProp> OpenEntry(const TKwMAPIEntryID& entryID,
+                                                        TKwMAPIAccessLevel accessLevel) = 0;
+    /// Any object, as it comes from the client.
+    /// @param iid         the interface asked for; null for the standard one of the object
+    /// @param objectType  receives its kind
+    [[nodiscard]] virtual TKwComPtr<mapi::IUnknown> OpenEntryEx(const TKwMAPIEntryID& entryID, const mapi::GUID* iid,
+                                                                mapi::ULONG flags, TKwMAPIObjectType& objectType) = 0;
+    /// OpenEntry for an identifier that may be stale, or of a store that the session has not opened yet: every store of
+    /// the profile is asked. False, and a null object, when none knows it.
+    virtual bool FindEntry(const TKwMAPIEntryID& entryID, TKwMAPIAccessLevel accessLevel,
+                           TKwRef<IKwMAPIProp>& object) = 0;
+    virtual bool FindEntryEx(const TKwMAPIEntryID& entryID, const mapi::GUID* iid, mapi::ULONG flags,
+                             TKwMAPIObjectType& objectType, TKwComPtr<mapi::IUnknown>& object) = 0;
     [[nodiscard]] virtual bool CompareEntryIDs(const TKwMAPIEntryID& a, const TKwMAPIEntryID& b) = 0;
 
+    // Other services.
+
+    [[nodiscard]] virtual TKwComPtr<mapi::IAddrBook> OpenAddressBook() = 0;
+    [[nodiscard]] virtual TKwRef<IKwMAPIStatusTable> GetStatusTable() = 0;
     /// Profile administration; works without a logon.
     [[nodiscard]] virtual TKwRef<IKwMAPIProfileAdmin> GetProfileAdmin() = 0;
+    /// The message services of the profile that is logged on to.
+    [[nodiscard]] virtual TKwRef<IKwMAPIAdminServices> GetAdminServices() = 0;
+    /// A section of the profile. With alReadWrite a section that is missing is made by the client.
+    /// @param uid  its 16 bytes
+    [[nodiscard]] virtual TKwRef<IKwMAPIProfSect> OpenProfileSection(const TKwMAPIEntryID& uid,
+                                                                     TKwMAPIAccessLevel accessLevel) = 0;
+    // The same as those of the profile administration; without a logon, too.
+    [[nodiscard]] virtual WideString GetDefaultProfile() = 0;
+    [[nodiscard]] virtual WideString GetProfiles(WideView separator) = 0;
+    [[nodiscard]] virtual bool HasDefaultProfile() = 0;
+    [[nodiscard]] virtual TKwComPtr<mapi::IMAPIFormMgr> GetFormManager() = 0;
+    /// Asks the spooler to send and fetch mail at once. @param flags  FLUSH_… of MAPI
+    virtual void FlushQueues(mapi::ULONG flags) = 0;
+    /// The folder dialog of the application's user interface, made by the procedure set with SetCreateFolderDialogProc.
+    [[nodiscard]] virtual TKwRef<IKwInterface> CreateFolderDialog() = 0;
 
+    // Factories.
+
+    /// A new message in a special folder of the default store; not on disk until it is saved.
+    /// @param messageClass  empty for the default of the folder
+    [[nodiscard]] virtual TKwRef<IKwMAPIMessage> CreateMessage(TKwMAPIFolderType folderType, WideView messageClass) = 0;
+    /// A new mail ("IPM.Note") in the Outbox of the default store, to be filled and submitted.
+    [[nodiscard]] virtual TKwRef<IKwMAPIMessage> CreateMailMessage() = 0;
+    /// A new message in a compound file (.msg), which must not exist yet. It is written when the message is saved.
+    [[nodiscard]] virtual TKwRef<IKwMAPIMessage> CreateMsgFile(const WideString& fileName, WideView messageClass) = 0;
+    [[nodiscard]] virtual TKwRef<IKwMAPIMessage> OpenMsgFile(const WideString& fileName,
+                                                             TKwMAPIAccessLevel accessLevel) = 0;
     [[nodiscard]] virtual TKwRef<IKwMAPIEntryIDList> CreateEntryIDList() = 0;
     [[nodiscard]] virtual TKwRef<IKwMAPIPropList> CreatePropList() = 0;
     [[nodiscard]] virtual TKwRef<IKwMAPIValueList> CreateValueList() = 0;
     [[nodiscard]] virtual TKwRef<IKwMAPIPropValueList> CreatePropValueList() = 0;
+    /// Registers the definition of a property, as the functions of uKwMAPIProps do: by tag, by name, by number.
+    virtual TKwMAPIPropDef RegisterProp(WideView name, std::uint16_t id, std::uint32_t type) = 0;
+    virtual TKwMAPIPropDef RegisterProp(WideView name, const mapi::GUID& set, WideView stringName,
+                                        std::uint32_t type) = 0;
+    virtual TKwMAPIPropDef RegisterProp(WideView name, const mapi::GUID& set, std::uint32_t numericId,
+                                        std::uint32_t type) = 0;
 
     /// Connects or disconnects a sink; the session holds a reference while it is connected.
     virtual void DEventConnect(const TKwRef<IKwMAPISessionDEvents>& sink, bool connect) = 0;
@@ -1005,17 +1137,77 @@ public:
 // ---- Administration
 // --------------------------------------------------------------------------------------------------
 
-/// Profiles of the MAPI client library. Works without a logon.
+/// Profiles of the MAPI client library. Works without a logon. A session that is set to Simple MAPI knows the profiles
+/// from the system's registry and can only list them.
 class IKwMAPIProfileAdmin : public virtual IKwMAPIWrapper
 {
 public:
-    virtual void CreateProfile(WideView name, WideView password) = 0;
+    /// The message services of a profile.
+    /// @param showDialog  a missing or wrong password is asked for
+    [[nodiscard]] virtual TKwRef<IKwMAPIAdminServices> GetAdminServices(WideView profileName, WideView password,
+                                                                        bool showDialog) = 0;
+    /// @param defaultServices  the client's default services are added
+    /// @param showDialog       they may show their dialogs
+    virtual void CreateProfile(WideView name, WideView password, bool defaultServices = true,
+                               bool showDialog = false) = 0;
     virtual void DeleteProfile(WideView name) = 0;
     virtual void SetDefaultProfile(WideView name) = 0;
     /// Empty when there is none.
     [[nodiscard]] virtual WideString GetDefaultProfile() = 0;
     [[nodiscard]] virtual bool HasDefaultProfile() = 0;
     [[nodiscard]] virtual std::vector<WideString> GetProfiles() = 0;
+    /// Their names, one after the other.
+    [[nodiscard]] virtual WideString GetProfiles(WideView separator) = 0;
+    /// One row for each (PR_DISPLAY_NAME, PR_DEFAULT_PROFILE); a new table each time.
+    [[nodiscard]] virtual TKwRef<IKwMAPITable> GetProfileTable() = 0;
+};
+
+/// How a message service may show its configuration; any of the three.
+struct TKwMAPIServiceDialogs
+{
+    bool Show = false;     ///< always, filled with the properties given
+    bool Allow = false;    ///< when something is missing
+    bool ReadOnly = false; ///< shown, but not to be changed
+};
+
+/// The message services of one profile. A service, a provider or a section is named by its identifier of 16 bytes.
+class IKwMAPIAdminServices : public virtual IKwMAPIWrapper
+{
+public:
+    /// The columns of interest are PR_SERVICE_UID, PR_SERVICE_NAME, PR_DISPLAY_NAME and PR_RESOURCE_FLAGS.
+    [[nodiscard]] virtual TKwRef<IKwMAPITable> GetMsgServiceTable() = 0;
+    /// The columns of interest are PR_PROVIDER_UID, PR_SERVICE_UID, PR_PROVIDER_DISPLAY and PR_RESOURCE_TYPE.
+    [[nodiscard]] virtual TKwRef<IKwMAPITable> GetProviderTable() = 0;
+    /// Adds a service and returns its identifier. MAPI does not tell it: it is the first one in the table of services
+    /// that was not there before, so a service that another process adds at the same time may be taken for it.
+    [[nodiscard]] virtual TKwMAPIEntryID CreateMsgService(WideView serviceName, WideView displayName,
+                                                          bool showDialog) = 0;
+    /// Gives a service its settings. Those of the profile itself (PR_PROFILE_CONFIG_FLAGS, PR_PROFILE_CONNECT_FLAGS,
+    /// PR_PROFILE_UI_STATE) are written to the profile's global section, too, where it has one.
+    virtual void ConfigureMsgService(const TKwMAPIEntryID& serviceUID, const TKwMAPIServiceDialogs& dialogs,
+                                     IKwMAPIPropValueList& properties) = 0;
+    virtual void DeleteMsgService(const TKwMAPIEntryID& serviceUID) = 0;
+    [[nodiscard]] virtual TKwRef<IKwMAPIProfSect> OpenProfileSection(const TKwMAPIEntryID& uid,
+                                                                     TKwMAPIAccessLevel accessLevel) = 0;
+    /// The section of a provider, which the administration of the provider's service opens.
+    [[nodiscard]] virtual TKwRef<IKwMAPIProfSect> OpenProviderProfileSection(const TKwMAPIEntryID& uid,
+                                                                             TKwMAPIAccessLevel accessLevel) = 0;
+    /// Adds a personal-folders file as a service and returns the service's identifier.
+    /// @param showDialog  the service may show its dialog
+    [[nodiscard]] virtual TKwMAPIEntryID AddPstFileToCurrentProfile(const WideString& fileName, WideView displayName,
+                                                                    bool showDialog) = 0;
+};
+
+/// A section of a profile: settings as properties. What is set is kept by SaveChanges.
+class IKwMAPIProfSect : public virtual IKwMAPIProp
+{};
+
+/// The resources of a session: its providers, the spooler, the MAPI subsystem.
+class IKwMAPIStatusTable : public virtual IKwMAPITable
+{
+public:
+    /// The entry of the first row of that kind; Null when there is none. Moves the table.
+    [[nodiscard]] virtual TKwMAPIEntryID GetEntryID(TKwMAPIResourceType resourceType) = 0;
 };
 
 } // namespace deftmapi

@@ -4,6 +4,7 @@
 #include "mapi/core/uKwMAPIxH.hpp"
 #include "mapi/session/TextArg.hpp"
 #include "mapi/table/uKwMAPITable.hpp"
+#include "support/platform/uKwPlatform.hpp"
 
 namespace deftmapi
 {
@@ -13,6 +14,26 @@ namespace
 
 constexpr auto sProfileExists = u"The specified new profile already exists.";
 constexpr auto sNoSuchProfile = u"The specified profile does not exist.";
+
+// Where Windows keeps the profiles of its MAPI subsystem: what a session without Extended MAPI reads.
+constexpr auto ProfilesKeyNT =
+    u"SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion\\Windows Messaging Subsystem\\Profiles";
+constexpr auto ProfilesKey = u"SOFTWARE\\Microsoft\\Windows Messaging Subsystem\\Profiles";
+
+constexpr auto CurrentUser = TKwRegistryRoot::rrCurrentUser;
+constexpr auto OwnView = TKwRegistryView::rvProcess;
+
+WideString RegisteredProfilesKey()
+{
+    return KwPlatform().RegistryKeyExists(CurrentUser, OwnView, ProfilesKeyNT) ? ProfilesKeyNT : ProfilesKey;
+}
+
+WideString RegisteredDefaultProfile()
+{
+    return KwPlatform()
+        .RegistryValue(CurrentUser, OwnView, RegisteredProfilesKey(), u"DefaultProfile")
+        .value_or(WideString());
+}
 
 } // namespace
 
@@ -36,10 +57,26 @@ mapi::HRESULT TKwMAPIProfileAdmin::CallGetLastError(mapi::HRESULT result, mapi::
     return Get_MAPIOBJECT() != nullptr ? Admin().GetLastError(result, flags, error) : mapi::S_OK;
 }
 
-void TKwMAPIProfileAdmin::CreateProfile(WideView name, WideView password)
+TKwRef<IKwMAPIAdminServices> TKwMAPIProfileAdmin::GetAdminServices(WideView profileName, WideView password,
+                                                                   bool showDialog)
 {
-    CheckActive(u"CreateProfile");
-    const mapi::HRESULT hr = WithCharWidth(mapi::MAPI_DEFAULT_SERVICES, [&](mapi::ULONG flags) {
+    CheckExtendedMAPI(u"GetAdminServices");
+    TKwComPtr<mapi::IMsgServiceAdmin> services;
+    CheckMAPIResult(*this, u"GetAdminServices",
+                    WithCharWidth(showDialog ? mapi::MAPI_DIALOG : 0, [&](mapi::ULONG flags) {
+                        return Admin().AdminServices(TKwMAPITextArg(profileName, flags).Get(),
+                                                     TKwMAPITextArg(password, flags).Get(), GetParentWindow(), flags,
+                                                     Out(services));
+                    }));
+    return KwMake<TKwMAPIAdminServices>(*Session(), services.Get(), false);
+}
+
+void TKwMAPIProfileAdmin::CreateProfile(WideView name, WideView password, bool defaultServices, bool showDialog)
+{
+    CheckExtendedMAPI(u"CreateProfile");
+    const mapi::ULONG options =
+        (defaultServices ? mapi::MAPI_DEFAULT_SERVICES : 0) | (showDialog ? mapi::MAPI_DIALOG : 0);
+    const mapi::HRESULT hr = WithCharWidth(options, [&](mapi::ULONG flags) {
         return Admin().CreateProfile(TKwMAPITextArg(name, flags).Get(), TKwMAPITextArg(password, flags).Get(),
                                      GetParentWindow(), flags);
     });
@@ -50,7 +87,7 @@ void TKwMAPIProfileAdmin::CreateProfile(WideView name, WideView password)
 
 void TKwMAPIProfileAdmin::DeleteProfile(WideView name)
 {
-    CheckActive(u"DeleteProfile");
+    CheckExtendedMAPI(u"DeleteProfile");
     const mapi::HRESULT hr = WithCharWidth(
         0, [&](mapi::ULONG flags) { return Admin().DeleteProfile(TKwMAPITextArg(name, flags).Get(), flags); });
     if (hr == mapi::MAPI_E_NOT_FOUND)
@@ -60,7 +97,7 @@ void TKwMAPIProfileAdmin::DeleteProfile(WideView name)
 
 void TKwMAPIProfileAdmin::SetDefaultProfile(WideView name)
 {
-    CheckActive(u"SetDefaultProfile");
+    CheckExtendedMAPI(u"SetDefaultProfile");
     const mapi::HRESULT hr = WithCharWidth(
         0, [&](mapi::ULONG flags) { return Admin().SetDefaultProfile(TKwMAPITextArg(name, flags).Get(), flags); });
     if (hr == mapi::MAPI_E_NOT_FOUND)
@@ -70,7 +107,7 @@ void TKwMAPIProfileAdmin::SetDefaultProfile(WideView name)
 
 TKwComPtr<mapi::IMAPITable> TKwMAPIProfileAdmin::OpenProfileTable(WideView methodName)
 {
-    CheckActive(methodName);
+    CheckExtendedMAPI(methodName);
     TKwComPtr<mapi::IMAPITable> table;
     CheckMAPIResult(*this, methodName,
                     WithCharWidth(0, [&](mapi::ULONG flags) { return Admin().GetProfileTable(flags, Out(table)); }));
@@ -93,6 +130,9 @@ TKwRef<IKwMAPITable> TKwMAPIProfileAdmin::Profiles(WideView methodName)
 
 WideString TKwMAPIProfileAdmin::GetDefaultProfile()
 {
+    CheckActive(u"GetDefaultProfile");
+    if (!Session()->UsesExtendedMAPI())
+        return RegisteredDefaultProfile();
     const auto table = Profiles(u"GetDefaultProfile");
     for (table->First(); !table->Get_EOF(); table->Next())
         if (table->GetFieldValue(PR_DEFAULT_PROFILE).AsBoolean())
@@ -102,6 +142,9 @@ WideString TKwMAPIProfileAdmin::GetDefaultProfile()
 
 bool TKwMAPIProfileAdmin::HasDefaultProfile()
 {
+    CheckActive(u"HasDefaultProfile");
+    if (!Session()->UsesExtendedMAPI())
+        return !RegisteredDefaultProfile().empty();
     const auto table = Profiles(u"HasDefaultProfile");
     for (table->First(); !table->Get_EOF(); table->Next())
         if (table->GetFieldValue(PR_DEFAULT_PROFILE).AsBoolean())
@@ -111,11 +154,25 @@ bool TKwMAPIProfileAdmin::HasDefaultProfile()
 
 std::vector<WideString> TKwMAPIProfileAdmin::GetProfiles()
 {
+    CheckActive(u"GetProfiles");
+    if (!Session()->UsesExtendedMAPI())
+        return KwPlatform().RegistrySubKeys(CurrentUser, OwnView, RegisteredProfilesKey());
     std::vector<WideString> names;
     const auto table = Profiles(u"GetProfiles");
     for (table->First(); !table->Get_EOF(); table->Next())
         names.push_back(table->GetFieldValue(PR_DISPLAY_NAME).AsStringW());
     return names;
+}
+
+WideString TKwMAPIProfileAdmin::GetProfiles(WideView separator)
+{
+    WideString joined;
+    for (const WideString& name : GetProfiles()) {
+        if (!joined.empty())
+            joined += separator;
+        joined += name;
+    }
+    return joined;
 }
 
 } // namespace deftmapi

@@ -1,11 +1,18 @@
-// Administration of profiles. Works without a logon: the profiles belong to the machine's user, not to a session.
+// Administration of profiles and of their message services, sections of a profile, and the status table.
+//
+// Profiles belong to the machine's user, not to a session: their administration works without a logon. Services are
+// those of one profile, either the one that the session is logged on to or one that is named.
 #pragma once
 
 #include "mapi/core/uKwMAPIBase.hpp"
 #include "mapi/headers/uKwMAPISessionH.hpp"
+#include "mapi/table/uKwMAPITable.hpp"
 
 namespace deftmapi
 {
+
+/// "13DBB0C8AA05101A9BB000AA002FC45A", the section of a profile that is the same for all of its services.
+inline constexpr auto KwGlobalProfileSection = u"13DBB0C8AA05101A9BB000AA002FC45A";
 
 /// Lists, creates and deletes profiles. Its MAPI object is made when it is first needed, and again after a logoff of
 /// the session took it away.
@@ -17,9 +24,14 @@ public:
 
     [[nodiscard]] WideString GetClassName() const override { return u"TKwMAPIProfileAdmin"; }
 
-    /// The client's default services are added to the profile; nothing is shown.
+    // What a session that is set to Simple MAPI can do: tell the default profile and list them. The others
+    // @throw EMAPI_NOT_SUPPORTED  "… is not supported by Simple MAPI!"
+
+    /// @throws EMAPI_LOGON_FAILED  no such profile, or the password is wrong
+    [[nodiscard]] TKwRef<IKwMAPIAdminServices> GetAdminServices(WideView profileName, WideView password,
+                                                                bool showDialog) override;
     /// @throws EMAPI_NO_ACCESS, EMAPI_COLLISION  "The specified new profile already exists."
-    void CreateProfile(WideView name, WideView password) override;
+    void CreateProfile(WideView name, WideView password, bool defaultServices, bool showDialog) override;
     /// @throws EMAPI_NOT_FOUND  "The specified profile does not exist."
     void DeleteProfile(WideView name) override;
     /// @throws EMAPI_NOT_FOUND  "The specified profile does not exist."
@@ -27,8 +39,8 @@ public:
     [[nodiscard]] WideString GetDefaultProfile() override;
     [[nodiscard]] bool HasDefaultProfile() override;
     [[nodiscard]] std::vector<WideString> GetProfiles() override;
-    /// The profiles as rows (PR_DISPLAY_NAME, PR_DEFAULT_PROFILE); a new table each time.
-    [[nodiscard]] TKwRef<IKwMAPITable> GetProfileTable();
+    [[nodiscard]] WideString GetProfiles(WideView separator) override;
+    [[nodiscard]] TKwRef<IKwMAPITable> GetProfileTable() override;
 
 protected:
     [[nodiscard]] bool NeedsMAPIObject() const noexcept override { return false; }
@@ -38,6 +50,81 @@ private:
     [[nodiscard]] mapi::IProfAdmin& Admin();
     [[nodiscard]] TKwComPtr<mapi::IMAPITable> OpenProfileTable(WideView methodName);
     [[nodiscard]] TKwRef<IKwMAPITable> Profiles(WideView methodName);
+};
+
+/// Lists, creates, configures and deletes the message services of one profile, and opens the profile's sections.
+class DEFTMAPI_API TKwMAPIAdminServices final : public TKwMAPIWrapper, public virtual IKwMAPIAdminServices
+{
+public:
+    /// @param session        the session it works for
+    /// @param admin          a reference is added
+    /// @param ofSession      the services are those of the profile that the session is logged on to
+    TKwMAPIAdminServices(TKwMAPISessionBase& session, mapi::IMsgServiceAdmin* admin, bool ofSession);
+
+    [[nodiscard]] WideString GetClassName() const override { return u"TKwMAPIAdminServices"; }
+
+    [[nodiscard]] TKwRef<IKwMAPITable> GetMsgServiceTable() override;
+    [[nodiscard]] TKwRef<IKwMAPITable> GetProviderTable() override;
+    /// @throws EMAPI_CALL_FAILED  "… Unable to locate the newly created service"
+    [[nodiscard]] TKwMAPIEntryID CreateMsgService(WideView serviceName, WideView displayName, bool showDialog) override;
+    /// @throws EMAPI_INVALID_PARAMETER  "An invalid ServiceUID was provided!"
+    /// @throws EMAPI_NOT_FOUND          there is no such service
+    /// @throws EMAPI_NOT_INITIALIZED    the service cannot be configured
+    /// @throws EMAPI_EXTENDED_ERROR     the service says more in its error text
+    void ConfigureMsgService(const TKwMAPIEntryID& serviceUID, const TKwMAPIServiceDialogs& dialogs,
+                             IKwMAPIPropValueList& properties) override;
+    /// @throws EMAPI_INVALID_PARAMETER  "An invalid ServiceUID was provided!"
+    void DeleteMsgService(const TKwMAPIEntryID& serviceUID) override;
+    /// @throws EMAPI_INVALID_PARAMETER  "An invalid ProfileUID was provided!"
+    [[nodiscard]] TKwRef<IKwMAPIProfSect> OpenProfileSection(const TKwMAPIEntryID& uid,
+                                                             TKwMAPIAccessLevel accessLevel) override;
+    [[nodiscard]] TKwRef<IKwMAPIProfSect> OpenProviderProfileSection(const TKwMAPIEntryID& uid,
+                                                                     TKwMAPIAccessLevel accessLevel) override;
+    /// @throws EMAPI_INVALID_PARAMETER  the file does not exist; no service has been created then
+    [[nodiscard]] TKwMAPIEntryID AddPstFileToCurrentProfile(const WideString& fileName, WideView displayName,
+                                                            bool showDialog) override;
+
+    /// Services of the session's profile need a session that is logged on.
+    void CheckActive(WideView methodName) const override;
+    /// @param loggedOn  the session must be logged on
+    /// @throws EMAPI_UNCONFIGURED  "No session has been assigned (TKwMAPIAdminServices.…)!"
+    /// @throws EMAPI_NO_ACCESS     "The session is not active!"
+    void CheckActive(WideView methodName, bool loggedOn) const;
+
+protected:
+    mapi::HRESULT CallGetLastError(mapi::HRESULT result, mapi::ULONG flags, mapi::MAPIERROR** error) override;
+
+private:
+    [[nodiscard]] mapi::IMsgServiceAdmin& Admin() const noexcept { return MAPIObjectAs<mapi::IMsgServiceAdmin>(); }
+    [[nodiscard]] TKwComPtr<mapi::IMAPITable> OpenMsgServiceTable();
+    [[nodiscard]] TKwComPtr<mapi::IMAPITable> OpenProviderTable();
+    [[nodiscard]] std::vector<TKwMAPIEntryID> ServiceUIDs();
+    [[nodiscard]] TKwRef<IKwMAPIProfSect> FindGlobalSection(TKwMAPIAccessLevel accessLevel);
+    [[nodiscard]] TKwRef<IKwMAPIProfSect> OpenSection(const TKwMAPIEntryID& uid, TKwMAPIAccessLevel accessLevel,
+                                                      bool mayBeMissing);
+    void Configure(const TKwMAPIEntryID& serviceUID, mapi::ULONG flags, IKwMAPIPropValueList& properties);
+
+    bool FOfSession;
+};
+
+/// Wraps an IProfSect.
+class DEFTMAPI_API TKwMAPIProfSect final : public TKwMAPIProp, public virtual IKwMAPIProfSect
+{
+public:
+    /// @param createdBy  the session or the services that opened it; it belongs to the session of that
+    TKwMAPIProfSect(TKwMAPIWrapper& createdBy, mapi::IProfSect* section, TKwMAPIAccessLevel accessLevel);
+
+    [[nodiscard]] WideString GetClassName() const override { return u"TKwMAPIProfSect"; }
+};
+
+/// A cursor over the session's status table.
+class DEFTMAPI_API TKwMAPIStatusTable final : public TKwMAPITable, public virtual IKwMAPIStatusTable
+{
+public:
+    using TKwMAPITable::TKwMAPITable;
+
+    [[nodiscard]] WideString GetClassName() const override { return u"TKwMAPIStatusTable"; }
+    [[nodiscard]] TKwMAPIEntryID GetEntryID(TKwMAPIResourceType resourceType) override;
 };
 
 } // namespace deftmapi

@@ -1,12 +1,12 @@
 // A file as an IStream; see FileStream.hpp.
 #include "mapi/message/FileStream.hpp"
 
+#include "mapi/core/StreamCopy.hpp"
 #include "mapi/core/uKwMAPIExceptions.hpp"
 #include "mapi/headers/uKwMAPICodeH.hpp"
 #include "mapi/headers/uKwMAPIguidH.hpp"
 
 #include <algorithm>
-#include <array>
 #include <filesystem>
 #include <limits>
 
@@ -25,8 +25,6 @@ constexpr mapi::DWORD SeekSet = 0;
 constexpr mapi::DWORD SeekCurrent = 1;
 constexpr mapi::DWORD SeekEnd = 2;
 constexpr mapi::DWORD TypeStream = 2;
-
-constexpr std::size_t CopyBufferSize = 64 * 1024;
 
 [[noreturn]] void Refuse(WideView text, const WideString& fileName)
 {
@@ -118,29 +116,7 @@ mapi::HRESULT DEFTMAPI_STDCALL TMAPIFileStream::Seek(mapi::LARGE_INTEGER move, m
 mapi::HRESULT DEFTMAPI_STDCALL TMAPIFileStream::CopyTo(mapi::IStream* target, mapi::ULARGE_INTEGER count,
                                                        mapi::ULARGE_INTEGER* read, mapi::ULARGE_INTEGER* written)
 {
-    if (target == nullptr)
-        return mapi::STG_E_INVALIDPOINTER;
-    std::array<char, CopyBufferSize> buffer;
-    std::uint64_t totalRead = 0;
-    std::uint64_t totalWritten = 0;
-    mapi::HRESULT hr = mapi::S_OK;
-    while (hr == mapi::S_OK && totalRead < count.QuadPart) {
-        const std::uint64_t wanted = std::min<std::uint64_t>(buffer.size(), count.QuadPart - totalRead);
-        mapi::ULONG got = 0;
-        hr = ReadSome(buffer.data(), static_cast<mapi::ULONG>(wanted), got);
-        if (got == 0)
-            break;
-        totalRead += got;
-        mapi::ULONG put = 0;
-        if (hr == mapi::S_OK)
-            hr = target->Write(buffer.data(), got, &put);
-        totalWritten += put;
-    }
-    if (read != nullptr)
-        read->QuadPart = totalRead;
-    if (written != nullptr)
-        written->QuadPart = totalWritten;
-    return hr;
+    return KwCopyStream(*this, target, count, read, written);
 }
 
 mapi::HRESULT DEFTMAPI_STDCALL TMAPIFileStream::Stat(mapi::STATSTG* stat, mapi::DWORD)

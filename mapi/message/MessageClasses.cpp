@@ -111,6 +111,15 @@ TKwRef<TKwMAPIMessage> CreateMessageObjectFromIntf(TKwMAPIObject* owner, TKwMAPI
                                            message, accessLevel);
 }
 
+TKwRef<TKwMAPIMessage> CreateMessageObjectFromStorage(TKwMAPISessionBase* session,
+                                                      TKwRef<IKwMAPIStorageSession> storageSession,
+                                                      mapi::IStorage* storage, mapi::IMessage* message,
+                                                      TKwMAPIAccessLevel accessLevel)
+{
+    return CreateMessageObjectFromMsgClass(ReadMessageClass(*message, *session), nullptr, session,
+                                           std::move(storageSession), storage, message, accessLevel);
+}
+
 TKwRef<IKwMAPIMessage> WrapMAPIMessage(TKwMAPISessionBase& session, mapi::IMessage* message)
 {
     return CreateMessageObjectFromIntf(&session, &session, message, alBestAccess);

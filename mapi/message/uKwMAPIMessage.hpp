@@ -109,6 +109,10 @@ CreateMessageObjectFromMsgClass(WideView messageClass, TKwMAPIObject* owner, TKw
                                                                               TKwMAPISessionBase* session,
                                                                               mapi::IMessage* message,
                                                                               TKwMAPIAccessLevel accessLevel);
+/// Wraps a message in a compound file according to its class.
+[[nodiscard]] DEFTMAPI_API TKwRef<TKwMAPIMessage>
+CreateMessageObjectFromStorage(TKwMAPISessionBase* session, TKwRef<IKwMAPIStorageSession> storageSession,
+                               mapi::IStorage* storage, mapi::IMessage* message, TKwMAPIAccessLevel accessLevel);
 /// Wraps a message that was opened elsewhere, with the access that it gives.
 [[nodiscard]] DEFTMAPI_API TKwRef<IKwMAPIMessage> WrapMAPIMessage(TKwMAPISessionBase& session, mapi::IMessage* message);
 

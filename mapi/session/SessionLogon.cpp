@@ -1,5 +1,7 @@
 // Logging on and off. The order of the steps, and of the events between them, is what applications rely on.
+#include "mapi/admin/uKwMAPIAdmin.hpp"
 #include "mapi/core/uKwMAPILib.hpp"
+#include "mapi/headers/uKwMAPIStoreConstantsH.hpp"
 #include "mapi/session/SessionSink.hpp"
 #include "mapi/table/uKwMAPITable.hpp"
 
@@ -11,6 +13,10 @@ namespace
 
 constexpr auto ExchangeClient = u"ExchangeMAPI";
 constexpr auto ExchangeService = u"MSEMS";
+
+// Both set: the profile works with a local copy of its mailbox.
+constexpr std::int32_t ConnectedWithCache = 0x8000; // in PR_PROFILE_CONNECT_FLAGS
+constexpr std::int32_t StateWithCache = 0x4000;     // in PR_PROFILE_UI_STATE
 
 /// A session ends whatever fails on the way; the caller learns of the first failure when it has ended.
 class TFirstFailure
@@ -89,7 +95,7 @@ void TSession::InternalLogon()
 
 void TSession::LogonSteps()
 {
-    TriggerEvent(&IKwMAPISessionDEvents::BeforeLogon);
+    DoBeforeLogon();
     EnsureLibrary();
     ReleaseSessionCount();
     MAPIInitialize();
@@ -106,14 +112,16 @@ void TSession::LogonSteps()
     FActive = true;
     FLogonThread = std::this_thread::get_id();
     FJoinedSession = !FLogonInfo->Get_NewSession();
+    FServiceAlone = FLogonInfo->Get_NTService() && !FLogonInfo->Get_Shared();
     KwMAPISessionOpened();
     FCounted = true;
 
     if (UsesExtendedMAPI() && Get_MAPIOBJECT() != nullptr) {
         AdviseSession();
         FConnectedToExchange = DetectExchange();
+        FCachedExchangeMode = FConnectedToExchange && DetectCachedMode();
     }
-    TriggerEvent(&IKwMAPISessionDEvents::AfterLogon);
+    DoAfterLogon();
 }
 
 void TSession::AdviseSession()
@@ -127,29 +135,46 @@ void TSession::AdviseSession()
         CheckMAPIResult(*this, u"Advise", hr);
 }
 
-bool TSession::DetectExchange()
+WideString TSession::ClientName() const
 {
-    const WideString client = FMAPIClient.empty() ? KwGetMAPIInfo().DefaultClient : FMAPIClient;
-    return KwSameText(client, ExchangeClient) || HasMessageService(ExchangeService);
+    return FMAPIClient.empty() ? KwGetMAPIInfo().DefaultClient : FMAPIClient;
 }
 
-bool TSession::HasMessageService(WideView serviceName)
+bool TSession::DetectExchange()
 {
+    if (KwSameText(ClientName(), ExchangeClient))
+        return true;
     TKwComPtr<mapi::IMsgServiceAdmin> admin;
-    mapi::HRESULT hr = MAPISession().AdminServices(0, Out(admin));
-    TKwComPtr<mapi::IMAPITable> object;
-    if (hr == mapi::S_OK)
-        hr = admin->GetMsgServiceTable(0, Out(object));
+    const mapi::HRESULT hr = MAPISession().AdminServices(0, Out(admin));
     if (hr == mapi::MAPI_E_NO_SUPPORT)
         return false; // a client without message services has none for Exchange
-    CheckMAPIResult(*this, u"GetMsgServiceTable", hr);
-
-    const auto services = KwMake<TKwMAPITable>(*this, object.Get(), nullptr);
+    CheckMAPIResult(*this, u"AdminServices", hr);
+    const auto services = KwMake<TKwMAPIAdminServices>(*this, admin.Get(), true)->GetMsgServiceTable();
     services->Get_Fields()->Add(PR_SERVICE_NAME_A);
     for (services->First(); !services->Get_EOF(); services->Next())
-        if (services->GetFieldValue(PR_SERVICE_NAME_A).AsStringW() == serviceName)
+        if (services->GetFieldValue(PR_SERVICE_NAME_A).AsStringW() == ExchangeService)
             return true;
     return false;
+}
+
+bool TSession::DetectCachedMode()
+{
+    const auto global = FindGlobalSection();
+    const auto isSet = [&](TKwMAPIPropDef def, std::int32_t bit) {
+        const TKwVariant value = global ? global->PropByName(def)->Get_Value() : TKwVariant();
+        return !value.IsEmptyOrNull() && (value.AsInteger() & bit) != 0;
+    };
+    if (isSet(PR_PROFILE_CONNECT_FLAGS, ConnectedWithCache) && isSet(PR_PROFILE_UI_STATE, StateWithCache))
+        return true;
+    try {
+        const auto store = OpenMsgStore(GetDefaultMsgStoreID(), alReadOnly);
+        const TKwVariant support = store->PropByName(PR_STORE_SUPPORT_MASK)->Get_Value();
+        return !support.IsEmptyOrNull() &&
+               (static_cast<mapi::ULONG>(support.AsInteger()) & mapi::STORE_LOCALSTORE) != 0;
+    } catch (const EKwMAPIException&) {
+        // A store that cannot be opened now has no local copy. Whoever needs the store is told when he opens it.
+        return false;
+    }
 }
 
 // ---- Logoff
@@ -158,11 +183,12 @@ void TSession::InternalLogoff()
 {
     if (!FActive)
         return;
+    FSessionInfo.Reset();
     TFirstFailure failure;
-    failure.Keep([this] { TriggerEvent(&IKwMAPISessionDEvents::BeforeLogoff); });
+    failure.Keep([this] { DoBeforeLogoff(); });
     failure.Keep([this] { InternalLogoff2(); });
     ForgetLogon();
-    failure.Keep([this] { TriggerEvent(&IKwMAPISessionDEvents::AfterLogoff); });
+    failure.Keep([this] { DoAfterLogoff(); });
     failure.Raise();
 }
 
@@ -195,6 +221,7 @@ void TSession::ForgetLogon() noexcept
 {
     FConnection = 0;
     FConnectedToExchange = false;
+    FCachedExchangeMode = false;
     FSessionHandle = 0;
     FLogonWindow = 0;
     FActive = false;

@@ -42,15 +42,23 @@ TKwRef<IKwMAPITable> TSession::GetMsgStoresTable()
     return KwMake<TKwMAPITable>(*this, OpenMsgStoresTable().Get(), [this] { return OpenMsgStoresTable(); });
 }
 
-TKwMAPIEntryID TSession::GetDefaultMsgStoreID()
+TKwMAPIEntryID TSession::FindMsgStore(TKwMAPIPropDef def, const TKwVariant& value)
 {
     const auto stores = GetMsgStoresTable();
     stores->Get_Fields()->Add(PR_ENTRYID);
-    stores->Get_Fields()->Add(PR_DEFAULT_STORE);
+    stores->Get_Fields()->Add(def);
     for (stores->First(); !stores->Get_EOF(); stores->Next())
-        if (stores->GetFieldValue(PR_DEFAULT_STORE).AsBoolean())
+        if (stores->GetFieldValue(def) == value)
             return stores->GetFieldValue(PR_ENTRYID);
-    CreateKwMAPIException(mapi::MAPI_E_CALL_FAILED, sNoDefaultStore)->Raise();
+    return TKwNull{};
+}
+
+TKwMAPIEntryID TSession::GetDefaultMsgStoreID()
+{
+    const TKwMAPIEntryID id = FindMsgStore(PR_DEFAULT_STORE, true);
+    if (id.IsNull())
+        CreateKwMAPIException(mapi::MAPI_E_CALL_FAILED, sNoDefaultStore)->Raise();
+    return id;
 }
 
 TKwRef<IKwMAPIMsgStore> TSession::OpenMsgStore(const TKwMAPIEntryID& entryID, TKwMAPIAccessLevel accessLevel)

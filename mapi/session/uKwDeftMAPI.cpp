@@ -1,9 +1,9 @@
 // The session apart from logging on and off: the client library, errors, lists and events.
 #include "mapi/session/uKwDeftMAPI.hpp"
 
-#include "mapi/admin/uKwMAPIAdmin.hpp"
 #include "mapi/core/uKwMAPILib.hpp"
 #include "mapi/core/uKwMAPILists.hpp"
+#include "mapi/core/uKwMAPIProps.hpp"
 #include "mapi/session/SessionSink.hpp"
 #include "support/platform/uKwPlatform.hpp"
 #include "support/uKwFormat.hpp"
@@ -27,13 +27,16 @@ constexpr auto sVersion = u"%d.%d.%d.%d 64-bit";
 
 // The last session object of a thread uninitialises MAPI for it.
 thread_local std::int32_t ThreadSessions = 0;
+constinit std::atomic<std::int32_t> AllSessions = 0;
 
 } // namespace
 
 TSession::TSession()
-    : FLogoffInfo(KwMake<TKwMAPILogoffInfoImpl>()), FLogonInfo(KwMake<TKwMAPILogonInfoImpl>(FLogoffInfo))
+    : FLogoffInfo(KwMake<TKwMAPILogoffInfoImpl>()), FLogonInfo(KwMake<TKwMAPILogonInfoImpl>(FLogoffInfo)),
+      FMAPIInfo(KwMake<TKwMAPIInfo>())
 {
     ++ThreadSessions;
+    ++AllSessions;
 }
 
 TSession::~TSession() = default;
@@ -43,14 +46,25 @@ TKwRef<IKwMAPISession> TSession::Create()
     return KwMake<TSession>();
 }
 
-TKwRef<IKwMAPISession> CoSessionCreate()
+TKwRef<IKwMAPISession> TKwMAPIAutoObjectFactory::CreateComObject()
 {
     return TSession::Create();
+}
+
+std::int32_t TKwMAPIAutoObjectFactory::LiveSessions() noexcept
+{
+    return AllSessions;
+}
+
+TKwRef<IKwMAPISession> CoSessionCreate()
+{
+    return TKwMAPIAutoObjectFactory::CreateComObject();
 }
 
 void TSession::BeforeDestruction() noexcept
 {
     --ThreadSessions;
+    --AllSessions;
     FDestroying = true;
     // What fails here has no caller left to go to, and keeps nothing after it from being done.
     const auto attempt = [](auto&& step) {
@@ -62,6 +76,7 @@ void TSession::BeforeDestruction() noexcept
     };
     attempt([this] { Set_Active(false); });
     ReleaseSessionCount();
+    FMAPIInfo.Reset();
     attempt([] {
         if (ThreadSessions == 0 && KwMAPIInitialized())
             KwMAPIUninitialize(false);
@@ -167,15 +182,7 @@ void TSession::Set_MAPIClient(WideView client)
     FMAPIClient = client;
 }
 
-TKwRef<IKwMAPIProfileAdmin> TSession::GetProfileAdmin()
-{
-    CheckUsingExtendedMAPI(u"GetProfileAdmin");
-    EnsureLibrary();
-    MAPIInitialize();
-    return KwMake<TKwMAPIProfileAdmin>(*this);
-}
-
-// ---- Lists
+// ---- Lists and definitions
 
 TKwRef<IKwMAPIEntryIDList> TSession::CreateEntryIDList()
 {
@@ -197,6 +204,21 @@ TKwRef<IKwMAPIPropValueList> TSession::CreatePropValueList()
     return KwMake<TKwMAPIPropValueList>();
 }
 
+TKwMAPIPropDef TSession::RegisterProp(WideView name, std::uint16_t id, std::uint32_t type)
+{
+    return ::deftmapi::RegisterProp(name, id, type).Hash;
+}
+
+TKwMAPIPropDef TSession::RegisterProp(WideView name, const mapi::GUID& set, WideView stringName, std::uint32_t type)
+{
+    return ::deftmapi::RegisterProp(set, name, stringName, type).Hash;
+}
+
+TKwMAPIPropDef TSession::RegisterProp(WideView name, const mapi::GUID& set, std::uint32_t numericId, std::uint32_t type)
+{
+    return ::deftmapi::RegisterProp(set, name, numericId, type).Hash;
+}
+
 // ---- Events
 
 void TSession::DEventConnect(const TKwRef<IKwMAPISessionDEvents>& sink, bool connect)
@@ -204,7 +226,7 @@ void TSession::DEventConnect(const TKwRef<IKwMAPISessionDEvents>& sink, bool con
     FEvents.Connect(sink, connect);
 }
 
-void TSession::TriggerEvent(TEventHandler handler)
+void TSession::TriggerEvent(TEventHandler handler, void* data)
 {
     if (FDestroying)
         return;
@@ -218,7 +240,37 @@ void TSession::TriggerEvent(TEventHandler handler)
         TKwRef<TSession> FSession;
     } const executing(*this);
     for (const auto& sink : FEvents.Snapshot())
-        (sink.Get()->*handler)(*this);
+        handler(*sink, *this, data);
+}
+
+void TSession::DoBeforeLogon()
+{
+    TriggerEvent([](IKwMAPISessionDEvents& sink, TSession& session, void*) { sink.BeforeLogon(session); });
+}
+
+void TSession::DoAfterLogon()
+{
+    TriggerEvent([](IKwMAPISessionDEvents& sink, TSession& session, void*) { sink.AfterLogon(session); });
+}
+
+void TSession::DoBeforeLogoff()
+{
+    TriggerEvent([](IKwMAPISessionDEvents& sink, TSession& session, void*) { sink.BeforeLogoff(session); });
+}
+
+void TSession::DoAfterLogoff()
+{
+    TriggerEvent([](IKwMAPISessionDEvents& sink, TSession& session, void*) { sink.AfterLogoff(session); });
+}
+
+void TSession::OutlookFlushQueusEvent(mapi::ULONG flags)
+{
+    TOutlookFlushQueusEventParams params{flags};
+    TriggerEvent(
+        [](IKwMAPISessionDEvents& sink, TSession& session, void* data) {
+            sink.OutlookFlushQueus(session, static_cast<POutlookFlushQueusEventParams>(data)->Flags);
+        },
+        &params);
 }
 
 } // namespace deftmapi

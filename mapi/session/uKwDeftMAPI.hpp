@@ -5,9 +5,15 @@
 // off makes them all inactive at once.
 #pragma once
 
+#include "mapi/core/ComObject.hpp"
 #include "mapi/core/uKwMAPIBase.hpp"
+#include "mapi/headers/uKwEdkMdbH.hpp"
+#include "mapi/headers/uKwMAPIComH.hpp"
+#include "mapi/headers/uKwMAPIFormH.hpp"
 #include "mapi/headers/uKwMAPISessionH.hpp"
 
+#include <functional>
+#include <iosfwd>
 #include <thread>
 
 namespace deftmapi
@@ -103,6 +109,106 @@ private:
     WideString FPassword;
 };
 
+/// What the MAPI clients of this machine are.
+class DEFTMAPI_API TKwMAPIInfo final : public TKwMAPIObject, public virtual IKwMAPIInfo
+{
+public:
+    TKwMAPIInfo() : TKwMAPIObject(nullptr) {}
+
+    [[nodiscard]] WideString GetClassName() const override { return u"TKwMAPIInfo"; }
+    [[nodiscard]] WideString Get_Version() const override;
+    [[nodiscard]] WideString Get_DllFileName() const override;
+    [[nodiscard]] bool Get_ExtendedMAPI() const override;
+    [[nodiscard]] WideString Get_DefaultClient() const override;
+    [[nodiscard]] std::vector<WideString> GetClients() const override;
+    [[nodiscard]] WideString Get_OutlookVersion() const override;
+};
+
+class TSession;
+
+/// What a session that is logged on is. It does not keep its session alive, and every operation needs the logon.
+class DEFTMAPI_API TKwMAPISessionInfo final : public TKwMAPIObject, public virtual IKwMAPISessionInfo
+{
+public:
+    explicit TKwMAPISessionInfo(TSession& session);
+
+    [[nodiscard]] WideString GetClassName() const override { return u"TKwMAPISessionInfo"; }
+    /// As the row of the MAPI subsystem in the status table names it.
+    [[nodiscard]] WideString Get_ProfileName() override;
+    [[nodiscard]] bool Get_ConnectedToExchange() override;
+    /// As found at logon: the profile's connection flags say it (0x8000 of PR_PROFILE_CONNECT_FLAGS and 0x4000 of
+    /// PR_PROFILE_UI_STATE), or the default store says that it is a local one (STORE_LOCALSTORE).
+    [[nodiscard]] bool Get_CachedExchangeMode() override;
+    /// PR_PROFILE_HOME_SERVER of the profile's global section.
+    /// @throws EMAPI_NOT_SUPPORTED  "The ServerName can only be used when connected to an Exchange Server!"
+    [[nodiscard]] WideString ServerName() override;
+    [[nodiscard]] TKwRef<IKwMAPIProp> Get_Identity() override;
+
+private:
+    TSession& CheckSession(WideView methodName) const;
+};
+
+/// The client library without a session: the six operations, forwarded. MAPIInitialize initialises for Extended MAPI
+/// with the default options.
+class DEFTMAPI_API TKwMAPISessionProxy final : public TKwMAPIObject, public virtual IKwMAPISessionProxy
+{
+public:
+    TKwMAPISessionProxy() : TKwMAPIObject(nullptr) {}
+
+    [[nodiscard]] WideString GetClassName() const override { return u"TKwMAPISessionProxy"; }
+    /// The library stays loaded until MAPIUnload.
+    void MAPILoad(const WideString& fileName, bool& extendedMAPI, bool& loaded) override;
+    [[nodiscard]] bool MAPILoaded() const override;
+    void MAPIInitialize() override;
+    [[nodiscard]] bool MAPIInitialized() const override;
+    void MAPIUnitialize() override;
+    void MAPIUnload() override;
+};
+
+/// A stream of the application's as an IStream, for MAPI calls that read from one or write into one. Failures of the
+/// stream are results: STG_E_READFAULT, STG_E_WRITEFAULT, STG_E_SEEKERROR.
+class DEFTMAPI_API TKwMAPIStreamAdapter final
+    : public TKwComObject<mapi::IStream, mapi::IID_ISequentialStream, mapi::IID_IStream>
+{
+public:
+    /// Starts at the stream's position. REQUIRES: nobody else moves the stream while the adapter is in use.
+    [[nodiscard]] static TKwComPtr<TKwMAPIStreamAdapter> Create(std::shared_ptr<std::iostream> stream);
+
+    mapi::HRESULT DEFTMAPI_STDCALL Read(void* buffer, mapi::ULONG count, mapi::ULONG* read) override;
+    mapi::HRESULT DEFTMAPI_STDCALL Write(const void* buffer, mapi::ULONG count, mapi::ULONG* written) override;
+    mapi::HRESULT DEFTMAPI_STDCALL Seek(mapi::LARGE_INTEGER move, mapi::DWORD origin,
+                                        mapi::ULARGE_INTEGER* newPosition) override;
+    mapi::HRESULT DEFTMAPI_STDCALL CopyTo(mapi::IStream* target, mapi::ULARGE_INTEGER count, mapi::ULARGE_INTEGER* read,
+                                          mapi::ULARGE_INTEGER* written) override;
+    /// Flushes the stream.
+    mapi::HRESULT DEFTMAPI_STDCALL Commit(mapi::DWORD flags) override;
+    /// Tells the size, and neither name nor times.
+    mapi::HRESULT DEFTMAPI_STDCALL Stat(mapi::STATSTG* stat, mapi::DWORD flags) override;
+
+    // Refused: a stream of the standard library has none of these.
+    mapi::HRESULT DEFTMAPI_STDCALL SetSize(mapi::ULARGE_INTEGER size) override;
+    mapi::HRESULT DEFTMAPI_STDCALL Revert() override;
+    mapi::HRESULT DEFTMAPI_STDCALL LockRegion(mapi::ULARGE_INTEGER offset, mapi::ULARGE_INTEGER count,
+                                              mapi::DWORD lockType) override;
+    mapi::HRESULT DEFTMAPI_STDCALL UnlockRegion(mapi::ULARGE_INTEGER offset, mapi::ULARGE_INTEGER count,
+                                                mapi::DWORD lockType) override;
+    mapi::HRESULT DEFTMAPI_STDCALL Clone(mapi::IStream** stream) override;
+
+private:
+    explicit TKwMAPIStreamAdapter(std::shared_ptr<std::iostream> stream);
+    ~TKwMAPIStreamAdapter() override = default;
+
+    std::shared_ptr<std::iostream> FStream;
+    std::uint64_t FPosition = 0;
+};
+
+/// What the flush-queues event carries.
+struct TOutlookFlushQueusEventParams
+{
+    mapi::ULONG Flags = 0; ///< as given to FlushQueues
+};
+using POutlookFlushQueusEventParams = TOutlookFlushQueusEventParams*;
+
 /// The session component.
 /// REQUIRES: created, logged on, logged off and destroyed on one thread. With MultiThreadedNotifications a logoff that
 /// a notification causes runs on the client's thread.
@@ -128,6 +234,10 @@ public:
     [[nodiscard]] bool Get_ConnectedToExchange() const noexcept override { return FConnectedToExchange; }
     [[nodiscard]] TKwRef<IKwMAPILogonInfo> Get_LogonInfo() override { return FLogonInfo; }
     [[nodiscard]] TKwRef<IKwMAPILogoffInfo> Get_LogoffInfo() override { return FLogoffInfo; }
+    [[nodiscard]] TKwRef<IKwMAPIInfo> Get_MAPIInfo() override { return FMAPIInfo; }
+    /// The same object until the logoff. @throws EMAPI_NO_ACCESS  not logged on
+    [[nodiscard]] TKwRef<IKwMAPISessionInfo> GetSessionInfo() override;
+    [[nodiscard]] bool Get_CachedExchangeMode() const noexcept { return FCachedExchangeMode; }
     [[nodiscard]] mapi::ULONG_PTR GetParentWindow() const override;
     void Set_ParentWindow(mapi::ULONG_PTR window) override { FParentWindow = window; }
     [[nodiscard]] WideString Get_MAPIClient() const override { return FMAPIClient; }
@@ -146,21 +256,69 @@ public:
     void MAPIUnitialize() override;
     void MAPIUnload() override;
 
-    // Stores.
+    // Stores and entries.
     [[nodiscard]] TKwRef<IKwMAPITable> GetMsgStoresTable() override;
+    /// @throws EMAPI_CALL_FAILED  "Failed to determine the default messagestore!"
     [[nodiscard]] TKwMAPIEntryID GetDefaultMsgStoreID() override;
+    [[nodiscard]] TKwMAPIEntryID GetPublicFoldersMsgStoreID() override;
     [[nodiscard]] TKwRef<IKwMAPIMsgStore> OpenMsgStore(const TKwMAPIEntryID& entryID,
                                                        TKwMAPIAccessLevel accessLevel) override;
     [[nodiscard]] TKwRef<IKwMAPIMsgStore> OpenDefaultMsgStore(TKwMAPIAccessLevel accessLevel) override;
+    /// The organisation and site of the mailbox are those of the profile's own (PR_PROFILE_USER).
+    /// @throws EMAPI_NOT_SUPPORTED  not connected to Exchange
+    [[nodiscard]] TKwRef<IKwMAPIMsgStore> OpenOtherUsersMsgStore(WideView userName,
+                                                                 TKwMAPIAccessLevel accessLevel) override;
+    /// @throws EMAPI_INTERFACE_NOT_SUPPORTED  the default store is not one of Exchange
+    [[nodiscard]] TKwComPtr<mapi::IExchangeManageStore> OpenExchangeManageStore() override;
+    /// @throws EMAPI_CALL_FAILED  "The given EntryID can't be opened!": it is no store, folder or message
+    /// @throws as OpenEntryEx
+    [[nodiscard]] TKwRef<IKwMAPIProp> OpenEntry(const TKwMAPIEntryID& entryID, TKwMAPIAccessLevel accessLevel) override;
+    /// @throws EMAPI_INVALID_PARAMETER  "An invalid (empty) EntryID was specified!"
+    /// @throws EMAPI_NOT_FOUND, EMAPI_NO_ACCESS and others
+    [[nodiscard]] TKwComPtr<mapi::IUnknown> OpenEntryEx(const TKwMAPIEntryID& entryID, const mapi::GUID* iid,
+                                                        mapi::ULONG flags, TKwMAPIObjectType& objectType) override;
+    bool FindEntry(const TKwMAPIEntryID& entryID, TKwMAPIAccessLevel accessLevel, TKwRef<IKwMAPIProp>& object) override;
+    bool FindEntryEx(const TKwMAPIEntryID& entryID, const mapi::GUID* iid, mapi::ULONG flags,
+                     TKwMAPIObjectType& objectType, TKwComPtr<mapi::IUnknown>& object) override;
     [[nodiscard]] bool CompareEntryIDs(const TKwMAPIEntryID& a, const TKwMAPIEntryID& b) override;
 
+    // Other services.
+    [[nodiscard]] TKwComPtr<mapi::IAddrBook> OpenAddressBook() override;
+    [[nodiscard]] TKwRef<IKwMAPIStatusTable> GetStatusTable() override;
     /// Loads and initialises MAPI when that has not been done; needs no logon.
     [[nodiscard]] TKwRef<IKwMAPIProfileAdmin> GetProfileAdmin() override;
+    [[nodiscard]] TKwRef<IKwMAPIAdminServices> GetAdminServices() override;
+    /// @throws EMAPI_INVALID_PARAMETER  "An invalid ProfileUID was provided!"
+    [[nodiscard]] TKwRef<IKwMAPIProfSect> OpenProfileSection(const TKwMAPIEntryID& uid,
+                                                             TKwMAPIAccessLevel accessLevel) override;
+    [[nodiscard]] WideString GetDefaultProfile() override;
+    [[nodiscard]] WideString GetProfiles(WideView separator) override;
+    [[nodiscard]] bool HasDefaultProfile() override;
+    /// @throws EMAPI_NOT_SUPPORTED  "The FormManager is only supported by Microsoft Outlook!!"
+    [[nodiscard]] TKwComPtr<mapi::IMAPIFormMgr> GetFormManager() override;
+    /// With Outlook the event OutlookFlushQueus is fired when MAPI cannot do it.
+    /// @throws EMAPI_NO_SUPPORT  there is no spooler, or it cannot, and the client is not Outlook
+    /// @throws EMAPI_BUSY        it is flushing already
+    void FlushQueues(mapi::ULONG flags) override;
+    /// @throws EMAPI_NOT_SUPPORTED  no procedure is set
+    [[nodiscard]] TKwRef<IKwInterface> CreateFolderDialog() override;
 
+    // Factories.
+    [[nodiscard]] TKwRef<IKwMAPIMessage> CreateMessage(TKwMAPIFolderType folderType, WideView messageClass) override;
+    [[nodiscard]] TKwRef<IKwMAPIMessage> CreateMailMessage() override;
+    // Compound files need a client library or a system that has structured storage and MAPI's messages on it.
+    // @throws EMAPI_CALL_FAILED  it has not
+    [[nodiscard]] TKwRef<IKwMAPIMessage> CreateMsgFile(const WideString& fileName, WideView messageClass) override;
+    [[nodiscard]] TKwRef<IKwMAPIMessage> OpenMsgFile(const WideString& fileName,
+                                                     TKwMAPIAccessLevel accessLevel) override;
     [[nodiscard]] TKwRef<IKwMAPIEntryIDList> CreateEntryIDList() override;
     [[nodiscard]] TKwRef<IKwMAPIPropList> CreatePropList() override;
     [[nodiscard]] TKwRef<IKwMAPIValueList> CreateValueList() override;
     [[nodiscard]] TKwRef<IKwMAPIPropValueList> CreatePropValueList() override;
+    TKwMAPIPropDef RegisterProp(WideView name, std::uint16_t id, std::uint32_t type) override;
+    TKwMAPIPropDef RegisterProp(WideView name, const mapi::GUID& set, WideView stringName, std::uint32_t type) override;
+    TKwMAPIPropDef RegisterProp(WideView name, const mapi::GUID& set, std::uint32_t numericId,
+                                std::uint32_t type) override;
 
     void DEventConnect(const TKwRef<IKwMAPISessionDEvents>& sink, bool connect) override;
 
@@ -179,7 +337,7 @@ protected:
 
 private:
     class TSink;
-    using TEventHandler = void (IKwMAPISessionDEvents::*)(IKwMAPISession&);
+    friend class TKwMAPISessionInfo;
 
     [[nodiscard]] mapi::IMAPISession& MAPISession() const noexcept { return MAPIObjectAs<mapi::IMAPISession>(); }
     [[nodiscard]] bool GetCanUseUnicode() const noexcept { return UsesExtendedMAPI(); }
@@ -193,13 +351,35 @@ private:
     void LoadLibrary(const WideString& path);
     void AdviseSession();
     void UnadviseSession();
+    [[nodiscard]] WideString ClientName() const;
     [[nodiscard]] bool DetectExchange();
+    [[nodiscard]] bool DetectCachedMode();
+    [[nodiscard]] TKwRef<IKwMAPIProfSect> OpenSection(const TKwMAPIEntryID& uid, TKwMAPIAccessLevel accessLevel,
+                                                      bool mayBeMissing);
+    [[nodiscard]] TKwRef<IKwMAPIProfSect> FindGlobalSection();
+    [[nodiscard]] TKwComPtr<mapi::IMAPITable> OpenStatusTable();
+    [[nodiscard]] TKwComPtr<mapi::IMAPIStatus> OpenSpooler();
+    [[nodiscard]] TKwMAPIEntryID FindMsgStore(TKwMAPIPropDef def, const TKwVariant& value);
+    [[nodiscard]] mapi::HRESULT CallOpenEntry(const TKwMAPIEntryID& entryID, const mapi::GUID* iid, mapi::ULONG flags,
+                                              mapi::ULONG& objectType, TKwComPtr<mapi::IUnknown>& object);
+    [[nodiscard]] TKwRef<IKwMAPIProp> WrapEntry(TKwMAPIObjectType objectType, mapi::IUnknown& object,
+                                                TKwMAPIAccessLevel accessLevel);
+    [[nodiscard]] TKwComPtr<mapi::IMessage> OpenMessageOn(mapi::IStorage& storage,
+                                                          IKwMAPIStorageSession& storageSession);
     [[nodiscard]] bool HasMessageService(WideView serviceName);
     [[nodiscard]] TKwComPtr<mapi::IMAPITable> OpenMsgStoresTable();
-    void TriggerEvent(TEventHandler handler);
+    void DoBeforeLogon();
+    void DoAfterLogon();
+    void DoBeforeLogoff();
+    void DoAfterLogoff();
+    void OutlookFlushQueusEvent(mapi::ULONG flags);
+    using TEventHandler = void (*)(IKwMAPISessionDEvents& sink, TSession& session, void* data);
+    void TriggerEvent(TEventHandler handler, void* data = nullptr);
 
     TKwRef<TKwMAPILogoffInfoImpl> FLogoffInfo;
     TKwRef<TKwMAPILogonInfoImpl> FLogonInfo;
+    TKwRef<TKwMAPIInfo> FMAPIInfo;
+    TKwRef<TKwMAPISessionInfo> FSessionInfo;
     TKwEventConnections<IKwMAPISessionDEvents> FEvents;
     TKwComPtr<TSink> FSink;
     WideString FMAPIClient;
@@ -213,11 +393,28 @@ private:
     bool FLoggingOff = false;
     bool FCounted = false; // in the logon thread's session count
     bool FJoinedSession = false;
+    bool FServiceAlone = false; // logged on as a Windows service that shares its session with nobody
     bool FConnectedToExchange = false;
+    bool FCachedExchangeMode = false;
     bool FDestroying = false;
 };
 
-/// The same as TSession::Create, for callers that want no class.
+/// Makes sessions, and counts those that live: a program that unloads the library asks before it does.
+class DEFTMAPI_API TKwMAPIAutoObjectFactory
+{
+public:
+    /// A new session, not logged on.
+    [[nodiscard]] static TKwRef<IKwMAPISession> CreateComObject();
+    /// Of all threads.
+    [[nodiscard]] static std::int32_t LiveSessions() noexcept;
+};
+
+/// The same as TKwMAPIAutoObjectFactory::CreateComObject.
 [[nodiscard]] DEFTMAPI_API TKwRef<IKwMAPISession> CoSessionCreate();
+
+/// Makes the folder dialog of the application's user interface for a session.
+using TKwCreateFolderDialogProc = std::function<TKwRef<IKwInterface>(IKwMAPISession& session)>;
+/// Sets the procedure of CreateFolderDialog; an empty one removes it. Process-wide, set before it is used.
+DEFTMAPI_API void SetCreateFolderDialogProc(TKwCreateFolderDialogProc proc);
 
 } // namespace deftmapi

@@ -1,6 +1,5 @@
 // Administration of profiles: what is asked of the client library, and what its refusals become.
-#include "mapi/admin/uKwMAPIAdmin.hpp"
-#include "mapi/session/uKwDeftMAPI.hpp"
+#include "mapi/DeftMAPI.hpp"
 #include "tests/session/ScriptedClient.hpp"
 
 #include <gtest/gtest.h>
@@ -9,66 +8,6 @@ namespace deftmapi::test
 {
 namespace
 {
-
-/// Logs what it is asked; nothing else happens unless a result is set.
-class TScriptedProfAdmin final : public TScriptedUnknown<mapi::IProfAdmin>
-{
-public:
-    explicit TScriptedProfAdmin(TCallsRef calls) : TScriptedUnknown({mapi::IID_IProfAdmin}), FCalls(std::move(calls)) {}
-    mapi::HRESULT DEFTMAPI_STDCALL GetLastError(mapi::HRESULT, mapi::ULONG, mapi::LPMAPIERROR* error) override
-    {
-        *error = nullptr;
-        return mapi::S_OK;
-    }
-    mapi::HRESULT DEFTMAPI_STDCALL GetProfileTable(mapi::ULONG flags, mapi::LPMAPITABLE*) override
-    {
-        return Refuse("GetProfileTable", Hex(flags));
-    }
-    mapi::HRESULT DEFTMAPI_STDCALL CreateProfile(mapi::LPTSTR profile, mapi::LPTSTR password, mapi::ULONG_PTR window,
-                                                 mapi::ULONG flags) override
-    {
-        return Enter("CreateProfile", TextArgument(profile, flags) + "," + TextArgument(password, flags) + "," +
-                                          std::to_string(window) + "," + Hex(flags));
-    }
-    mapi::HRESULT DEFTMAPI_STDCALL DeleteProfile(mapi::LPTSTR profile, mapi::ULONG flags) override
-    {
-        return Enter("DeleteProfile", TextArgument(profile, flags) + "," + Hex(flags));
-    }
-    mapi::HRESULT DEFTMAPI_STDCALL ChangeProfilePassword(mapi::LPTSTR, mapi::LPTSTR, mapi::LPTSTR, mapi::ULONG) override
-    {
-        return Refuse("ChangeProfilePassword", "");
-    }
-    mapi::HRESULT DEFTMAPI_STDCALL CopyProfile(mapi::LPTSTR, mapi::LPTSTR, mapi::LPTSTR, mapi::ULONG_PTR,
-                                               mapi::ULONG) override
-    {
-        return Refuse("CopyProfile", "");
-    }
-    mapi::HRESULT DEFTMAPI_STDCALL RenameProfile(mapi::LPTSTR, mapi::LPTSTR, mapi::LPTSTR, mapi::ULONG_PTR,
-                                                 mapi::ULONG) override
-    {
-        return Refuse("RenameProfile", "");
-    }
-    mapi::HRESULT DEFTMAPI_STDCALL SetDefaultProfile(mapi::LPTSTR profile, mapi::ULONG flags) override
-    {
-        return Enter("SetDefaultProfile", TextArgument(profile, flags) + "," + Hex(flags));
-    }
-    mapi::HRESULT DEFTMAPI_STDCALL AdminServices(mapi::LPTSTR, mapi::LPTSTR, mapi::ULONG_PTR, mapi::ULONG,
-                                                 mapi::LPSERVICEADMIN*) override
-    {
-        return Refuse("AdminServices", "");
-    }
-
-private:
-    mapi::HRESULT Enter(const std::string& method, const std::string& arguments)
-    {
-        return FCalls->Enter(method, arguments).value_or(mapi::S_OK);
-    }
-    mapi::HRESULT Refuse(const std::string& method, const std::string& arguments)
-    {
-        return FCalls->Enter(method, arguments).value_or(mapi::MAPI_E_NO_SUPPORT);
-    }
-    TCallsRef FCalls;
-};
 
 /// What MAPIAdminProfiles gives; set for the life of a fixture.
 TScriptedProfAdmin* CurrentAdmin = nullptr;
@@ -106,6 +45,53 @@ TEST_F(TProfileAdminTest, ProfilesAreCreatedWithTheDefaultServices)
     Profiles->CreateProfile(u"Größe", u"");
     EXPECT_EQ(Take(), "CreateProfile(\"Größe\",null,77,0x80000001)\nCreateProfile('Gr\xF6\xDF"
                       "e',null,77,0x00000001)");
+    Profiles->CreateProfile(u"x", u"", false, true);
+    EXPECT_EQ(Take(), "CreateProfile(\"x\",null,77,0x80000008)");
+}
+
+TEST_F(TProfileAdminTest, ProfilesAndTheDefaultOneAreRowsOfTheTable)
+{
+    EXPECT_FALSE(Session->HasDefaultProfile()) << "no profiles";
+    EXPECT_EQ(Session->GetProfiles(u";"), u"");
+    const auto row = [](const char16_t* name, bool isDefault) {
+        mapi::SPropValue flag{};
+        flag.ulPropTag = GetPropTag(PR_DEFAULT_PROFILE);
+        flag.Value.b = isDefault ? 1 : 0;
+        return std::vector{TextValue(GetPropTag(PR_DISPLAY_NAME), name), flag};
+    };
+    Admin->Profiles->AddRow(row(u"Anna", false));
+    EXPECT_FALSE(Profiles->HasDefaultProfile());
+    EXPECT_EQ(Profiles->GetDefaultProfile(), u"");
+    Admin->Profiles->AddRow(row(u"Bert", true));
+    Admin->Profiles->AddRow(row(u"Carl", false));
+    EXPECT_TRUE(Session->HasDefaultProfile());
+    EXPECT_EQ(Session->GetDefaultProfile(), u"Bert");
+    EXPECT_EQ(Session->GetProfiles(u", "), u"Anna, Bert, Carl");
+    EXPECT_EQ(Profiles->GetProfileTable()->Get_RowCount(), 3);
+}
+
+TEST_F(TProfileAdminTest, SimpleMAPIReadsTheRegistry)
+{
+    Session->Get_LogonInfo()->Set_UseExtendedMAPI(false);
+    static_cast<void>(Take());
+    EXPECT_FALSE(Session->HasDefaultProfile());
+    EXPECT_EQ(Session->GetProfiles(u";"), u"");
+    const auto user = TKwRegistryRoot::rrCurrentUser;
+    const WideString old = u"SOFTWARE\\Microsoft\\Windows Messaging Subsystem\\Profiles";
+    const WideString nt = u"SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion\\Windows Messaging Subsystem\\Profiles";
+    Platform.SetValue(user, old, u"DefaultProfile", u"Old");
+    EXPECT_EQ(Session->GetDefaultProfile(), u"Old");
+    Platform.AddKey(user, nt + u"\\Anna");
+    Platform.AddKey(user, nt + u"\\Bert");
+    Platform.SetValue(user, nt, u"DefaultProfile", u"");
+    EXPECT_FALSE(Session->HasDefaultProfile()) << "empty is none";
+    Platform.SetValue(user, nt, u"DefaultProfile", u"Bert");
+    EXPECT_TRUE(Session->HasDefaultProfile());
+    EXPECT_EQ(Session->GetProfiles(u";"), u"Anna;Bert");
+    EXPECT_EQ(Take(), "") << "MAPI is not asked";
+    EXPECT_EQ(
+        Catch([&] { Profiles->CreateProfile(u"x", u""); }),
+        (TCaught{"EMAPI_NOT_SUPPORTED", "TKwMAPIProfileAdmin.CreateProfile is not supported by Simple MAPI!", 26}));
 }
 
 TEST_F(TProfileAdminTest, RefusalsSayWhichProfileIsMeant)
@@ -127,6 +113,7 @@ TEST_F(TProfileAdminTest, RefusalsSayWhichProfileIsMeant)
     EXPECT_EQ(Catch([&] { Profiles->SetDefaultProfile(u"x"); }), missing);
     Calls->Next("SetDefaultProfile", mapi::MAPI_E_NO_ACCESS);
     EXPECT_EQ(Catch([&] { Profiles->SetDefaultProfile(u"x"); }).ClassName, "EMAPI_NO_ACCESS");
+    Calls->Next("GetProfileTable", mapi::MAPI_E_NO_SUPPORT);
     EXPECT_EQ(Catch([&] { static_cast<void>(Profiles->GetProfiles()); }).ClassName, "EMAPI_NO_SUPPORT");
 }
 

@@ -2,6 +2,8 @@
 
 #include "mapi/core/uKwMAPIProps.hpp"
 
+#include <cstring>
+
 namespace deftmapi::test
 {
 
@@ -48,70 +50,6 @@ mapi::ULONG DEFTMAPI_STDCALL SimpleLogoff(mapi::LHANDLE handle, mapi::ULONG_PTR,
         CurrentCalls->Enter("MAPILogoff", std::to_string(handle) + "," + Hex(flags)).value_or(0));
 }
 
-/// Only lists services.
-class TScriptedServiceAdmin final : public TScriptedUnknown<mapi::IMsgServiceAdmin>
-{
-public:
-    TScriptedServiceAdmin(TCallsRef calls, TKwComPtr<TScriptedTable> services)
-        : TScriptedUnknown({mapi::IID_IMsgServiceAdmin}), FCalls(std::move(calls)), FServices(std::move(services))
-    {}
-    mapi::HRESULT DEFTMAPI_STDCALL GetMsgServiceTable(mapi::ULONG flags, mapi::LPMAPITABLE* table) override
-    {
-        if (const auto result = FCalls->Enter("GetMsgServiceTable", Hex(flags)))
-            return *result;
-        *table = TKwComPtr<mapi::IMAPITable>(FServices.Get()).Detach();
-        return mapi::S_OK;
-    }
-    mapi::HRESULT DEFTMAPI_STDCALL GetLastError(mapi::HRESULT, mapi::ULONG, mapi::LPMAPIERROR*) override
-    {
-        return mapi::MAPI_E_NO_SUPPORT;
-    }
-    mapi::HRESULT DEFTMAPI_STDCALL CreateMsgService(mapi::LPTSTR, mapi::LPTSTR, mapi::ULONG_PTR, mapi::ULONG) override
-    {
-        return mapi::MAPI_E_NO_SUPPORT;
-    }
-    mapi::HRESULT DEFTMAPI_STDCALL DeleteMsgService(mapi::LPMAPIUID) override { return mapi::MAPI_E_NO_SUPPORT; }
-    mapi::HRESULT DEFTMAPI_STDCALL CopyMsgService(mapi::LPMAPIUID, mapi::LPTSTR, mapi::LPCIID, mapi::LPCIID,
-                                                  mapi::LPVOID, mapi::ULONG_PTR, mapi::ULONG) override
-    {
-        return mapi::MAPI_E_NO_SUPPORT;
-    }
-    mapi::HRESULT DEFTMAPI_STDCALL RenameMsgService(mapi::LPMAPIUID, mapi::ULONG, mapi::LPTSTR) override
-    {
-        return mapi::MAPI_E_NO_SUPPORT;
-    }
-    mapi::HRESULT DEFTMAPI_STDCALL ConfigureMsgService(mapi::LPMAPIUID, mapi::ULONG_PTR, mapi::ULONG, mapi::ULONG,
-                                                       mapi::LPSPropValue) override
-    {
-        return mapi::MAPI_E_NO_SUPPORT;
-    }
-    mapi::HRESULT DEFTMAPI_STDCALL OpenProfileSection(mapi::LPMAPIUID, mapi::LPCIID, mapi::ULONG,
-                                                      mapi::LPPROFSECT*) override
-    {
-        return mapi::MAPI_E_NO_SUPPORT;
-    }
-    mapi::HRESULT DEFTMAPI_STDCALL MsgServiceTransportOrder(mapi::ULONG, mapi::LPMAPIUID, mapi::ULONG) override
-    {
-        return mapi::MAPI_E_NO_SUPPORT;
-    }
-    mapi::HRESULT DEFTMAPI_STDCALL AdminProviders(mapi::LPMAPIUID, mapi::ULONG, mapi::LPPROVIDERADMIN*) override
-    {
-        return mapi::MAPI_E_NO_SUPPORT;
-    }
-    mapi::HRESULT DEFTMAPI_STDCALL SetPrimaryIdentity(mapi::LPMAPIUID, mapi::ULONG) override
-    {
-        return mapi::MAPI_E_NO_SUPPORT;
-    }
-    mapi::HRESULT DEFTMAPI_STDCALL GetProviderTable(mapi::ULONG, mapi::LPMAPITABLE*) override
-    {
-        return mapi::MAPI_E_NO_SUPPORT;
-    }
-
-private:
-    TCallsRef FCalls;
-    TKwComPtr<TScriptedTable> FServices;
-};
-
 } // namespace
 
 // ---- TScriptedClientTest
@@ -147,7 +85,7 @@ TScriptedClientTest::~TScriptedClientTest()
 
 TScriptedMAPISession::TScriptedMAPISession(TCallsRef calls)
     : TScriptedUnknown({mapi::IID_IMAPISession}), Stores(new TScriptedTable(calls)), Store(new TScriptedStore(calls)),
-      FCalls(std::move(calls))
+      Status(new TScriptedTable(calls)), Sections(calls), FCalls(std::move(calls))
 {}
 
 mapi::HRESULT TScriptedMAPISession::GetLastError(mapi::HRESULT, mapi::ULONG, mapi::LPMAPIERROR* error)
@@ -174,25 +112,41 @@ mapi::HRESULT TScriptedMAPISession::OpenMsgStore(mapi::ULONG_PTR window, mapi::U
     return mapi::S_OK;
 }
 
-mapi::HRESULT TScriptedMAPISession::OpenAddressBook(mapi::ULONG_PTR, mapi::LPCIID, mapi::ULONG, mapi::LPADRBOOK*)
+mapi::HRESULT TScriptedMAPISession::OpenAddressBook(mapi::ULONG_PTR window, mapi::LPCIID, mapi::ULONG flags,
+                                                    mapi::LPADRBOOK* book)
 {
-    return mapi::MAPI_E_NO_SUPPORT;
+    *book = nullptr;
+    return FCalls->Enter("OpenAddressBook", std::to_string(window) + "," + Hex(flags))
+        .value_or(mapi::MAPI_E_NO_SUPPORT);
 }
 
-mapi::HRESULT TScriptedMAPISession::OpenProfileSection(mapi::LPMAPIUID, mapi::LPCIID, mapi::ULONG, mapi::LPPROFSECT*)
+mapi::HRESULT TScriptedMAPISession::OpenProfileSection(mapi::LPMAPIUID uid, mapi::LPCIID, mapi::ULONG flags,
+                                                       mapi::LPPROFSECT* section)
 {
-    return mapi::MAPI_E_NO_SUPPORT;
+    return Sections.Open("OpenProfileSection", uid, flags, section);
 }
 
-mapi::HRESULT TScriptedMAPISession::GetStatusTable(mapi::ULONG, mapi::LPMAPITABLE*)
+mapi::HRESULT TScriptedMAPISession::GetStatusTable(mapi::ULONG flags, mapi::LPMAPITABLE* table)
 {
-    return mapi::MAPI_E_NO_SUPPORT;
+    if (const auto result = FCalls->Enter("GetStatusTable", Hex(flags)))
+        return *result;
+    *table = TKwComPtr<mapi::IMAPITable>(Status.Get()).Detach();
+    return mapi::S_OK;
 }
 
-mapi::HRESULT TScriptedMAPISession::OpenEntry(mapi::ULONG, mapi::LPENTRYID, mapi::LPCIID, mapi::ULONG, mapi::ULONG*,
-                                              mapi::LPUNKNOWN*)
+mapi::HRESULT TScriptedMAPISession::OpenEntry(mapi::ULONG size, mapi::LPENTRYID id, mapi::LPCIID iid, mapi::ULONG flags,
+                                              mapi::ULONG* type, mapi::LPUNKNOWN* object)
 {
-    return mapi::MAPI_E_NO_SUPPORT;
+    if (const auto result = FCalls->Enter(
+            "OpenEntry", HexOf(size, id) + "," +
+                             (iid != nullptr && *iid == mapi::IID_IMAPIStatus ? "IMAPIStatus" : "") + "," + Hex(flags)))
+        return *result;
+    const auto found = Entries.find(std::string(reinterpret_cast<const char*>(id), size));
+    if (found == Entries.end())
+        return mapi::MAPI_E_UNKNOWN_ENTRYID;
+    *type = found->second.Type;
+    *object = TKwComPtr<mapi::IUnknown>(found->second.Object).Detach();
+    return mapi::S_OK;
 }
 
 mapi::HRESULT TScriptedMAPISession::CompareEntryIDs(mapi::ULONG size1, mapi::LPENTRYID id1, mapi::ULONG size2,
@@ -236,9 +190,16 @@ mapi::HRESULT TScriptedMAPISession::EnumAdrTypes(mapi::ULONG, mapi::ULONG*, mapi
     return mapi::MAPI_E_NO_SUPPORT;
 }
 
-mapi::HRESULT TScriptedMAPISession::QueryIdentity(mapi::ULONG*, mapi::LPENTRYID*)
+mapi::HRESULT TScriptedMAPISession::QueryIdentity(mapi::ULONG* size, mapi::LPENTRYID* id)
 {
-    return mapi::MAPI_E_NO_SUPPORT;
+    if (const auto result = FCalls->Enter("QueryIdentity", ""))
+        return *result;
+    if (Identity.empty())
+        return mapi::MAPI_E_NOT_FOUND;
+    *size = static_cast<mapi::ULONG>(Identity.size());
+    *id = static_cast<mapi::LPENTRYID>(TScriptedAllocator::Allocate(*size));
+    std::memcpy(*id, Identity.data(), Identity.size());
+    return mapi::S_OK;
 }
 
 mapi::HRESULT TScriptedMAPISession::Logoff(mapi::ULONG_PTR window, mapi::ULONG flags, mapi::ULONG)
@@ -257,7 +218,7 @@ mapi::HRESULT TScriptedMAPISession::AdminServices(mapi::ULONG flags, mapi::LPSER
         return *result;
     if (!Services)
         return mapi::MAPI_E_NO_SUPPORT;
-    *admin = TKwComPtr<mapi::IMsgServiceAdmin>(new TScriptedServiceAdmin(FCalls, Services)).Detach();
+    *admin = TKwComPtr<mapi::IMsgServiceAdmin>(Services.Get()).Detach();
     return mapi::S_OK;
 }
 

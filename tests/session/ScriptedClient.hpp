@@ -3,6 +3,7 @@
 
 #include "mapi/core/uKwMAPILib.hpp"
 #include "tests/core/Caught.hpp"
+#include "tests/session/ScriptedAdmin.hpp"
 #include "tests/session/ScriptedObjects.hpp"
 #include "tests/support/LeakChecked.hpp"
 #include "tests/support/ModuleImages.hpp"
@@ -41,9 +42,13 @@ public:
     explicit TScriptedMAPISession(TCallsRef calls);
 
     TKwComPtr<TScriptedTable> Stores;
-    TKwComPtr<TScriptedStore> Store;       ///< what OpenMsgStore gives
-    TKwComPtr<TScriptedTable> Services;    ///< the message services; null: no service administration
-    TKwComPtr<mapi::IMAPIAdviseSink> Sink; ///< the one advised last, until it is unadvised
+    TKwComPtr<TScriptedStore> Store;           ///< what OpenMsgStore gives
+    TKwComPtr<TScriptedServiceAdmin> Services; ///< null: no service administration
+    TKwComPtr<TScriptedTable> Status;
+    TScriptedSections Sections;
+    std::map<std::string, TScriptedStore::TEntry> Entries; ///< what OpenEntry gives, by the bytes of the identifier
+    std::string Identity;                                  ///< of the user; empty: no service supplies one
+    TKwComPtr<mapi::IMAPIAdviseSink> Sink;                 ///< the one advised last, until it is unadvised
 
     mapi::HRESULT DEFTMAPI_STDCALL GetLastError(mapi::HRESULT, mapi::ULONG, mapi::LPMAPIERROR* error) override;
     mapi::HRESULT DEFTMAPI_STDCALL GetMsgStoresTable(mapi::ULONG flags, mapi::LPMAPITABLE* table) override;

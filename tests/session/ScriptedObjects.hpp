@@ -111,6 +111,13 @@ public:
     };
     std::map<std::string, TEntry> Entries; ///< by the bytes of the identifier
     std::string ReceiveFolder = "INBOX";
+    TKwComPtr<mapi::IUnknown> Other; ///< what the store gives when it is asked for an interface of another chain
+
+    mapi::HRESULT DEFTMAPI_STDCALL QueryInterface(mapi::REFIID iid, void** object) override
+    {
+        const mapi::HRESULT hr = TScriptedPropOf::QueryInterface(iid, object);
+        return hr == mapi::E_NOINTERFACE && Other ? Other->QueryInterface(iid, object) : hr;
+    }
 
     /// A folder that OpenEntry finds.
     TKwComPtr<TScriptedFolder> AddFolder(const std::string& id, const char16_t* name = u"Folder");

@@ -29,6 +29,10 @@ public:
     void AfterLogon(IKwMAPISession& session) override { Note("AfterLogon", session); }
     void BeforeLogoff(IKwMAPISession& session) override { Note("BeforeLogoff", session); }
     void AfterLogoff(IKwMAPISession& session) override { Note("AfterLogoff", session); }
+    void OutlookFlushQueus(IKwMAPISession& session, mapi::ULONG flags) override
+    {
+        Note("OutlookFlushQueus " + Hex(flags), session);
+    }
 
 private:
     void Note(const std::string& event, IKwMAPISession& session)
@@ -302,13 +306,14 @@ TEST_F(TSessionTest, TheEndOfASharedSessionLogsOff)
 
 TEST_F(TSessionTest, ConnectedToExchange)
 {
-    Client->Services = TKwComPtr<TScriptedTable>(new TScriptedTable(Calls));
+    Client->Services = TKwComPtr<TScriptedServiceAdmin>(new TScriptedServiceAdmin(Calls));
+    TScriptedTable& services = *Client->Services->Services;
     const mapi::ULONG name = GetPropTag(PR_SERVICE_NAME_A);
-    Client->Services->AddRow({TextValue(name, "MSPST MS")});
+    services.AddRow({TextValue(name, "MSPST MS")});
     LogonQuietly();
     EXPECT_FALSE(Session->Get_ConnectedToExchange());
     Session->Logoff();
-    Client->Services->AddRow({TextValue(name, "MSEMS")});
+    services.AddRow({TextValue(name, "MSEMS")});
     LogonQuietly();
     EXPECT_TRUE(Session->Get_ConnectedToExchange());
     Session->Logoff();

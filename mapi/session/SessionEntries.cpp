@@ -1,0 +1,194 @@
+// Entries of a session: any object by its identifier, and the stores that only some profiles have.
+#include "mapi/admin/uKwMAPIAdmin.hpp"
+#include "mapi/core/uKwMAPIExceptions.hpp"
+#include "mapi/core/uKwMAPIMemory.hpp"
+#include "mapi/headers/uKwEdkConstantsH.hpp"
+#include "mapi/headers/uKwEdkGuidH.hpp"
+#include "mapi/headers/uKwMAPIguidH.hpp"
+#include "mapi/message/uKwMAPIMessage.hpp"
+#include "mapi/session/AccessLevel.hpp"
+#include "mapi/session/EntryIDArg.hpp"
+#include "mapi/session/uKwDeftMAPI.hpp"
+#include "mapi/session/uKwMAPIFolder.hpp"
+#include "mapi/session/uKwMAPIMsgStore.hpp"
+#include "support/uKwEncoding.hpp"
+#include "support/uKwFormat.hpp"
+
+namespace deftmapi
+{
+
+namespace
+{
+
+constexpr auto sEmptyEntryID = u"An invalid (empty) EntryID was specified!";
+constexpr auto sCannotBeOpened = u"The given EntryID can't be opened!";
+constexpr auto sNotFound =
+    u"%s.OpenEntry failed!\r\nThere is not an object associated with the entry identifier passed in lpEntryID.";
+constexpr auto sNoAccess =
+    u"%s.OpenEntry failed!\r\nAn attempt was made to modify a read-only object or an attempt was made to access an "
+    u"object for which the user has insufficient permissions.";
+constexpr auto sNoMailbox = u"%s.OpenOtherUsersMsgStore failed!\r\nThe profile does not name the mailbox of its user.";
+
+// Distinguished names on an Exchange server: below the organisation and site, which are those of the user's mailbox.
+constexpr auto sServerStore = u"/cn=Configuration/cn=Servers/cn=%s/cn=Microsoft Private MDB";
+constexpr auto sMailbox = u"/cn=Recipients/cn=%s";
+
+constexpr auto sOpenEntry = u"OpenEntry";
+
+/// The codes by which a provider says that it does not know an identifier.
+bool IsUnknownEntry(mapi::HRESULT hr)
+{
+    return hr == mapi::MAPI_E_NOT_FOUND || hr == mapi::MAPI_E_UNKNOWN_ENTRYID || hr == mapi::MAPI_E_INVALID_ENTRYID;
+}
+
+} // namespace
+
+// ---- Entries
+
+mapi::HRESULT TSession::CallOpenEntry(const TKwMAPIEntryID& entryID, const mapi::GUID* iid, mapi::ULONG flags,
+                                      mapi::ULONG& objectType, TKwComPtr<mapi::IUnknown>& object)
+{
+    CheckActive(sOpenEntry);
+    CheckUsingExtendedMAPI(sOpenEntry);
+    TKwMAPIEntryIDArg id(entryID);
+    if (id.Empty())
+        CreateKwMAPIException(mapi::MAPI_E_INVALID_PARAMETER, sEmptyEntryID)->Raise();
+    return MAPISession().OpenEntry(id.Size(), id.Get(), iid, flags, &objectType, Out(object));
+}
+
+TKwComPtr<mapi::IUnknown> TSession::OpenEntryEx(const TKwMAPIEntryID& entryID, const mapi::GUID* iid, mapi::ULONG flags,
+                                                TKwMAPIObjectType& objectType)
+{
+    TKwComPtr<mapi::IUnknown> object;
+    mapi::ULONG type = 0;
+    const mapi::HRESULT hr = CallOpenEntry(entryID, iid, flags, type, object);
+    switch (hr) {
+    case mapi::MAPI_E_NOT_FOUND:
+        CreateKwMAPIException(hr, sNotFound, {GetClassName()})->Raise();
+    case mapi::MAPI_E_NO_ACCESS:
+        CreateKwMAPIException(hr, sNoAccess, {GetClassName()})->Raise();
+    default:
+        CheckMAPIResult(*this, sOpenEntry, hr);
+    }
+    objectType = static_cast<TKwMAPIObjectType>(type);
+    return object;
+}
+
+TKwRef<IKwMAPIProp> TSession::OpenEntry(const TKwMAPIEntryID& entryID, TKwMAPIAccessLevel accessLevel)
+{
+    TKwMAPIObjectType type = otUnknown;
+    const auto object = OpenEntryEx(entryID, nullptr, AccessFlag(accessLevel), type);
+    return WrapEntry(type, *object, accessLevel);
+}
+
+TKwRef<IKwMAPIProp> TSession::WrapEntry(TKwMAPIObjectType objectType, mapi::IUnknown& object,
+                                        TKwMAPIAccessLevel accessLevel)
+{
+    const auto as = [&]<typename Interface>(TKwComPtr<Interface> wanted, const mapi::IID& iid) {
+        CheckMAPIResult(*this, u"QueryInterface", object.QueryInterface(iid, OutVoid(wanted)));
+        return wanted;
+    };
+    switch (objectType) {
+    case otMessageStore: {
+        const auto store = KwMake<TKwMAPIMsgStore>(*this);
+        store->SetMAPIOBJECT(as(TKwComPtr<mapi::IMsgStore>(), mapi::IID_IMsgStore).Get());
+        store->SetOpenedAs(accessLevel);
+        return store;
+    }
+    case otFolder: {
+        const auto folder = KwMake<TKwMAPIFolder>(*this);
+        folder->SetMAPIOBJECT(as(TKwComPtr<mapi::IMAPIFolder>(), mapi::IID_IMAPIFolder).Get());
+        folder->SetOpenedAs(accessLevel);
+        return folder;
+    }
+    case otMessage:
+        return CreateMessageObjectFromIntf(this, this, as(TKwComPtr<mapi::IMessage>(), mapi::IID_IMessage).Get(),
+                                           accessLevel);
+    default:
+        CreateKwMAPIException(mapi::MAPI_E_CALL_FAILED, sCannotBeOpened)->Raise();
+    }
+}
+
+bool TSession::FindEntryEx(const TKwMAPIEntryID& entryID, const mapi::GUID* iid, mapi::ULONG flags,
+                           TKwMAPIObjectType& objectType, TKwComPtr<mapi::IUnknown>& object)
+{
+    object.Reset();
+    objectType = otUnknown;
+    mapi::ULONG type = 0;
+    mapi::HRESULT hr = CallOpenEntry(entryID, iid, flags, type, object);
+    if (IsUnknownEntry(hr)) {
+        // The session passes an identifier only to providers that are running: the stores that are open.
+        const auto stores = GetMsgStoresTable();
+        stores->Get_Fields()->Add(PR_ENTRYID);
+        TKwMAPIEntryIDArg id(entryID);
+        for (stores->First(); !stores->Get_EOF() && IsUnknownEntry(hr); stores->Next()) {
+            TKwMAPIEntryIDArg storeID(stores->GetFieldValue(PR_ENTRYID));
+            TKwComPtr<mapi::IMsgStore> store;
+            const mapi::HRESULT opened =
+                MAPISession().OpenMsgStore(GetParentWindow(), storeID.Size(), storeID.Get(), &mapi::IID_IMsgStore,
+                                           mapi::MAPI_BEST_ACCESS | mapi::MDB_NO_DIALOG, Out(store));
+            if (mapi::Failed(opened))
+                continue; // a store that is out of reach hides its entries, and the others are still to be asked
+            hr = store->OpenEntry(id.Size(), id.Get(), iid, flags, &type, Out(object));
+        }
+    }
+    if (IsUnknownEntry(hr))
+        return false;
+    CheckMAPIResult(*this, sOpenEntry, hr);
+    objectType = static_cast<TKwMAPIObjectType>(type);
+    return true;
+}
+
+bool TSession::FindEntry(const TKwMAPIEntryID& entryID, TKwMAPIAccessLevel accessLevel, TKwRef<IKwMAPIProp>& object)
+{
+    object.Reset();
+    TKwMAPIObjectType type = otUnknown;
+    TKwComPtr<mapi::IUnknown> found;
+    if (!FindEntryEx(entryID, nullptr, AccessFlag(accessLevel), type, found))
+        return false;
+    object = WrapEntry(type, *found, accessLevel);
+    return true;
+}
+
+// ---- Stores on an Exchange server
+
+TKwMAPIEntryID TSession::GetPublicFoldersMsgStoreID()
+{
+    const auto* uid = reinterpret_cast<const std::uint8_t*>(&mapi::pbExchangeProviderPublicGuid);
+    return FindMsgStore(PR_MDB_PROVIDER, TKwBytes(uid, uid + sizeof mapi::pbExchangeProviderPublicGuid));
+}
+
+TKwComPtr<mapi::IExchangeManageStore> TSession::OpenExchangeManageStore()
+{
+    const auto store = OpenDefaultMsgStore(alBestAccess);
+    TKwComPtr<mapi::IExchangeManageStore> manage;
+    CheckMAPIResult(*this, u"OpenExchangeManageStore",
+                    store->Get_MAPIOBJECT()->QueryInterface(mapi::IID_IExchangeManageStore, OutVoid(manage)));
+    return manage;
+}
+
+TKwRef<IKwMAPIMsgStore> TSession::OpenOtherUsersMsgStore(WideView userName, TKwMAPIAccessLevel accessLevel)
+{
+    const WideString server = GetSessionInfo()->ServerName();
+    const auto global = FindGlobalSection();
+    const WideString own = global ? global->PropByName(PR_PROFILE_MAILBOX)->Get_Value().AsStringW() : WideString();
+    const std::size_t site = own.find(u"/cn=");
+    if (site == WideString::npos)
+        CreateKwMAPIException(mapi::MAPI_E_NOT_FOUND, sNoMailbox, {GetClassName()})->Raise();
+    const WideString place = own.substr(0, site);
+    const auto name = [](const WideString& text) { return TKwEncoding().FromWide(text); };
+    const std::string storeDN = name(place + KwFormat(sServerStore, {server}));
+    const std::string mailboxDN =
+        name(userName.starts_with(u'/') ? WideString(userName) : place + KwFormat(sMailbox, {userName}));
+
+    const auto manage = OpenExchangeManageStore();
+    mapi::ULONG size = 0;
+    TKwMAPIBuffer<mapi::ENTRYID> id(*this);
+    CheckMAPIResult(*this, u"CreateStoreEntryID",
+                    manage->CreateStoreEntryID(storeDN.c_str(), mailboxDN.c_str(),
+                                               mapi::OPENSTORE_HOME_LOGON | mapi::OPENSTORE_TAKE_OWNERSHIP, &size,
+                                               Out(id)));
+    return OpenMsgStore(BinToEntryID(static_cast<std::int32_t>(size), id.Get()), accessLevel);
+}
+
+} // namespace deftmapi

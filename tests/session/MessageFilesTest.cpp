@@ -1,0 +1,195 @@
+// Messages in compound files, on a client library that has structured storage and on one that has not.
+#include "mapi/DeftMAPI.hpp"
+#include "tests/session/ScriptedClient.hpp"
+
+#include <gtest/gtest.h>
+
+namespace deftmapi::test
+{
+namespace
+{
+
+TScriptedCalls* Log = nullptr;
+TScriptedMessage* OnStorage = nullptr; // what OpenIMsgOnIStg gives
+int MessageSession = 0;                // its address is the handle
+
+class TScriptedMalloc final : public TScriptedUnknown<mapi::IMalloc>
+{
+public:
+    TScriptedMalloc() : TScriptedUnknown({}) {}
+    void* DEFTMAPI_STDCALL Alloc(mapi::SIZE_T) override { return nullptr; }
+    void* DEFTMAPI_STDCALL Realloc(void*, mapi::SIZE_T) override { return nullptr; }
+    void DEFTMAPI_STDCALL Free(void*) override {}
+    mapi::SIZE_T DEFTMAPI_STDCALL GetSize(void*) override { return 0; }
+    int DEFTMAPI_STDCALL DidAlloc(void*) override { return -1; }
+    void DEFTMAPI_STDCALL HeapMinimize() override {}
+};
+
+class TScriptedStorage final : public TScriptedUnknown<mapi::IStorage>
+{
+public:
+    TScriptedStorage() : TScriptedUnknown({mapi::IID_IStorage}) {}
+    ~TScriptedStorage() override { Log->Enter("storage released", ""); }
+    using HRESULT = mapi::HRESULT;
+    using DWORD = mapi::DWORD;
+    using Name = const mapi::OLECHAR*;
+    HRESULT DEFTMAPI_STDCALL CreateStream(Name, DWORD, DWORD, DWORD, mapi::IStream**) override { return Refused; }
+    HRESULT DEFTMAPI_STDCALL OpenStream(Name, void*, DWORD, DWORD, mapi::IStream**) override { return Refused; }
+    HRESULT DEFTMAPI_STDCALL CreateStorage(Name, DWORD, DWORD, DWORD, mapi::IStorage**) override { return Refused; }
+    HRESULT DEFTMAPI_STDCALL OpenStorage(Name, mapi::IStorage*, DWORD, mapi::SNB, DWORD, mapi::IStorage**) override
+    {
+        return Refused;
+    }
+    HRESULT DEFTMAPI_STDCALL CopyTo(DWORD, const mapi::IID*, mapi::SNB, mapi::IStorage*) override { return Refused; }
+    HRESULT DEFTMAPI_STDCALL MoveElementTo(Name, mapi::IStorage*, Name, DWORD) override { return Refused; }
+    HRESULT DEFTMAPI_STDCALL Commit(DWORD) override { return Refused; }
+    HRESULT DEFTMAPI_STDCALL Revert() override { return Refused; }
+    HRESULT DEFTMAPI_STDCALL EnumElements(DWORD, void*, DWORD, mapi::IEnumSTATSTG**) override { return Refused; }
+    HRESULT DEFTMAPI_STDCALL DestroyElement(Name) override { return Refused; }
+    HRESULT DEFTMAPI_STDCALL RenameElement(Name, Name) override { return Refused; }
+    HRESULT DEFTMAPI_STDCALL SetElementTimes(Name, const mapi::FILETIME*, const mapi::FILETIME*,
+                                             const mapi::FILETIME*) override
+    {
+        return Refused;
+    }
+    HRESULT DEFTMAPI_STDCALL SetClass(mapi::REFCLSID clsid) override
+    {
+        return Log->Enter("SetClass", clsid == mapi::CLSID_MailMessage ? "message" : "?").value_or(mapi::S_OK);
+    }
+    HRESULT DEFTMAPI_STDCALL SetStateBits(DWORD, DWORD) override { return Refused; }
+    HRESULT DEFTMAPI_STDCALL Stat(mapi::STATSTG*, DWORD) override { return Refused; }
+
+private:
+    static constexpr HRESULT Refused = mapi::STG_E_INVALIDFUNCTION;
+};
+
+mapi::HRESULT Storage(const char* method, const char16_t* name, mapi::DWORD mode, void** object)
+{
+    if (const auto result = Log->Enter(method, KwToUtf8(name) + "," + Hex(mode)))
+        return *result;
+    *object = static_cast<mapi::IStorage*>(TKwComPtr<TScriptedStorage>(new TScriptedStorage).Detach());
+    return mapi::S_OK;
+}
+
+mapi::HRESULT DEFTMAPI_STDCALL StgCreate(const char16_t* name, mapi::DWORD mode, mapi::DWORD, mapi::DWORD, void*, void*,
+                                         const mapi::IID&, void** object)
+{
+    return Storage("StgCreateStorageEx", name, mode, object);
+}
+
+mapi::HRESULT DEFTMAPI_STDCALL StgOpen(const char16_t* name, mapi::DWORD mode, mapi::DWORD, mapi::DWORD, void*, void*,
+                                       const mapi::IID&, void** object)
+{
+    return Storage("StgOpenStorageEx", name, mode, object);
+}
+
+mapi::LPMALLOC DEFTMAPI_STDCALL DefaultMalloc()
+{
+    return TKwComPtr<TScriptedMalloc>(new TScriptedMalloc).Detach();
+}
+
+mapi::SCODE DEFTMAPI_STDCALL OpenSession(mapi::LPMALLOC, mapi::ULONG, mapi::LPMSGSESS* session)
+{
+    *session = &MessageSession;
+    return Log->Enter("OpenIMsgSession", "").value_or(mapi::S_OK);
+}
+
+void DEFTMAPI_STDCALL CloseSession(mapi::LPMSGSESS)
+{
+    Log->Enter("CloseIMsgSession", "");
+}
+
+mapi::SCODE DEFTMAPI_STDCALL OpenMessage(mapi::LPMSGSESS session, mapi::LPALLOCATEBUFFER, mapi::LPALLOCATEMORE,
+                                         mapi::LPFREEBUFFER, mapi::LPMALLOC, mapi::LPVOID, mapi::LPSTORAGE,
+                                         mapi::MSGCALLRELEASE*, mapi::ULONG, mapi::ULONG flags,
+                                         mapi::LPMESSAGE* message)
+{
+    if (const auto result = Log->Enter("OpenIMsgOnIStg", (session == &MessageSession ? "session," : "?,") + Hex(flags)))
+        return *result;
+    *message = TKwComPtr<mapi::IMessage>(OnStorage).Detach();
+    return mapi::S_OK;
+}
+
+class TMessageFilesTest : public TScriptedClientTest
+{
+protected:
+    TMessageFilesTest() : Message(new TScriptedMessage(Calls)), Session(KwMake<TSession>())
+    {
+        Log = Calls.get();
+        OnStorage = Message.Get();
+        Session->Set_MAPIClient(ClientName);
+    }
+    void GiveStorage()
+    {
+        Module().Export("StgCreateStorageEx", &StgCreate);
+        Module().Export("StgOpenStorageEx", &StgOpen);
+        Module().Export("MAPIGetDefaultMalloc", &DefaultMalloc);
+        Module().Export("OpenIMsgSession", &OpenSession);
+        Module().Export("CloseIMsgSession", &CloseSession);
+        Module().Export("OpenIMsgOnIStg", &OpenMessage);
+    }
+    /// The calls that are not about properties.
+    [[nodiscard]] std::string TakeCalls()
+    {
+        std::string text;
+        for (const std::string& line : Calls->Lines())
+            if (!line.starts_with("message.GetProps"))
+                text += line + "\n";
+        static_cast<void>(Take());
+        return text;
+    }
+
+    TKwComPtr<TScriptedMessage> Message;
+    TKwRef<TSession> Session;
+};
+
+TEST_F(TMessageFilesTest, AFileIsMadeAndWrittenWithItsMessage)
+{
+    GiveStorage();
+    auto message = Session->CreateMsgFile(u"C:\\new.msg", u"IPM.Task");
+    EXPECT_EQ(TakeCalls(), "MAPIInitialize(0x00000008)\nStgCreateStorageEx(C:\\new.msg,0x00010012)\nSetClass(message)\n"
+                           "OpenIMsgSession()\nOpenIMsgOnIStg(session,0x00000000)\n");
+    message->Set_Subject(u"Hello");
+    message->SaveChanges();
+    EXPECT_EQ(Message->Bag.Text(), "0x001A001F=\"IPM.Task\"\n0x0037001F=\"Hello\"");
+    static_cast<void>(TakeCalls());
+    message.Reset();
+    EXPECT_EQ(TakeCalls(), "storage released()\nCloseIMsgSession()\n") << "the storage goes before its session";
+    EXPECT_EQ(Message->RefCount(), 1u);
+}
+
+TEST_F(TMessageFilesTest, AFileIsOpenedAsFarAsItAllows)
+{
+    GiveStorage();
+    Platform.SetFile(u"C:\\old.msg", "x");
+    Message->Bag.Set(TextValue(GetPropTag(PR_MESSAGE_CLASS), u"IPM.Note"));
+    const auto open = [&](TKwMAPIAccessLevel level) {
+        const auto message = Session->OpenMsgFile(u"C:\\old.msg", level);
+        return message->Get_AccessLevel();
+    };
+    EXPECT_EQ(open(alReadOnly), alReadOnly);
+    EXPECT_NE(TakeCalls().find("StgOpenStorageEx(C:\\old.msg,0x00010020)"), std::string::npos);
+    EXPECT_EQ(open(alReadWrite), alReadWrite);
+    EXPECT_NE(TakeCalls().find("StgOpenStorageEx(C:\\old.msg,0x00010012)"), std::string::npos);
+    Calls->Next("StgOpenStorageEx", mapi::STG_E_ACCESSDENIED);
+    EXPECT_EQ(open(alBestAccess), alReadOnly);
+    Calls->Next("OpenIMsgOnIStg", mapi::MAPI_E_CORRUPT_DATA);
+    static_cast<void>(TakeCalls());
+    EXPECT_EQ(Catch([&] { static_cast<void>(open(alReadOnly)); }).ClassName, "EMAPI_CORRUPT_DATA");
+    EXPECT_NE(TakeCalls().find("CloseIMsgSession()"), std::string::npos);
+}
+
+TEST_F(TMessageFilesTest, WhatCannotBeOpenedSaysWhy)
+{
+    Platform.SetFile(u"C:\\old.msg", "x");
+    EXPECT_EQ(Catch([&] { static_cast<void>(Session->CreateMsgFile(u"C:\\old.msg", u"")); }).Message,
+              "TSession.CreateMsgFile failed!\r\nThe file C:\\old.msg exists already.");
+    EXPECT_EQ(Catch([&] { static_cast<void>(Session->OpenMsgFile(u"C:\\none.msg", alReadOnly)); }).Message,
+              "TSession.OpenMsgFile failed!\r\nThe file C:\\none.msg does not exist.");
+    EXPECT_EQ(Catch([&] { static_cast<void>(Session->OpenMsgFile(u"C:\\old.msg", alReadOnly)); }).Message,
+              "OpenMsgFile failed!\r\nThere is no structured storage for the file C:\\old.msg: neither the system nor "
+              "the MAPI library offers StgOpenStorageEx.");
+}
+
+} // namespace
+} // namespace deftmapi::test
