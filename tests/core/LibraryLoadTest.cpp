@@ -179,6 +179,8 @@ TEST_F(LibraryLoad, DescribesWhatIsLoaded)
     EXPECT_EQ(info.DefaultClient, u"Microsoft Outlook");
     EXPECT_EQ(info.Version, u"1.0.0.1");
 
+    Platform.SetValue(TKwRegistryRoot::rrCurrentUser, u"Software\\Clients\\Mail", u"", u"");
+    EXPECT_EQ(KwGetMAPIInfo().DefaultClient, u"Microsoft Outlook") << "the user has chosen none";
     Platform.SetValue(TKwRegistryRoot::rrCurrentUser, u"Software\\Clients\\Mail", u"", u"ExchangeMAPI");
     Platform.SetValue(Root, u"Software\\Microsoft\\Windows Messaging Subsystem", u"MAPIXVER", u"1.0.0.9");
     info = KwGetMAPIInfo();

@@ -1,4 +1,5 @@
 // Items of named properties whose tag and name are known, so that the object need not be asked.
+#include "mapi/headers/uKwMAPIPropTypesH.hpp"
 #include "tests/core/WrapperFixture.hpp"
 
 namespace deftmapi::test
@@ -59,6 +60,18 @@ TEST_F(PropertyCacheNamesTest, NamesWithoutADefinitionAreShownInFull)
     withoutSet.lpguid = nullptr;
     EXPECT_EQ(Items().PropByTag(0x80030003, withoutSet)->Get_PropName(),
               u"{00000000-0000-0000-0000-000000000000}:0x00000003");
+}
+
+TEST_F(PropertyCacheNamesTest, WhatIsDefinedLaterTakesTheItemOver)
+{
+    const mapi::ULONG id = Bag().IdOfName(Text(u"x-later"));
+    const TKwRef<IKwMAPIProperty> item = Items().PropByTag(id | mapi::PT_UNICODE, Text(u"x-later"));
+    item->Set_AsString(u"pending");
+    const TKwMAPIPropDef later = RegisterProp(PSETID_Common, u"NPR_TEST_LATER", u"x-later", mapi::PT_UNICODE).Hash;
+    EXPECT_EQ(Property(later).Get(), item.Get());
+    EXPECT_EQ(item->Get_PropDef(), later);
+    EXPECT_EQ(item->Get_PropName(), u"NPR_TEST_LATER");
+    EXPECT_EQ(Items().Get_Count(), 1) << "or the change would be written twice";
 }
 
 TEST_F(PropertyCacheNamesTest, WithoutUnicodeTheTagIsEightBit)

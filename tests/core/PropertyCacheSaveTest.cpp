@@ -262,6 +262,18 @@ TEST_F(PropertyCacheSaveTest, ValueListsAreWrittenAtOnceAndTheCacheSeesThem)
     EXPECT_EQ(Calls->Count("SetProps"), 0u) << "all or nothing";
 }
 
+TEST_F(PropertyCacheSaveTest, WhatIsWrittenPastTheCacheIsReadAgainInEitherWidth)
+{
+    Bag().Set(TextValue(subject, u"old"));
+    EXPECT_EQ(Property(PR_SUBJECT)->Get_AsString(), u"old");
+    EXPECT_EQ(Property(PR_SUBJECT_A)->Get_AsString(), u"old");
+    const TKwRef<TKwMAPIPropValueList> list = KwMake<TKwMAPIPropValueList>();
+    list->AddValue(PR_SUBJECT, u"new");
+    Prop->SetPropValues(*list);
+    EXPECT_EQ(Property(PR_SUBJECT)->Get_AsString(), u"new");
+    EXPECT_EQ(Property(PR_SUBJECT_A)->Get_AsString(), u"new");
+}
+
 // ---- Interfaces
 
 std::string Bytes(mapi::IStream& stream)

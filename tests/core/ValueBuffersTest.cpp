@@ -161,6 +161,22 @@ TEST(ValueBuffersTest, ForeignValuesAreReadWithCare)
     EXPECT_EQ(KwPropValueToVariant(TextValue(Tag(mapi::PT_MV_UNICODE | mapi::MV_INSTANCE), u"one")), u"one");
 }
 
+TEST(ValueBuffersTest, OnlyAWholeGuidInBracesIsOne)
+{
+    const WideString text = u"{00062008-aBcD-0000-C000-000000000046}";
+    EXPECT_TRUE(SameGuid(KwStrToGuid(text), mapi::MakeGuid(0x00062008, 0xABCD, 0, 0xC000, 0x46)));
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        for (const char16_t wrong : {u'g', u'G', u'`', u'@', u'/', u':', u' '}) {
+            WideString other = text;
+            other[i] = wrong;
+            EXPECT_EQ(Catch([&] { (void)KwStrToGuid(other); }).ClassName, "EKwConvertError") << KwToUtf8(other);
+        }
+    }
+    for (const WideView part : {WideView(text).substr(1), WideView(text).substr(0, 37), WideView(), WideView(u"{}")})
+        EXPECT_EQ(Catch([&] { (void)KwStrToGuid(part); }).ClassName, "EKwConvertError") << KwToUtf8(part);
+    EXPECT_EQ(Catch([&] { (void)KwStrToGuid(text + u"}"); }).ClassName, "EKwConvertError");
+}
+
 TEST(ValueBuffersTest, CalendarTimesCountInUtcAndKeepMilliseconds)
 {
     const mapi::SYSTEMTIME leapDay{2024, 2, 4, 29, 23, 59, 58, 999}; // a Thursday
@@ -177,6 +193,14 @@ TEST(ValueBuffersTest, CalendarTimesCountInUtcAndKeepMilliseconds)
     EXPECT_TRUE(refused({2023, 2, 0, 29, 0, 0, 0, 0}));
     EXPECT_TRUE(refused({1600, 12, 0, 31, 0, 0, 0, 0}));
     EXPECT_TRUE(refused({2023, 1, 0, 1, 24, 0, 0, 0}));
+    EXPECT_TRUE(refused({2023, 1, 0, 1, 0, 60, 0, 0}));
+    EXPECT_TRUE(refused({2023, 1, 0, 1, 0, 0, 60, 0}));
+    EXPECT_TRUE(refused({2023, 1, 0, 1, 0, 0, 0, 1000}));
+    EXPECT_TRUE(refused({2023, 13, 0, 1, 0, 0, 0, 0}));
+    EXPECT_TRUE(refused({30828, 1, 0, 1, 0, 0, 0, 0}));
+    const mapi::SYSTEMTIME last{30827, 12, 5, 31, 23, 59, 59, 999};
+    const mapi::SYSTEMTIME lastBack = KwFileTimeToSystemTime(KwSystemTimeToFileTime(last));
+    EXPECT_EQ(std::memcmp(&lastBack, &last, sizeof last), 0);
     EXPECT_EQ(Catch([] { (void)KwFileTimeToSystemTime({UINT64_MAX}); }).ClassName, "EKwConvertError");
 }
 
