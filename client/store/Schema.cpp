@@ -410,7 +410,8 @@ void PrepareConnection(Database& database)
         Fail(mapi::MAPI_E_VERSION, sNewer);
     database.Execute("PRAGMA journal_mode = WAL");
     database.Execute("PRAGMA synchronous = FULL");
-    database.Execute("PRAGMA temp_store = MEMORY");
+    // Sorting a large folder by what has no index must not be held in memory whole.
+    database.Execute("PRAGMA temp_store = FILE");
     database.Execute("PRAGMA cache_size = -16000");
     if (database.Scalar("PRAGMA user_version") < schema::Version) {
         {
