@@ -1,9 +1,11 @@
 #include "client/store/ContentsOrder.hpp"
 
+#include "client/notify/Journal.hpp"
 #include "client/table/VectorOrder.hpp"
 
 #include <algorithm>
 #include <cstring>
+#include <set>
 #include <unordered_set>
 
 namespace deftmapi::client
@@ -15,6 +17,8 @@ namespace
 constexpr std::size_t ReadPiece = 1000;
 constexpr std::size_t FirstSearchPiece = 64;
 constexpr std::size_t LastSearchPiece = 16384;
+/// Finding the place of a changed row costs about as much as making this many rows anew.
+constexpr std::size_t RowsPerUpdate = 100;
 
 const Prop* FindInBag(StoreFile& store, std::span<const std::uint8_t> packed, ULONG id, Prop& room)
 {
@@ -95,6 +99,11 @@ private:
     ULONG FId;
 };
 
+bool DistinguishesInstances(const TableView& view)
+{
+    return view.restriction && InstanceRestriction::Distinguishes(*view.restriction, view.instances);
+}
+
 class SqlVectorOrder final : public VectorOrder
 {
 public:
@@ -102,7 +111,13 @@ public:
         : FRows(rows), FCondition(std::move(condition)), FInstances(view.instances),
           FIsNatural(view.sort.empty() && !view.instances)
     {
-        FStatement.Add("SELECT m.id").Add(FInstances ? ", j.value" : "").Add(" FROM messages m");
+        FStatement.Add("SELECT m.id").Add(FInstances ? ", j.value" : "");
+        if (DistinguishesInstances(view)) {
+            FRestriction.emplace(view.restriction, FInstances);
+            FReader.emplace(FRows, FRestriction->Tags(), 2);
+            FStatement.Add(FReader->Select());
+        }
+        FStatement.Add(" FROM messages m");
         const auto index = MessageCondition::IndexOf(FCondition->BestPath());
         FStatement.Add(index.empty() ? " INDEXED BY messages_folder" : index);
         if (FInstances) {
@@ -113,11 +128,12 @@ public:
         FStatement.Add(" WHERE ").Add(FRows.Membership()).Add(FCondition->Sql());
         if (FIsNatural)
             return;
-        FStatement.Add(" ORDER BY ");
+        FOrder.Add(" ORDER BY ");
         for (const auto& sort : view.sort)
             AddKey(sort);
         const bool descending = !view.sort.empty() && view.sort.front().ulOrder == mapi::TABLE_SORT_DESCEND;
-        FStatement.Add("m.id").Add(descending ? " DESC" : "").Add(FInstances ? ", j.value" : "");
+        FOrder.Add("m.id").Add(descending ? " DESC" : "").Add(FInstances ? ", j.value" : "");
+        FStatement.Add(FOrder);
     }
 
 protected:
@@ -125,16 +141,38 @@ protected:
 
     Rows Build() override
     {
+        FSeen = LastJournalNumber(FRows.store->Db());
         Rows rows;
+        if (FCondition->IsEmpty() && !FInstances) // as much as is needed, and no more while it grows
+            rows.keys.reserve(static_cast<std::size_t>(FRows.State().rows));
         Query query = FRows.Start(FStatement);
         while (query.Step()) {
-            rows.keys.push_back(query.Number(0));
+            const RowKey key = query.Number(0);
+            const auto instance = FInstances ? static_cast<std::uint32_t>(query.Number(1)) : 0;
+            if (FRestriction && !Fits(*FRestriction, *FReader, query, key, instance))
+                continue;
+            rows.keys.push_back(key);
             if (FInstances)
-                rows.instances.push_back(static_cast<std::uint32_t>(query.Number(1)));
+                rows.instances.push_back(instance);
         }
         if (FIsNatural)
             std::sort(rows.keys.begin(), rows.keys.end());
         return rows;
+    }
+
+    bool Update(std::vector<RowKey>& keys) override
+    {
+        const auto touched = Touched(keys.size() / RowsPerUpdate);
+        if (!touched)
+            return false;
+        std::erase_if(keys, [&touched](RowKey key) { return touched->contains(key); });
+        for (const RowKey key : *touched) {
+            if (!IsRow(key))
+                continue;
+            const auto before = [this](RowKey row, RowKey other) { return IsBefore(row, other); };
+            keys.insert(std::lower_bound(keys.begin(), keys.end(), key, before), key);
+        }
+        return true;
     }
 
     void ReadRows(std::size_t first, std::size_t last, std::span<const ULONG> columns, RowSink& sink) override
@@ -162,26 +200,68 @@ protected:
 
     std::size_t FindFrom(std::size_t first, bool backward, const std::shared_ptr<const Restriction>& wanted) override
     {
+        if (InstanceRestriction::Distinguishes(*wanted, FInstances))
+            return FindRowByRow(first, backward, wanted);
         const MessageCondition condition(FRows, wanted);
         return condition.BestPath() < MessageCondition::Path::Unread ? FindByIndex(first, backward, condition)
                                                                      : FindInTurn(first, backward, condition);
     }
 
 private:
+    /// The rows that may have come, gone or changed since the journal was read last; nothing when they are more than
+    /// `most` or cannot be told.
+    [[nodiscard]] std::optional<std::set<RowKey>> Touched(std::size_t most)
+    {
+        Database& database = FRows.store->Db();
+        const std::int64_t last = LastJournalNumber(database);
+        std::set<RowKey> touched;
+        bool all = false;
+        const bool complete = ReadJournal(database, FSeen, [&](const JournalEntry& entry) {
+            const bool here = entry.folder == FRows.folder || entry.other == FRows.folder;
+            if (here && entry.kind == JournalKind::FolderBulk)
+                all = true;
+            else if (here && entry.IsMessage())
+                touched.insert(entry.object);
+            return !all && touched.size() <= most;
+        });
+        FSeen = last;
+        if (!complete || all || touched.size() > most)
+            return std::nullopt;
+        return touched;
+    }
+
+    /// Whether the table shows the row.
+    [[nodiscard]] bool IsRow(RowKey key) const
+    {
+        SqlPiece statement{"SELECT 1 FROM messages m NOT INDEXED WHERE ", {}};
+        statement.Add(FRows.Membership()).Add(" AND m.id = ?").AddValue(key).Add(FCondition->Sql());
+        return FRows.Start(statement).Step();
+    }
+
+    /// Whether one row stands before another: the database says it, by the words in which it orders all.
+    [[nodiscard]] bool IsBefore(RowKey row, RowKey other) const
+    {
+        if (FIsNatural)
+            return row < other;
+        SqlPiece statement{"SELECT m.id FROM messages m NOT INDEXED WHERE m.id IN (?, ?)", {row, other}};
+        Query query = FRows.Start(statement.Add(FOrder));
+        return query.Step() && query.Number(0) == row;
+    }
+
     void AddKey(const mapi::SSortOrder& sort)
     {
         const ULONG id = sort.ulPropTag >> 16;
         const char* direction = sort.ulOrder == mapi::TABLE_SORT_DESCEND ? " DESC, " : ", ";
         if (const MessageColumn* column = FindMessageColumn(id)) {
-            FStatement.Add("m.").Add(column->name);
+            FOrder.Add("m.").Add(column->name);
             if ((column->tag & 0xFFFF) == mapi::PT_UNICODE)
-                FStatement.Add(" COLLATE deft_fold");
-            FStatement.Add(direction);
+                FOrder.Add(" COLLATE deft_fold");
+            FOrder.Add(direction);
         } else if (!MessageRows::IsComputed(id)) {
             FCalls.push_back(std::make_unique<SortValue>(FRows, sort.ulPropTag));
-            FStatement.Add("deft_call(?, ").Add(BagExpression);
-            FStatement.Add(sort.ulPropTag & mapi::MV_INSTANCE ? ", j.value)" : ", 0)");
-            FStatement.AddValue(FCalls.back().get()).Add(" COLLATE deft_fold").Add(direction);
+            FOrder.Add("deft_call(?, ").Add(BagExpression);
+            FOrder.Add(sort.ulPropTag & mapi::MV_INSTANCE ? ", j.value)" : ", 0)");
+            FOrder.AddValue(FCalls.back().get()).Add(" COLLATE deft_fold").Add(direction);
         }
         // Computed properties are the same for all rows or follow the row identifier, which is the last key anyway.
     }
@@ -218,6 +298,40 @@ private:
         return it == keys.rend() ? keys.size() : static_cast<std::size_t>(keys.rend() - it) - 1;
     }
 
+    [[nodiscard]] bool Fits(const InstanceRestriction& restriction, RowReader& reader, const Query& query, RowKey key,
+                            std::uint32_t instance) const
+    {
+        RowCollector collector(restriction.Tags().size());
+        reader.Read(query, key, collector);
+        return restriction.Fits(instance, collector.rows.front(), [&](ULONG tag) { return FRows.SubRows(key, tag); });
+    }
+
+    /// Rows of one message are decided one by one.
+    [[nodiscard]] std::size_t FindRowByRow(std::size_t first, bool backward,
+                                           const std::shared_ptr<const Restriction>& wanted) const
+    {
+        const std::size_t count = Keys().size();
+        const InstanceRestriction restriction(wanted, FInstances);
+        RowReader reader(FRows, restriction.Tags(), 2);
+        SqlPiece statement;
+        statement.Add("SELECT m.id, j.key").Add(reader.Select());
+        statement.Add(" FROM json_each(?) j CROSS JOIN messages m ON m.id = j.value").AddValue(std::monostate());
+        while (backward ? first > 0 : first < count) {
+            const std::size_t from = backward ? first - std::min(first, ReadPiece) : first;
+            const std::size_t to = backward ? first : std::min(count, first + ReadPiece);
+            statement.values.front() = List(from, to, backward);
+            Query query = FRows.Start(statement);
+            while (query.Step()) {
+                const auto offset = static_cast<std::size_t>(query.Number(1));
+                const std::size_t at = backward ? to - 1 - offset : from + offset;
+                if (Fits(restriction, reader, query, KeyAt(at), InstanceAt(at)))
+                    return at;
+            }
+            first = backward ? from : to;
+        }
+        return count;
+    }
+
     /// Looks at the rows in the order of the table, in pieces that grow.
     [[nodiscard]] std::size_t FindInTurn(std::size_t first, bool backward, const MessageCondition& condition) const
     {
@@ -247,13 +361,18 @@ private:
     bool FIsNatural; // the order of the row identifiers, which need no sorter of the database
     std::vector<std::unique_ptr<SqlCallable>> FCalls;
     SqlPiece FStatement;
+    SqlPiece FOrder;                                 // its end
+    std::int64_t FSeen = 0;                          // of the journal, when the rows were made
+    std::optional<InstanceRestriction> FRestriction; // what the statement cannot decide
+    std::optional<RowReader> FReader;
 };
 
 } // namespace
 
 std::unique_ptr<RowOrder> MakeContentsOrder(const MessageRows& rows, const TableView& view)
 {
-    auto condition = std::make_unique<MessageCondition>(rows, view.restriction);
+    auto condition =
+        std::make_unique<MessageCondition>(rows, DistinguishesInstances(view) ? nullptr : view.restriction);
     if (const IndexedKey* key = FindIndexedKey(view, condition->BestPath()))
         return MakeIndexOrder(rows, view, *key, std::move(condition));
     return std::make_unique<SqlVectorOrder>(rows, view, std::move(condition));

@@ -152,9 +152,7 @@ public:
                 ++at;
             return values[at];
         };
-        const auto subRows = [&](ULONG tag) {
-            return tag == tag::MessageRecipients ? RecipientRows(FRows, row) : AttachmentRows(FRows, row);
-        };
+        const auto subRows = [&](ULONG tag) { return FRows.SubRows(row, tag); };
         result.Set(std::int64_t{FRestriction.Matches(lookup, subRows)});
     }
 
@@ -258,6 +256,11 @@ std::int64_t RowNamed(const MessageRows& rows, const Restriction& restriction)
 }
 
 } // namespace
+
+std::vector<PropertyBag> MessageRows::SubRows(std::int64_t row, ULONG tag) const
+{
+    return tag == tag::MessageRecipients ? RecipientRows(*this, row) : AttachmentRows(*this, row);
+}
 
 MessageCondition::MessageCondition(const MessageRows& rows, std::shared_ptr<const Restriction> restriction)
     : FRows(rows), FRestriction(std::move(restriction)), FBudget(SqlParts)

@@ -45,6 +45,8 @@ struct MessageRows
     /// What is not stored: identity, parent, access; nothing for other identifiers.
     [[nodiscard]] std::optional<Prop> Computed(std::int64_t row, ULONG id) const;
     [[nodiscard]] static bool IsComputed(ULONG id);
+    /// The recipients or attachments of a message, as a restriction on them asks.
+    [[nodiscard]] std::vector<PropertyBag> SubRows(std::int64_t row, ULONG tag) const;
     /// "m.folder = ? AND m.associated = ?"
     [[nodiscard]] SqlPiece Membership() const;
     /// Runs the statement.

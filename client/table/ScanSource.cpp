@@ -10,6 +10,12 @@ namespace deftmapi::client
 namespace
 {
 
+/// Whether the tag means the value that a row shows: it names the property, and not as a multiple one.
+bool IsOwnValue(ULONG tag, ULONG instances)
+{
+    return instances && tag >> 16 == instances >> 16 && (tag & mapi::MVI_FLAG) != mapi::MV_FLAG;
+}
+
 struct SortedRow
 {
     RowKey key;
@@ -31,26 +37,26 @@ protected:
         std::vector<ULONG> tags;
         for (const auto& sort : FView.sort)
             tags.push_back(sort.ulPropTag);
-        std::set<ULONG> asked;
-        if (FView.restriction)
-            FView.restriction->CollectTags(asked);
-        tags.insert(tags.end(), asked.begin(), asked.end());
+        std::optional<InstanceRestriction> restriction;
+        if (FView.restriction) {
+            restriction.emplace(FView.restriction, FView.instances);
+            tags.insert(tags.end(), restriction->Tags().begin(), restriction->Tags().end());
+        }
         if (FView.instances)
             tags.push_back(FView.instances);
 
         std::vector<SortedRow> rows;
         FSource.Scan(tags, [&](RowKey key, const Props& values) {
-            const auto lookup = [&](ULONG tag) -> const Prop& {
-                const auto it = std::find(tags.begin() + static_cast<std::ptrdiff_t>(sorts), tags.end(), tag);
-                return values[static_cast<std::size_t>(it - tags.begin())];
-            };
-            if (FView.restriction && !FView.restriction->Matches(lookup))
-                return;
+            const auto asked = values.begin() + static_cast<std::ptrdiff_t>(sorts);
             const std::size_t count = FView.instances ? std::max<std::size_t>(1, ElementsOf(values.back()).size()) : 1;
             for (std::uint32_t instance = 0; instance < count; ++instance) {
-                Props keys(values.begin(), values.begin() + static_cast<std::ptrdiff_t>(sorts));
-                if (FView.instances)
-                    TakeInstance(std::span(tags).first(sorts), FView.instances, instance, keys);
+                if (restriction) {
+                    Props own(asked, asked + static_cast<std::ptrdiff_t>(restriction->Tags().size()));
+                    if (!restriction->Fits(instance, own))
+                        continue;
+                }
+                Props keys(values.begin(), asked);
+                TakeInstance(std::span(tags).first(sorts), FView.instances, instance, keys);
                 std::for_each(keys.begin(), keys.end(), ShortenValue);
                 rows.push_back({key, instance, std::move(keys)});
             }
@@ -79,14 +85,10 @@ protected:
 
     std::size_t FindFrom(std::size_t first, bool backward, const std::shared_ptr<const Restriction>& wanted) override
     {
-        std::set<ULONG> asked;
-        wanted->CollectTags(asked);
-        const std::vector<ULONG> tags(asked.begin(), asked.end());
+        const InstanceRestriction restriction(wanted, FView.instances);
         Props values;
         const auto fits = [&](std::size_t at) {
-            return FSource.Fetch(KeyAt(at), tags, values) && wanted->Matches([&](ULONG tag) -> const Prop& {
-                return values[static_cast<std::size_t>(std::lower_bound(tags.begin(), tags.end(), tag) - tags.begin())];
-            });
+            return FSource.Fetch(KeyAt(at), restriction.Tags(), values) && restriction.Fits(InstanceAt(at), values);
         };
         const auto count = static_cast<std::size_t>(Count());
         if (backward) {
@@ -129,6 +131,35 @@ void TakeInstance(std::span<const ULONG> columns, ULONG instances, std::uint32_t
             }
         }
     }
+}
+
+InstanceRestriction::InstanceRestriction(std::shared_ptr<const Restriction> restriction, ULONG instances)
+    : FRestriction(std::move(restriction)), FInstances(instances)
+{
+    std::set<ULONG> tags;
+    FRestriction->CollectTags(tags);
+    FTags.assign(tags.begin(), tags.end());
+    for (const ULONG tag : FTags)
+        FShown.push_back(IsOwnValue(tag, instances) ? tag | mapi::MVI_FLAG : tag);
+}
+
+bool InstanceRestriction::Distinguishes(const Restriction& restriction, ULONG instances)
+{
+    std::set<ULONG> tags;
+    restriction.CollectTags(tags);
+    return instances && std::any_of(tags.begin(), tags.end(), [instances](ULONG tag) {
+               return IsOwnValue(tag, instances) || tag >> 16 == tag::InstanceKey >> 16;
+           });
+}
+
+bool InstanceRestriction::Fits(std::uint32_t instance, Props& values, const Restriction::SubRows& subRows) const
+{
+    TakeInstance(FShown, FInstances, instance, values);
+    return FRestriction->Matches(
+        [&](ULONG tag) -> const Prop& {
+            return values[static_cast<std::size_t>(std::lower_bound(FTags.begin(), FTags.end(), tag) - FTags.begin())];
+        },
+        subRows);
 }
 
 } // namespace deftmapi::client

@@ -1,20 +1,38 @@
 #include "client/table/VectorOrder.hpp"
 
 #include <algorithm>
+#include <numeric>
 
 namespace deftmapi::client
 {
+namespace
+{
+
+// Sorting all keys costs about as much as this many walks through them.
+constexpr int SearchesWithoutIndex = 50;
+
+} // namespace
 
 void VectorOrder::Refresh()
 {
     const std::int64_t stamp = Stamp();
     if (FGeneration != 0 && stamp == FSourceStamp)
         return;
-    Rows rows = Build();
-    FKeys = std::move(rows.keys);
-    FInstances = std::move(rows.instances);
+    const bool made = std::exchange(FGeneration, 0) != 0; // should this fail
+    if (!made || !FInstances.empty() || !Update(FKeys)) {
+        Rows rows = Build();
+        FKeys = std::move(rows.keys);
+        FInstances = std::move(rows.instances);
+    }
+    FByKey = {};
+    FSearches = 0;
     FSourceStamp = stamp;
-    ++FGeneration;
+    FGeneration = ++FGenerations;
+}
+
+bool VectorOrder::Update(std::vector<RowKey>&)
+{
+    return false;
 }
 
 Mark VectorOrder::MarkAt(std::size_t index) const
@@ -30,14 +48,35 @@ Mark VectorOrder::MarkAt(std::size_t index) const
     return mark;
 }
 
-std::size_t VectorOrder::Search(RowKey key, std::uint32_t instance) const
+std::size_t VectorOrder::Search(RowKey key, std::optional<std::uint32_t> instance)
 {
-    for (auto it = FKeys.begin(); (it = std::find(it, FKeys.end(), key)) != FKeys.end(); ++it) {
-        const auto index = static_cast<std::size_t>(it - FKeys.begin());
-        if (InstanceAt(index) == instance)
-            return index;
+    const auto fits = [&](std::size_t at) { return !instance || InstanceAt(at) == *instance; };
+    if (FByKey.empty() && ++FSearches > SearchesWithoutIndex)
+        IndexKeys();
+    if (FByKey.empty()) {
+        for (auto it = FKeys.begin(); (it = std::find(it, FKeys.end(), key)) != FKeys.end(); ++it) {
+            const auto at = static_cast<std::size_t>(it - FKeys.begin());
+            if (fits(at))
+                return at;
+        }
+        return FKeys.size();
+    }
+    const auto before = [this](std::uint32_t at, RowKey wanted) { return FKeys[at] < wanted; };
+    for (auto it = std::lower_bound(FByKey.begin(), FByKey.end(), key, before); it != FByKey.end() && FKeys[*it] == key;
+         ++it)
+    {
+        if (fits(*it))
+            return *it;
     }
     return FKeys.size();
+}
+
+void VectorOrder::IndexKeys()
+{
+    FByKey.resize(FKeys.size());
+    std::iota(FByKey.begin(), FByKey.end(), 0u);
+    std::sort(FByKey.begin(), FByKey.end(),
+              [this](std::uint32_t a, std::uint32_t b) { return FKeys[a] != FKeys[b] ? FKeys[a] < FKeys[b] : a < b; });
 }
 
 bool VectorOrder::Settle(Mark& mark)
@@ -107,10 +146,10 @@ bool VectorOrder::Find(Mark& mark, bool backward, const std::shared_ptr<const Re
 
 bool VectorOrder::Place(RowKey key, Mark& mark)
 {
-    const auto it = std::find(FKeys.begin(), FKeys.end(), key);
-    if (it == FKeys.end())
+    const std::size_t at = Search(key, std::nullopt);
+    if (at == FKeys.size())
         return false;
-    mark = MarkAt(static_cast<std::size_t>(it - FKeys.begin()));
+    mark = MarkAt(at);
     return true;
 }
 

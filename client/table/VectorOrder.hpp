@@ -31,6 +31,9 @@ protected:
     /// A number that is another one when the vector has to be made again.
     [[nodiscard]] virtual std::int64_t Stamp() = 0;
     [[nodiscard]] virtual Rows Build() = 0;
+    /// Brings the keys that Build gave to what it would give now, when that costs less.
+    /// @returns false: it does not, or cannot be told; the keys are made again whatever was done to them
+    [[nodiscard]] virtual bool Update(std::vector<RowKey>& keys);
     /// Hands out the rows from `first` to before `last`. Rows deleted meanwhile are left out.
     virtual void ReadRows(std::size_t first, std::size_t last, std::span<const ULONG> columns, RowSink& sink) = 0;
     /// The first index from `first` on (backward: the last one before it) whose row fits, or Count().
@@ -47,11 +50,16 @@ protected:
 private:
     [[nodiscard]] Mark MarkAt(std::size_t index) const;
     [[nodiscard]] std::size_t IndexOf(Mark& mark);
-    [[nodiscard]] std::size_t Search(RowKey key, std::uint32_t instance) const;
+    /// The first row of a key, or the one that shows this value; Count() when there is none.
+    [[nodiscard]] std::size_t Search(RowKey key, std::optional<std::uint32_t> instance);
+    void IndexKeys();
 
     std::vector<RowKey> FKeys;
     std::vector<std::uint32_t> FInstances;
+    std::vector<std::uint32_t> FByKey; // places sorted by key, empty until many have been searched
+    int FSearches = 0;                 // since the vector was made
     std::int64_t FSourceStamp = 0;
+    std::int64_t FGenerations = 0;
     std::int64_t FGeneration = 0; // 0: not made yet
 };
 
@@ -74,5 +82,27 @@ public:
 /// The single value that stands for the multiple property in a row of its own, and what makes the row's instance key
 /// another one than that of its siblings. Changes the values in place.
 void TakeInstance(std::span<const ULONG> columns, ULONG instances, std::uint32_t instance, Props& values);
+
+/// A restriction on rows each of which shows one value of a multiple property. Named as a single property, or with
+/// MV_INSTANCE, it is the value of the row; named as a multiple one it is all values, of which any may fit.
+class InstanceRestriction
+{
+public:
+    /// @param instances  the property; 0: rows show no single values
+    InstanceRestriction(std::shared_ptr<const Restriction> restriction, ULONG instances);
+
+    /// Whether rows of the same values may be decided differently: the value of the row or its key is asked for.
+    [[nodiscard]] static bool Distinguishes(const Restriction& restriction, ULONG instances);
+    /// What Fits must be given of a row.
+    [[nodiscard]] std::span<const ULONG> Tags() const { return FTags; }
+    /// @param values  those of Tags(), multiple ones whole; they are changed
+    [[nodiscard]] bool Fits(std::uint32_t instance, Props& values, const Restriction::SubRows& subRows = nullptr) const;
+
+private:
+    std::shared_ptr<const Restriction> FRestriction;
+    ULONG FInstances;
+    std::vector<ULONG> FTags;  // as the restriction names them
+    std::vector<ULONG> FShown; // with MV_INSTANCE where the value of the row is meant
+};
 
 } // namespace deftmapi::client

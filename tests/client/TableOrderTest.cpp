@@ -234,6 +234,66 @@ TEST_F(TableOrderTest, EachValueOfAMultiplePropertyMakesARow)
     EXPECT_EQ(Rows(*FTable, {Keyword}).size(), 5u);
 }
 
+TEST_F(TableOrderTest, RowsOfSingleValuesAreFoundAndRestrictedByTheirOwn)
+{
+    const auto add = [&](const char16_t* subject, std::vector<const char16_t*> words) {
+        auto message = NewMessage(*FInbox, subject);
+        SPropValue value{};
+        value.ulPropTag = Keywords;
+        value.Value.MVszW = {static_cast<ULONG>(words.size()),
+                             reinterpret_cast<LPWSTR*>(const_cast<char16_t**>(words.data()))};
+        Set(*message, {value});
+        Save(*message);
+    };
+    add(u"1", {u"red", u"Blue"});
+    add(u"2", {u"green", u"red"});
+    Save(*NewMessage(*FInbox, u"3"));
+    Sort byWord{1, 0, 0, {{Keyword, TABLE_SORT_ASCEND}}};
+    ASSERT_EQ(FTable->SortTable(byWord, 0), S_OK);
+    const auto words = [&] {
+        std::u16string all;
+        for (const Props& row : Rows(*FTable, {Keyword, tag::Subject}, 2))
+            all += WideAt(row, 0) + WideAt(row, 1) + u" ";
+        return all;
+    };
+    ASSERT_EQ(words(), u"(none)3 Blue1 green2 red1 red2 ");
+    SPropValue red = Text(CHANGE_PROP_TYPE(Keywords, PT_UNICODE), u"RED");
+    SRestriction isRed{};
+    isRed.rt = RES_PROPERTY;
+    isRed.res.resProperty = {RELOP_EQ, Keyword, &red};
+    SRestriction notRed{};
+    notRed.rt = RES_NOT;
+    notRed.res.resNot = {0, &isRed};
+    for (const ULONG named : {Keyword, CHANGE_PROP_TYPE(Keywords, PT_UNICODE)}) {
+        isRed.res.resProperty.ulPropTag = named;
+        ASSERT_EQ(FTable->Restrict(&isRed, 0), S_OK);
+        EXPECT_EQ(words(), u"red1 red2 ");
+        ASSERT_EQ(FTable->Restrict(&notRed, 0), S_OK);
+        EXPECT_EQ(words(), u"(none)3 Blue1 green2 ");
+        ASSERT_EQ(FTable->Restrict(nullptr, 0), S_OK);
+        ASSERT_EQ(FTable->FindRow(&isRed, BOOKMARK_BEGINNING, 0), S_OK);
+        EXPECT_EQ(Position(), 3u);
+        ASSERT_EQ(FTable->FindRow(&notRed, BOOKMARK_END, DIR_BACKWARD), S_OK);
+        EXPECT_EQ(Position(), 2u);
+    }
+    isRed.res.resProperty.ulPropTag = Keywords; // of the message: any of its values
+    ASSERT_EQ(FTable->Restrict(&isRed, 0), S_OK);
+    EXPECT_EQ(words(), u"Blue1 green2 red1 red2 ");
+    ASSERT_EQ(FTable->Restrict(nullptr, 0), S_OK);
+    // Each row is found by the key that it shows.
+    const auto rows = Rows(*FTable, {Keyword, tag::InstanceKey});
+    ASSERT_EQ(rows.size(), 5u);
+    for (ULONG i = 0; i < 5; ++i) {
+        const auto key = std::get<Bytes>(rows[i][1].data);
+        SPropValue value = Binary(tag::InstanceKey, key);
+        SRestriction byKey{};
+        byKey.rt = RES_PROPERTY;
+        byKey.res.resProperty = {RELOP_EQ, tag::InstanceKey, &value};
+        ASSERT_EQ(FTable->FindRow(&byKey, BOOKMARK_BEGINNING, 0), S_OK) << i;
+        EXPECT_EQ(Position(), i);
+    }
+}
+
 TEST_F(TableOrderTest, SearchesGoBothWaysFromAnyPlaceInEveryOrder)
 {
     std::vector<Bytes> ids;

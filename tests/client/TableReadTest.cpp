@@ -153,7 +153,7 @@ TEST_F(TableReadTest, ASearchByACommonBeginningFindsTheNearestRow)
     db.Execute("WITH RECURSIVE n(i) AS (SELECT 0 UNION ALL SELECT i + 1 FROM n WHERE i < 11999) "
                "INSERT INTO messages (folder, delivery_time, subject, version) "
                "SELECT 3, (i * 7919) % 12000, 'hay', 1 FROM n");
-    db.Execute("UPDATE folders SET changes = changes + 1 WHERE id = 3");
+    db.Execute("UPDATE folders SET content_count = 12000 WHERE id = 3");
     const auto mark = [&](const std::string& where) {
         db.Execute("UPDATE messages SET subject = 'hay'");
         db.Execute("UPDATE messages SET subject = 'Needle' WHERE " + where);
@@ -241,6 +241,78 @@ TEST_F(TableReadTest, ARestrictionOfManyPartsIsDecidedHoweverItIsNested)
     const auto deep = Rows(*FTable, {tag::Importance});
     ASSERT_EQ(deep.size(), 1u);
     EXPECT_EQ(NumberAt(deep[0], 0), 1);
+}
+
+TEST_F(TableReadTest, AnOpenTableFollowsChangesAsANewOneShowsThem)
+{
+    // Orders that no index gives, and a restriction; so many rows that single changes are put in their places.
+    Database& db = Db();
+    db.Execute("WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 600) "
+               "INSERT INTO messages (folder, importance, subject, flags, version) "
+               "SELECT 3, i % 3, 'subject ' || (i * 7919) % 100, i % 2, 1 FROM n");
+    db.Execute("INSERT INTO bags (message, props) SELECT id, x'' FROM messages");
+    db.Execute("UPDATE folders SET changes = changes + 1, content_count = 600 WHERE id = 3");
+    struct Sort
+    {
+        ULONG cSorts = 3;
+        ULONG cCategories = 0;
+        ULONG cExpanded = 0;
+        SSortOrder aSort[3] = {
+            {tag::Importance, TABLE_SORT_DESCEND}, {BagText, TABLE_SORT_ASCEND}, {tag::Subject, TABLE_SORT_DESCEND}};
+    } byKeys;
+    SRestriction unread{};
+    unread.rt = RES_BITMASK;
+    unread.res.resBitMask = {BMR_EQZ, tag::MessageFlags, MSGFLAG_READ};
+    const auto prepare = [&](IMAPITable& table, bool sorted) {
+        ASSERT_EQ(table.Restrict(&unread, 0), S_OK);
+        if (sorted) {
+            ASSERT_EQ(table.SortTable(reinterpret_cast<LPSSortOrderSet>(&byKeys), 0), S_OK);
+        }
+    };
+    const auto keysOf = [](IMAPITable& table) {
+        std::vector<Bytes> keys;
+        for (const Props& row : Rows(table, {tag::InstanceKey}, 200))
+            keys.push_back(std::get<Bytes>(row[0].data));
+        return keys;
+    };
+    std::vector<Ptr<IMAPITable>> open(2);
+    for (const bool sorted : {false, true}) {
+        ASSERT_EQ(FInbox->GetContentsTable(MAPI_UNICODE, Out(open[sorted])), S_OK);
+        prepare(*open[sorted], sorted);
+        ASSERT_EQ(keysOf(*open[sorted]).size(), 300u);
+    }
+    std::vector<Ptr<IMessage>> messages;
+    for (int step = 0; step < 40; ++step) {
+        const auto subject = u"subject " + std::u16string(1, static_cast<char16_t>(u'0' + step % 10));
+        Ptr<IMessage> message;
+        if (step % 4 == 1) { // one that is there changes its values and its place
+            message = messages[static_cast<std::size_t>(step) / 2 % messages.size()];
+            Set(*message, {Long(tag::Importance, step % 3), Text(BagText, subject.c_str())});
+        } else {
+            message = NewMessage(*FInbox, subject.c_str());
+            Set(*message, {Long(tag::Importance, step % 3)});
+            messages.push_back(message);
+        }
+        ASSERT_EQ(message->SaveChanges(KEEP_OPEN_READWRITE), S_OK);
+        if (step % 4 == 2) {
+            ASSERT_EQ(messages.front()->SetReadFlag(step % 8 == 2 ? 0 : CLEAR_READ_FLAG), S_OK);
+        }
+        if (step % 4 == 3) {
+            Bytes id = Get(*messages.back(), tag::EntryId).Blob();
+            messages.pop_back();
+            SBinary entry{static_cast<ULONG>(id.size()), id.data()};
+            ENTRYLIST list{1, &entry};
+            ASSERT_EQ(FInbox->DeleteMessages(&list, 0, nullptr, 0), S_OK);
+        }
+        if (step % 3 == 0)
+            continue; // several changes at once
+        for (const bool sorted : {false, true}) {
+            Ptr<IMAPITable> fresh;
+            ASSERT_EQ(FInbox->GetContentsTable(MAPI_UNICODE, Out(fresh)), S_OK);
+            prepare(*fresh, sorted);
+            ASSERT_EQ(keysOf(*open[sorted]), keysOf(*fresh)) << step;
+        }
+    }
 }
 
 TEST_F(TableReadTest, BeginningsEndWhereTheNextLetterBegins)
