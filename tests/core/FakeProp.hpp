@@ -8,8 +8,8 @@
 #include "mapi/headers/uKwMAPIInterfacesH.hpp"
 #include "mapi/uKwMAPIInterfaces.hpp"
 
+#include <algorithm>
 #include <cstdlib>
-#include <cstring>
 #include <functional>
 #include <set>
 #include <stdexcept>
@@ -142,7 +142,7 @@ public:
         auto* array = static_cast<mapi::LPSPropTagArray>(
             AllocateBuffer(static_cast<mapi::ULONG>(sizeof(mapi::ULONG) * (1 + tags.size()))));
         array->cValues = static_cast<mapi::ULONG>(tags.size());
-        std::memcpy(array->aulPropTag, tags.data(), sizeof(mapi::ULONG) * tags.size());
+        std::copy(tags.begin(), tags.end(), array->aulPropTag);
         return array;
     }
 

@@ -72,6 +72,11 @@ TEST_F(LibraryOutlook, AClassicInstallation)
     SetOffice(u"14.0\\Outlook", u"Bitness", u"x86");
     EXPECT_EQ(KwGetOutlookInfo().Bitness, 32u);
     EXPECT_EQ(KwGetOutlookInfo().MAPIDLL, u"C:\\Common32\\System\\MSMAPI\\1033\\msmapi32.dll");
+    // A 32-bit process sees the folder of the other half under another name.
+    SetOffice(u"14.0\\Outlook", u"Bitness", u"x64");
+    Platform.SetEnvironment(u"CommonProgramW6432", u"C:\\Common64");
+    AddFile(u"C:\\Common64\\System\\MSMAPI\\1033\\msmapi32.dll");
+    EXPECT_EQ(KwGetOutlookInfo().MAPIDLL, u"C:\\Common64\\System\\MSMAPI\\1033\\msmapi32.dll");
     AddFile(u"D:\\own.dll");
     Platform.SetValue(machine, u"Software\\Clients\\Mail\\Microsoft Outlook", u"DLLPath", u"D:\\own.dll", otherView);
     EXPECT_EQ(KwGetOutlookInfo().MAPIDLL, u"D:\\own.dll") << "what is registered comes first";

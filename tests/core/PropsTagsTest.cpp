@@ -114,6 +114,11 @@ TEST_F(PropsTagsTest, FailuresAndWarningsRaiseOrGiveZero)
     Object.Answer = [](mapi::LPSPropTagArray*) { return mapi::S_OK; };
     EXPECT_EQ(Resolve(NPR_CLIENTINTENT, false), 0u);
     EXPECT_EQ(Catch([&] { (void)Resolve(NPR_CLIENTINTENT); }).ClassName, "EMAPI_CALL_FAILED");
+    Object.Answer = [this](mapi::LPSPropTagArray* tags) {
+        *tags = Prop.MakeTags({});
+        return mapi::S_OK;
+    };
+    EXPECT_EQ(Catch([&] { (void)Resolve(NPR_CLIENTINTENT); }).ClassName, "EMAPI_CALL_FAILED");
 
     Object.HasIMAPIProp = false;
     EXPECT_EQ(Resolve(NPR_CLIENTINTENT, false), 0u);
