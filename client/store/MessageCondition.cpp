@@ -104,8 +104,6 @@ public:
             const MessageColumn* column = FindMessageColumn(tag >> 16);
             FPlaces.push_back({tag, column, column ? next++ : 0});
         }
-        FIsText = restriction.Kind() == RES_CONTENT && FPlaces.front().column &&
-                  (FPlaces.front().column->tag & 0xFFFF) == PT_UNICODE && restriction.Value().Type() == PT_UNICODE;
     }
 
     struct Place
@@ -118,13 +116,6 @@ public:
 
     void Call(const SqlArguments& arguments, const SqlResult& result) const override
     {
-        if (FIsText) { // searches look at every row: nothing is copied
-            const std::string_view text = arguments.Text(2);
-            result.Set(
-                std::int64_t{text.data() && (text.size() < WholeBytes ? FRestriction.MatchesPackedText(text)
-                                                                      : MatchesWhole(arguments.Number(0), text))});
-            return;
-        }
         const std::int64_t row = arguments.Number(0);
         PropertyBag bag;
         if (!arguments.IsNull(1)) {
@@ -156,28 +147,37 @@ public:
         result.Set(std::int64_t{FRestriction.Matches(lookup, subRows)});
     }
 
-    /// A search in one text column, which needs no packed list.
-    [[nodiscard]] bool IsText() const { return FIsText; }
-
 private:
-    [[nodiscard]] bool MatchesWhole(std::int64_t row, std::string_view column) const
-    {
-        Query query = FRows.store->Db().Prepare(BagOfMessage);
-        std::optional<Prop> whole;
-        const ULONG id = FPlaces.front().tag >> 16;
-        if (query.Bind(1, row).Step())
-            FRows.store->Unpack(
-                query.Blob(0), [id](ULONG each) { return each == id; },
-                [&whole](Prop prop) { whole = std::move(prop); });
-        if (!whole)
-            return FRestriction.MatchesPackedText(column);
-        return FRestriction.Matches([&whole](ULONG) -> const Prop& { return *whole; });
-    }
-
     const MessageRows& FRows;
     const Restriction& FRestriction;
     std::vector<Place> FPlaces;
-    bool FIsText = false;
+};
+
+/// deft_call(this, text): whether a text column fits, NULL when it may have been cut. Searches look at every row: this
+/// is all that they do for nearly all of them.
+class TextSearch final : public SqlCallable
+{
+public:
+    explicit TextSearch(const Restriction& restriction) : FRestriction(restriction) {}
+
+    /// The column when the restriction looks for a text in one, else null.
+    [[nodiscard]] static const MessageColumn* ColumnOf(const Restriction& restriction)
+    {
+        const MessageColumn* column = FindMessageColumn(restriction.Tag() >> 16);
+        const bool fits = restriction.Kind() == RES_CONTENT && column && (column->tag & 0xFFFF) == PT_UNICODE &&
+                          restriction.Value().Type() == PT_UNICODE;
+        return fits ? column : nullptr;
+    }
+
+    void Call(const SqlArguments& arguments, const SqlResult& result) const override
+    {
+        const std::string_view text = arguments.Text(0);
+        if (text.size() < WholeBytes)
+            result.Set(std::int64_t{text.data() && FRestriction.MatchesPackedText(text)});
+    }
+
+private:
+    const Restriction& FRestriction;
 };
 
 bool IsShortText(const Prop& value)
@@ -381,13 +381,16 @@ SqlPiece MessageCondition::CallEvaluator(const Restriction& restriction)
             cut.append(cut.empty() ? "" : " OR ").append("length(").append(name).append(") = 0");
     }
     std::string bag = "NULL";
-    if (evaluator->IsText())
-        cut.clear();
     if (wholeBag)
         bag = BagExpression;
     else if (!cut.empty())
         bag = "CASE WHEN " + cut + " THEN " + std::string(BagExpression) + " END";
-    piece.Add("deft_call(?, m.id, ").Add(bag).Add(columns).Add(")").AddValue(evaluator.get());
+    const MessageColumn* column = TextSearch::ColumnOf(restriction);
+    if (column) {
+        FCalls.push_back(std::make_unique<TextSearch>(restriction));
+        piece.Add("ifnull(deft_call(?, m.").Add(column->name).Add("), ").AddValue(FCalls.back().get());
+    }
+    piece.Add("deft_call(?, m.id, ").Add(bag).Add(columns).Add(column ? "))" : ")").AddValue(evaluator.get());
     FCalls.push_back(std::move(evaluator));
     return piece;
 }
