@@ -2,13 +2,15 @@
 // root.
 #include "client/entry/Allocator.hpp"
 
+#include <algorithm>
 #include <array>
 #include <atomic>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <mutex>
 #include <new>
-#include <unordered_set>
+#include <vector>
 
 namespace deftmapi::client
 {
@@ -20,10 +22,74 @@ struct alignas(std::max_align_t) Header
     Header* next;
 };
 
+/// The addresses of buffers, one in each slot or none: every row of a table comes and goes here, so that a set with an
+/// allocation for each of its members would cost as much as the rows. At most half of the slots are taken.
+class Addresses
+{
+public:
+    /// @throws std::bad_alloc  nothing has changed
+    void Insert(void* address)
+    {
+        if ((FCount + 1) * 2 > FSlots.size())
+            Grow();
+        Put(address);
+        ++FCount;
+    }
+    [[nodiscard]] bool Contains(void* address) const { return !FSlots.empty() && FSlots[Find(address)] == address; }
+    /// @returns false when it is not there
+    bool Erase(void* address)
+    {
+        if (!Contains(address))
+            return false;
+        // What follows moves up unless it would then stand before its own slot, so that no search ends too early.
+        const std::size_t mask = FSlots.size() - 1;
+        std::size_t hole = Find(address);
+        for (std::size_t at = (hole + 1) & mask; FSlots[at]; at = (at + 1) & mask) {
+            if (((at - SlotOf(FSlots[at])) & mask) >= ((at - hole) & mask)) {
+                FSlots[hole] = FSlots[at];
+                hole = at;
+            }
+        }
+        FSlots[hole] = nullptr;
+        --FCount;
+        return true;
+    }
+
+private:
+    static constexpr std::size_t FirstSize = 64; // sizes are powers of two
+
+    [[nodiscard]] std::size_t SlotOf(const void* address) const
+    {
+        const std::uint64_t mixed = std::uint64_t{reinterpret_cast<std::uintptr_t>(address)} * 0x9E3779B97F4A7C15u;
+        return static_cast<std::size_t>(mixed >> 32) & (FSlots.size() - 1);
+    }
+    /// The slot of the address, or the free one where it belongs. REQUIRES: a slot is free.
+    [[nodiscard]] std::size_t Find(const void* address) const
+    {
+        std::size_t at = SlotOf(address);
+        while (FSlots[at] && FSlots[at] != address)
+            at = (at + 1) & (FSlots.size() - 1);
+        return at;
+    }
+    void Put(void* address) { FSlots[Find(address)] = address; }
+    void Grow()
+    {
+        std::vector<void*> old(std::max(FirstSize, FSlots.size() * 2));
+        old.swap(FSlots);
+        for (void* address : old) {
+            if (address)
+                Put(address);
+        }
+    }
+
+    std::vector<void*> FSlots;
+    std::size_t FCount = 0;
+};
+
 struct Shard
 {
     std::mutex lock;
-    std::unordered_set<void*> roots;
+    Addresses roots;
 };
 
 constexpr std::size_t ShardCount = 16;
@@ -68,7 +134,7 @@ mapi::SCODE AllocateBuffer(mapi::ULONG size, void** buffer) noexcept
     try {
         Shard& shard = ShardOf(data);
         const std::lock_guard guard(shard.lock);
-        shard.roots.insert(data);
+        shard.roots.Insert(data);
     } catch (...) {
         std::free(header);
         return mapi::MAPI_E_NOT_ENOUGH_MEMORY;
@@ -87,7 +153,7 @@ mapi::SCODE AllocateMore(mapi::ULONG size, void* parent, void** buffer) noexcept
         return mapi::MAPI_E_INVALID_PARAMETER;
     Shard& shard = ShardOf(parent);
     const std::lock_guard guard(shard.lock);
-    if (!shard.roots.contains(parent))
+    if (!shard.roots.Contains(parent))
         return mapi::MAPI_E_INVALID_PARAMETER;
     Header* header = NewBlock(size);
     if (!header)
@@ -106,7 +172,7 @@ mapi::ULONG FreeBuffer(void* buffer) noexcept
     {
         Shard& shard = ShardOf(buffer);
         const std::lock_guard guard(shard.lock);
-        if (shard.roots.erase(buffer) == 0)
+        if (!shard.roots.Erase(buffer))
             return FailureCode;
     }
     for (Header* block = HeaderOf(buffer); block;) {

@@ -8,6 +8,7 @@
 
 #include <cstring>
 #include <dlfcn.h>
+#include <random>
 
 namespace deftmapi::client::test
 {
@@ -54,6 +55,34 @@ TEST_F(EntryPointsTest, MemoryOfOthersIsRefused)
     EXPECT_EQ(MAPIAllocateBuffer(10, nullptr), MAPI_E_INVALID_PARAMETER);
     FreeProws(nullptr);
     FreePadrlist(nullptr);
+}
+
+TEST_F(EntryPointsTest, BuffersAreKnownInAnyNumberAndOrder)
+{
+    const std::size_t before = LiveBuffers();
+    std::mt19937 random(7);
+    std::vector<void*> alive;
+    for (int step = 0; step < 30000; ++step) {
+        // Grows to some thousands, shrinks to a few, and grows again.
+        const bool grows = (step / 10000) % 2 == 0;
+        if (alive.empty() || random() % 4 < (grows ? 3u : 1u)) {
+            void* buffer = nullptr;
+            ASSERT_EQ(MAPIAllocateBuffer(static_cast<ULONG>(1 + random() % 600), &buffer), S_OK);
+            alive.push_back(buffer);
+            continue;
+        }
+        std::swap(alive[random() % alive.size()], alive.back());
+        ASSERT_EQ(MAPIFreeBuffer(alive.back()), 0u) << step;
+        ASSERT_EQ(MAPIFreeBuffer(alive.back()), static_cast<ULONG>(MAPI_E_INVALID_PARAMETER)) << step;
+        alive.pop_back();
+        ASSERT_EQ(LiveBuffers(), before + alive.size());
+    }
+    for (void* buffer : alive) {
+        void* more = nullptr;
+        ASSERT_EQ(MAPIAllocateMore(8, buffer, &more), S_OK);
+        ASSERT_EQ(MAPIFreeBuffer(buffer), 0u);
+    }
+    EXPECT_EQ(LiveBuffers(), before);
 }
 
 TEST_F(EntryPointsTest, TheComAllocatorKnowsTheSizeOfItsBlocks)
