@@ -259,7 +259,15 @@ std::size_t UnpackText(std::string_view text, std::span<char16_t> to)
 {
     std::size_t i = 0;
     std::size_t units = 0;
-    for (const std::size_t both = std::min(text.size(), to.size()); i < both && !(text[i] & 0x80); ++i)
+    const std::size_t both = std::min(text.size(), to.size());
+    for (std::uint64_t piece = 0; i + sizeof piece <= both; i += sizeof piece) { // mostly all is ASCII
+        std::memcpy(&piece, text.data() + i, sizeof piece);
+        if (piece & 0x8080808080808080u)
+            break;
+        for (std::size_t k = 0; k < sizeof piece; ++k)
+            to[i + k] = static_cast<char16_t>(text[i + k]);
+    }
+    for (; i < both && !(text[i] & 0x80); ++i)
         to[i] = static_cast<char16_t>(text[i]);
     for (units = i; i < text.size() && units < to.size();) {
         const auto lead = static_cast<unsigned char>(text[i]);
