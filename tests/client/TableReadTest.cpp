@@ -315,6 +315,50 @@ TEST_F(TableReadTest, AnOpenTableFollowsChangesAsANewOneShowsThem)
     }
 }
 
+TEST_F(TableReadTest, ManyBookmarksFollowTheirRowsThroughAChange)
+{
+    constexpr ULONG Count = 40; // messages, each in two rows
+    constexpr ULONG Word = BagTexts | MV_INSTANCE;
+    const auto add = [&](std::u16string first, std::u16string second) {
+        LPWSTR words[] = {first.data(), second.data()};
+        SPropValue value{};
+        value.ulPropTag = BagTexts;
+        value.Value.MVszW = {2, words};
+        auto message = NewMessage(*FInbox, u"any");
+        Set(*message, {value});
+        return Save(*message);
+    };
+    std::vector<Bytes> ids;
+    for (ULONG i = 0; i < Count; ++i) {
+        const std::u16string letter(1, static_cast<char16_t>(u'\u4E00' + i));
+        ids.push_back(add(u"a" + letter, u"b" + letter));
+    }
+    SSortOrderSet byWord{1, 0, 0, {{Word, TABLE_SORT_ASCEND}}};
+    ASSERT_EQ(FTable->SortTable(&byWord, 0), S_OK);
+    ASSERT_EQ(FTable->SetColumns(Tags{Word}, 0), S_OK);
+    const auto wordHere = [&] {
+        RowSet rows;
+        EXPECT_EQ(FTable->QueryRows(1, TBL_NOADVANCE, rows.Out()), S_OK);
+        return rows->cRows ? std::u16string(rows->aRow[0].lpProps[0].Value.lpszW) : std::u16string();
+    };
+    std::vector<std::pair<BOOKMARK, std::u16string>> places;
+    for (ULONG i = 0; i < 2 * Count; ++i) {
+        ASSERT_EQ(FTable->SeekRow(BOOKMARK_BEGINNING, static_cast<LONG>(i), nullptr), S_OK);
+        ASSERT_EQ(FTable->CreateBookmark(&places.emplace_back(0, wordHere()).first), S_OK);
+    }
+    add(u"0", u"1"); // before all
+    SBinary entry{static_cast<ULONG>(ids[5].size()), ids[5].data()};
+    ENTRYLIST list{1, &entry};
+    ASSERT_EQ(FInbox->DeleteMessages(&list, 0, nullptr, 0), S_OK);
+    for (ULONG i = 0; i < 2 * Count; ++i) {
+        const bool gone = i % Count == 5;
+        ASSERT_EQ(FTable->SeekRow(places[i].first, 0, nullptr), gone ? MAPI_W_POSITION_CHANGED : S_OK) << i;
+        if (!gone) {
+            ASSERT_EQ(wordHere(), places[i].second) << i;
+        }
+    }
+}
+
 TEST_F(TableReadTest, BeginningsEndWhereTheNextLetterBegins)
 {
     // Around the letters that have two cases, and a letter whose upper case is ASCII.
