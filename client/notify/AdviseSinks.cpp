@@ -33,14 +33,36 @@ private:
     void* FContext;
 };
 
-/// Copies that wait for their thread.
+constexpr auto sTooMany = u"The thread of the sink does not dispatch its notifications.";
+
+/// Notifications that wait at most. A thread that never dispatches must not fill the memory.
+constexpr ULONG MaximumWaiting = 2048;
+
+/// Copies that wait for their thread. When they become too many, one event to reload stands for all events of tables.
 class WaitingNotifications final : public Listener
 {
 public:
+    /// @throws Failure  MAPI_E_TOO_BIG there are too many that nothing can stand for
     void Add(NotificationBatch&& batch)
     {
         const std::lock_guard lock(FLock);
-        FBatch.Append(std::move(batch));
+        if (FBatch.Count() + batch.Count() <= MaximumWaiting)
+            return FBatch.Append(std::move(batch));
+        NotificationBatch fewer;
+        bool tables = false;
+        for (NotificationBatch* all : {&FBatch, &batch}) {
+            for (ULONG i = 0; i < all->Count(); ++i) {
+                const bool isTable = all->Data()[i].ulEventType == mapi::fnevTableModified;
+                tables = tables || isTable;
+                if (!isTable)
+                    fewer.AddCopy(all->Data()[i]);
+            }
+        }
+        if (tables)
+            fewer.AddTableEvent(mapi::TABLE_RELOAD);
+        if (fewer.Count() > MaximumWaiting)
+            Fail(mapi::MAPI_E_TOO_BIG, sTooMany);
+        FBatch = std::move(fewer);
     }
     NotificationBatch Collect() noexcept override
     {

@@ -10,6 +10,14 @@ namespace
 
 const Prop NullProp{mapi::PT_NULL, {}};
 
+/// A value of somebody else in the width that it has there.
+Prop CopyOf(const mapi::SPropValue& value)
+{
+    Prop prop = FromInterface(value);
+    auto same = Convert(prop, mapi::PROP_TYPE(value.ulPropTag), false);
+    return same ? std::move(*same) : std::move(prop);
+}
+
 std::size_t TextSize(mapi::LPTSTR text, bool unicode)
 {
     return unicode ? (std::char_traits<char16_t>::length(static_cast<const char16_t*>(text)) + 1) * sizeof(char16_t)
@@ -73,12 +81,14 @@ void NotificationBatch::AddRowEvent(ULONG event, const Bytes& key, const Bytes* 
 
 void NotificationBatch::CopyTable(const mapi::TABLE_NOTIFICATION& from, mapi::TABLE_NOTIFICATION& to)
 {
-    const mapi::LPSPropValue keys = Keep({FromInterface(from.propIndex), FromInterface(from.propPrior)});
-    to.propIndex = keys[0];
-    to.propPrior = keys[1];
+    // An event of the whole table may leave them empty, without a type.
+    for (mapi::SPropValue* key : {&to.propIndex, &to.propPrior}) {
+        if (mapi::PROP_TYPE(key->ulPropTag) != mapi::PT_UNSPECIFIED)
+            *key = *Keep({CopyOf(*key)});
+    }
     Props row;
     for (ULONG i = 0; i < from.row.cValues; ++i)
-        row.push_back(FromInterface(from.row.lpProps[i]));
+        row.push_back(CopyOf(from.row.lpProps[i]));
     to.row.lpProps = row.empty() ? nullptr : Keep(row);
 }
 
@@ -118,7 +128,7 @@ void NotificationBatch::AddCopy(const mapi::NOTIFICATION& notification)
         KeepBytes(status.cbEntryID, status.lpEntryID);
         Props props;
         for (ULONG i = 0; i < status.cValues; ++i)
-            props.push_back(FromInterface(status.lpPropVals[i]));
+            props.push_back(CopyOf(status.lpPropVals[i]));
         status.lpPropVals = props.empty() ? nullptr : Keep(props);
         break;
     }

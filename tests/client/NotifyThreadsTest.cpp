@@ -272,5 +272,62 @@ TEST_F(NotifyTest, AFunctionOnThisThreadThoughTheClientsThreadIsTold)
     EXPECT_EQ(table->Unadvise(first), S_OK);
 }
 
+/// What a sink of this thread was given: kinds of table events, and the first value of a row as it came.
+struct Given
+{
+    std::vector<ULONG> events;
+    std::string text;
+};
+
+LONG DEFTMAPI_STDCALL Keep(LPVOID context, ULONG count, LPNOTIFICATION notifications)
+{
+    auto& given = *static_cast<Given*>(context);
+    for (ULONG i = 0; i < count; ++i) {
+        const TABLE_NOTIFICATION& table = notifications[i].info.tab;
+        given.events.push_back(table.ulTableEvent);
+        if (table.row.cValues != 0 && PROP_TYPE(table.row.lpProps[0].ulPropTag) == PT_STRING8)
+            given.text = table.row.lpProps[0].Value.lpszA;
+    }
+    return 0;
+}
+
+TEST_F(NotifyTest, WhatWaitsForAThreadKeepsItsFormAndDoesNotGrowForever)
+{
+    Start(true);
+    Given given;
+    Ptr<IMAPIAdviseSink> inner;
+    Ptr<IMAPIAdviseSink> outer;
+    ASSERT_EQ(HrAllocAdviseSink(Keep, &given, Out(inner)), S_OK);
+    ASSERT_EQ(HrThisThreadAdviseSink(inner.Get(), Out(outer)), S_OK);
+    std::string narrow = "narrow";
+    SPropValue value{};
+    value.ulPropTag = (tag::Subject & 0xFFFF0000u) | PT_STRING8;
+    value.Value.lpszA = narrow.data();
+    NOTIFICATION event{};
+    event.ulEventType = fnevTableModified;
+    event.info.tab.ulTableEvent = TABLE_ROW_MODIFIED; // its keys have no type at all
+    event.info.tab.row = {0, 1, &value};
+    const auto tell = [&](int times) {
+        std::thread([&] {
+            for (int i = 0; i < times; ++i)
+                EXPECT_EQ(outer->OnNotify(1, &event), 0u);
+        }).join();
+    };
+    tell(2);
+    EXPECT_TRUE(given.events.empty());
+    Dispatch();
+    EXPECT_EQ(given.events, (std::vector<ULONG>{TABLE_ROW_MODIFIED, TABLE_ROW_MODIFIED}));
+    EXPECT_EQ(given.text, "narrow");
+
+    given.events.clear();
+    tell(2049); // one more than may wait
+    Dispatch();
+    EXPECT_EQ(given.events, std::vector<ULONG>{TABLE_RELOAD});
+    given.events.clear();
+    tell(1);
+    Dispatch();
+    EXPECT_EQ(given.events, std::vector<ULONG>{TABLE_ROW_MODIFIED});
+}
+
 } // namespace
 } // namespace deftmapi::client::test
