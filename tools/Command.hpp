@@ -34,6 +34,7 @@ struct ExitWith
 
 void AddInfo(CLI::App& app, Context& context);
 void AddProfiles(CLI::App& app, Context& context);
+void AddServices(CLI::App& app, Context& context);
 void AddTree(CLI::App& app, Context& context);
 void AddList(CLI::App& app, Context& context);
 void AddShow(CLI::App& app, Context& context);

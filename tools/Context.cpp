@@ -27,10 +27,10 @@ IKwMAPISession& Context::Session()
     return *FSession;
 }
 
-IKwMAPIMsgStore& Context::Store()
+IKwMAPISession& Context::LoggedOn()
 {
-    if (FStore)
-        return *FStore;
+    if (Session().Get_Active())
+        return *FSession;
     const auto logon = Session().Get_LogonInfo();
     logon->Set_ShowLogonDialog(false);
     if (!Options.Profile.empty()) {
@@ -38,7 +38,13 @@ IKwMAPIMsgStore& Context::Store()
         logon->Set_ProfileName(KwFromUtf8(Options.Profile));
     }
     FSession->Logon();
-    FStore = FSession->OpenDefaultMsgStore(alBestAccess);
+    return *FSession;
+}
+
+IKwMAPIMsgStore& Context::Store()
+{
+    if (!FStore)
+        FStore = LoggedOn().OpenDefaultMsgStore(alBestAccess);
     return *FStore;
 }
 

@@ -25,6 +25,8 @@ public:
     void Prepare();
     /// The session, not logged on yet.
     [[nodiscard]] IKwMAPISession& Session();
+    /// The session, logged on.
+    [[nodiscard]] IKwMAPISession& LoggedOn();
     /// The default store of the profile; logs on first.
     [[nodiscard]] IKwMAPIMsgStore& Store();
     [[nodiscard]] TKwRef<IKwMAPIFolder> Folder(const std::string& path, TKwMAPIAccessLevel accessLevel);

@@ -17,12 +17,17 @@ void Info(Context& context)
     const Json document{{"version", KwToUtf8(session.Get_Version())},
                         {"client", KwToUtf8(KwCurrentMAPIDllFileName())},
                         {"extended", KwExtendedMAPIAvailable()},
+                        {"mapi", KwToUtf8(session.Get_MAPIInfo()->Get_Version())},
+                        {"profile", KwToUtf8(session.GetDefaultProfile())},
                         {"definitions", PropDefCount()}};
     if (context.Options.Json)
         return PrintJson(document);
     fmt::print("Deft MAPI       {}\n", document["version"].get<std::string>());
     fmt::print("MAPI client     {}\n", document["client"].get<std::string>());
     fmt::print("Extended MAPI   {}\n", document["extended"].get<bool>() ? "yes" : "no");
+    fmt::print("MAPI version    {}\n", document["mapi"].get<std::string>());
+    const std::string profile = document["profile"].get<std::string>();
+    fmt::print("Default profile {}\n", profile.empty() ? "none" : profile);
     fmt::print("Definitions     {}\n", document["definitions"].get<TKwMAPIPropDef>());
 }
 
@@ -30,7 +35,8 @@ void Info(Context& context)
 
 void AddInfo(CLI::App& app, Context& context)
 {
-    CLI::App* command = app.add_subcommand("info", "library and client versions, client path, extended MAPI or not");
+    CLI::App* command =
+        app.add_subcommand("info", "library and client versions, client path, extended MAPI or not, default profile");
     command->callback([&context] { Info(context); });
 }
 

@@ -40,6 +40,7 @@ int main(int argc, char** argv)
     app.add_flag("--json", context.Options.Json, "one JSON document instead of text");
     AddInfo(app, context);
     AddProfiles(app, context);
+    AddServices(app, context);
     AddTree(app, context);
     AddList(app, context);
     AddShow(app, context);

@@ -32,7 +32,7 @@ constexpr auto sNotAFile = u"The place of the store is not a file.";
 
 /// "DfMP", PRAGMA application_id of profiles.db.
 constexpr std::int64_t ApplicationId = 0x44664D50;
-constexpr std::int64_t Version = 1;
+constexpr std::int64_t Version = 2;
 
 /// The display name of the store that a new profile gets.
 constexpr auto NewStoreName = u"Personal Folders";
@@ -59,6 +59,18 @@ constexpr const char* Step1[] = {
         store_name TEXT,
         UNIQUE (profile, store_uid)))",
 };
+
+// Step 2: sections.
+constexpr const char* Step2[] = {
+    R"(CREATE TABLE sections (
+        profile INTEGER NOT NULL REFERENCES profiles(id),
+        uid BLOB NOT NULL,
+        props BLOB NOT NULL,
+        PRIMARY KEY (profile, uid)) WITHOUT ROWID)",
+};
+
+constexpr std::span<const char* const> Steps[] = {Step1, Step2};
+static_assert(std::size(Steps) == Version);
 
 void RequireName(const WideString& name)
 {
@@ -149,14 +161,17 @@ void Profiles::Prepare()
     // Rollback journal: a small file that changes seldom, and no companions beside it while nobody writes. EXTRA syncs
     // the folder, too, when the journal goes.
     FDatabase.Execute("PRAGMA synchronous = EXTRA");
-    const auto isCurrent = [this] {
-        const std::int64_t version = FDatabase.Scalar("PRAGMA user_version");
+    std::int64_t version = 0;
+    const auto isCurrent = [&] {
+        version = FDatabase.Scalar("PRAGMA user_version");
         const bool ours = FDatabase.Scalar("PRAGMA application_id") == ApplicationId;
         if (ours && version > Version)
             Fail(mapi::MAPI_E_VERSION, sNewer);
         if (!ours && (version != 0 || FDatabase.Scalar("SELECT count(*) FROM sqlite_schema") != 0))
             Fail(mapi::MAPI_E_CORRUPT_STORE, sForeign);
-        return ours;
+        if (!ours)
+            version = 0;
+        return version == Version;
     };
     {
         // What is read must be of one moment: another process may be making the file just now.
@@ -167,8 +182,9 @@ void Profiles::Prepare()
     Transaction transaction(FDatabase);
     if (isCurrent())
         return; // another process was first
-    for (const char* statement : Step1)
-        FDatabase.Execute(statement);
+    for (; version < Version; ++version)
+        for (const char* statement : Steps[static_cast<std::size_t>(version)])
+            FDatabase.Execute(statement);
     FDatabase.Execute("PRAGMA application_id = " + std::to_string(ApplicationId));
     FDatabase.Execute("PRAGMA user_version = " + std::to_string(Version));
     transaction.Commit();
@@ -225,6 +241,7 @@ void Profiles::Delete(const WideString& name)
     const std::lock_guard lock(FLock);
     Transaction transaction(FDatabase);
     const ProfileId profile = RequireProfile(name, nullptr);
+    FDatabase.Prepare("DELETE FROM sections WHERE profile = ?1").Bind(1, profile).Run();
     FDatabase.Prepare("DELETE FROM services WHERE profile = ?1").Bind(1, profile).Run();
     FDatabase.Prepare("DELETE FROM profiles WHERE id = ?1").Bind(1, profile).Run();
     transaction.Commit();
@@ -259,10 +276,23 @@ void Profiles::Copy(const WideString& name, const WideString& password, const Wi
         .Bind(1, source)
         .Bind(2, copy)
         .Run();
+    FDatabase.Prepare("INSERT INTO sections SELECT ?1, uid, props FROM sections WHERE profile = ?2")
+        .Bind(1, copy)
+        .Bind(2, source)
+        .Run();
     for (const StoreService& service : Services(source)) {
         const std::int64_t row = InsertService(copy, NewUid(), service.displayName);
         if (service.store)
             AttachStore(copy, row, *service.store);
+        // The sections of the service and of its provider go by their new identifiers.
+        for (const auto& [column, uid] : {std::pair{"uid", service.service}, std::pair{"provider", service.provider}})
+            FDatabase
+                .Prepare("UPDATE sections SET uid = (SELECT " + std::string(column) +
+                         " FROM services WHERE id = ?1) WHERE profile = ?2 AND uid = ?3")
+                .Bind(1, row)
+                .Bind(2, copy)
+                .BindBlob(3, ToBytes(uid))
+                .Run();
         FDatabase.Prepare("UPDATE services SET is_default = ?1 WHERE id = ?2")
             .Bind(1, service.isDefault)
             .Bind(2, row)
@@ -356,6 +386,47 @@ ProfileId Profiles::InsertProfile(const WideString& name)
         .BindText(2, NameKey(name))
         .Run();
     return FDatabase.LastRow();
+}
+
+WideString Profiles::Name(ProfileId profile)
+{
+    const std::lock_guard lock(FLock);
+    Query query = FDatabase.Prepare("SELECT name FROM profiles WHERE id = ?1");
+    if (!query.Bind(1, profile).Step())
+        Fail(mapi::MAPI_E_NOT_FOUND, sProfileGone);
+    return UnpackText(query.Text(0));
+}
+
+// ---- Sections
+
+std::optional<PropertyBag> Profiles::Section(ProfileId profile, const Uid& uid)
+{
+    const std::lock_guard lock(FLock);
+    Query query = FDatabase.Prepare("SELECT props FROM sections WHERE profile = ?1 AND uid = ?2");
+    if (!query.Bind(1, profile).BindBlob(2, ToBytes(uid)).Step())
+        return std::nullopt;
+    PropertyBag bag;
+    const auto noLarge = [](const LargeReference&) -> BlobPtr { Fail(mapi::MAPI_E_CORRUPT_STORE, sForeign); };
+    UnpackProps(query.Blob(0), noLarge, nullptr, [&bag](Prop prop) { bag.Set(std::move(prop)); });
+    return bag;
+}
+
+void Profiles::ChangeSection(ProfileId profile, const Uid& uid, const std::function<void(PropertyBag&)>& change)
+{
+    const std::lock_guard lock(FLock);
+    Transaction transaction(FDatabase);
+    RequireProfile(profile);
+    PropertyBag bag = Section(profile, uid).value_or(PropertyBag());
+    change(bag);
+    Bytes packed;
+    for (const auto& [id, prop] : bag)
+        PackProp(prop, packed);
+    FDatabase.Prepare("INSERT OR REPLACE INTO sections (profile, uid, props) VALUES (?1, ?2, ?3)")
+        .Bind(1, profile)
+        .BindBlob(2, ToBytes(uid))
+        .BindBlob(3, packed)
+        .Run();
+    transaction.Commit();
 }
 
 // ---- Services
@@ -492,6 +563,11 @@ void Profiles::DeleteService(ProfileId profile, const Uid& service)
     const std::lock_guard lock(FLock);
     Transaction transaction(FDatabase);
     const StoreService current = RequireService(profile, service);
+    FDatabase.Prepare("DELETE FROM sections WHERE profile = ?1 AND uid IN (?2, ?3)")
+        .Bind(1, profile)
+        .BindBlob(2, ToBytes(current.service))
+        .BindBlob(3, ToBytes(current.provider))
+        .Run();
     FDatabase.Prepare("DELETE FROM services WHERE id = ?1").Bind(1, current.row).Run();
     transaction.Commit();
 }

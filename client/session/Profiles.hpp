@@ -4,6 +4,7 @@
 
 #include "client/store/Database.hpp"
 #include "client/store/EntryIds.hpp"
+#include "client/store/PropertyBag.hpp"
 
 #include <memory>
 #include <mutex>
@@ -77,6 +78,9 @@ public:
     /// @throws Failure  MAPI_E_LOGON_FAILED there is no such profile or the password is wrong
     [[nodiscard]] ProfileId LogOn(const WideString& name, const WideString& password);
 
+    /// @throws Failure  MAPI_E_NOT_FOUND the profile was deleted
+    [[nodiscard]] WideString Name(ProfileId profile);
+
     /// The services in the order of their creation. @throws Failure  MAPI_E_NOT_FOUND the profile was deleted
     [[nodiscard]] std::vector<StoreService> Services(ProfileId profile);
     /// Adds a service without a store. @throws Failure  MAPI_E_NOT_FOUND the profile was deleted
@@ -91,6 +95,12 @@ public:
     void DeleteService(ProfileId profile, const Uid& service);
     /// Makes a store the default store; without one, the profile has none. @throws Failure  MAPI_E_NOT_FOUND
     void SetDefaultStore(ProfileId profile, const Uid* store);
+
+    /// What is kept of a section; nothing when nothing was ever kept of it.
+    [[nodiscard]] std::optional<PropertyBag> Section(ProfileId profile, const Uid& uid);
+    /// Changes a section, or makes it, in one transaction. What `change` leaves holds no blobs.
+    /// @throws Failure  MAPI_E_NOT_FOUND the profile was deleted
+    void ChangeSection(ProfileId profile, const Uid& uid, const std::function<void(PropertyBag&)>& change);
 
 private:
     void Prepare();

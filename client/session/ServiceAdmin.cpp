@@ -2,6 +2,7 @@
 
 #include "client/entry/ComObject.hpp"
 #include "client/entry/Guard.hpp"
+#include "client/session/ProfileSection.hpp"
 #include "client/table/MemorySource.hpp"
 #include "client/table/Table.hpp"
 
@@ -15,10 +16,14 @@ namespace
 constexpr auto sUnknownService = u"There is no message service of this name; the one that there is is DEFTSTORE.";
 constexpr auto sNoCopy = u"Message services are not copied; copy the profile.";
 constexpr auto sNoRename = u"Message services are not renamed.";
-constexpr auto sNoSections = u"Profiles have no sections.";
 constexpr auto sNoTransports = u"There are no transports whose order could be set.";
-constexpr auto sNoProviders = u"The providers of a message service are not administered on their own.";
+constexpr auto sNoService = u"The profile has no message service of this identifier.";
+constexpr auto sFixedProviders = u"A message service has the one provider that it comes with.";
+constexpr auto sNoPersonalFolders =
+    u"Personal-folders files (.pst) cannot be opened by this client; import their messages as .eml or .msg files.";
 constexpr auto sNoIdentity = u"No message service supplies an identity.";
+
+constexpr auto PersonalFolders = u"MSPST MS";
 
 constexpr ULONG PstPath = 0x6700001F;
 constexpr ULONG ProviderOrdinal = 0x300D0003;
@@ -70,24 +75,21 @@ public:
     }
     mapi::HRESULT DEFTMAPI_STDCALL ConfigureMsgService(mapi::LPMAPIUID uid, mapi::ULONG_PTR, ULONG flags, ULONG count,
                                                        mapi::LPSPropValue props) noexcept override;
-    mapi::HRESULT DEFTMAPI_STDCALL OpenProfileSection(mapi::LPMAPIUID, mapi::LPCIID, ULONG,
+    mapi::HRESULT DEFTMAPI_STDCALL OpenProfileSection(mapi::LPMAPIUID uid, mapi::LPCIID iid, ULONG flags,
                                                       mapi::LPPROFSECT* section) noexcept override
     {
-        if (section)
+        return Guard(FLast, [&] {
+            Require(section, u"lppProfSect");
             *section = nullptr;
-        return NoSupport(sNoSections);
+            *section = OpenSection(FProfiles, FProfile, uid, iid, flags).Detach();
+        });
     }
     mapi::HRESULT DEFTMAPI_STDCALL MsgServiceTransportOrder(ULONG, mapi::LPMAPIUID, ULONG) noexcept override
     {
         return NoSupport(sNoTransports);
     }
-    mapi::HRESULT DEFTMAPI_STDCALL AdminProviders(mapi::LPMAPIUID, ULONG,
-                                                  mapi::LPPROVIDERADMIN* admin) noexcept override
-    {
-        if (admin)
-            *admin = nullptr;
-        return NoSupport(sNoProviders);
-    }
+    mapi::HRESULT DEFTMAPI_STDCALL AdminProviders(mapi::LPMAPIUID uid, ULONG flags,
+                                                  mapi::LPPROVIDERADMIN* admin) noexcept override;
     mapi::HRESULT DEFTMAPI_STDCALL SetPrimaryIdentity(mapi::LPMAPIUID, ULONG) noexcept override
     {
         return NoSupport(sNoIdentity);
@@ -123,6 +125,86 @@ void Return(std::span<const ULONG> columns, std::vector<Props> rows, ULONG flags
     *table = TKwComPtr<mapi::IMAPITable>(new Table(std::move(source), unicode)).Detach();
 }
 
+void ReturnProviders(const std::vector<StoreService>& services, ULONG flags, mapi::LPMAPITABLE* table)
+{
+    std::vector<Props> rows;
+    for (const StoreService& service : services) {
+        Props row = StartRow(service, rows.size());
+        row.push_back(TextProp(tag::DisplayName, service.store ? service.store->displayName : service.displayName));
+        row.push_back(TextProp(tag::ProviderDisplay, StoreServiceDisplay));
+        row.push_back(BinaryProp(tag::ProviderUid, ToBytes(service.provider)));
+        row.push_back(LongProp(ProviderOrdinal, static_cast<std::int64_t>(rows.size())));
+        row.push_back(LongProp(tag::ResourceFlags, mapi::STATUS_NO_PRIMARY_IDENTITY |
+                                                       (service.isDefault ? mapi::STATUS_DEFAULT_STORE : 0)));
+        row.push_back(LongProp(tag::ResourceType, mapi::MAPI_STORE_PROVIDER));
+        rows.push_back(std::move(row));
+    }
+    Return(ProviderColumns, std::move(rows), flags, table);
+}
+
+/// The provider of one service.
+class ProviderAdmin final : public ComObject<mapi::IProviderAdmin>
+{
+public:
+    /// @throws Failure  MAPI_E_NOT_FOUND no such service
+    ProviderAdmin(ProfilesPtr profiles, ProfileId profile, const Uid& service)
+        : FProfiles(std::move(profiles)), FProfile(profile), FService(service)
+    {
+        static_cast<void>(Service());
+    }
+
+    [[nodiscard]] bool Implements(const mapi::IID& iid) const noexcept override
+    {
+        return iid == mapi::IID_IProviderAdmin;
+    }
+    mapi::HRESULT DEFTMAPI_STDCALL GetLastError(mapi::HRESULT code, ULONG flags,
+                                                mapi::LPMAPIERROR* error) noexcept override
+    {
+        return FLast.Get(code, flags, error);
+    }
+    mapi::HRESULT DEFTMAPI_STDCALL GetProviderTable(ULONG flags, mapi::LPMAPITABLE* table) noexcept override
+    {
+        return Guard(FLast, [&] {
+            Require(table, u"lppTable");
+            *table = nullptr;
+            RequireFlags(flags, mapi::MAPI_UNICODE);
+            ReturnProviders({Service()}, flags, table);
+        });
+    }
+    mapi::HRESULT DEFTMAPI_STDCALL CreateProvider(mapi::LPTSTR, ULONG, mapi::LPSPropValue, mapi::ULONG_PTR, ULONG,
+                                                  mapi::MAPIUID*) noexcept override
+    {
+        return Guard(FLast, [] { Fail(mapi::MAPI_E_NO_SUPPORT, sFixedProviders); });
+    }
+    mapi::HRESULT DEFTMAPI_STDCALL DeleteProvider(mapi::LPMAPIUID) noexcept override
+    {
+        return Guard(FLast, [] { Fail(mapi::MAPI_E_NO_SUPPORT, sFixedProviders); });
+    }
+    mapi::HRESULT DEFTMAPI_STDCALL OpenProfileSection(mapi::LPMAPIUID uid, mapi::LPCIID iid, ULONG flags,
+                                                      mapi::LPPROFSECT* section) noexcept override
+    {
+        return Guard(FLast, [&] {
+            Require(section, u"lppProfSect");
+            *section = nullptr;
+            *section = OpenSection(FProfiles, FProfile, uid, iid, flags).Detach();
+        });
+    }
+
+private:
+    [[nodiscard]] StoreService Service()
+    {
+        for (StoreService& service : FProfiles->Services(FProfile))
+            if (service.service == FService)
+                return std::move(service);
+        Fail(mapi::MAPI_E_NOT_FOUND, sNoService);
+    }
+
+    ProfilesPtr FProfiles;
+    ProfileId FProfile;
+    Uid FService;
+    LastError FLast;
+};
+
 mapi::HRESULT ServiceAdmin::GetMsgServiceTable(ULONG flags, mapi::LPMAPITABLE* table) noexcept
 {
     return Guard(FLast, [&] {
@@ -147,19 +229,19 @@ mapi::HRESULT ServiceAdmin::GetProviderTable(ULONG flags, mapi::LPMAPITABLE* tab
         Require(table, u"lppTable");
         *table = nullptr;
         RequireFlags(flags, mapi::MAPI_UNICODE);
-        std::vector<Props> rows;
-        for (const StoreService& service : FProfiles->Services(FProfile)) {
-            Props row = StartRow(service, rows.size());
-            row.push_back(TextProp(tag::DisplayName, service.store ? service.store->displayName : service.displayName));
-            row.push_back(TextProp(tag::ProviderDisplay, StoreServiceDisplay));
-            row.push_back(BinaryProp(tag::ProviderUid, ToBytes(service.provider)));
-            row.push_back(LongProp(ProviderOrdinal, static_cast<std::int64_t>(rows.size())));
-            row.push_back(LongProp(tag::ResourceFlags, mapi::STATUS_NO_PRIMARY_IDENTITY |
-                                                           (service.isDefault ? mapi::STATUS_DEFAULT_STORE : 0)));
-            row.push_back(LongProp(tag::ResourceType, mapi::MAPI_STORE_PROVIDER));
-            rows.push_back(std::move(row));
-        }
-        Return(ProviderColumns, std::move(rows), flags, table);
+        ReturnProviders(FProfiles->Services(FProfile), flags, table);
+    });
+}
+
+mapi::HRESULT ServiceAdmin::AdminProviders(mapi::LPMAPIUID uid, ULONG flags, mapi::LPPROVIDERADMIN* admin) noexcept
+{
+    return Guard(FLast, [&] {
+        Require(admin, u"lppProviderAdmin");
+        *admin = nullptr;
+        Require(uid, u"lpUID");
+        RequireFlags(flags, mapi::MAPI_UNICODE);
+        TKwComPtr<mapi::IProviderAdmin> providers(new ProviderAdmin(FProfiles, FProfile, *uid));
+        *admin = providers.Detach();
     });
 }
 
@@ -169,6 +251,8 @@ mapi::HRESULT ServiceAdmin::CreateMsgServiceEx(mapi::LPTSTR service, mapi::LPTST
     return Guard(FLast, [&] {
         Require(service, u"lpszService");
         RequireFlags(flags, DialogFlags);
+        if (KwSameText(TextParameter(service, flags), PersonalFolders))
+            Fail(mapi::MAPI_E_EXTENDED_ERROR, sNoPersonalFolders); // the code by which callers ask for the text
         if (!KwSameText(TextParameter(service, flags), StoreServiceName))
             Fail(mapi::MAPI_E_NOT_FOUND, sUnknownService);
         const WideString name = TextParameter(displayName, flags);

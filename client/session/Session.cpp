@@ -2,14 +2,18 @@
 
 #include "client/entry/ComObject.hpp"
 #include "client/entry/Guard.hpp"
-#include "client/notify/Dispatcher.hpp"
+#include "client/session/DataFolder.hpp"
+#include "client/session/ProfileSection.hpp"
 #include "client/session/ServiceAdmin.hpp"
+#include "client/session/SharedSessions.hpp"
+#include "client/session/Status.hpp"
 #include "client/store/StoreObjects.hpp"
 #include "client/table/MemorySource.hpp"
 #include "client/table/Table.hpp"
 
 #include <algorithm>
 #include <map>
+#include <set>
 
 namespace deftmapi::client
 {
@@ -24,8 +28,6 @@ constexpr auto sReplaced = u"The file of the message store holds another store n
 constexpr auto sUnknownProvider = u"No provider of the profile knows the entry identifier.";
 constexpr auto sNotAStore = u"The entry identifier does not name a message store.";
 constexpr auto sNoAddressBook = u"There is no address book.";
-constexpr auto sNoSections = u"Profiles have no sections.";
-constexpr auto sNoStatus = u"There is no status table.";
 constexpr auto sNoOptions = u"There is no transport that has message options.";
 constexpr auto sNoIdentity = u"No message service of the profile supplies an identity.";
 constexpr auto sNoForms = u"The client shows no forms.";
@@ -55,7 +57,8 @@ std::span<const std::uint8_t> Span(ULONG size, const mapi::ENTRYID* id)
 class Session final : public ComObject<mapi::IMAPISession>
 {
 public:
-    Session(ProfilesPtr profiles, ProfileId profile) : FProfiles(std::move(profiles)), FProfile(profile)
+    explicit Session(SharedSessionPtr shared)
+        : FShared(std::move(shared)), FProfiles(FShared->ProfilesOf()), FProfile(FShared->Profile())
     {
         FServices = FProfiles->Services(FProfile);
     }
@@ -65,6 +68,7 @@ public:
         return iid == mapi::IID_IMAPISession;
     }
 
+    ~Session() override { Dispatcher::Instance().RemoveAll(this); }
     mapi::HRESULT DEFTMAPI_STDCALL GetLastError(mapi::HRESULT code, ULONG flags,
                                                 mapi::LPMAPIERROR* error) noexcept override
     {
@@ -78,14 +82,25 @@ public:
     {
         return NoSupport(sNoAddressBook, book);
     }
-    mapi::HRESULT DEFTMAPI_STDCALL OpenProfileSection(mapi::LPMAPIUID, mapi::LPCIID, ULONG,
+    mapi::HRESULT DEFTMAPI_STDCALL OpenProfileSection(mapi::LPMAPIUID uid, mapi::LPCIID iid, ULONG flags,
                                                       mapi::LPPROFSECT* section) noexcept override
     {
-        return NoSupport(sNoSections, section);
+        return Run([&] {
+            Require(section, u"lppProfSect");
+            *section = nullptr;
+            *section = OpenSection(FProfiles, FProfile, uid, iid, flags).Detach();
+        });
     }
-    mapi::HRESULT DEFTMAPI_STDCALL GetStatusTable(ULONG, mapi::LPMAPITABLE* table) noexcept override
+    mapi::HRESULT DEFTMAPI_STDCALL GetStatusTable(ULONG flags, mapi::LPMAPITABLE* table) noexcept override
     {
-        return NoSupport(sNoStatus, table);
+        return Run([&] {
+            Require(table, u"lppTable");
+            *table = nullptr;
+            RequireFlags(flags, mapi::MAPI_UNICODE);
+            auto source = std::make_shared<MemorySource>(StatusColumns(), StatusRows(*FProfiles, FProfile));
+            const bool unicode = (flags & mapi::MAPI_UNICODE) != 0;
+            *table = TKwComPtr<mapi::IMAPITable>(new Table(std::move(source), unicode)).Detach();
+        });
     }
     mapi::HRESULT DEFTMAPI_STDCALL OpenEntry(ULONG size, mapi::LPENTRYID id, mapi::LPCIID iid, ULONG flags, ULONG* type,
                                              mapi::LPUNKNOWN* object) noexcept override;
@@ -151,13 +166,6 @@ public:
     }
 
 private:
-    struct Connection
-    {
-        ULONG mask;
-        TKwComPtr<mapi::IMAPIAdviseSink> sink;
-    };
-    using Connections = std::map<mapi::ULONG_PTR, Connection>;
-
     template <typename Body>
     mapi::HRESULT Run(Body&& body) noexcept
     {
@@ -190,12 +198,12 @@ private:
     [[nodiscard]] StorePtr OpenFile(const StoreService& service);
 
     std::recursive_mutex FLock;
+    SharedSessionPtr FShared; // with this one alone as long as nobody joins
     ProfilesPtr FProfiles;
     ProfileId FProfile;
     std::vector<StoreService> FServices;
     std::map<Bytes, StorePtr> FStores; // one connection per store for all objects of the session
-    Connections FConnections;
-    mapi::ULONG_PTR FNextConnection = 1;
+    std::set<Dispatcher::Connection> FConnections;
     bool FEnded = false;
     LastError FLast;
 };
@@ -296,6 +304,11 @@ mapi::HRESULT Session::OpenEntry(ULONG size, mapi::LPENTRYID id, mapi::LPCIID ii
         const auto entry = ParseEntryId(Span(size, id));
         if (!entry)
             Fail(mapi::MAPI_E_UNKNOWN_ENTRYID, sUnknownProvider);
+        if (entry->kind == EntryKind::Status) {
+            *object = OpenStatus(*FProfiles, FProfile, *entry, iid).Detach();
+            *type = mapi::MAPI_STATUS;
+            return;
+        }
         const StoreService& service = ServiceOf(entry->store);
         const StorePtr file = OpenFile(service);
         const std::lock_guard lock(file->Lock());
@@ -335,24 +348,25 @@ mapi::HRESULT Session::Advise(ULONG size, mapi::LPENTRYID id, ULONG mask, mapi::
         Require(sink, u"lpAdviseSink");
         if (id || size || mask == 0 || mask & ~(mapi::fnevExtended | mapi::fnevCriticalError))
             Fail(mapi::MAPI_E_NO_SUPPORT, sNoEvents);
-        FConnections.emplace(FNextConnection, Connection{mask, TKwComPtr<mapi::IMAPIAdviseSink>(sink)});
-        *connection = FNextConnection++;
+        *connection = Dispatcher::Instance().Add(FShared->NewListener(this), sink, this);
+        FConnections.insert(*connection);
     });
 }
 
 mapi::HRESULT Session::Unadvise(mapi::ULONG_PTR connection) noexcept
 {
-    Connections::node_type ended; // released outside the lock: it may be the last reference to the sink
-    return Run([&] {
-        ended = FConnections.extract(connection);
-        if (ended.empty())
+    const mapi::HRESULT result = Run([&] {
+        if (FConnections.erase(connection) == 0)
             Fail(mapi::MAPI_E_NOT_FOUND, sNoConnection);
     });
+    // Outside the lock: a callback that is waited for may want it.
+    if (result == mapi::S_OK)
+        Dispatcher::Instance().Remove(connection);
+    return result;
 }
 
 mapi::HRESULT Session::Logoff(mapi::ULONG_PTR, ULONG flags, ULONG reserved) noexcept
 {
-    Connections connections; // these, too
     std::map<Bytes, StorePtr> stores;
     std::unique_lock lock(FLock);
     const mapi::HRESULT result = Guard(FLast, [&] {
@@ -361,10 +375,15 @@ mapi::HRESULT Session::Logoff(mapi::ULONG_PTR, ULONG flags, ULONG reserved) noex
         RequireFlags(flags, mapi::MAPI_LOGOFF_SHARED | mapi::MAPI_LOGOFF_UI);
         RequireFlags(reserved, 0);
         FEnded = true;
-        connections.swap(FConnections);
+        FConnections.clear();
         stores.swap(FStores); // objects that are still open keep theirs
     });
     lock.unlock();
+    if (result != mapi::S_OK)
+        return result;
+    Dispatcher::Instance().RemoveAll(this);
+    if ((flags & mapi::MAPI_LOGOFF_SHARED) != 0)
+        FShared->End(this);
     // Nobody is notified any more; a callback that runs now may want the lock.
     for (const auto& [id, store] : stores)
         Dispatcher::Instance().RemoveAll(store.get());
@@ -390,6 +409,12 @@ mapi::HRESULT Session::SetDefaultStore(ULONG flags, ULONG size, mapi::LPENTRYID 
 TKwComPtr<mapi::IMAPISession> LogOn(const WideString& profile, const WideString& password, ULONG flags)
 {
     RequireFlags(flags, LogonFlags);
+    const std::filesystem::path home = DataFolder();
+    if ((flags & mapi::MAPI_NEW_SESSION) == 0) {
+        // Whatever profile is named: the session that is there is the one to use.
+        if (SharedSessionPtr shared = SharedSession::Find(home))
+            return {new Session(std::move(shared))};
+    }
     ProfilesPtr profiles = OpenProfiles();
     WideString name = profile;
     if (name.empty() && !(flags & mapi::MAPI_USE_DEFAULT))
@@ -399,7 +424,10 @@ TKwComPtr<mapi::IMAPISession> LogOn(const WideString& profile, const WideString&
     if (name.empty())
         Fail(mapi::MAPI_E_LOGON_FAILED, sNoDefault);
     const ProfileId id = profiles->LogOn(name, password);
-    return {new Session(std::move(profiles), id)};
+    const auto shared = std::make_shared<SharedSession>(std::move(profiles), id);
+    if ((flags & mapi::MAPI_ALLOW_OTHERS) != 0)
+        SharedSession::Offer(home, shared);
+    return {new Session(shared)};
 }
 
 } // namespace deftmapi::client

@@ -51,8 +51,8 @@ std::optional<EntryReference> ParseEntryId(std::span<const std::uint8_t> id)
         return std::nullopt;
     EntryReference reference{layout.store, layout.kind, 0};
     std::memcpy(&reference.row, layout.row, sizeof layout.row);
-    const bool known =
-        layout.kind == EntryKind::Store || layout.kind == EntryKind::Folder || layout.kind == EntryKind::Message;
+    const bool known = layout.kind == EntryKind::Store || layout.kind == EntryKind::Folder ||
+                       layout.kind == EntryKind::Message || layout.kind == EntryKind::Status;
     if (!known || reference.row < 0)
         Fail(mapi::MAPI_E_INVALID_ENTRYID, sInvalid);
     return reference;

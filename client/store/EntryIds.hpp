@@ -17,7 +17,8 @@ enum class EntryKind : std::uint16_t
 {
     Store = mapi::MAPI_STORE,
     Folder = mapi::MAPI_FOLDER,
-    Message = mapi::MAPI_MESSAGE
+    Message = mapi::MAPI_MESSAGE,
+    Status = mapi::MAPI_STATUS ///< a row of the status table; `row` is its resource type
 };
 
 struct EntryReference

@@ -17,6 +17,7 @@ constexpr auto sNoProperty = u"The object does not have this property.";
 constexpr auto sNotStreamable = u"Only text and binary properties can be opened as a stream.";
 constexpr auto sComputedStream = u"The property is computed and cannot be written.";
 constexpr auto sNoTags = u"The array of property tags is empty.";
+constexpr auto sNoNames = u"The object has no named properties.";
 
 constexpr ULONG HtmlId = tag::Html >> 16;
 constexpr ULONG FirstNamed = 0x8000;
@@ -26,7 +27,13 @@ std::string StringOf(const Bytes& bytes)
     return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
 }
 
-/// Brings a blob of acceptable size into memory.
+bool IsTextType(ULONG type)
+{
+    return type == mapi::PT_UNICODE || type == mapi::PT_STRING8;
+}
+
+} // namespace
+
 Prop Materialize(const Prop& prop)
 {
     const auto* blob = std::get_if<BlobPtr>(&prop.data);
@@ -39,13 +46,6 @@ Prop Materialize(const Prop& prop)
     std::memcpy(text.data(), bytes.data(), text.size() * 2);
     return {prop.tag, std::move(text)};
 }
-
-bool IsTextType(ULONG type)
-{
-    return type == mapi::PT_UNICODE || type == mapi::PT_STRING8;
-}
-
-} // namespace
 
 std::optional<Prop> PropertyCore::Computed(ULONG)
 {
@@ -298,6 +298,8 @@ mapi::HRESULT PropertyCore::DoGetNamesFromIDs(mapi::LPSPropTagArray* tags, const
     *count = 0;
     *names = nullptr;
     RequireFlags(flags, mapi::MAPI_NO_STRINGS | mapi::MAPI_NO_IDS);
+    if (!FStore)
+        Fail(mapi::MAPI_E_NO_SUPPORT, sNoNames);
     std::vector<ULONG> ids;
     const bool all = *tags == nullptr;
     if (all)
@@ -366,6 +368,8 @@ mapi::HRESULT PropertyCore::DoGetIDsFromNames(ULONG count, mapi::LPMAPINAMEID* n
     Require(tags, u"lppPropTags");
     *tags = nullptr;
     RequireFlags(flags, mapi::MAPI_CREATE);
+    if (!FStore)
+        Fail(mapi::MAPI_E_NO_SUPPORT, sNoNames);
     const bool create = (flags & mapi::MAPI_CREATE) != 0;
     std::vector<ULONG> result;
     if (count == 0 || !names) {

@@ -9,20 +9,26 @@
 namespace deftmapi::client
 {
 
+/// The property with its value in memory. REQUIRES: a blob is of acceptable size
+[[nodiscard]] Prop Materialize(const Prop& prop);
+
 class PropertyCore
 {
 public:
     PropertyCore(const PropertyCore&) = delete;
     PropertyCore& operator=(const PropertyCore&) = delete;
 
-    /// Puts the value that a stream has written into the object. REQUIRES: the store's lock is held.
+    /// Puts the value that a stream has written into the object. REQUIRES: the lock of its home is held.
     void SetStreamValue(ULONG tag, PropData data);
     [[nodiscard]] StoreFile& Store() const { return *FStore; }
     [[nodiscard]] const StorePtr& SharedStore() const { return FStore; }
+    [[nodiscard]] const std::shared_ptr<PropertyHome>& Home() const { return FHome; }
     [[nodiscard]] bool IsWritable() const { return FWritable; }
 
 protected:
-    PropertyCore(StorePtr store, bool writable) : FStore(std::move(store)), FWritable(writable) {}
+    PropertyCore(StorePtr store, bool writable) : FStore(std::move(store)), FWritable(writable), FHome(FStore) {}
+    /// An object of no store: it has no named properties.
+    PropertyCore(std::shared_ptr<PropertyHome> home, bool writable) : FWritable(writable), FHome(std::move(home)) {}
     virtual ~PropertyCore() = default;
 
     /// Called at the beginning of every property method: brings what is in memory up to date.
@@ -49,7 +55,7 @@ protected:
     template <typename Body>
     mapi::HRESULT Run(Body&& body) noexcept
     {
-        const std::lock_guard lock(FStore->Lock());
+        const std::lock_guard lock(FHome->Lock());
         return Guard(FLast, std::forward<Body>(body));
     }
     void RequireWritable() const;
@@ -65,11 +71,12 @@ protected:
                                     mapi::LPMAPINAMEID** names);
     mapi::HRESULT DoGetIDsFromNames(ULONG count, mapi::LPMAPINAMEID* names, ULONG flags, mapi::LPSPropTagArray* tags);
 
-    StorePtr FStore;
+    StorePtr FStore; // null for an object of no store
     bool FWritable;
     LastError FLast;
 
 private:
+    std::shared_ptr<PropertyHome> FHome;
     [[nodiscard]] std::vector<ULONG> AllTags(bool unicode);
     [[nodiscard]] std::optional<Prop> ConvertHtml(const Prop& stored, ULONG type);
 };

@@ -52,7 +52,7 @@ BlobPtr StreamContent(const Prop& value)
 
 PropertyStream::PropertyStream(TKwComPtr<mapi::IUnknown> owner, PropertyCore& core, ULONG tag, BlobPtr content,
                                bool writable)
-    : FOwner(std::move(owner)), FCore(core), FStore(core.SharedStore()), FTag(tag), FContent(std::move(content)),
+    : FOwner(std::move(owner)), FCore(core), FHome(core.Home()), FTag(tag), FContent(std::move(content)),
       FWritable(writable)
 {
     if (!FContent)
@@ -68,7 +68,7 @@ PropertyStream::~PropertyStream()
 template <typename Body>
 mapi::HRESULT PropertyStream::Run(Body&& body) noexcept
 {
-    const std::lock_guard lock(FStore->Lock());
+    const std::lock_guard lock(FHome->Lock());
     return StorageResult(Guard(FLast, std::forward<Body>(body)));
 }
 
@@ -82,7 +82,7 @@ Spool& PropertyStream::Writable()
     if (!FWritable)
         Fail(mapi::STG_E_ACCESSDENIED, u"The stream was opened for reading only.");
     if (!FSpool) {
-        auto spool = FStore->NewSpool();
+        auto spool = FHome->NewSpool();
         spool->Append(*FContent);
         FSpool = std::move(spool);
         FContent = FSpool;

@@ -54,7 +54,7 @@ private:
 
     TKwComPtr<mapi::IUnknown> FOwner;
     PropertyCore& FCore;
-    StorePtr FStore;
+    std::shared_ptr<PropertyHome> FHome;
     ULONG FTag;
     BlobPtr FContent;
     std::shared_ptr<Spool> FSpool; // once written

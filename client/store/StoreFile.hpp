@@ -6,6 +6,7 @@
 #include "client/store/Database.hpp"
 #include "client/store/EntryIds.hpp"
 #include "client/store/PropertyBag.hpp"
+#include "client/store/PropertyHome.hpp"
 #include "client/store/Schema.hpp"
 #include "client/store/StoreChanges.hpp"
 
@@ -31,13 +32,12 @@ struct LargeOwner
     [[nodiscard]] std::int64_t Key() const { return row * 4 + kind; }
 };
 
-class StoreFile : public std::enable_shared_from_this<StoreFile>
+class StoreFile final : public PropertyHome, public std::enable_shared_from_this<StoreFile>
 {
 public:
     /// @throws Failure  as CheckStoreFile
     [[nodiscard]] static std::shared_ptr<StoreFile> Open(const std::filesystem::path& file);
 
-    [[nodiscard]] std::recursive_mutex& Lock() { return FLock; }
     [[nodiscard]] Database& Db() { return FDatabase; }
     /// Who changes rows of messages tells it here, inside the same transaction.
     [[nodiscard]] StoreChanges& Changes() { return FChanges; }
@@ -45,7 +45,7 @@ public:
     /// The same store over another connection, for those who listen to it: it sees only what is durable. All who listen
     /// share it. REQUIRES: the lock is held.
     [[nodiscard]] std::shared_ptr<StoreFile> ForListeners();
-    [[nodiscard]] std::shared_ptr<Spool> NewSpool() const { return std::make_shared<Spool>(FFolder); }
+    [[nodiscard]] std::shared_ptr<Spool> NewSpool() const override { return std::make_shared<Spool>(FFolder); }
 
     [[nodiscard]] Bytes EntryIdOf(EntryKind kind, std::int64_t row) const { return MakeEntryId({FId, kind, row}); }
     /// The row that the identifier names in this store. @throws Failure  MAPI_E_INVALID_ENTRYID damaged, of another
@@ -86,7 +86,6 @@ private:
     LargeReference WriteLarge(const LargeOwner& owner, const Blob& blob);
     void DropValue(std::int64_t valueId);
 
-    std::recursive_mutex FLock;
     std::filesystem::path FFile;
     std::filesystem::path FFolder;
     std::weak_ptr<StoreFile> FForListeners;

@@ -158,7 +158,7 @@ TEST_F(ProfileTest, ADamagedForeignOrNewerFileIsRefusedAndLeftAlone)
     };
     {
         Database database(file, Database::Mode::Open);
-        database.Execute("PRAGMA user_version = 2");
+        database.Execute("PRAGMA user_version = 99");
     }
     std::string before = content();
     EXPECT_EQ(refused(), MAPI_E_VERSION);

@@ -206,7 +206,8 @@ TEST_F(SessionTest, ServicesBringStoresNewAndOld)
     EXPECT_TRUE(Stores(*session).empty());
     Ptr<IMsgServiceAdmin> services;
     ASSERT_EQ(session->AdminServices(0, Out(services)), S_OK);
-    EXPECT_EQ(services->CreateMsgService(W(u"MSPST MS"), nullptr, 0, Unicode), MAPI_E_NOT_FOUND);
+    EXPECT_EQ(services->CreateMsgService(W(u"MSPST MS"), nullptr, 0, Unicode), MAPI_E_EXTENDED_ERROR);
+    EXPECT_EQ(services->CreateMsgService(W(u"CONTAB"), nullptr, 0, Unicode), MAPI_E_NOT_FOUND);
 
     Ptr<IMsgServiceAdmin2> services2;
     ASSERT_EQ(services->QueryInterface(IID_IMsgServiceAdmin2, OutVoid(services2)), S_OK);

@@ -59,6 +59,82 @@ TEST_F(TEmbeddedSessionTest, LogonByName)
     EXPECT_FALSE(stores->Get_EOF());
 }
 
+TEST_F(TEmbeddedSessionTest, ServicesSectionsAndStatus)
+{
+    Session->Logon();
+    EXPECT_EQ(Session->GetSessionInfo()->Get_ProfileName(), u"Test");
+    EXPECT_EQ(Catch([&] { static_cast<void>(Session->GetSessionInfo()->Get_Identity()); }).ClassName,
+              "EMAPI_NOT_FOUND");
+    Session->FlushQueues(0);
+    const TKwMAPIEntryID global = StrToEntryID(KwGlobalProfileSection);
+    Session->OpenProfileSection(global, alReadWrite)->SetPropValues(*[&] {
+        auto values = Session->CreatePropValueList();
+        values->AddValue(PR_PROFILE_UI_STATE, 3);
+        return values;
+    }());
+
+    const auto services = Session->GetAdminServices();
+    const TKwMAPIEntryID second = services->CreateMsgService(u"DEFTSTORE", u"Archiv", false);
+    const auto settings = Session->CreatePropValueList();
+    settings->AddValue(PR_DISPLAY_NAME, WideString(u"Archiv 2024"));
+    services->ConfigureMsgService(second, {}, *settings);
+    EXPECT_EQ(Column(*Session->GetMsgStoresTable(), PR_DISPLAY_NAME),
+              (std::vector<std::string>{"Personal Folders", "Archiv 2024"}));
+    const WideString pst = WriteFile("old.pst", "!BDN");
+    const TCaught refused = Catch([&] { static_cast<void>(services->AddPstFileToCurrentProfile(pst, u"Old", false)); });
+    EXPECT_NE(refused.Message.find("(.pst) cannot be opened by this client"), std::string::npos) << refused.Message;
+    EXPECT_EQ(Column(*services->GetMsgServiceTable(), PR_DISPLAY_NAME).size(), 2u) << "nothing is left of it";
+    services->OpenProfileSection(second, alReadWrite)->PropByName(PR_PROFILE_CONFIG_FLAGS);
+
+    // By another logon, and without one.
+    Session->Logoff();
+    const auto named = Session->GetProfileAdmin()->GetAdminServices(u"Test", u"", false);
+    EXPECT_EQ(named->OpenProfileSection(global, alReadOnly)->PropByName(PR_PROFILE_UI_STATE)->Get_AsInteger(), 3);
+    named->DeleteMsgService(second);
+    Session->Logon();
+    EXPECT_EQ(Session->GetMsgStoresTable()->Get_RowCount(), 1);
+    EXPECT_EQ(Catch([&] { static_cast<void>(Session->OpenMsgFile(pst, alReadOnly)); }).ClassName, "EMAPI_NO_SUPPORT")
+        << "the client has no structured storage";
+}
+
+TEST_F(TEmbeddedSessionTest, EntriesAreFoundByTheirIdentifier)
+{
+    TKwMAPIEntryID id;
+    {
+        const auto message = OpenInbox()->CreateMessage(u"");
+        message->Set_Subject(u"Found");
+        message->SaveChanges();
+        id = message->Get_EntryID();
+    }
+    const auto mail = Session->CreateMailMessage();
+    EXPECT_EQ(mail->Get_MessageClass(), u"IPM.Note");
+    EXPECT_EQ(KwAs<IKwMAPIMessage>(Session->OpenEntry(id, alReadOnly))->Get_Subject(), u"Found");
+    TKwRef<IKwMAPIProp> found;
+    EXPECT_TRUE(Session->FindEntry(id, alBestAccess, found));
+    TKwBytes bytes = EntryIDToArr(id);
+    bytes[bytes.size() - 8] ^= 0x40; // a row that is not there
+    EXPECT_FALSE(Session->FindEntry(ArrToEntryID(bytes), alReadOnly, found));
+    EXPECT_EQ(Catch([&] { static_cast<void>(Session->OpenEntry(ArrToEntryID(bytes), alReadOnly)); }).Message,
+              "TSession.OpenEntry failed!\r\nThere is not an object associated with the entry identifier passed in "
+              "lpEntryID.");
+}
+
+TEST_F(TEmbeddedSessionTest, TheEndOfASharedSessionLogsOffThoseWhoJoinedIt)
+{
+    Session->Get_LogonInfo()->Set_Shared(true);
+    Session->Logon();
+    const auto joined = TSession::Create();
+    joined->Get_LogonInfo()->Set_NewSession(false);
+    joined->Get_LogonInfo()->Set_ProfileName(u"of no meaning");
+    joined->Logon();
+    EXPECT_EQ(joined->GetSessionInfo()->Get_ProfileName(), u"Test");
+    const auto store = joined->OpenDefaultMsgStore(alReadOnly);
+    Session->Logoff();
+    EXPECT_EQ(HrDispatchNotifications(0), mapi::S_OK);
+    EXPECT_FALSE(joined->Get_Active());
+    EXPECT_EQ(Catch([&] { static_cast<void>(store->GetInboxFolderID()); }).ClassName, "EMAPI_NO_ACCESS");
+}
+
 TEST_F(TEmbeddedSessionTest, SpecialFoldersHaveTheirKind)
 {
     const auto store = OpenStore();

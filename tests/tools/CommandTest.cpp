@@ -125,6 +125,36 @@ TEST_F(CommandTest, Profiles)
     EXPECT_EQ(Run("--profile Nobody tree").Status, 1);
 }
 
+TEST_F(CommandTest, Services)
+{
+    CreateProfile();
+    EXPECT_EQ(Run("--json info").Document()["profile"], "Test");
+    const Json before = Run("--json service list").Document();
+    ASSERT_EQ(before.size(), 1u);
+    EXPECT_EQ(before[0]["service"], "DEFTSTORE");
+    EXPECT_EQ(before[0]["default"], true);
+    const Outcome added =
+        Run("--json service add DEFTSTORE --name Archive PR_DISPLAY_NAME=2024 PR_PST_PATH=archive.db");
+    ASSERT_EQ(added.Status, 0) << added.Errors;
+    EXPECT_TRUE(fs::exists(FFolder / "home" / "stores" / "archive.db"));
+    const Json after = Run("--json service list").Document();
+    ASSERT_EQ(after.size(), 2u);
+    EXPECT_EQ(after[1]["uid"], added.Document()["uid"]);
+    EXPECT_EQ(after[1]["name"], "Archive");
+
+    EXPECT_EQ(Run("service add DEFTSTORE 'no setting'").Status, 2);
+    const Outcome personal = Run("service add 'MSPST MS' PR_PST_PATH=some.pst");
+    EXPECT_EQ(personal.Status, 1);
+    EXPECT_NE(personal.Errors.find("(.pst) cannot be opened"), std::string::npos) << personal.Errors;
+    EXPECT_EQ(Run("service add DEFTSTORE PR_PST_PATH=archive.db").Status, 1) << "the profile has that store";
+    EXPECT_EQ(Run("--json service list").Document(), after) << "nothing is left of what failed";
+
+    ASSERT_EQ(Run("service remove " + after[1]["uid"].get<std::string>()).Status, 0);
+    EXPECT_EQ(Run("--json service list").Document(), before);
+    EXPECT_EQ(Run("service remove " + after[1]["uid"].get<std::string>()).Status, 1);
+    EXPECT_EQ(Run("service remove 12").Status, 1);
+}
+
 TEST_F(CommandTest, ImportsListsShowsAndDeletes)
 {
     CreateProfile();

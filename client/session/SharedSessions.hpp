@@ -1,0 +1,42 @@
+// Sessions that others join, and how all of them are told that one has ended the session for all.
+#pragma once
+
+#include "client/notify/Dispatcher.hpp"
+#include "client/session/Profiles.hpp"
+
+namespace deftmapi::client
+{
+
+/// A session that was logged on with MAPI_ALLOW_OTHERS, and those that joined it. A COM pointer does not cross
+/// processes, so a session is shared within one process.
+class SharedSession
+{
+public:
+    SharedSession(ProfilesPtr profiles, ProfileId profile) : FProfiles(std::move(profiles)), FProfile(profile) {}
+
+    [[nodiscard]] const ProfilesPtr& ProfilesOf() const { return FProfiles; }
+    [[nodiscard]] ProfileId Profile() const { return FProfile; }
+
+    /// What a member's connection listens to. @param member  who listens; he is not told of his own end
+    [[nodiscard]] std::shared_ptr<Listener> NewListener(const void* member);
+    /// The member ends the session for all: the others are told (fnevExtended), nobody joins any more.
+    void End(const void* member);
+
+    /// The session that can be joined in a data folder, or null.
+    [[nodiscard]] static std::shared_ptr<SharedSession> Find(const std::filesystem::path& home);
+    /// Lets others join a session, unless there is one that can be joined already. It is forgotten with its last
+    /// member.
+    static void Offer(const std::filesystem::path& home, const std::shared_ptr<SharedSession>& session);
+
+private:
+    class EndListener;
+
+    ProfilesPtr FProfiles;
+    ProfileId FProfile;
+    std::mutex FLock;
+    std::vector<std::weak_ptr<EndListener>> FListeners;
+    std::atomic<bool> FEnded{false};
+};
+using SharedSessionPtr = std::shared_ptr<SharedSession>;
+
+} // namespace deftmapi::client

@@ -1,0 +1,255 @@
+// Sections of profiles, the status table and its objects, and sessions that others join.
+#include "tests/client/SessionFixture.hpp"
+
+#include "client/notify/Dispatcher.hpp"
+#include "client/store/Database.hpp"
+
+#include <array>
+#include <atomic>
+#include <cstring>
+
+namespace deftmapi::client::test
+{
+namespace
+{
+
+using namespace mapi;
+
+constexpr MAPIUID Global = {
+    {0x13, 0xDB, 0xB0, 0xC8, 0xAA, 0x05, 0x10, 0x1A, 0x9B, 0xB0, 0x00, 0xAA, 0x00, 0x2F, 0xC4, 0x5A}};
+constexpr ULONG ConfigFlags = 0x66010003;
+constexpr ULONG ProfileName = 0x3D12001F;
+constexpr ULONG Settings = 0x67F00102;
+
+MAPIUID Other(std::uint8_t number)
+{
+    MAPIUID uid{};
+    uid.ab[15] = number;
+    return uid;
+}
+
+/// Counts the ends of sessions that it is told of.
+class EndSink final : public ComObject<IMAPIAdviseSink>
+{
+public:
+    [[nodiscard]] bool Implements(const IID& iid) const noexcept override { return iid == IID_IMAPIAdviseSink; }
+    ULONG DEFTMAPI_STDCALL OnNotify(ULONG count, LPNOTIFICATION notifications) noexcept override
+    {
+        for (ULONG i = 0; i < count; ++i)
+            if (notifications[i].ulEventType == fnevExtended && notifications[i].info.ext.cb == 0)
+                ++ends;
+        return 0;
+    }
+    std::atomic<int> ends{0};
+};
+
+class ProfileSectionTest : public SessionTest
+{
+protected:
+    [[nodiscard]] static Ptr<IProfSect> Section(IMAPISession& session, MAPIUID uid, ULONG flags,
+                                                HRESULT expected = S_OK)
+    {
+        Ptr<IProfSect> section;
+        EXPECT_EQ(session.OpenProfileSection(&uid, nullptr, flags, Out(section)), expected);
+        return section;
+    }
+    static HRESULT SetLong(IMAPIProp& prop, ULONG tag, LONG number)
+    {
+        SPropValue value{};
+        value.ulPropTag = tag;
+        value.Value.l = number;
+        return prop.SetProps(1, &value, nullptr);
+    }
+    [[nodiscard]] static MAPIUID FirstService(IMAPISession& session, ULONG column)
+    {
+        Ptr<IMsgServiceAdmin> services;
+        EXPECT_EQ(session.AdminServices(0, Out(services)), S_OK);
+        Ptr<IMAPITable> table;
+        EXPECT_EQ(services->GetProviderTable(0, Out(table)), S_OK);
+        const Bytes bytes = std::get<Bytes>(Rows(*table, {column}).at(0)[0].data);
+        MAPIUID uid{};
+        std::memcpy(&uid, bytes.data(), sizeof uid);
+        return uid;
+    }
+};
+
+TEST_F(ProfileSectionTest, SettingsAreKeptAtOnceAndForTheirProfile)
+{
+    ASSERT_EQ(Create(u"p"), S_OK);
+    ASSERT_EQ(Create(u"q"), S_OK);
+    auto session = LogOnTo(u"p");
+    EXPECT_FALSE(Section(*session, Other(1), 0, MAPI_E_NOT_FOUND));
+    {
+        const auto global = Section(*session, Global, 0);
+        EXPECT_EQ(Get(*global, ProfileName).Wide(), u"p");
+        EXPECT_EQ(SetLong(*global, ConfigFlags, 1), MAPI_E_NO_ACCESS);
+    }
+    const auto written = Section(*session, Global, MAPI_MODIFY);
+    ASSERT_EQ(SetLong(*written, ConfigFlags, 6), S_OK);
+    const auto read = Section(*LogOnTo(u"p"), Global, 0);
+    EXPECT_EQ(Get(*read, ConfigFlags).Number(), 6) << "without SaveChanges, by another session";
+    ASSERT_EQ(SetLong(*written, ConfigFlags, 7), S_OK);
+    EXPECT_EQ(Get(*read, ConfigFlags).Number(), 7) << "also when the section is open already";
+    EXPECT_EQ(Get(*Section(*LogOnTo(u"q"), Global, 0), ConfigFlags).Error(), MAPI_E_NOT_FOUND);
+
+    // One of the application's own, with a value that is written as a stream.
+    const auto own = Section(*session, Other(1), MAPI_MODIFY);
+    Ptr<IUnknown> opened;
+    ASSERT_EQ(own->OpenProperty(Settings, &IID_IStream, 0, MAPI_CREATE | MAPI_MODIFY, Out(opened)), S_OK);
+    Ptr<IStream> stream;
+    ASSERT_EQ(opened->QueryInterface(IID_IStream, OutVoid(stream)), S_OK);
+    opened.Reset();
+    ASSERT_EQ(stream->Write("settings", 8, nullptr), S_OK);
+    ASSERT_EQ(stream->Commit(0), S_OK);
+    stream.Reset();
+    EXPECT_EQ(Get(*Section(*LogOnTo(u"p"), Other(1), 0), Settings).Blob(),
+              Bytes({'s', 'e', 't', 't', 'i', 'n', 'g', 's'}));
+    SPropTagArray tag{1, {Settings}};
+    ASSERT_EQ(own->DeleteProps(&tag, nullptr), S_OK);
+    EXPECT_EQ(Get(*Section(*session, Other(1), 0), Settings).Error(), MAPI_E_NOT_FOUND);
+    GUID set = PS_PUBLIC_STRINGS;
+    MAPINAMEID name{&set, MNID_ID, {}};
+    LPMAPINAMEID names = &name;
+    MapiBuffer<SPropTagArray> tags;
+    EXPECT_EQ(own->GetIDsFromNames(1, &names, 0, tags.Out()), MAPI_E_NO_SUPPORT);
+}
+
+TEST_F(ProfileSectionTest, SectionsGoWithTheirServiceAndCopyWithTheirProfile)
+{
+    ASSERT_EQ(Create(u"p"), S_OK);
+    auto session = LogOnTo(u"p");
+    const MAPIUID service = FirstService(*session, tag::ServiceUid);
+    const MAPIUID provider = FirstService(*session, tag::ProviderUid);
+    ASSERT_EQ(SetLong(*Section(*session, service, MAPI_MODIFY), ConfigFlags, 1), S_OK);
+    ASSERT_EQ(SetLong(*Section(*session, provider, MAPI_MODIFY), ConfigFlags, 2), S_OK);
+    ASSERT_EQ(SetLong(*Section(*session, Other(9), MAPI_MODIFY), ConfigFlags, 3), S_OK);
+
+    // The administration of the service's providers opens the same sections.
+    Ptr<IMsgServiceAdmin> services;
+    ASSERT_EQ(session->AdminServices(0, Out(services)), S_OK);
+    Ptr<IProviderAdmin> providers;
+    MAPIUID uid = Other(5);
+    EXPECT_EQ(services->AdminProviders(&uid, 0, Out(providers)), MAPI_E_NOT_FOUND);
+    uid = service;
+    ASSERT_EQ(services->AdminProviders(&uid, Unicode, Out(providers)), S_OK);
+    Ptr<IMAPITable> table;
+    ASSERT_EQ(providers->GetProviderTable(0, Out(table)), S_OK);
+    EXPECT_EQ(Rows(*table, {tag::ProviderUid}).size(), 1u);
+    Ptr<IProfSect> section;
+    uid = provider;
+    ASSERT_EQ(providers->OpenProfileSection(&uid, &IID_IProfSect, 0, Out(section)), S_OK);
+    EXPECT_EQ(Get(*section, ConfigFlags).Number(), 2);
+    EXPECT_EQ(providers->DeleteProvider(&uid), MAPI_E_NO_SUPPORT);
+
+    ASSERT_EQ(Admin()->CopyProfile(W(u"p"), nullptr, W(u"copy"), 0, Unicode), S_OK);
+    auto copy = LogOnTo(u"copy");
+    EXPECT_EQ(Get(*Section(*copy, FirstService(*copy, tag::ServiceUid), 0), ConfigFlags).Number(), 1);
+    EXPECT_EQ(Get(*Section(*copy, FirstService(*copy, tag::ProviderUid), 0), ConfigFlags).Number(), 2);
+    EXPECT_EQ(Get(*Section(*copy, Other(9), 0), ConfigFlags).Number(), 3);
+
+    uid = service;
+    ASSERT_EQ(services->DeleteMsgService(&uid), S_OK);
+    EXPECT_FALSE(Section(*session, service, 0, MAPI_E_NOT_FOUND));
+    EXPECT_FALSE(Section(*session, provider, 0, MAPI_E_NOT_FOUND));
+    ASSERT_EQ(Admin()->DeleteProfile(W(u"p"), Unicode), S_OK);
+    ASSERT_EQ(Create(u"p"), S_OK);
+    EXPECT_FALSE(Section(*LogOnTo(u"p"), Other(9), 0, MAPI_E_NOT_FOUND)) << "a new profile of the old name";
+}
+
+TEST_F(ProfileSectionTest, AFileOfTheFirstVersionGetsSections)
+{
+    ASSERT_EQ(Create(u"p", u"pw"), S_OK);
+    {
+        Database database(Home() / "profiles.db", Database::Mode::Open);
+        database.Execute("DROP TABLE sections");
+        database.Execute("PRAGMA user_version = 1");
+    }
+    EXPECT_EQ(TryLogOn(u"p", u"wrong"), MAPI_E_LOGON_FAILED);
+    Ptr<IMAPISession> session;
+    ASSERT_EQ(MAPILogonEx(0, W(u"p"), W(u"pw"), Logon, Out(session)), S_OK);
+    EXPECT_EQ(SetLong(*Section(*session, Global, MAPI_MODIFY), ConfigFlags, 1), S_OK);
+}
+
+TEST_F(ProfileSectionTest, TheStatusTableAndTheSpooler)
+{
+    ASSERT_EQ(Create(u"Profil Ä"), S_OK);
+    auto session = LogOnTo(u"Profil Ä");
+    Ptr<IMAPITable> table;
+    ASSERT_EQ(session->GetStatusTable(Unicode, Out(table)), S_OK);
+    const auto rows = Rows(*table, {tag::ResourceType, tag::EntryId, tag::DisplayName});
+    ASSERT_EQ(rows.size(), 3u);
+    const ULONG types[] = {MAPI_SUBSYSTEM, MAPI_SPOOLER, MAPI_STORE_PROVIDER};
+    const std::u16string names[] = {u"Profil Ä", u"Deft MAPI spooler", u"Personal Folders"};
+    for (std::size_t i = 0; i < rows.size(); ++i) {
+        EXPECT_EQ(NumberAt(rows[i], 0), types[i]);
+        EXPECT_EQ(WideAt(rows[i], 2), names[i]);
+        Bytes id = std::get<Bytes>(rows[i][1].data);
+        ULONG type = 0;
+        Ptr<IUnknown> object;
+        ASSERT_EQ(session->OpenEntry(static_cast<ULONG>(id.size()), reinterpret_cast<LPENTRYID>(id.data()),
+                                     &IID_IMAPIStatus, 0, &type, Out(object)),
+                  S_OK);
+        EXPECT_EQ(type, MAPI_STATUS);
+        Ptr<IMAPIStatus> status;
+        ASSERT_EQ(object->QueryInterface(IID_IMAPIStatus, OutVoid(status)), S_OK);
+        EXPECT_EQ(Get(*status, tag::DisplayName).Wide(), names[i]);
+        EXPECT_EQ(status->ValidateState(0, 0), S_OK);
+        EXPECT_EQ(status->FlushQueues(0, 0, nullptr, FLUSH_UPLOAD),
+                  types[i] == MAPI_SPOOLER ? S_OK : MAPI_E_NO_SUPPORT);
+        EXPECT_EQ(SetLong(*status, ConfigFlags, 1), MAPI_E_NO_ACCESS);
+    }
+    Bytes gone = MakeEntryId({Other(1), EntryKind::Status, MAPI_STORE_PROVIDER});
+    ULONG type = 0;
+    Ptr<IUnknown> object;
+    EXPECT_EQ(session->OpenEntry(static_cast<ULONG>(gone.size()), reinterpret_cast<LPENTRYID>(gone.data()), nullptr, 0,
+                                 &type, Out(object)),
+              MAPI_E_NOT_FOUND);
+}
+
+TEST_F(ProfileSectionTest, SessionsAreJoinedAndEndedForAll)
+{
+    ASSERT_EQ(Create(u"p", u"pw"), S_OK);
+    ASSERT_EQ(Create(u"q"), S_OK);
+    constexpr ULONG join = MAPI_EXTENDED | Unicode;
+    const auto profileOf = [](IMAPISession& session) { return Get(*Section(session, Global, 0), ProfileName).Wide(); };
+    const auto logOn = [](const char16_t* profile, const char16_t* password, ULONG flags) {
+        Ptr<IMAPISession> session;
+        EXPECT_EQ(MAPILogonEx(0, W(profile), W(password), flags, Out(session)), S_OK);
+        return session;
+    };
+    EXPECT_EQ(TryLogOn(u"p", nullptr, join), MAPI_E_LOGON_FAILED) << "nothing to join, and no password";
+    auto alone = logOn(u"p", u"pw", Logon);
+    EXPECT_EQ(profileOf(*logOn(u"q", nullptr, join)), u"q") << "a session that allows nobody is not joined";
+
+    auto first = logOn(u"p", u"pw", Logon | MAPI_ALLOW_OTHERS);
+    auto second = logOn(u"q", nullptr, join);
+    EXPECT_EQ(profileOf(*second), u"p") << "whatever profile is named";
+    EXPECT_EQ(profileOf(*logOn(u"q", nullptr, Logon)), u"q") << "who wants a session of his own gets it";
+    auto late = logOn(u"q", nullptr, Logon | MAPI_ALLOW_OTHERS);
+    EXPECT_EQ(profileOf(*logOn(nullptr, nullptr, join)), u"p") << "there is one to be joined already";
+
+    Ptr<EndSink> sinks[] = {Ptr<EndSink>(new EndSink), Ptr<EndSink>(new EndSink), Ptr<EndSink>(new EndSink)};
+    IMAPISession* const sessions[] = {first.Get(), second.Get(), alone.Get()};
+    ULONG_PTR connection = 0;
+    for (std::size_t i = 0; i < std::size(sessions); ++i)
+        ASSERT_EQ(sessions[i]->Advise(0, nullptr, fnevExtended, sinks[i].Get(), &connection), S_OK);
+    const auto ends = [&] {
+        HrDispatchNotifications(0);
+        return std::array{sinks[0]->ends.load(), sinks[1]->ends.load(), sinks[2]->ends.load()};
+    };
+    ASSERT_EQ(logOn(u"q", nullptr, join)->Logoff(0, 0, 0), S_OK);
+    EXPECT_EQ(ends(), (std::array{0, 0, 0})) << "one of them has gone";
+    ASSERT_EQ(second->Logoff(0, MAPI_LOGOFF_SHARED, 0), S_OK);
+    EXPECT_EQ(ends(), (std::array{1, 0, 0})) << "the others of that session, and not the one that ended it";
+    EXPECT_EQ(profileOf(*first), u"p") << "it works until it is logged off";
+    EXPECT_EQ(profileOf(*logOn(u"q", nullptr, join)), u"q") << "nobody joins what has ended";
+    ASSERT_EQ(first->Logoff(0, MAPI_LOGOFF_SHARED, 0), S_OK);
+    EXPECT_EQ(ends(), (std::array{1, 0, 0}));
+
+    // The last reference ends the offer as a logoff does.
+    logOn(u"p", u"pw", Logon | MAPI_ALLOW_OTHERS).Reset();
+    EXPECT_EQ(profileOf(*logOn(u"q", nullptr, join)), u"q");
+}
+
+} // namespace
+} // namespace deftmapi::client::test
