@@ -91,10 +91,14 @@ void CopyTree(StoreFile& store, std::int64_t from, std::int64_t parent, const Wi
 
 void PurgeFolder(StoreFile& store, std::int64_t row)
 {
+    // The bulk goes in pieces, each a transaction of its own; what came meanwhile goes with the folder.
     for (const std::int64_t child : Children(store, row))
         PurgeFolder(store, child);
     PurgeMessages(store, row, true);
     Transaction transaction(store.Db());
+    for (const std::int64_t child : Children(store, row))
+        PurgeFolder(store, child);
+    PurgeMessages(store, row, true);
     store.DropLargeValues({LargeOwner::Folder, row});
     store.Db().Prepare("DELETE FROM receive_folders WHERE folder = ?1").Bind(1, row).Run();
     store.Db().Prepare("DELETE FROM folders WHERE id = ?1").Bind(1, row).Run();
@@ -143,16 +147,18 @@ mapi::HRESULT FolderObject::CopyFolder(ULONG size, mapi::LPENTRYID id, mapi::LPC
         RequireWritable();
         const std::int64_t row = FStore->RowOf(size, id, EntryKind::Folder);
         const std::int64_t target = DestinationRow(destination, iid);
-        const FolderRow source = LoadFolder(*FStore, row);
         const bool move = (flags & mapi::FOLDER_MOVE) != 0;
         if (move && IsSpecial(row))
             Fail(mapi::MAPI_E_NO_ACCESS, sSpecial);
+        // From here on nobody else moves a folder: what is looked at stays as it is until the end.
+        Transaction transaction(FStore->Db());
+        const FolderRow source = LoadFolder(*FStore, row);
+        static_cast<void>(LoadFolder(*FStore, target)); // it must still be there
         if ((move || flags & mapi::COPY_SUBFOLDERS) && IsBelow(*FStore, target, row))
             Fail(mapi::MAPI_E_FOLDER_CYCLE, sCycle);
         WideString text = TextParameter(name, flags);
         if (text.empty())
             text = source.props.Text(tag::DisplayName);
-        Transaction transaction(FStore->Db());
         const std::int64_t taken = ChildOfName(*FStore, target, text);
         if (taken != 0 && !(move && taken == row))
             Fail(mapi::MAPI_E_COLLISION, sNameTaken);

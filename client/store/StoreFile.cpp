@@ -138,6 +138,7 @@ Bytes StoreFile::Pack(const LargeOwner& owner, const PropertyBag& bag, const std
                       bool isNew)
 {
     Bytes packed;
+    packed.reserve(1024);
     std::set<std::int64_t> kept;
     for (const auto& [id, prop] : bag) {
         if (take && !take(prop))
