@@ -1,6 +1,7 @@
 // What a contents table costs beside SQL written by hand over the same file.
-// usage: bench_contents [FILE]          FILE: a store made by scripts/build-million; else one is made and removed
-//        bench_contents --build FILE N  writes a store of N messages and tells the rate
+// usage: bench_contents [FILE] [BENCHMARK-ARGUMENT...]   FILE: a store made by scripts/build-million; else one is made
+//                                                        and removed
+//        bench_contents --build FILE N                   writes a store of N messages and tells the rate
 // DEFTMAPI_BENCH_SHORT: 20,000 messages. Ends with 1 when a limit is missed.
 #include "bench/client/Folders.hpp"
 
@@ -61,24 +62,84 @@ void FirstBatch(const Folder& folder)
     Expect(ReadRows(*table.Get(), Batch) == Batch);
 }
 
-void RaceAll(const Folder& folder, Report& report)
+/// The large folder and a small one, SQL's connection to the large one, and a table of it. Made when the first race
+/// runs.
+class Arena
 {
-    Database plain(folder.file, Database::Mode::Open);
-    plain.Execute("PRAGMA cache_size = -16000");
-    const auto run = [&](const std::string& sql) {
-        Query query = plain.Prepare(sql);
+public:
+    explicit Arena(const std::filesystem::path& given)
+        : FFile(given.empty() ? FScratch.path / "large.store" : given), FSmallFile(FScratch.path / "small.store")
+    {
+        const bool isShort = std::getenv("DEFTMAPI_BENCH_SHORT") != nullptr;
+        if (given.empty()) {
+            const std::int64_t messages = isShort ? 20000 : 1000000;
+            std::cout << "writing " << messages
+                      << " messages: " << static_cast<std::int64_t>(Folder::Build(FFile, messages)) << " a second\n";
+        }
+        Folder::Build(FSmallFile, isShort ? 2000 : 10000);
+        large = std::make_unique<Folder>(FFile);
+        small = std::make_unique<Folder>(FSmallFile);
+        plain = std::make_unique<Database>(FFile, Database::Mode::Open);
+        plain->Execute("PRAGMA cache_size = -16000");
+        ForgetPeak();
+        memory = PeakMemory();
+        table = large->Open();
+        SortByTime(*table.Get(), mapi::TABLE_SORT_DESCEND);
+    }
+
+    /// Runs a statement of plain SQL and takes its values. @returns the number of rows
+    std::int64_t Run(const std::string& sql) const
+    {
+        Query query = plain->Prepare(sql);
         return Take(query);
-    };
-    const std::string byTime = " ORDER BY m.delivery_time DESC, m.id DESC ";
-    const std::string batch = " LIMIT " + std::to_string(Batch);
-    ForgetPeak();
-    const double before = PeakMemory();
+    }
 
-    report.Race(
-        "open, sort by time, first 50", SqlLimit, 30, [&] { FirstBatch(folder); },
-        [&] { run(From(Columns, byTime + batch)); });
+private:
+    Scratch FScratch;
+    std::filesystem::path FFile;
+    std::filesystem::path FSmallFile;
 
-    const auto table = folder.Open();
+public:
+    std::unique_ptr<Folder> large;
+    std::unique_ptr<Folder> small;
+    std::unique_ptr<Database> plain;
+    TKwComPtr<mapi::IMAPITable> table; ///< by time, the latest first; unrestricted between the races
+    double memory = 0;                 ///< of the process before the races
+};
+
+/// Restricts a table and reads its count and first rows. @returns the count
+ULONG Restrict(mapi::IMAPITable& table, mapi::SRestriction& restriction)
+{
+    ULONG count = 0;
+    Check(table.Restrict(&restriction, 0));
+    Check(table.GetRowCount(0, &count));
+    Expect(ReadRows(table, Batch) == Batch);
+    return count;
+}
+
+std::filesystem::path givenFile; // from the command line; empty: one is made
+
+const Arena& TheArena()
+{
+    static const Arena arena(givenFile);
+    return arena;
+}
+
+const std::string ByTime = " ORDER BY m.delivery_time DESC, m.id DESC ";
+const std::string Limit50 = " LIMIT " + std::to_string(Batch);
+
+void OpenAndSort(benchmark::State& state)
+{
+    const Arena& arena = TheArena();
+    TheReport().Race(
+        state, "open, sort by time, first 50", SqlLimit, 30, [&] { FirstBatch(*arena.large); },
+        [&] { arena.Run(From(Columns, ByTime + Limit50)); });
+}
+
+void SubjectPrefix(benchmark::State& state)
+{
+    const Arena& arena = TheArena();
+    const auto table = arena.large->Open(); // in no order of its own
     std::u16string begin = u"invoice";
     mapi::SPropValue value{};
     value.ulPropTag = tag::Subject;
@@ -86,74 +147,108 @@ void RaceAll(const Folder& folder, Report& report)
     mapi::SRestriction prefix{};
     prefix.rt = mapi::RES_CONTENT;
     prefix.res.resContent = {mapi::FL_PREFIX | mapi::FL_IGNORECASE, tag::Subject, &value};
-    ULONG count = 0;
-    const auto restrict = [&](mapi::SRestriction& restriction) {
-        Check(table->Restrict(&restriction, 0));
-        Check(table->GetRowCount(0, &count));
-        Expect(ReadRows(*table.Get(), Batch) == Batch);
-    };
     const std::string beginning =
         " AND m.subject COLLATE deft_fold >= 'invoice' AND m.subject COLLATE deft_fold < 'invoicf' ";
-    report.Race(
-        "subject begins with, count and first 50", SqlLimit, 10, [&] { restrict(prefix); },
+    ULONG count = 0;
+    TheReport().Race(
+        state, "subject begins with, count and first 50", SqlLimit, 10, [&] { count = Restrict(*table.Get(), prefix); },
         [&] {
-            Expect(plain.Scalar(From("count(*)", beginning, "messages_subject")) == count);
-            run(From(Columns, beginning + " ORDER BY m.id " + batch, "messages_subject"));
+            Expect(arena.plain->Scalar(From("count(*)", beginning, "messages_subject")) == count);
+            arena.Run(From(Columns, beginning + " ORDER BY m.id " + Limit50, "messages_subject"));
         });
-    Check(table->Restrict(nullptr, 0));
-    SortByTime(*table.Get(), mapi::TABLE_SORT_DESCEND);
-    mapi::SRestriction unread = Unread();
-    report.Race(
-        "unread by time, count and first 50", SqlLimit, 10, [&] { restrict(unread); },
-        [&] {
-            Expect(plain.Scalar(From("count(*)", " AND (m.flags & 1) = 0 ", "messages_unread")) == count);
-            run(From(Columns, " AND (m.flags & 1) = 0 " + byTime + batch, "messages_unread"));
-        });
-    Check(table->Restrict(nullptr, 0));
+}
 
+void UnreadByTime(benchmark::State& state)
+{
+    const Arena& arena = TheArena();
+    mapi::SRestriction unread = Unread();
+    ULONG count = 0;
+    TheReport().Race(
+        state, "unread by time, count and first 50", SqlLimit, 10,
+        [&] { count = Restrict(*arena.table.Get(), unread); },
+        [&] {
+            Expect(arena.plain->Scalar(From("count(*)", " AND (m.flags & 1) = 0 ", "messages_unread")) == count);
+            arena.Run(From(Columns, " AND (m.flags & 1) = 0 " + ByTime + Limit50, "messages_unread"));
+        });
+    Check(arena.table->Restrict(nullptr, 0));
+}
+
+void FindBySearchKey(benchmark::State& state)
+{
+    const Arena& arena = TheArena();
     std::int64_t number = 1;
+    Bytes key;
+    const auto next = [&] {
+        number = (number * 48271) % arena.large->count;
+        key = std::get<Bytes>(PropsOf(number)[6].data);
+    };
+    mapi::SPropValue value{};
+    value.ulPropTag = tag::SearchKey;
     mapi::SRestriction search{};
     search.rt = mapi::RES_PROPERTY;
     search.res.resProperty = {mapi::RELOP_EQ, tag::SearchKey, &value};
-    Bytes key;
-    report.Race(
-        "find by search key, read the row", SqlLimit, 200,
+    TheReport().Race(
+        state, "find by search key, read the row", SqlLimit, 200,
         [&] {
-            number = (number * 48271) % folder.count;
-            key = std::get<Bytes>(PropsOf(number)[6].data);
-            value.ulPropTag = tag::SearchKey;
+            next();
             value.Value.bin = {static_cast<ULONG>(key.size()), key.data()};
-            Check(table->FindRow(&search, mapi::BOOKMARK_BEGINNING, 0));
-            Expect(ReadRows(*table.Get(), 1) == 1);
+            Check(arena.table->FindRow(&search, mapi::BOOKMARK_BEGINNING, 0));
+            Expect(ReadRows(*arena.table.Get(), 1) == 1);
         },
         [&] {
-            number = (number * 48271) % folder.count;
-            key = std::get<Bytes>(PropsOf(number)[6].data);
+            next();
             std::int64_t row = 0;
             {
-                Query find = plain.Prepare(From("m.id", " AND m.search_key = ?1", "messages_search_key"));
+                Query find = arena.plain->Prepare(From("m.id", " AND m.search_key = ?1", "messages_search_key"));
                 Expect(find.BindBlob(1, key).Step());
                 row = find.Number(0);
             }
-            Query read = plain.Prepare("SELECT " + std::string(Columns) + " FROM messages m WHERE m.id = ?1");
+            Query read = arena.plain->Prepare("SELECT " + std::string(Columns) + " FROM messages m WHERE m.id = ?1");
             Expect(Take(read.Bind(1, row)) == 1);
         });
-    report.Race(
-        "seek to the middle, read a row", SqlLimit, 5,
-        [&] {
-            Check(table->SeekRow(mapi::BOOKMARK_BEGINNING, static_cast<mapi::LONG>(folder.count / 2), nullptr));
-            Expect(ReadRows(*table.Get(), 1) == 1);
-        },
-        [&] { run(From(Columns, byTime + " LIMIT 1 OFFSET " + std::to_string(folder.count / 2))); });
-    report.Race(
-        "seek to the end, read 50 rows", SqlLimit, 30,
-        [&] {
-            Check(table->SeekRow(mapi::BOOKMARK_END, -Batch, nullptr));
-            Expect(ReadRows(*table.Get(), Batch) == Batch);
-        },
-        [&] { run(From(Columns, " ORDER BY m.delivery_time ASC, m.id ASC " + batch)); });
-    report.Line("peak memory growth, MiB", PeakMemory() - before, MemoryLimit, true);
 }
+
+void SeekToTheMiddle(benchmark::State& state)
+{
+    const Arena& arena = TheArena();
+    const auto middle = static_cast<mapi::LONG>(arena.large->count / 2);
+    TheReport().Race(
+        state, "seek to the middle, read a row", SqlLimit, 5,
+        [&] {
+            Check(arena.table->SeekRow(mapi::BOOKMARK_BEGINNING, middle, nullptr));
+            Expect(ReadRows(*arena.table.Get(), 1) == 1);
+        },
+        [&] { arena.Run(From(Columns, ByTime + " LIMIT 1 OFFSET " + std::to_string(middle))); });
+}
+
+void SeekToTheEnd(benchmark::State& state)
+{
+    const Arena& arena = TheArena();
+    TheReport().Race(
+        state, "seek to the end, read 50 rows", SqlLimit, 30,
+        [&] {
+            Check(arena.table->SeekRow(mapi::BOOKMARK_END, -Batch, nullptr));
+            Expect(ReadRows(*arena.table.Get(), Batch) == Batch);
+        },
+        [&] { arena.Run(From(Columns, " ORDER BY m.delivery_time ASC, m.id ASC " + Limit50)); });
+    TheReport().Line("peak memory growth, MiB", PeakMemory() - arena.memory, MemoryLimit, true);
+}
+
+void FirstBatchGrowth(benchmark::State& state)
+{
+    const Arena& arena = TheArena();
+    TheReport().Race(
+        state, "first batch, large folder beside a small one", FlatLimit, 30, [&] { FirstBatch(*arena.large); },
+        [&] { FirstBatch(*arena.small); });
+}
+
+BENCHMARK(OpenAndSort)->Iterations(1)->Unit(benchmark::kMillisecond);
+BENCHMARK(SubjectPrefix)->Iterations(1)->Unit(benchmark::kMillisecond);
+BENCHMARK(UnreadByTime)->Iterations(1)->Unit(benchmark::kMillisecond);
+BENCHMARK(FindBySearchKey)->Iterations(1)->Unit(benchmark::kMillisecond);
+BENCHMARK(SeekToTheMiddle)->Iterations(1)->Unit(benchmark::kMillisecond);
+BENCHMARK(SeekToTheEnd)->Iterations(1)->Unit(benchmark::kMillisecond);
+BENCHMARK(FirstBatchGrowth)->Iterations(1)->Unit(benchmark::kMillisecond);
 
 } // namespace
 
@@ -165,25 +260,13 @@ try {
         std::cout << messages << " messages, " << static_cast<std::int64_t>(rate) << " a second\n";
         return 0;
     }
-    const bool isShort = std::getenv("DEFTMAPI_BENCH_SHORT") != nullptr;
-    const bool given = count > 1 && arguments[1][0] != '-';
-    Scratch scratch;
-    std::filesystem::path file = given ? std::filesystem::path(arguments[1]) : scratch.path / "large.store";
-    if (!given) {
-        const std::int64_t messages = isShort ? 20000 : 1000000;
-        std::cout << "writing " << messages << " messages: " << static_cast<std::int64_t>(Folder::Build(file, messages))
-                  << " a second\n";
+    if (count > 1 && arguments[1][0] != '-') {
+        givenFile = arguments[1];
+        arguments[1] = arguments[0];
+        --count;
+        ++arguments;
     }
-    const auto small = scratch.path / "small.store";
-    Folder::Build(small, isShort ? 2000 : 10000);
-    Report report;
-    const Folder large(file);
-    RaceAll(large, report);
-    const Folder few(small);
-    report.Race(
-        "first batch, large folder beside a small one", FlatLimit, 30, [&] { FirstBatch(large); },
-        [&] { FirstBatch(few); });
-    return report.ExitStatus();
+    return RunBenchmarks(count, arguments);
 } catch (const std::exception& failure) {
     std::cerr << "bench_contents: " << failure.what() << '\n';
     return 2;

@@ -1,12 +1,15 @@
-// A store with one large folder for the benchmarks, written once, and races whose ratio has a limit.
+// A store with one large folder for the benchmarks, written once, and races whose ratio has a limit. Each race is a
+// benchmark of its own; whoever is slower than the limit allows makes the program end with 1.
 #pragma once
 
 #include "client/store/MessageRecords.hpp"
 #include "client/store/StoreObjects.hpp"
 
 #include <algorithm>
+#include <benchmark/benchmark.h>
 #include <chrono>
 #include <cstdlib>
+#include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <functional>
@@ -48,6 +51,18 @@ inline std::vector<Prop> PropsOf(std::int64_t number)
             TextProp(0x6700001F, u"a value of ordinary length " + wide)};
 }
 
+inline MessageState MessageOf(std::int64_t number, std::int64_t folder)
+{
+    MessageState message = NewMessage(folder, false);
+    for (Prop& prop : PropsOf(number))
+        message.props.Set(std::move(prop));
+    message.changed = true;
+    return message;
+}
+
+/// Messages that one transaction writes.
+inline constexpr std::int64_t PerTransaction = 10000;
+
 class Folder
 {
 public:
@@ -57,21 +72,22 @@ public:
         count = store->Db().Scalar("SELECT content_count FROM folders WHERE id = " + std::to_string(Inbox));
     }
 
-    /// Writes a new store of so many messages. @returns messages per second
-    static double Build(const std::filesystem::path& path, std::int64_t messages)
+    static StorePtr Make(const std::filesystem::path& path)
     {
-        constexpr std::int64_t Piece = 10000; // per transaction
         std::filesystem::remove(path);
         CreateStoreFile(path, ToBytes(NewUid()), u"Bench");
-        const StorePtr made = StoreFile::Open(path);
+        return StoreFile::Open(path);
+    }
+
+    /// Writes a new store of so many messages, through the store's own writer. @returns messages per second
+    static double Build(const std::filesystem::path& path, std::int64_t messages)
+    {
+        const StorePtr made = Make(path);
         const auto start = std::chrono::steady_clock::now();
         for (std::int64_t number = 0; number < messages;) {
             Transaction transaction(made->Db());
-            for (const std::int64_t end = std::min(messages, number + Piece); number < end; ++number) {
-                MessageState message = NewMessage(Inbox, false);
-                for (Prop& prop : PropsOf(number))
-                    message.props.Set(std::move(prop));
-                message.changed = true;
+            for (const std::int64_t end = std::min(messages, number + PerTransaction); number < end; ++number) {
+                MessageState message = MessageOf(number, Inbox);
                 SaveMessage(*made, message, false);
             }
             transaction.Commit();
@@ -127,6 +143,12 @@ inline double Best(int turns, const std::function<void()>& body)
     return best;
 }
 
+/// Milliseconds that the process has computed: on a busy machine the others do not count.
+inline double Computed()
+{
+    return static_cast<double>(std::clock()) * 1000 / CLOCKS_PER_SEC;
+}
+
 /// The short mode shows on any busy machine that the benchmarks run and that nothing is off by far: it fails only what
 /// misses its limit this many times over.
 inline constexpr double ShortTolerance = 3;
@@ -148,15 +170,20 @@ public:
                   << detail << '\n';
     }
     /// Ours may take `limit` times as long as the other way; both take turns in one run.
-    void Race(const std::string& name, double limit, int turns, const std::function<void()>& ours,
-              const std::function<void()>& plain)
+    void Race(benchmark::State& state, const std::string& name, double limit, int turns,
+              const std::function<void()>& ours, const std::function<void()>& plain)
     {
         double mine = std::numeric_limits<double>::infinity();
         double other = mine;
-        for (int turn = 0; turn < turns; ++turn) {
-            mine = std::min(mine, Best(1, ours));
-            other = std::min(other, Best(1, plain));
+        for (auto _ : state) {
+            for (int turn = 0; turn < turns; ++turn) {
+                mine = std::min(mine, Best(1, ours));
+                other = std::min(other, Best(1, plain));
+            }
         }
+        state.counters["ours_ms"] = mine;
+        state.counters["plain_ms"] = other;
+        state.counters["ratio"] = mine / other;
         Line(name, mine / other, limit, true, std::to_string(mine) + " ms, plain " + std::to_string(other) + " ms");
     }
     [[nodiscard]] int ExitStatus() const { return FMissed ? 1 : 0; }
@@ -165,6 +192,24 @@ private:
     double FTolerance = std::getenv("DEFTMAPI_BENCH_SHORT") ? ShortTolerance : 1;
     bool FMissed = false;
 };
+
+/// The one report of the program.
+inline Report& TheReport()
+{
+    static Report report;
+    return report;
+}
+
+/// Runs what the command line selects. @returns the exit status of the program
+inline int RunBenchmarks(int count, char** arguments)
+{
+    benchmark::Initialize(&count, arguments);
+    if (benchmark::ReportUnrecognizedArguments(count, arguments))
+        return 2;
+    benchmark::RunSpecifiedBenchmarks();
+    benchmark::Shutdown();
+    return TheReport().ExitStatus();
+}
 
 /// The peak of resident memory in MiB since the last call of ForgetPeak (Linux; 0 elsewhere).
 inline double PeakMemory()
