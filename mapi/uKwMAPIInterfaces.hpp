@@ -997,7 +997,7 @@ public:
     [[nodiscard]] virtual bool Get_ExtendedMAPI() const = 0;
     /// The system's default mail client; empty where none is set.
     [[nodiscard]] virtual WideString Get_DefaultClient() const = 0;
-    /// The installed mail clients, as Set_MAPIClient of the session takes them.
+    /// The installed mail clients; Set_MAPIClient of the session takes those whose library offers what it needs.
     [[nodiscard]] virtual std::vector<WideString> GetClients() const = 0;
     /// For example "16.0"; empty when Outlook is not installed.
     [[nodiscard]] virtual WideString Get_OutlookVersion() const = 0;
@@ -1129,6 +1129,15 @@ public:
                                         std::uint32_t type) = 0;
     virtual TKwMAPIPropDef RegisterProp(WideView name, const mapi::GUID& set, std::uint32_t numericId,
                                         std::uint32_t type) = 0;
+
+    // Errors.
+
+    /// @throws EMAPI_NO_ACCESS  not logged on
+    virtual void CheckActive(WideView methodName) const = 0;
+    /// @throws EMAPI_NOT_SUPPORTED  the session runs on Simple MAPI
+    virtual void CheckUsingExtendedMAPI(WideView methodName) const = 0;
+    /// Returns when the result is 0. @throws what it stands for, with the client's own text where it has one
+    virtual void CheckLastError(WideView methodName, mapi::HRESULT result) = 0;
 
     /// Connects or disconnects a sink; the session holds a reference while it is connected.
     virtual void DEventConnect(const TKwRef<IKwMAPISessionDEvents>& sink, bool connect) = 0;

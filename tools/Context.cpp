@@ -33,6 +33,7 @@ IKwMAPISession& Context::LoggedOn()
         return *FSession;
     const auto logon = Session().Get_LogonInfo();
     logon->Set_ShowLogonDialog(false);
+    logon->Set_Password(KwFromUtf8(Options.Password));
     if (!Options.Profile.empty()) {
         logon->Set_ProfileRequired(true);
         logon->Set_ProfileName(KwFromUtf8(Options.Profile));

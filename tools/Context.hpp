@@ -11,8 +11,9 @@ namespace deftmapi::tool
 struct GlobalOptions
 {
     std::string Profile; ///< empty: the default profile
-    std::string Home;    ///< empty: the client's own choice
-    std::string Client;  ///< empty: found by the library
+    std::string Password;
+    std::string Home;   ///< empty: the client's own choice
+    std::string Client; ///< empty: found by the library
     bool Json = false;
 };
 

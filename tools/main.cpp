@@ -35,6 +35,7 @@ int main(int argc, char** argv)
     app.fallthrough();
     app.set_version_flag("--version", [] { return KwToUtf8(TSession::Create()->Get_Version()); });
     app.add_option("--profile", context.Options.Profile, "the profile to log on to (default: the default profile)");
+    app.add_option("--password", context.Options.Password, "the password of the profile");
     app.add_option("--home", context.Options.Home, "the data folder of the embedded client");
     app.add_option("--client", context.Options.Client, "the MAPI client library to load");
     app.add_flag("--json", context.Options.Json, "one JSON document instead of text");

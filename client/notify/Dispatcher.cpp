@@ -136,6 +136,8 @@ bool Dispatcher::Remove(Connection connection) noexcept
 
 void Dispatcher::RemoveAll(const void* owner) noexcept
 {
+    if (!owner)
+        return; // null is no owner but the lack of one
     for (;;) {
         Connection connection = 0;
         {

@@ -226,7 +226,8 @@ void Profiles::Create(const WideString& name, const WideString& password, bool s
     }
     StoreService::Store store;
     if (services) {
-        store = FindStore({}, NewStoreName);
+        bool made = false;
+        store = FindStore({}, NewStoreName, made);
         NewFile file(store.file);
         AttachStore(profile, InsertService(profile, NewUid(), StoreServiceDisplay), store);
         transaction.Commit();
@@ -368,7 +369,9 @@ void Profiles::RequireFree(const WideString& name, ProfileId except)
 bool Profiles::PasswordFits(ProfileId profile, const WideString& password)
 {
     Query query = FDatabase.Prepare("SELECT salt, rounds, hash FROM profiles WHERE id = ?1");
-    if (!query.Bind(1, profile).Step() || query.IsNull(2))
+    if (!query.Bind(1, profile).Step())
+        return false; // deleted in between
+    if (query.IsNull(2))
         return true;
     PasswordRecord record;
     record.salt = FromBlob<decltype(record.salt)>(query.Blob(0));
@@ -479,8 +482,9 @@ std::int64_t Profiles::InsertService(ProfileId profile, const Uid& uid, const Wi
     return FDatabase.LastRow();
 }
 
-StoreService::Store Profiles::FindStore(const std::filesystem::path& place, const WideString& displayName)
+StoreService::Store Profiles::FindStore(const std::filesystem::path& place, const WideString& displayName, bool& made)
 {
+    made = false;
     StoreService::Store store;
     const Uid uid = NewUid();
     if (place.empty()) {
@@ -505,6 +509,7 @@ StoreService::Store Profiles::FindStore(const std::filesystem::path& place, cons
     NewFile file(store.file);
     SyncFolder(store.file.parent_path());
     file.Keep();
+    made = true;
     store.uid = uid;
     store.displayName = displayName;
     return store;
@@ -550,9 +555,9 @@ void Profiles::SetStore(ProfileId profile, const Uid& service, const std::filesy
             Fail(mapi::MAPI_E_NO_ACCESS, sHasStore);
         return;
     }
-    const bool isNew = place.empty() || !std::filesystem::exists(StoresFolder() / place);
-    const StoreService::Store store = FindStore(place, displayName.empty() ? NewStoreName : displayName);
-    NewFile file(isNew ? store.file : std::filesystem::path());
+    bool made = false;
+    const StoreService::Store store = FindStore(place, displayName.empty() ? NewStoreName : displayName, made);
+    NewFile file(made ? store.file : std::filesystem::path());
     AttachStore(profile, current.row, store);
     transaction.Commit();
     file.Keep();

@@ -114,7 +114,9 @@ private:
     [[nodiscard]] bool PasswordFits(ProfileId profile, const WideString& password);
     [[nodiscard]] ProfileId InsertProfile(const WideString& name);
     [[nodiscard]] std::int64_t InsertService(ProfileId profile, const Uid& uid, const WideString& displayName);
-    [[nodiscard]] StoreService::Store FindStore(const std::filesystem::path& place, const WideString& displayName);
+    /// @param made  whether the file was made now
+    [[nodiscard]] StoreService::Store FindStore(const std::filesystem::path& place, const WideString& displayName,
+                                                bool& made);
     void AttachStore(ProfileId profile, std::int64_t service, const StoreService::Store& store);
     [[nodiscard]] StoreService RequireService(ProfileId profile, const Uid& service);
 

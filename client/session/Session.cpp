@@ -58,7 +58,8 @@ class Session final : public ComObject<mapi::IMAPISession>
 {
 public:
     explicit Session(SharedSessionPtr shared)
-        : FShared(std::move(shared)), FProfiles(FShared->ProfilesOf()), FProfile(FShared->Profile())
+        : FShared(std::move(shared)), FProfiles(FShared->ProfilesOf()), FProfile(FShared->Profile()),
+          FName(FShared->Name())
     {
         FServices = FProfiles->Services(FProfile);
     }
@@ -97,7 +98,7 @@ public:
             Require(table, u"lppTable");
             *table = nullptr;
             RequireFlags(flags, mapi::MAPI_UNICODE);
-            auto source = std::make_shared<MemorySource>(StatusColumns(), StatusRows(*FProfiles, FProfile));
+            auto source = std::make_shared<MemorySource>(StatusColumns(), StatusRows(FName, Services()));
             const bool unicode = (flags & mapi::MAPI_UNICODE) != 0;
             *table = TKwComPtr<mapi::IMAPITable>(new Table(std::move(source), unicode)).Detach();
         });
@@ -201,6 +202,7 @@ private:
     SharedSessionPtr FShared; // with this one alone as long as nobody joins
     ProfilesPtr FProfiles;
     ProfileId FProfile;
+    WideString FName; // of the profile, at the logon
     std::vector<StoreService> FServices;
     std::map<Bytes, StorePtr> FStores; // one connection per store for all objects of the session
     std::set<Dispatcher::Connection> FConnections;
@@ -230,14 +232,13 @@ const StoreService& Session::ServiceOf(const Uid& store)
 
 StorePtr Session::OpenFile(const StoreService& service)
 {
-    StorePtr& store = FStores[ToBytes(service.store->uid)];
-    if (!store) {
-        StorePtr opened = StoreFile::Open(service.store->file);
-        if (opened->Id() != service.store->uid)
-            Fail(mapi::MAPI_E_NOT_FOUND, sReplaced);
-        store = std::move(opened);
-    }
-    return store;
+    const Bytes key = ToBytes(service.store->uid);
+    if (const auto open = FStores.find(key); open != FStores.end())
+        return open->second;
+    StorePtr opened = StoreFile::Open(service.store->file);
+    if (opened->Id() != service.store->uid)
+        Fail(mapi::MAPI_E_NOT_FOUND, sReplaced);
+    return FStores.emplace(key, std::move(opened)).first->second;
 }
 
 mapi::HRESULT Session::GetMsgStoresTable(ULONG flags, mapi::LPMAPITABLE* table) noexcept
@@ -305,7 +306,7 @@ mapi::HRESULT Session::OpenEntry(ULONG size, mapi::LPENTRYID id, mapi::LPCIID ii
         if (!entry)
             Fail(mapi::MAPI_E_UNKNOWN_ENTRYID, sUnknownProvider);
         if (entry->kind == EntryKind::Status) {
-            *object = OpenStatus(*FProfiles, FProfile, *entry, iid).Detach();
+            *object = OpenStatus(FName, Services(), *entry, iid).Detach();
             *type = mapi::MAPI_STATUS;
             return;
         }
@@ -348,7 +349,7 @@ mapi::HRESULT Session::Advise(ULONG size, mapi::LPENTRYID id, ULONG mask, mapi::
         Require(sink, u"lpAdviseSink");
         if (id || size || mask == 0 || mask & ~(mapi::fnevExtended | mapi::fnevCriticalError))
             Fail(mapi::MAPI_E_NO_SUPPORT, sNoEvents);
-        *connection = Dispatcher::Instance().Add(FShared->NewListener(this), sink, this);
+        *connection = Dispatcher::Instance().Add(FShared->NewListener(this, mask), sink, this);
         FConnections.insert(*connection);
     });
 }
@@ -368,6 +369,7 @@ mapi::HRESULT Session::Unadvise(mapi::ULONG_PTR connection) noexcept
 mapi::HRESULT Session::Logoff(mapi::ULONG_PTR, ULONG flags, ULONG reserved) noexcept
 {
     std::map<Bytes, StorePtr> stores;
+    SharedSessionPtr shared; // whoever keeps this object keeps nothing that could still be joined
     std::unique_lock lock(FLock);
     const mapi::HRESULT result = Guard(FLast, [&] {
         if (FEnded)
@@ -376,6 +378,7 @@ mapi::HRESULT Session::Logoff(mapi::ULONG_PTR, ULONG flags, ULONG reserved) noex
         RequireFlags(reserved, 0);
         FEnded = true;
         FConnections.clear();
+        shared.swap(FShared);
         stores.swap(FStores); // objects that are still open keep theirs
     });
     lock.unlock();
@@ -383,7 +386,7 @@ mapi::HRESULT Session::Logoff(mapi::ULONG_PTR, ULONG flags, ULONG reserved) noex
         return result;
     Dispatcher::Instance().RemoveAll(this);
     if ((flags & mapi::MAPI_LOGOFF_SHARED) != 0)
-        FShared->End(this);
+        shared->End(this);
     // Nobody is notified any more; a callback that runs now may want the lock.
     for (const auto& [id, store] : stores)
         Dispatcher::Instance().RemoveAll(store.get());
@@ -424,7 +427,7 @@ TKwComPtr<mapi::IMAPISession> LogOn(const WideString& profile, const WideString&
     if (name.empty())
         Fail(mapi::MAPI_E_LOGON_FAILED, sNoDefault);
     const ProfileId id = profiles->LogOn(name, password);
-    const auto shared = std::make_shared<SharedSession>(std::move(profiles), id);
+    const auto shared = std::make_shared<SharedSession>(std::move(profiles), id, name);
     if ((flags & mapi::MAPI_ALLOW_OTHERS) != 0)
         SharedSession::Offer(home, shared);
     return {new Session(shared)};

@@ -1,4 +1,5 @@
-// Logging on, and IMAPISession. A session always is its own: it is not joined by later log-ons.
+// Logging on, and IMAPISession. A session that allows others (MAPI_ALLOW_OTHERS) is joined by later log-ons of the
+// process that want no session of their own.
 #pragma once
 
 #include "client/session/Profiles.hpp"
@@ -7,7 +8,8 @@
 namespace deftmapi::client
 {
 
-/// MAPILogonEx. A profile name that is given counts, also with MAPI_USE_DEFAULT; without one it is the default profile
+/// MAPILogonEx. Without MAPI_NEW_SESSION the session that others may join is joined, whatever profile is named. Else a
+/// profile name that is given counts, also with MAPI_USE_DEFAULT; without one it is the default profile
 /// when MAPI_USE_DEFAULT asks for it. No dialog is ever shown, so what only a dialog could find out is
 /// MAPI_E_LOGON_FAILED.
 /// @throws Failure  MAPI_E_LOGON_FAILED, MAPI_E_UNKNOWN_FLAGS; as Profiles

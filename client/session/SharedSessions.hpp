@@ -12,13 +12,19 @@ namespace deftmapi::client
 class SharedSession
 {
 public:
-    SharedSession(ProfilesPtr profiles, ProfileId profile) : FProfiles(std::move(profiles)), FProfile(profile) {}
+    SharedSession(ProfilesPtr profiles, ProfileId profile, WideString name)
+        : FProfiles(std::move(profiles)), FProfile(profile), FName(std::move(name))
+    {}
 
     [[nodiscard]] const ProfilesPtr& ProfilesOf() const { return FProfiles; }
     [[nodiscard]] ProfileId Profile() const { return FProfile; }
+    /// The profile's name at the logon.
+    [[nodiscard]] const WideString& Name() const { return FName; }
 
-    /// What a member's connection listens to. @param member  who listens; he is not told of his own end
-    [[nodiscard]] std::shared_ptr<Listener> NewListener(const void* member);
+    /// What a member's connection listens to; told at once when the session has ended already.
+    /// @param member  who listens; he is not told of his own end
+    /// @param mask    the events of the connection
+    [[nodiscard]] std::shared_ptr<Listener> NewListener(const void* member, ULONG mask);
     /// The member ends the session for all: the others are told (fnevExtended), nobody joins any more.
     void End(const void* member);
 
@@ -33,6 +39,7 @@ private:
 
     ProfilesPtr FProfiles;
     ProfileId FProfile;
+    WideString FName;
     std::mutex FLock;
     std::vector<std::weak_ptr<EndListener>> FListeners;
     std::atomic<bool> FEnded{false};

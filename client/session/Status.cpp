@@ -110,14 +110,13 @@ std::vector<ULONG> StatusColumns()
     return columns;
 }
 
-std::vector<Props> StatusRows(Profiles& profiles, ProfileId profile)
+std::vector<Props> StatusRows(const WideString& profile, const std::vector<StoreService>& services)
 {
     std::vector<Props> rows;
-    rows.push_back(
-        Row(0, Resource(mapi::MAPI_SUBSYSTEM), profiles.Name(profile), sComponent, mapi::STATUS_VALIDATE_STATE, 0));
+    rows.push_back(Row(0, Resource(mapi::MAPI_SUBSYSTEM), profile, sComponent, mapi::STATUS_VALIDATE_STATE, 0));
     rows.push_back(Row(1, Resource(mapi::MAPI_SPOOLER), sSpooler, sComponent,
                        mapi::STATUS_VALIDATE_STATE | mapi::STATUS_FLUSH_QUEUES, 0));
-    for (const StoreService& service : profiles.Services(profile)) {
+    for (const StoreService& service : services) {
         if (!service.store)
             continue;
         const std::int64_t flags =
@@ -128,12 +127,12 @@ std::vector<Props> StatusRows(Profiles& profiles, ProfileId profile)
     return rows;
 }
 
-TKwComPtr<mapi::IUnknown> OpenStatus(Profiles& profiles, ProfileId profile, const EntryReference& entry,
-                                     mapi::LPCIID iid)
+TKwComPtr<mapi::IUnknown> OpenStatus(const WideString& profile, const std::vector<StoreService>& services,
+                                     const EntryReference& entry, mapi::LPCIID iid)
 {
     RequireInterface(iid, {&mapi::IID_IMAPIStatus, &mapi::IID_IMAPIProp});
     const Bytes id = MakeEntryId(entry);
-    for (const Props& row : StatusRows(profiles, profile)) {
+    for (const Props& row : StatusRows(profile, services)) {
         for (const Prop& prop : row)
             if (prop.tag == tag::EntryId && std::get<Bytes>(prop.data) == id)
                 return {static_cast<mapi::IMAPIStatus*>(new Status(row, entry.row))};

@@ -10,12 +10,12 @@ namespace deftmapi::client
 
 /// The columns of the status table.
 [[nodiscard]] std::vector<ULONG> StatusColumns();
-/// Its rows as they are now.
-[[nodiscard]] std::vector<Props> StatusRows(Profiles& profiles, ProfileId profile);
+/// Its rows for a profile of that name with these services.
+[[nodiscard]] std::vector<Props> StatusRows(const WideString& profile, const std::vector<StoreService>& services);
 
 /// The object behind a row. The spooler has no transports: its queues are empty, and flushing them is done at once.
 /// @throws Failure  MAPI_E_NOT_FOUND the profile has no such resource; MAPI_E_INTERFACE_NOT_SUPPORTED
-[[nodiscard]] TKwComPtr<mapi::IUnknown> OpenStatus(Profiles& profiles, ProfileId profile, const EntryReference& entry,
-                                                   mapi::LPCIID iid);
+[[nodiscard]] TKwComPtr<mapi::IUnknown> OpenStatus(const WideString& profile, const std::vector<StoreService>& services,
+                                                   const EntryReference& entry, mapi::LPCIID iid);
 
 } // namespace deftmapi::client

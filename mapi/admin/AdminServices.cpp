@@ -205,7 +205,12 @@ TKwMAPIEntryID TKwMAPIAdminServices::AddPstFileToCurrentProfile(const WideString
     const auto properties = KwMake<TKwMAPIPropValueList>();
     properties->AddValue(PR_PST_PATH, fileName);
     properties->AddValue(PR_DISPLAY_NAME_A, WideString(displayName));
-    ConfigureMsgService(service, {.Allow = showDialog}, *properties);
+    try {
+        ConfigureMsgService(service, {.Allow = showDialog}, *properties);
+    } catch (...) {
+        DeleteMsgService(service); // a service without its file would be in everybody's way
+        throw;
+    }
     return service;
 }
 

@@ -14,8 +14,8 @@ namespace deftmapi
 /// "13DBB0C8AA05101A9BB000AA002FC45A", the section of a profile that is the same for all of its services.
 inline constexpr auto KwGlobalProfileSection = u"13DBB0C8AA05101A9BB000AA002FC45A";
 
-/// Lists, creates and deletes profiles. Its MAPI object is made when it is first needed, and again after a logoff of
-/// the session took it away.
+/// Lists, creates and deletes profiles. Its MAPI object is made when it is first needed (registered profiles of Simple
+/// MAPI are listed without it), and again after a logoff of the session took it away.
 class DEFTMAPI_API TKwMAPIProfileAdmin final : public TKwMAPIWrapper, public virtual IKwMAPIProfileAdmin
 {
 public:
@@ -65,6 +65,8 @@ public:
 
     [[nodiscard]] TKwRef<IKwMAPITable> GetMsgServiceTable() override;
     [[nodiscard]] TKwRef<IKwMAPITable> GetProviderTable() override;
+    /// The services of the session's own profile are read again through an administration of its own, as some clients
+    /// show in one administration only what was there when it was opened.
     /// @throws EMAPI_CALL_FAILED  "… Unable to locate the newly created service"
     [[nodiscard]] TKwMAPIEntryID CreateMsgService(WideView serviceName, WideView displayName, bool showDialog) override;
     /// @throws EMAPI_INVALID_PARAMETER  "An invalid ServiceUID was provided!"

@@ -39,6 +39,7 @@ struct TKwMAPIThreadState
     bool NoCoInit = false;
     bool MAPIInitializeCalled = false;
     std::int32_t SessionCount = 0;
+    bool Extended = false; ///< MAPIInitialize was really called
 };
 TKwMAPIThreadState& KwMAPIThreadState() noexcept;
 

@@ -276,7 +276,7 @@ void KwMAPIInitialize(bool multiThreadNotifications, bool ntService, bool callMA
         CallMAPIInitialize(flags, state.FileName);
     }
 
-    thread = {true, multiThreadNotifications, ntService, noCoInit, true, 0};
+    thread = {true, multiThreadNotifications, ntService, noCoInit, true, 0, callMAPIInitialize};
     state.MAPIInitializeCalled = callMAPIInitialize;
     ++state.InitializeCount;
 }

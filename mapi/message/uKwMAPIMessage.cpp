@@ -30,6 +30,10 @@ void TKwMAPIMessage::SetMAPIOBJECT(mapi::IUnknown* object)
     if (object != nullptr && Session() == nullptr)
         CreateKwMAPIException(mapi::MAPI_E_UNCONFIGURED, sNoSession)->Raise();
     TKwMAPIProp::SetMAPIOBJECT(object);
+    if (object == nullptr) {
+        FStorage.Reset(); // before the session that it was opened in
+        FStorageSession.Reset();
+    }
 }
 
 void TKwMAPIMessage::SetStorageSession(TKwRef<IKwMAPIStorageSession> session, mapi::IStorage* storage)

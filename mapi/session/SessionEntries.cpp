@@ -48,8 +48,6 @@ bool IsUnknownEntry(mapi::HRESULT hr)
 mapi::HRESULT TSession::CallOpenEntry(const TKwMAPIEntryID& entryID, const mapi::GUID* iid, mapi::ULONG flags,
                                       mapi::ULONG& objectType, TKwComPtr<mapi::IUnknown>& object)
 {
-    CheckActive(sOpenEntry);
-    CheckUsingExtendedMAPI(sOpenEntry);
     TKwMAPIEntryIDArg id(entryID);
     if (id.Empty())
         CreateKwMAPIException(mapi::MAPI_E_INVALID_PARAMETER, sEmptyEntryID)->Raise();
@@ -58,6 +56,13 @@ mapi::HRESULT TSession::CallOpenEntry(const TKwMAPIEntryID& entryID, const mapi:
 
 TKwComPtr<mapi::IUnknown> TSession::OpenEntryEx(const TKwMAPIEntryID& entryID, const mapi::GUID* iid, mapi::ULONG flags,
                                                 TKwMAPIObjectType& objectType)
+{
+    CheckReady(u"OpenEntryEx");
+    return OpenObject(entryID, iid, flags, objectType);
+}
+
+TKwComPtr<mapi::IUnknown> TSession::OpenObject(const TKwMAPIEntryID& entryID, const mapi::GUID* iid, mapi::ULONG flags,
+                                               TKwMAPIObjectType& objectType)
 {
     TKwComPtr<mapi::IUnknown> object;
     mapi::ULONG type = 0;
@@ -76,8 +81,9 @@ TKwComPtr<mapi::IUnknown> TSession::OpenEntryEx(const TKwMAPIEntryID& entryID, c
 
 TKwRef<IKwMAPIProp> TSession::OpenEntry(const TKwMAPIEntryID& entryID, TKwMAPIAccessLevel accessLevel)
 {
+    CheckReady(sOpenEntry);
     TKwMAPIObjectType type = otUnknown;
-    const auto object = OpenEntryEx(entryID, nullptr, AccessFlag(accessLevel), type);
+    const auto object = OpenObject(entryID, nullptr, AccessFlag(accessLevel), type);
     return WrapEntry(type, *object, accessLevel);
 }
 
@@ -112,6 +118,7 @@ TKwRef<IKwMAPIProp> TSession::WrapEntry(TKwMAPIObjectType objectType, mapi::IUnk
 bool TSession::FindEntryEx(const TKwMAPIEntryID& entryID, const mapi::GUID* iid, mapi::ULONG flags,
                            TKwMAPIObjectType& objectType, TKwComPtr<mapi::IUnknown>& object)
 {
+    CheckReady(u"FindEntryEx");
     object.Reset();
     objectType = otUnknown;
     mapi::ULONG type = 0;
@@ -141,6 +148,7 @@ bool TSession::FindEntryEx(const TKwMAPIEntryID& entryID, const mapi::GUID* iid,
 
 bool TSession::FindEntry(const TKwMAPIEntryID& entryID, TKwMAPIAccessLevel accessLevel, TKwRef<IKwMAPIProp>& object)
 {
+    CheckReady(u"FindEntry");
     object.Reset();
     TKwMAPIObjectType type = otUnknown;
     TKwComPtr<mapi::IUnknown> found;
@@ -154,12 +162,14 @@ bool TSession::FindEntry(const TKwMAPIEntryID& entryID, TKwMAPIAccessLevel acces
 
 TKwMAPIEntryID TSession::GetPublicFoldersMsgStoreID()
 {
+    CheckReady(u"GetPublicFoldersMsgStoreID");
     const auto* uid = reinterpret_cast<const std::uint8_t*>(&mapi::pbExchangeProviderPublicGuid);
     return FindMsgStore(PR_MDB_PROVIDER, TKwBytes(uid, uid + sizeof mapi::pbExchangeProviderPublicGuid));
 }
 
 TKwComPtr<mapi::IExchangeManageStore> TSession::OpenExchangeManageStore()
 {
+    CheckReady(u"OpenExchangeManageStore");
     const auto store = OpenDefaultMsgStore(alBestAccess);
     TKwComPtr<mapi::IExchangeManageStore> manage;
     CheckMAPIResult(*this, u"OpenExchangeManageStore",
@@ -169,10 +179,11 @@ TKwComPtr<mapi::IExchangeManageStore> TSession::OpenExchangeManageStore()
 
 TKwRef<IKwMAPIMsgStore> TSession::OpenOtherUsersMsgStore(WideView userName, TKwMAPIAccessLevel accessLevel)
 {
+    CheckReady(u"OpenOtherUsersMsgStore");
     const WideString server = GetSessionInfo()->ServerName();
     const auto global = FindGlobalSection();
     const WideString own = global ? global->PropByName(PR_PROFILE_MAILBOX)->Get_Value().AsStringW() : WideString();
-    const std::size_t site = own.find(u"/cn=");
+    const std::size_t site = KwUpperCase(own).find(u"/CN=");
     if (site == WideString::npos)
         CreateKwMAPIException(mapi::MAPI_E_NOT_FOUND, sNoMailbox, {GetClassName()})->Raise();
     const WideString place = own.substr(0, site);

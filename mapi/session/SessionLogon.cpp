@@ -11,6 +11,8 @@ namespace deftmapi
 namespace
 {
 
+constexpr auto sNoExtendedMAPI = u"Extended MAPI is not supported by the loaded MAPI library (%s)!";
+
 constexpr auto ExchangeClient = u"ExchangeMAPI";
 constexpr auto ExchangeService = u"MSEMS";
 
@@ -42,17 +44,18 @@ private:
     std::exception_ptr FFailure;
 };
 
-/// Sets a flag for its life.
+/// Clears a flag at the end of its life.
 class TUnderway
 {
 public:
-    explicit TUnderway(bool& flag) noexcept : FFlag(flag) { FFlag = true; }
+    /// REQUIRES: the flag is set
+    explicit TUnderway(std::atomic<bool>& flag) noexcept : FFlag(flag) {}
     ~TUnderway() { FFlag = false; }
     TUnderway(const TUnderway&) = delete;
     TUnderway& operator=(const TUnderway&) = delete;
 
 private:
-    bool& FFlag;
+    std::atomic<bool>& FFlag;
 };
 
 } // namespace
@@ -60,12 +63,14 @@ private:
 void TSession::Set_Active(bool active)
 {
     // A sink that asks for what is just being done gets it without a second round.
-    bool& underway = active ? FLoggingOn : FLoggingOff;
-    if (active == FActive || underway)
+    std::atomic<bool>& underway = active ? FLoggingOn : FLoggingOff;
+    if (active == FActive || underway.exchange(true))
         return;
     // A sink may drop the last reference in the middle.
     const TKwRef<TSession> self(this);
     const TUnderway guard(underway);
+    if (active == FActive)
+        return; // another thread was first
     if (active) {
         TKwMAPISessionBase::Set_Active(true);
         InternalLogon();
@@ -108,7 +113,10 @@ void TSession::LogonSteps()
     TKwComPtr<mapi::IMAPISession> session;
     KwMAPILogon(FLogonWindow, FLogonInfo->Get_ProfileName(), FLogonInfo->Get_Password(), flags, session,
                 FSessionHandle);
+    if (FLogonInfo->Get_UseExtendedMAPI() && !session)
+        CreateKwMAPIException(mapi::MAPI_E_CALL_FAILED, sNoExtendedMAPI, {KwCurrentMAPIDllFileName()})->Raise();
     SetMAPIOBJECT(session.Get());
+    FExtendedLogon = session != nullptr;
     FActive = true;
     FLogonThread = std::this_thread::get_id();
     FJoinedSession = !FLogonInfo->Get_NewSession();
@@ -126,8 +134,17 @@ void TSession::LogonSteps()
 
 void TSession::AdviseSession()
 {
-    FSink = TKwComPtr<TSink>(new TSink(*this));
-    const mapi::HRESULT hr = MAPISession().Advise(0, nullptr, mapi::fnevExtended, FSink.Get(), &FConnection);
+    const TKwComPtr<TSink> sink(new TSink(*this));
+    {
+        const std::lock_guard lock(FSinkLock);
+        FSink = sink;
+    }
+    mapi::ULONG_PTR connection = 0;
+    const mapi::HRESULT hr = MAPISession().Advise(0, nullptr, mapi::fnevExtended, sink.Get(), &connection);
+    {
+        const std::lock_guard lock(FSinkLock);
+        FConnection = connection;
+    }
     // Without support for it there is no shared session whose end could be told.
     if (hr == mapi::MAPI_E_NO_SUPPORT)
         UnadviseSession();
@@ -186,6 +203,7 @@ void TSession::InternalLogoff()
     FSessionInfo.Reset();
     TFirstFailure failure;
     failure.Keep([this] { DoBeforeLogoff(); });
+    failure.Keep([this] { TKwMAPISessionBase::Set_Active(false); }); // what a sink has opened once more
     failure.Keep([this] { InternalLogoff2(); });
     ForgetLogon();
     failure.Keep([this] { DoAfterLogoff(); });
@@ -211,15 +229,33 @@ void TSession::InternalLogoff2()
 void TSession::UnadviseSession()
 {
     // A notification under way on the client's thread may be doing the same.
-    if (const auto sink = std::exchange(FSink, nullptr))
-        sink->Detach();
-    if (const mapi::ULONG_PTR connection = std::exchange(FConnection, 0))
+    DetachSink();
+    mapi::ULONG_PTR connection = 0;
+    {
+        const std::lock_guard lock(FSinkLock);
+        connection = std::exchange(FConnection, 0);
+    }
+    if (connection != 0)
         CheckMAPIResult(*this, u"Unadvise", MAPISession().Unadvise(connection));
+}
+
+void TSession::DetachSink() noexcept
+{
+    TKwComPtr<TSink> sink;
+    {
+        const std::lock_guard lock(FSinkLock);
+        std::swap(sink, FSink);
+    }
+    if (sink)
+        sink->Detach();
 }
 
 void TSession::ForgetLogon() noexcept
 {
-    FConnection = 0;
+    {
+        const std::lock_guard lock(FSinkLock);
+        FConnection = 0;
+    }
     FConnectedToExchange = false;
     FCachedExchangeMode = false;
     FSessionHandle = 0;

@@ -83,8 +83,7 @@ bool TSession::HasDefaultProfile()
 
 TKwRef<IKwMAPIAdminServices> TSession::GetAdminServices()
 {
-    CheckActive(u"GetAdminServices");
-    CheckUsingExtendedMAPI(u"GetAdminServices");
+    CheckReady(u"GetAdminServices");
     TKwComPtr<mapi::IMsgServiceAdmin> admin;
     CheckMAPIResult(*this, u"GetAdminServices", MAPISession().AdminServices(0, Out(admin)));
     return KwMake<TKwMAPIAdminServices>(*this, admin.Get(), true);
@@ -92,8 +91,7 @@ TKwRef<IKwMAPIAdminServices> TSession::GetAdminServices()
 
 TKwRef<IKwMAPIProfSect> TSession::OpenProfileSection(const TKwMAPIEntryID& uid, TKwMAPIAccessLevel accessLevel)
 {
-    CheckActive(u"OpenProfileSection");
-    CheckUsingExtendedMAPI(u"OpenProfileSection");
+    CheckReady(u"OpenProfileSection");
     return OpenSection(uid, accessLevel, false);
 }
 
@@ -115,8 +113,7 @@ TKwRef<IKwMAPIProfSect> TSession::OpenSection(const TKwMAPIEntryID& uid, TKwMAPI
 
 TKwComPtr<mapi::IMAPITable> TSession::OpenStatusTable()
 {
-    CheckActive(u"GetStatusTable");
-    CheckUsingExtendedMAPI(u"GetStatusTable");
+    CheckReady(u"GetStatusTable");
     TKwComPtr<mapi::IMAPITable> table;
     CheckMAPIResult(*this, u"GetStatusTable", WithCharWidth(0, [&](mapi::ULONG flags) {
         return MAPISession().GetStatusTable(flags, Out(table));
@@ -177,8 +174,7 @@ void TSession::FlushQueues(mapi::ULONG flags)
 
 TKwComPtr<mapi::IAddrBook> TSession::OpenAddressBook()
 {
-    CheckActive(u"OpenAddressBook");
-    CheckUsingExtendedMAPI(u"OpenAddressBook");
+    CheckReady(u"OpenAddressBook");
     TKwComPtr<mapi::IAddrBook> book;
     const mapi::ULONG flags = FLogonInfo->Get_NTService() ? mapi::AB_NO_DIALOG : 0;
     const mapi::HRESULT hr = MAPISession().OpenAddressBook(GetParentWindow(), nullptr, flags, Out(book));
@@ -190,8 +186,7 @@ TKwComPtr<mapi::IAddrBook> TSession::OpenAddressBook()
 
 TKwComPtr<mapi::IMAPIFormMgr> TSession::GetFormManager()
 {
-    CheckActive(u"GetFormManager");
-    CheckUsingExtendedMAPI(u"GetFormManager");
+    CheckReady(u"GetFormManager");
     if (!KwSameText(ClientName(), OutlookClient))
         CreateKwMAPIException(KwNotSupported, sNoFormManager)->Raise();
     TKwComPtr<mapi::IMAPIFormMgr> manager;

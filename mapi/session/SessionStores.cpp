@@ -28,8 +28,7 @@ constexpr auto sStoreNotCached =
 
 TKwComPtr<mapi::IMAPITable> TSession::OpenMsgStoresTable()
 {
-    CheckActive(u"GetMsgStoresTable");
-    CheckUsingExtendedMAPI(u"GetMsgStoresTable");
+    CheckReady(u"GetMsgStoresTable");
     TKwComPtr<mapi::IMAPITable> table;
     CheckMAPIResult(*this, u"GetMsgStoresTable", WithCharWidth(0, [&](mapi::ULONG flags) {
         return MAPISession().GetMsgStoresTable(flags, Out(table));
@@ -55,6 +54,7 @@ TKwMAPIEntryID TSession::FindMsgStore(TKwMAPIPropDef def, const TKwVariant& valu
 
 TKwMAPIEntryID TSession::GetDefaultMsgStoreID()
 {
+    CheckReady(u"GetDefaultMsgStoreID");
     const TKwMAPIEntryID id = FindMsgStore(PR_DEFAULT_STORE, true);
     if (id.IsNull())
         CreateKwMAPIException(mapi::MAPI_E_CALL_FAILED, sNoDefaultStore)->Raise();
@@ -63,8 +63,7 @@ TKwMAPIEntryID TSession::GetDefaultMsgStoreID()
 
 TKwRef<IKwMAPIMsgStore> TSession::OpenMsgStore(const TKwMAPIEntryID& entryID, TKwMAPIAccessLevel accessLevel)
 {
-    CheckActive(u"OpenMsgStore");
-    CheckUsingExtendedMAPI(u"OpenMsgStore");
+    CheckReady(u"OpenMsgStore");
     TKwMAPIEntryIDArg id(entryID);
     if (id.Empty())
         CreateKwMAPIException(mapi::MAPI_E_INVALID_PARAMETER, sEmptyEntryID)->Raise();
@@ -104,13 +103,13 @@ TKwRef<IKwMAPIMsgStore> TSession::OpenMsgStore(const TKwMAPIEntryID& entryID, TK
 
 TKwRef<IKwMAPIMsgStore> TSession::OpenDefaultMsgStore(TKwMAPIAccessLevel accessLevel)
 {
+    CheckReady(u"OpenDefaultMsgStore");
     return OpenMsgStore(GetDefaultMsgStoreID(), accessLevel);
 }
 
 bool TSession::CompareEntryIDs(const TKwMAPIEntryID& a, const TKwMAPIEntryID& b)
 {
-    CheckActive(u"CompareEntryIDs");
-    CheckUsingExtendedMAPI(u"CompareEntryIDs");
+    CheckReady(u"CompareEntryIDs");
     return TKwMAPIEntryIDArg::Equal(a, b, [this](TKwMAPIEntryIDArg& first, TKwMAPIEntryIDArg& second) {
         mapi::ULONG equal = 0;
         CheckMAPIResult(

@@ -1,6 +1,7 @@
 // The session apart from logging on and off: the client library, errors, lists and events.
 #include "mapi/session/uKwDeftMAPI.hpp"
 
+#include "mapi/core/MAPIModule.hpp"
 #include "mapi/core/uKwMAPILib.hpp"
 #include "mapi/core/uKwMAPILists.hpp"
 #include "mapi/core/uKwMAPIProps.hpp"
@@ -29,6 +30,8 @@ constexpr auto sVersion = u"%d.%d.%d.%d 64-bit";
 thread_local std::int32_t ThreadSessions = 0;
 constinit std::atomic<std::int32_t> AllSessions = 0;
 
+constinit std::atomic<mapi::ULONG_PTR> AppHandle = 0;
+
 } // namespace
 
 TSession::TSession()
@@ -40,6 +43,16 @@ TSession::TSession()
 }
 
 TSession::~TSession() = default;
+
+void SetAppHandle(mapi::ULONG_PTR window) noexcept
+{
+    AppHandle = window;
+}
+
+mapi::ULONG_PTR TSession::GetAppHandle() const
+{
+    return AppHandle;
+}
 
 TKwRef<IKwMAPISession> TSession::Create()
 {
@@ -74,6 +87,7 @@ void TSession::BeforeDestruction() noexcept
             KwReportServerException(std::current_exception());
         }
     };
+    DetachSink(); // waits for a notification that is under way: it may be logging off
     attempt([this] { Set_Active(false); });
     ReleaseSessionCount();
     FMAPIInfo.Reset();
@@ -99,6 +113,21 @@ void TSession::CheckUsingExtendedMAPI(WideView methodName) const
 {
     if (!UsesExtendedMAPI())
         CreateKwMAPIException(KwNotSupported, sNeedsExtendedMAPI, {methodName})->Raise();
+}
+
+void TSession::CheckReady(WideView methodName) const
+{
+    CheckActive(methodName);
+    CheckUsingExtendedMAPI(methodName);
+}
+
+mapi::IMAPISession& TSession::MAPISession() const
+{
+    if (Get_MAPIOBJECT() == nullptr)
+        CheckUsingExtendedMAPI(u"MAPIOBJECT");
+    if (Get_MAPIOBJECT() == nullptr)
+        CreateKwMAPIException(mapi::MAPI_E_NO_ACCESS, sMustLogon, {u"MAPIOBJECT"})->Raise();
+    return MAPIObjectAs<mapi::IMAPISession>();
 }
 
 mapi::ULONG_PTR TSession::GetParentWindow() const
@@ -128,8 +157,11 @@ bool TSession::MAPILoaded() const
 
 void TSession::MAPIInitialize()
 {
-    KwMAPIInitialize(FLogonInfo->Get_MultiThreadedNotifications(), FLogonInfo->Get_NTService(), UsesExtendedMAPI(),
-                     true);
+    const bool extended = UsesExtendedMAPI();
+    // What was initialised for Simple MAPI is no initialisation for Extended MAPI, though its options are the same.
+    if (extended && KwMAPIInitialized() && !KwMAPIThreadState().Extended)
+        KwMAPIUninitialize(false);
+    KwMAPIInitialize(FLogonInfo->Get_MultiThreadedNotifications(), FLogonInfo->Get_NTService(), extended, true);
 }
 
 bool TSession::MAPIInitialized() const
@@ -144,7 +176,15 @@ void TSession::MAPIUnitialize()
 
 void TSession::MAPIUnload()
 {
+    DropMAPIObjects();
     KwUnloadDLL();
+}
+
+void TSession::DropMAPIObjects()
+{
+    // Their code is about to go: profile administrations and message files work without a logon.
+    if (!FActive)
+        TKwMAPISessionBase::Set_Active(false);
 }
 
 void TSession::EnsureLibrary()
@@ -161,8 +201,9 @@ void TSession::LoadLibrary(const WideString& path)
     if (!loaded)
         CreateKwMAPIException(mapi::MAPI_E_CALL_FAILED, sLoadFailed, {path})->Raise();
     if (UsesExtendedMAPI() && !extended) {
+        const WideString name = KwCurrentMAPIDllFileName();
         MAPIUnload();
-        CreateKwMAPIException(mapi::MAPI_E_CALL_FAILED, sNoExtendedMAPI, {path})->Raise();
+        CreateKwMAPIException(mapi::MAPI_E_CALL_FAILED, sNoExtendedMAPI, {name})->Raise();
     }
 }
 
@@ -174,6 +215,7 @@ void TSession::Set_MAPIClient(WideView client)
     if (path.empty() && !client.empty())
         CreateKwMAPIException(mapi::MAPI_E_INVALID_PARAMETER, sClientNotInstalled, {GetClassName(), client})->Raise();
     if (MAPILoaded() && !path.empty() && !KwSameText(path, KwCurrentMAPIDllFileName())) {
+        DropMAPIObjects();
         if (KwMAPIInitialized())
             KwMAPIUninitialize(false);
         MAPIUnload();

@@ -12,8 +12,10 @@
 #include "mapi/headers/uKwMAPIFormH.hpp"
 #include "mapi/headers/uKwMAPISessionH.hpp"
 
+#include <atomic>
 #include <functional>
 #include <iosfwd>
+#include <mutex>
 #include <thread>
 
 namespace deftmapi
@@ -230,7 +232,11 @@ public:
     void Set_Active(bool active) override;
     void Logon() override { Set_Active(true); }
     void Logoff() override { Set_Active(false); }
-    [[nodiscard]] bool UsesExtendedMAPI() const noexcept override { return FLogonInfo->Get_UseExtendedMAPI(); }
+    /// While logged on: how the session was logged on. Else what the option says.
+    [[nodiscard]] bool UsesExtendedMAPI() const noexcept override
+    {
+        return FActive ? FExtendedLogon : FLogonInfo->Get_UseExtendedMAPI();
+    }
     [[nodiscard]] bool Get_ConnectedToExchange() const noexcept override { return FConnectedToExchange; }
     [[nodiscard]] TKwRef<IKwMAPILogonInfo> Get_LogonInfo() override { return FLogonInfo; }
     [[nodiscard]] TKwRef<IKwMAPILogoffInfo> Get_LogoffInfo() override { return FLogoffInfo; }
@@ -239,6 +245,8 @@ public:
     [[nodiscard]] TKwRef<IKwMAPISessionInfo> GetSessionInfo() override;
     [[nodiscard]] bool Get_CachedExchangeMode() const noexcept { return FCachedExchangeMode; }
     [[nodiscard]] mapi::ULONG_PTR GetParentWindow() const override;
+    /// As set with SetAppHandle.
+    [[nodiscard]] mapi::ULONG_PTR GetAppHandle() const override;
     void Set_ParentWindow(mapi::ULONG_PTR window) override { FParentWindow = window; }
     [[nodiscard]] WideString Get_MAPIClient() const override { return FMAPIClient; }
     /// Another client's library than the loaded one replaces it at once.
@@ -264,7 +272,7 @@ public:
     [[nodiscard]] TKwRef<IKwMAPIMsgStore> OpenMsgStore(const TKwMAPIEntryID& entryID,
                                                        TKwMAPIAccessLevel accessLevel) override;
     [[nodiscard]] TKwRef<IKwMAPIMsgStore> OpenDefaultMsgStore(TKwMAPIAccessLevel accessLevel) override;
-    /// The organisation and site of the mailbox are those of the profile's own (PR_PROFILE_USER).
+    /// The organisation and site of the mailbox are those of the profile's own (PR_PROFILE_MAILBOX).
     /// @throws EMAPI_NOT_SUPPORTED  not connected to Exchange
     [[nodiscard]] TKwRef<IKwMAPIMsgStore> OpenOtherUsersMsgStore(WideView userName,
                                                                  TKwMAPIAccessLevel accessLevel) override;
@@ -325,7 +333,11 @@ public:
     /// @throws EMAPI_NO_ACCESS  "You must logon before you can execute …!"
     void CheckActive(WideView methodName) const override;
     /// @throws EMAPI_NOT_SUPPORTED  "The … can only be used in combination with Extended MAPI!"
-    void CheckUsingExtendedMAPI(WideView methodName) const;
+    void CheckUsingExtendedMAPI(WideView methodName) const override;
+    void CheckLastError(WideView methodName, mapi::HRESULT result) override
+    {
+        TKwMAPISessionBase::CheckLastError(methodName, result);
+    }
 
     /// What the client notifies this session of: the end of a shared session that it joined logs it off.
     void OnNotify(mapi::ULONG count, const mapi::NOTIFICATION* notifications);
@@ -339,7 +351,10 @@ private:
     class TSink;
     friend class TKwMAPISessionInfo;
 
-    [[nodiscard]] mapi::IMAPISession& MAPISession() const noexcept { return MAPIObjectAs<mapi::IMAPISession>(); }
+    /// @throws EMAPI_NO_ACCESS  the session has ended, perhaps in the middle of an operation that dispatched its end
+    [[nodiscard]] mapi::IMAPISession& MAPISession() const;
+    /// CheckActive and CheckUsingExtendedMAPI.
+    void CheckReady(WideView methodName) const;
     [[nodiscard]] bool GetCanUseUnicode() const noexcept { return UsesExtendedMAPI(); }
     void InternalLogon();
     void LogonSteps();
@@ -348,6 +363,8 @@ private:
     void ForgetLogon() noexcept;
     void ReleaseSessionCount() noexcept;
     void EnsureLibrary();
+    void DropMAPIObjects();
+    void DetachSink() noexcept;
     void LoadLibrary(const WideString& path);
     void AdviseSession();
     void UnadviseSession();
@@ -362,11 +379,12 @@ private:
     [[nodiscard]] TKwMAPIEntryID FindMsgStore(TKwMAPIPropDef def, const TKwVariant& value);
     [[nodiscard]] mapi::HRESULT CallOpenEntry(const TKwMAPIEntryID& entryID, const mapi::GUID* iid, mapi::ULONG flags,
                                               mapi::ULONG& objectType, TKwComPtr<mapi::IUnknown>& object);
+    [[nodiscard]] TKwComPtr<mapi::IUnknown> OpenObject(const TKwMAPIEntryID& entryID, const mapi::GUID* iid,
+                                                       mapi::ULONG flags, TKwMAPIObjectType& objectType);
     [[nodiscard]] TKwRef<IKwMAPIProp> WrapEntry(TKwMAPIObjectType objectType, mapi::IUnknown& object,
                                                 TKwMAPIAccessLevel accessLevel);
     [[nodiscard]] TKwComPtr<mapi::IMessage> OpenMessageOn(mapi::IStorage& storage,
                                                           IKwMAPIStorageSession& storageSession);
-    [[nodiscard]] bool HasMessageService(WideView serviceName);
     [[nodiscard]] TKwComPtr<mapi::IMAPITable> OpenMsgStoresTable();
     void DoBeforeLogon();
     void DoAfterLogon();
@@ -388,9 +406,12 @@ private:
     mapi::LHANDLE FSessionHandle = 0;
     mapi::ULONG_PTR FConnection = 0;
     std::thread::id FLogonThread;
-    bool FActive = false;
-    bool FLoggingOn = false;
-    bool FLoggingOff = false;
+    // A notification logs off on the client's thread.
+    std::atomic<bool> FActive{false};
+    std::atomic<bool> FLoggingOn{false};
+    std::atomic<bool> FLoggingOff{false};
+    std::mutex FSinkLock; // for FSink and FConnection
+    bool FExtendedLogon = false;
     bool FCounted = false; // in the logon thread's session count
     bool FJoinedSession = false;
     bool FServiceAlone = false; // logged on as a Windows service that shares its session with nobody
@@ -411,6 +432,10 @@ public:
 
 /// The same as TKwMAPIAutoObjectFactory::CreateComObject.
 [[nodiscard]] DEFTMAPI_API TKwRef<IKwMAPISession> CoSessionCreate();
+
+/// The window that MAPI dialogs belong to when a session has no ParentWindow: the application's main window.
+/// Process-wide; 0, for none, until it is set.
+DEFTMAPI_API void SetAppHandle(mapi::ULONG_PTR window) noexcept;
 
 /// Makes the folder dialog of the application's user interface for a session.
 using TKwCreateFolderDialogProc = std::function<TKwRef<IKwInterface>(IKwMAPISession& session)>;

@@ -239,13 +239,25 @@ TEST_F(ProfileSectionTest, SessionsAreJoinedAndEndedForAll)
     };
     ASSERT_EQ(logOn(u"q", nullptr, join)->Logoff(0, 0, 0), S_OK);
     EXPECT_EQ(ends(), (std::array{0, 0, 0})) << "one of them has gone";
+    Ptr<EndSink> critical(new EndSink);
+    ASSERT_EQ(first->Advise(0, nullptr, fnevCriticalError, critical.Get(), &connection), S_OK);
+    auto third = logOn(u"q", nullptr, join);
     ASSERT_EQ(second->Logoff(0, MAPI_LOGOFF_SHARED, 0), S_OK);
     EXPECT_EQ(ends(), (std::array{1, 0, 0})) << "the others of that session, and not the one that ended it";
+    EXPECT_EQ(critical->ends, 0) << "it did not ask for that";
+    Ptr<EndSink> late2(new EndSink);
+    ASSERT_EQ(third->Advise(0, nullptr, fnevExtended, late2.Get(), &connection), S_OK);
+    EXPECT_EQ(ends()[0], 1);
+    EXPECT_EQ(late2->ends, 1) << "who advises after the end is told, too";
     EXPECT_EQ(profileOf(*first), u"p") << "it works until it is logged off";
     EXPECT_EQ(profileOf(*logOn(u"q", nullptr, join)), u"q") << "nobody joins what has ended";
     ASSERT_EQ(first->Logoff(0, MAPI_LOGOFF_SHARED, 0), S_OK);
     EXPECT_EQ(ends(), (std::array{1, 0, 0}));
 
+    // What is logged off is not joined, although somebody still holds it.
+    auto held = logOn(u"p", u"pw", Logon | MAPI_ALLOW_OTHERS);
+    ASSERT_EQ(held->Logoff(0, 0, 0), S_OK);
+    EXPECT_EQ(profileOf(*logOn(u"q", nullptr, join)), u"q");
     // The last reference ends the offer as a logoff does.
     logOn(u"p", u"pw", Logon | MAPI_ALLOW_OTHERS).Reset();
     EXPECT_EQ(profileOf(*logOn(u"q", nullptr, join)), u"q");

@@ -299,6 +299,9 @@ TEST_F(SessionTest, ASessionOutlivesItsProfile)
     Ptr<IMsgServiceAdmin> services;
     ASSERT_EQ(session->AdminServices(0, Out(services)), S_OK);
     EXPECT_EQ(services->CreateMsgService(W(u"DEFTSTORE"), nullptr, 0, Unicode), MAPI_E_NOT_FOUND);
+    Ptr<IMAPITable> status;
+    EXPECT_EQ(session->GetStatusTable(Unicode, Out(status)), S_OK);
+    EXPECT_EQ(Rows(*status, {tag::DisplayName}).size(), 3u);
 }
 
 TEST_F(SessionTest, ThreadsWorkWithSessionsOfTheirOwn)

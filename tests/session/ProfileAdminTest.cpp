@@ -70,6 +70,21 @@ TEST_F(TProfileAdminTest, ProfilesAndTheDefaultOneAreRowsOfTheTable)
     EXPECT_EQ(Profiles->GetProfileTable()->Get_RowCount(), 3);
 }
 
+TEST_F(TProfileAdminTest, NothingOfALibraryIsKeptWhenItGoes)
+{
+    const auto table = Profiles->GetProfileTable();
+    Platform.SetValue(TKwRegistryRoot::rrCurrentUser, u"Software\\Clients\\Mail\\Other", u"DLLPathEx",
+                      u"C:\\other.dll");
+    Platform.SetFile(u"C:\\other.dll", MakePeImage(true, {"MAPIInitialize", "MAPILogonEx"}));
+    Platform.AddModule(u"C:\\other.dll").Exports = Module().Exports;
+    Session->Set_MAPIClient(u"Other");
+    EXPECT_EQ(Module().Open(), 0);
+    EXPECT_EQ(Admin->RefCount(), 1u);
+    EXPECT_EQ(Admin->Profiles->RefCount(), 1u);
+    KwMAPIInitialize(false, false, true, true);
+    EXPECT_EQ(Profiles->GetProfiles().size(), 0u) << "asked of the other one from now on";
+}
+
 TEST_F(TProfileAdminTest, SimpleMAPIReadsTheRegistry)
 {
     Session->Get_LogonInfo()->Set_UseExtendedMAPI(false);

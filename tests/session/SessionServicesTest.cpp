@@ -321,6 +321,9 @@ TEST_F(TSessionServicesTest, TheMailboxOfAnotherUser)
         Take().find("\nCreateStoreEntryID(/o=Org/ou=Site/cn=Configuration/cn=Servers/cn=MAIL1/cn=Microsoft Private "
                     "MDB,/o=Org/ou=Site/cn=Recipients/cn=bob,0x0000000C)\nOpenMsgStore(0,55,0x00000000)\n"),
         std::string::npos);
+    section.Set(TextValue(GetPropTag(PR_PROFILE_MAILBOX), u"/O=ORG/OU=SITE/CN=RECIPIENTS/CN=ANNA"));
+    static_cast<void>(Session->OpenOtherUsersMsgStore(u"bob", alReadOnly));
+    EXPECT_NE(Take().find("CreateStoreEntryID(/O=ORG/OU=SITE/cn=Configuration"), std::string::npos);
     static_cast<void>(Session->OpenOtherUsersMsgStore(u"/o=X/cn=y", alReadOnly));
     EXPECT_NE(Take().find(",/o=X/cn=y,"), std::string::npos);
 }

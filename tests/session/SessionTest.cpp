@@ -347,6 +347,36 @@ TEST_F(TSessionTest, SimpleMAPI)
     EXPECT_EQ(Take(), "BeforeLogoff(active)\nMAPILogoff(42,0x00000000)\nAfterLogoff()");
 }
 
+TEST_F(TSessionTest, HowASessionWasLoggedOnCountsUntilItEnds)
+{
+    const auto info = Session->Get_LogonInfo();
+    info->Set_UseExtendedMAPI(false);
+    LogonQuietly();
+    info->Set_UseExtendedMAPI(true);
+    EXPECT_EQ(Catch([&] { static_cast<void>(Session->GetMsgStoresTable()); }).ClassName, "EMAPI_NOT_SUPPORTED");
+    Session->Logoff();
+    EXPECT_EQ(Take(), "BeforeLogoff(active)\nMAPILogoff(42,0x00000000)\nAfterLogoff()");
+    // What was initialised for Simple MAPI is initialised anew.
+    Session->Logon();
+    EXPECT_TRUE(Take().starts_with("BeforeLogon()\nMAPIInitialize(0x00000008)\nMAPILogonEx("));
+    info->Set_UseExtendedMAPI(false);
+    EXPECT_NE(Session->GetMsgStoresTable(), nullptr);
+}
+
+TEST_F(TSessionTest, WhatASinkOpensBeforeTheLogoffIsInactiveAfterIt)
+{
+    LogonQuietly();
+    TKwRef<IKwMAPITable> kept;
+    Events->OnEvent = [&](const std::string& event, IKwMAPISession& session) {
+        if (event == "BeforeLogoff")
+            kept = session.GetMsgStoresTable();
+    };
+    Session->Logoff();
+    ASSERT_NE(kept, nullptr);
+    EXPECT_EQ(Client->Stores->RefCount(), 1u) << "nothing of the client is kept";
+    Events->OnEvent = {};
+}
+
 TEST_F(TSessionTest, LibrariesThatDoNotDo)
 {
     Module().Exports.erase("MAPILogonEx");
