@@ -30,7 +30,8 @@ inline void Check(mapi::HRESULT hr)
         throw std::runtime_error("MAPI call failed: " + std::to_string(static_cast<mapi::ULONG>(hr)));
 }
 
-/// The properties of message `number`: 2 % have the subject that the prefix search finds, 10 % are unread.
+/// The properties of message `number`, which with those of a new message make 28, as a short letter that was imported
+/// has: 2 % have the subject that the prefix search finds, 10 % are unread.
 inline std::vector<Prop> PropsOf(std::int64_t number)
 {
     const std::int64_t mixed = number * 7919 % 1000003;
@@ -48,7 +49,15 @@ inline std::vector<Prop> PropsOf(std::int64_t number)
             LongProp(tag::DeliveryTime, 133500000000000000 + mixed * 10000000),
             LongProp(tag::MessageFlags, number % 10 ? mapi::MSGFLAG_READ : 0),
             BinaryProp(tag::SearchKey, std::move(key)),
-            TextProp(0x6700001F, u"a value of ordinary length " + wide)};
+            TextProp(0x6700001F, u"a value of ordinary length " + wide),
+            TextProp(tag::SenderAddrType, u"SMTP"),
+            TextProp(tag::SentRepName, u"Sender " + wide.substr(0, 2)),
+            TextProp(tag::NormalizedSubject, (number % 50 == 3 ? u"Invoice " : u"About the matter of ") + wide),
+            LongProp(tag::ClientSubmitTime, 133500000000000000 + mixed * 10000000 - 50000000),
+            TextProp(tag::InternetMessageId, u"<" + wide + u".letter@mail.example.org>"),
+            LongProp(tag::InternetCodePage, 65001),
+            BinaryProp(tag::ConversationIndex, Bytes(22, static_cast<std::uint8_t>(mixed))),
+            TextProp(tag::SubjectPrefix, u"")};
 }
 
 inline MessageState MessageOf(std::int64_t number, std::int64_t folder)
