@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <limits>
 
 namespace deftmapi
 {
@@ -33,6 +34,20 @@ mapi::HRESULT KwCopyStream(mapi::IStream& source, mapi::IStream* target, mapi::U
     if (written != nullptr)
         written->QuadPart = totalWritten;
     return mapi::Failed(hr) ? hr : mapi::S_OK;
+}
+
+mapi::HRESULT KwSeekFrom(std::uint64_t base, mapi::LARGE_INTEGER move, std::uint64_t& position,
+                         mapi::ULARGE_INTEGER* newPosition) noexcept
+{
+    constexpr auto limit = static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max());
+    const auto distance = static_cast<std::uint64_t>(move.QuadPart);
+    const bool invalid = move.QuadPart < 0 ? base < 0 - distance : base + distance > limit;
+    if (invalid)
+        return mapi::STG_E_INVALIDFUNCTION;
+    position = base + distance;
+    if (newPosition != nullptr)
+        newPosition->QuadPart = position;
+    return mapi::S_OK;
 }
 
 } // namespace deftmapi

@@ -8,7 +8,6 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <limits>
 
 namespace deftmapi
 {
@@ -95,7 +94,6 @@ mapi::HRESULT DEFTMAPI_STDCALL TMAPIFileStream::Read(void* buffer, mapi::ULONG c
 mapi::HRESULT DEFTMAPI_STDCALL TMAPIFileStream::Seek(mapi::LARGE_INTEGER move, mapi::DWORD origin,
                                                      mapi::ULARGE_INTEGER* newPosition)
 {
-    constexpr auto limit = static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max());
     std::uint64_t base = 0;
     if (origin == SeekCurrent)
         base = FPosition;
@@ -103,14 +101,7 @@ mapi::HRESULT DEFTMAPI_STDCALL TMAPIFileStream::Seek(mapi::LARGE_INTEGER move, m
         base = FSize;
     else if (origin != SeekSet)
         return mapi::STG_E_INVALIDFUNCTION;
-    const auto distance = static_cast<std::uint64_t>(move.QuadPart);
-    const bool invalid = move.QuadPart < 0 ? base < 0 - distance : base + distance > limit;
-    if (invalid)
-        return mapi::STG_E_INVALIDFUNCTION;
-    FPosition = base + distance;
-    if (newPosition != nullptr)
-        newPosition->QuadPart = FPosition;
-    return mapi::S_OK;
+    return KwSeekFrom(base, move, FPosition, newPosition);
 }
 
 mapi::HRESULT DEFTMAPI_STDCALL TMAPIFileStream::CopyTo(mapi::IStream* target, mapi::ULARGE_INTEGER count,

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <iostream>
-#include <limits>
 
 namespace deftmapi
 {
@@ -106,7 +105,6 @@ mapi::HRESULT DEFTMAPI_STDCALL TKwMAPIStreamAdapter::Write(const void* buffer, m
 mapi::HRESULT DEFTMAPI_STDCALL TKwMAPIStreamAdapter::Seek(mapi::LARGE_INTEGER move, mapi::DWORD origin,
                                                           mapi::ULARGE_INTEGER* newPosition)
 {
-    constexpr auto limit = static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max());
     std::uint64_t base = 0;
     if (origin == SeekCurrent)
         base = FPosition;
@@ -116,14 +114,7 @@ mapi::HRESULT DEFTMAPI_STDCALL TKwMAPIStreamAdapter::Seek(mapi::LARGE_INTEGER mo
         Guarded(mapi::STG_E_SEEKERROR, [&] { return origin != SeekEnd || SizeOf(*FStream, base); });
     if (hr != mapi::S_OK)
         return hr;
-    const auto distance = static_cast<std::uint64_t>(move.QuadPart);
-    const bool invalid = move.QuadPart < 0 ? base < 0 - distance : base + distance > limit;
-    if (invalid)
-        return mapi::STG_E_INVALIDFUNCTION;
-    FPosition = base + distance;
-    if (newPosition != nullptr)
-        newPosition->QuadPart = FPosition;
-    return mapi::S_OK;
+    return KwSeekFrom(base, move, FPosition, newPosition);
 }
 
 mapi::HRESULT DEFTMAPI_STDCALL TKwMAPIStreamAdapter::CopyTo(mapi::IStream* target, mapi::ULARGE_INTEGER count,
