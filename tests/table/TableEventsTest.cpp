@@ -427,16 +427,16 @@ TEST_F(TTableEventsTest, ASinkAndTheTablesThreadMayEndTheNotificationsAtOnce)
             table.UnAdvise();
             left = true;
         };
+        Object->OnUnadvise = [&, tablesThread = std::this_thread::get_id()] {
+            ending.set_value();
+            if (std::this_thread::get_id() == tablesThread)
+                delivered.get_future().wait();
+        };
         std::thread client([&, advised = TKwComPtr<mapi::IMAPIAdviseSink>(Object->Sink)] {
             mapi::NOTIFICATION events[2]{TableEvent(mapi::TABLE_CHANGED), TableEvent(mapi::TABLE_RELOAD)};
             advised->OnNotify(2, events);
             delivered.set_value();
         });
-        Object->OnUnadvise = [&, clientThread = client.get_id()] {
-            ending.set_value();
-            if (std::this_thread::get_id() != clientThread)
-                delivered.get_future().wait();
-        };
         entered.get_future().wait();
         if (sinkFirst)
             ending.get_future().wait();
