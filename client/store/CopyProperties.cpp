@@ -55,6 +55,8 @@ public:
     }
 
     [[nodiscard]] std::span<const mapi::SPropProblem> Problems() const { return FProblems; }
+    /// Whether the destination kept a value of its own (MAPI_NOREPLACE).
+    [[nodiscard]] bool WasKept(ULONG tag) const { return std::find(FKept.begin(), FKept.end(), tag) != FKept.end(); }
 
 private:
     void CopyTag(ULONG index, ULONG tag)
@@ -74,8 +76,10 @@ private:
         }
         if (mapi::PROP_TYPE(value->ulPropTag) == mapi::PT_OBJECT)
             return; // recipients, attachments and embedded messages have their own ways
-        if (FFlags & mapi::MAPI_NOREPLACE && Exists(target))
+        if (FFlags & mapi::MAPI_NOREPLACE && Exists(target)) {
+            FKept.push_back(tag);
             return;
+        }
         value->ulPropTag = target;
         MapiBuffer<mapi::SPropProblemArray> problems;
         const mapi::HRESULT set = FTo.SetProps(1, value.Get(), problems.Out());
@@ -113,8 +117,10 @@ private:
 
     void CopyStream(ULONG tag, ULONG target)
     {
-        if (FFlags & mapi::MAPI_NOREPLACE && Exists(target))
+        if (FFlags & mapi::MAPI_NOREPLACE && Exists(target)) {
+            FKept.push_back(tag);
             return;
+        }
         TKwComPtr<mapi::IStream> from;
         TKwComPtr<mapi::IStream> to;
         Check(FFrom.OpenProperty(tag, &mapi::IID_IStream, mapi::STGM_READ, 0,
@@ -131,6 +137,7 @@ private:
     mapi::IMAPIProp& FTo;
     ULONG FFlags;
     std::vector<mapi::SPropProblem> FProblems;
+    std::vector<ULONG> FKept;
 };
 
 void CopyRecipients(mapi::IMessage& from, mapi::IMessage& to)
@@ -249,6 +256,8 @@ void CopyObject(mapi::IMAPIProp& from, const mapi::SPropTagArray* tags, const ma
         CopyEmbedded(*fromAttach, *toAttach);
     if (problems)
         *problems = MakeProblems(copier.Problems()).Detach();
+    // What the destination did not take stays where it is.
+    std::erase_if(wanted, [&](ULONG tag) { return copier.WasKept(tag); });
     if (flags & mapi::MAPI_MOVE && copier.Problems().empty() && !wanted.empty())
         Check(from.DeleteProps(MakeTagArray(wanted).Get(), nullptr));
 }

@@ -119,11 +119,12 @@ void FolderObject::Refresh()
 
 void FolderObject::Changed(std::span<const ULONG> ids)
 {
+    Transaction transaction(FStore->Db());
+    PutOntoStored(ids);
     const WideString name = FState.props.Text(tag::DisplayName);
     if (name.empty() && FState.parent != 0)
         Fail(mapi::MAPI_E_BAD_VALUE, sNoName);
     const bool renamed = std::find(ids.begin(), ids.end(), tag::DisplayName >> 16) != ids.end();
-    Transaction transaction(FStore->Db());
     const Bytes props = FStore->Pack({LargeOwner::Folder, FRow}, FState.props, [](const Prop& prop) {
         return prop.tag != tag::DisplayName && prop.tag != tag::CreationTime && prop.tag != tag::LastModification;
     });

@@ -122,8 +122,8 @@ mapi::HRESULT FolderObject::CreateFolder(ULONG type, mapi::LPTSTR name, mapi::LP
         if (text.empty())
             Fail(mapi::MAPI_E_INVALID_PARAMETER, sNoName);
         RequireWritable();
-        Refresh();
         Transaction transaction(FStore->Db());
+        Refresh(); // nobody deletes the folder any more
         std::int64_t row = ChildOfName(*FStore, FRow, text);
         if (row != 0 && !(flags & mapi::OPEN_IF_EXISTS))
             Fail(mapi::MAPI_E_COLLISION, sNameTaken);
@@ -184,6 +184,12 @@ mapi::HRESULT FolderObject::DeleteFolder(ULONG size, mapi::LPENTRYID id, mapi::U
         const std::int64_t row = FStore->RowOf(size, id, EntryKind::Folder);
         if (IsSpecial(row))
             Fail(mapi::MAPI_E_NO_ACCESS, sSpecial);
+        // What must be kept is decided on what is there when nobody else writes any more. When all may go, the bulk
+        // goes in pieces instead.
+        constexpr ULONG everything = mapi::DEL_FOLDERS | mapi::DEL_MESSAGES;
+        std::optional<Transaction> decided;
+        if ((flags & everything) != everything)
+            decided.emplace(FStore->Db());
         const FolderRow folder = LoadFolder(*FStore, row);
         if (folder.parent != FRow)
             Fail(mapi::MAPI_E_NOT_FOUND, sNoFolder);
@@ -192,6 +198,8 @@ mapi::HRESULT FolderObject::DeleteFolder(ULONG size, mapi::LPENTRYID id, mapi::U
         if (folder.contents != 0 && !(flags & mapi::DEL_MESSAGES))
             Fail(mapi::MAPI_E_HAS_MESSAGES, sHasMessages);
         PurgeFolder(*FStore, row);
+        if (decided)
+            decided->Commit();
     });
 }
 

@@ -252,7 +252,11 @@ std::int64_t RowNamed(const MessageRows& rows, const Restriction& restriction)
     std::int64_t row = 0;
     std::memcpy(&row, bytes->data() + bytes->size() - sizeof row, sizeof row);
     const auto computed = rows.Computed(row, restriction.Tag() >> 16);
-    return row > 0 && computed && computed->data == restriction.Value().data ? row : 0;
+    if (row <= 0 || !computed || computed->data != restriction.Value().data)
+        return 0;
+    // What is the same for every row (the parent's identifier, the store's) names none of them.
+    const auto other = rows.Computed(row == 1 ? 2 : 1, restriction.Tag() >> 16);
+    return other && other->data != computed->data ? row : 0;
 }
 
 } // namespace

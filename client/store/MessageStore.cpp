@@ -119,9 +119,10 @@ protected:
     }
     const PropertyBag& Read() override { return FProps; }
     PropertyBag& Write() override { return FProps; }
-    void Changed(std::span<const ULONG>) override
+    void Changed(std::span<const ULONG> ids) override
     {
         Transaction transaction(FStore->Db());
+        PutOntoStored(ids);
         const Bytes packed = FStore->Pack({LargeOwner::Store, 0}, FProps);
         FStore->Db().Prepare("UPDATE store SET props = ?1").BindBlob(1, packed).Run();
         transaction.Commit();

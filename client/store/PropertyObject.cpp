@@ -67,6 +67,20 @@ TKwComPtr<mapi::IUnknown> PropertyCore::OpenObject(ULONG, const mapi::IID&, ULON
     Fail(mapi::MAPI_E_INTERFACE_NOT_SUPPORTED, sNoInterface);
 }
 
+void PropertyCore::PutOntoStored(std::span<const ULONG> ids)
+{
+    Props changed;
+    for (const ULONG id : ids)
+        if (const Prop* prop = Read().Find(id))
+            changed.push_back(*prop);
+    Refresh();
+    PropertyBag& bag = Write();
+    for (const ULONG id : ids)
+        bag.Erase(id);
+    for (Prop& prop : changed)
+        bag.Set(std::move(prop));
+}
+
 void PropertyCore::RequireWritable() const
 {
     if (!FWritable)

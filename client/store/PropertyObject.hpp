@@ -59,6 +59,9 @@ protected:
         return Guard(FLast, std::forward<Body>(body));
     }
     void RequireWritable() const;
+    /// Brings what is in memory up to date and puts the changed properties onto it: another process may have changed
+    /// the others. For objects whose changes are written at once. REQUIRES: a transaction is open
+    void PutOntoStored(std::span<const ULONG> ids);
     /// The stored or computed property in the type of the tag; an error property when there is none.
     [[nodiscard]] Prop GetOne(ULONG tag, bool unicode);
 

@@ -220,6 +220,29 @@ protected:
     Ptr<IMAPITable> FTable;
 };
 
+TEST_F(TableRestrictionTest, WhatAllMessagesOfAFolderShareNamesNoneOfThem)
+{
+    for (int i = 0; i < 5; ++i) {
+        Ptr<IMessage> message;
+        ASSERT_EQ(FInbox->CreateMessage(nullptr, 0, Out(message)), S_OK);
+        Save(*message);
+    }
+    Ptr<IMAPITable> table;
+    ASSERT_EQ(FInbox->GetContentsTable(MAPI_UNICODE, Out(table)), S_OK);
+    for (const ULONG tag : {tag::ParentEntryId, tag::StoreEntryId, tag::StoreRecordKey}) {
+        const Got shared = Get(*FInbox, tag == tag::ParentEntryId ? tag::EntryId : tag);
+        SPropValue value = *shared.value.Get();
+        value.ulPropTag = tag;
+        SRestriction equal{};
+        equal.rt = RES_PROPERTY;
+        equal.res.resProperty = {RELOP_EQ, tag, &value};
+        ASSERT_EQ(table->Restrict(&equal, 0), S_OK);
+        ULONG count = 0;
+        ASSERT_EQ(table->GetRowCount(0, &count), S_OK);
+        EXPECT_EQ(count, 5u) << std::hex << tag;
+    }
+}
+
 TEST_F(TableRestrictionTest, TheDatabaseAndTheEvaluatorAgree)
 {
     constexpr int Messages = 60;

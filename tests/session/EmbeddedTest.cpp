@@ -84,7 +84,7 @@ TEST_F(TEmbeddedSessionTest, ServicesSectionsAndStatus)
     const TCaught refused = Catch([&] { static_cast<void>(services->AddPstFileToCurrentProfile(pst, u"Old", false)); });
     EXPECT_NE(refused.Message.find("(.pst) cannot be opened by this client"), std::string::npos) << refused.Message;
     EXPECT_EQ(Column(*services->GetMsgServiceTable(), PR_DISPLAY_NAME).size(), 2u) << "nothing is left of it";
-    services->OpenProfileSection(second, alReadWrite)->PropByName(PR_PROFILE_CONFIG_FLAGS);
+    EXPECT_EQ(services->OpenProfileSection(second, alReadWrite)->Get_AccessLevel(), alReadWrite);
 
     // By another logon, and without one.
     Session->Logoff();
