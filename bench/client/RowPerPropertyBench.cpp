@@ -27,7 +27,7 @@ public:
     {
         FDatabase.Execute("PRAGMA journal_mode = WAL");
         FDatabase.Execute("PRAGMA synchronous = FULL");
-        FDatabase.Execute("PRAGMA cache_size = -48000");
+        FDatabase.Execute("PRAGMA cache_size = -32000");
         FDatabase.Execute("PRAGMA wal_autocheckpoint = 8000");
         FDatabase.Execute("CREATE TABLE objects (id INTEGER PRIMARY KEY, parent INTEGER NOT NULL)");
         FDatabase.Execute("CREATE INDEX objects_parent ON objects (parent)");

@@ -412,9 +412,9 @@ void PrepareConnection(Database& database)
     database.Execute("PRAGMA synchronous = FULL");
     // Sorting a large folder by what has no index must not be held in memory whole.
     database.Execute("PRAGMA temp_store = FILE");
-    // 48 MB, taken as needed: walks in an order of their own come back to pages again and again. 32 MB of log before it
+    // 32 MB, taken as needed: walks in an order of their own come back to pages again and again. 32 MB of log before it
     // is copied: a bulk load changes the pages of its indexes many times.
-    database.Execute("PRAGMA cache_size = -48000");
+    database.Execute("PRAGMA cache_size = -32000");
     database.Execute("PRAGMA wal_autocheckpoint = 8000");
     if (database.Scalar("PRAGMA user_version") < schema::Version) {
         {
