@@ -57,7 +57,7 @@ TEST_F(StreamTest, LargeValuesPassThroughInPieces)
         ASSERT_EQ(stream->Read(data.data(), Piece, &got), S_OK);
         ASSERT_TRUE(data == Pattern(Piece, static_cast<std::uint32_t>(i))) << i;
     }
-    // SQLite keeps up to 16 MB of pages; the value itself is 64 MB.
+    // SQLite keeps up to 32 MB of pages; the value itself is 64 MB.
     if (!UnderSanitizer) {
         EXPECT_LT(PeakMemoryKiB() - before, 40 * 1024);
     }
