@@ -15,7 +15,10 @@ namespace
 
 constexpr auto sNoDestination = u"The destination object does not support the interface that was named.";
 constexpr auto sStepFailed = u"The destination or source object refused a step of the copy.";
-constexpr auto sFolderContents = u"Copying a folder's contents needs IMAPIFolder::CopyMessages and CopyFolder.";
+constexpr auto sCycle = u"A folder cannot be copied into itself or below itself.";
+
+/// Rows of a table that are read at once.
+constexpr mapi::LONG RowsAtOnce = 500;
 
 void Check(mapi::HRESULT code)
 {
@@ -43,6 +46,16 @@ bool IsIdentity(ULONG tag)
            std::any_of(identity.begin(), identity.end(), [id](ULONG t) { return t >> 16 == id; });
 }
 
+/// What a folder does not take from another one besides: its name, by which its parent knows it, its times and counts.
+bool StaysWithFolder(ULONG tag)
+{
+    constexpr ULONG Tags[] = {tag::DisplayName,        tag::CreationTime,      tag::LastModification,
+                              tag::FolderType,         tag::ContentCount,      tag::ContentUnread,
+                              tag::Subfolders,         tag::FolderStatus,      tag::AssociatedCount,
+                              tag::ContainerHierarchy, tag::ContainerContents, tag::AssociatedContents};
+    return std::any_of(std::begin(Tags), std::end(Tags), [tag](ULONG own) { return own >> 16 == tag >> 16; });
+}
+
 class Copier
 {
 public:
@@ -54,6 +67,7 @@ public:
             CopyTag(static_cast<ULONG>(i), tags[i]);
     }
 
+    void AddProblem(ULONG tag, mapi::HRESULT code) { FProblems.push_back({0, tag, code}); }
     [[nodiscard]] std::span<const mapi::SPropProblem> Problems() const { return FProblems; }
     /// Whether the destination kept a value of its own (MAPI_NOREPLACE).
     [[nodiscard]] bool WasKept(ULONG tag) const { return std::find(FKept.begin(), FKept.end(), tag) != FKept.end(); }
@@ -198,6 +212,92 @@ void CopyAttachments(mapi::IMessage& from, mapi::IMessage& to)
     }
 }
 
+Bytes BinaryOf(mapi::IMAPIProp& object, ULONG tag)
+{
+    mapi::SPropTagArray wanted{1, {tag}};
+    ULONG count = 0;
+    MapiBuffer<mapi::SPropValue> value;
+    Check(object.GetProps(&wanted, 0, &count, value.Out()));
+    if (value->ulPropTag != tag)
+        Fail(value->Value.err, sStepFailed);
+    return {value->Value.bin.lpb, value->Value.bin.lpb + value->Value.bin.cb};
+}
+
+std::vector<Bytes> EntriesOf(mapi::IMAPITable& table)
+{
+    mapi::SPropTagArray columns{1, {tag::EntryId}};
+    Check(table.SetColumns(&columns, 0));
+    std::vector<Bytes> entries;
+    for (;;) {
+        RowSet rows;
+        Check(table.QueryRows(RowsAtOnce, 0, rows.Out()));
+        if (rows->cRows == 0)
+            return entries;
+        for (ULONG i = 0; i < rows->cRows; ++i) {
+            const mapi::SBinary& id = rows->aRow[i].lpProps[0].Value.bin;
+            entries.emplace_back(id.lpb, id.lpb + id.cb);
+        }
+    }
+}
+
+mapi::LPENTRYID AsEntry(Bytes& id)
+{
+    return reinterpret_cast<mapi::LPENTRYID>(id.data());
+}
+
+/// @throws Failure  MAPI_E_FOLDER_CYCLE `to` is `from` or lies below it
+void CheckCycle(mapi::IMAPIFolder& from, mapi::IMAPIFolder& to)
+{
+    const Bytes source = BinaryOf(from, tag::EntryId);
+    Bytes at = BinaryOf(to, tag::EntryId);
+    Bytes parent = BinaryOf(to, tag::ParentEntryId);
+    for (;;) {
+        if (at == source)
+            Fail(mapi::MAPI_E_FOLDER_CYCLE, sCycle);
+        if (at == parent) // the root folder is its own parent
+            return;
+        ULONG type = 0;
+        TKwComPtr<mapi::IMAPIFolder> folder;
+        Check(to.OpenEntry(static_cast<ULONG>(parent.size()), AsEntry(parent), &mapi::IID_IMAPIFolder, 0, &type,
+                           reinterpret_cast<mapi::LPUNKNOWN*>(Out(folder))));
+        at = std::exchange(parent, BinaryOf(*folder, tag::ParentEntryId));
+    }
+}
+
+/// @returns S_OK or MAPI_W_PARTIAL_COMPLETION
+mapi::HRESULT CopyContents(mapi::IMAPIFolder& from, mapi::IMAPIFolder& to, bool associated, bool move)
+{
+    TKwComPtr<mapi::IMAPITable> table;
+    Check(from.GetContentsTable(associated ? mapi::MAPI_ASSOCIATED : 0, Out(table)));
+    std::vector<Bytes> entries = EntriesOf(*table);
+    if (entries.empty())
+        return mapi::S_OK;
+    std::vector<mapi::SBinary> ids;
+    for (Bytes& entry : entries)
+        ids.push_back({static_cast<ULONG>(entry.size()), entry.data()});
+    mapi::ENTRYLIST list{static_cast<ULONG>(ids.size()), ids.data()};
+    const mapi::HRESULT copied =
+        from.CopyMessages(&list, &mapi::IID_IMAPIFolder, &to, 0, nullptr, move ? mapi::MESSAGE_MOVE : 0);
+    Check(copied);
+    return copied;
+}
+
+mapi::HRESULT CopyHierarchy(mapi::IMAPIFolder& from, mapi::IMAPIFolder& to, bool move)
+{
+    TKwComPtr<mapi::IMAPITable> table;
+    Check(from.GetHierarchyTable(0, Out(table)));
+    mapi::HRESULT result = mapi::S_OK;
+    for (Bytes& entry : EntriesOf(*table)) {
+        const mapi::HRESULT copied =
+            from.CopyFolder(static_cast<ULONG>(entry.size()), AsEntry(entry), &mapi::IID_IMAPIFolder, &to, nullptr, 0,
+                            nullptr, mapi::COPY_SUBFOLDERS | (move ? mapi::FOLDER_MOVE : 0));
+        Check(copied);
+        if (copied != mapi::S_OK)
+            result = copied;
+    }
+    return result;
+}
+
 template <typename T>
 TKwComPtr<T> As(mapi::IUnknown& object, const mapi::IID& iid)
 {
@@ -222,8 +322,17 @@ void CopyObject(mapi::IMAPIProp& from, const mapi::SPropTagArray* tags, const ma
     const auto to = As<mapi::IMAPIProp>(unknown, mapi::IID_IMAPIProp);
     if (!to || !As<mapi::IUnknown>(unknown, *interfaceId))
         Fail(mapi::MAPI_E_INTERFACE_NOT_SUPPORTED, sNoDestination);
-    if (!tags && As<mapi::IMAPIFolder>(from, mapi::IID_IMAPIFolder))
-        Fail(mapi::MAPI_E_NO_SUPPORT, sFolderContents);
+    const auto fromFolder = As<mapi::IMAPIFolder>(from, mapi::IID_IMAPIFolder);
+    const auto toFolder = As<mapi::IMAPIFolder>(unknown, mapi::IID_IMAPIFolder);
+    if (!tags && fromFolder && !toFolder)
+        Fail(mapi::MAPI_E_INTERFACE_NOT_SUPPORTED, sNoDestination);
+    const auto takes = [&](ULONG tag, const mapi::IID& iid) {
+        const bool out =
+            std::any_of(excludedInterfaces.begin(), excludedInterfaces.end(), [&](const auto& x) { return x == iid; });
+        return !out && (tags ? IsIn(tags, tag) : !IsIn(excluded, tag));
+    };
+    if (fromFolder && toFolder && takes(tag::ContainerHierarchy, mapi::IID_IMAPITable))
+        CheckCycle(*fromFolder, *toFolder);
 
     MapiBuffer<mapi::SPropTagArray> list;
     if (!tags)
@@ -231,17 +340,27 @@ void CopyObject(mapi::IMAPIProp& from, const mapi::SPropTagArray* tags, const ma
     const mapi::SPropTagArray& all = tags ? *tags : *list.Get();
     std::vector<ULONG> wanted;
     for (ULONG i = 0; i < all.cValues; ++i) {
-        if (!IsIn(excluded, all.aulPropTag[i]) && (tags || !IsIdentity(all.aulPropTag[i])))
-            wanted.push_back(all.aulPropTag[i]);
+        const ULONG tag = all.aulPropTag[i];
+        if (!IsIn(excluded, tag) && (tags || !(IsIdentity(tag) || (fromFolder && StaysWithFolder(tag)))))
+            wanted.push_back(tag);
     }
     Copier copier(from, *to.Get(), flags);
     copier.CopyTags(wanted);
 
-    const auto takes = [&](ULONG tag, const mapi::IID& iid) {
-        const bool out =
-            std::any_of(excludedInterfaces.begin(), excludedInterfaces.end(), [&](const auto& x) { return x == iid; });
-        return !out && (tags ? IsIn(tags, tag) : !IsIn(excluded, tag));
-    };
+    if (fromFolder && toFolder) {
+        const bool move = (flags & mapi::MAPI_MOVE) != 0;
+        const auto note = [&copier](ULONG tag, mapi::HRESULT result) {
+            if (result != mapi::S_OK)
+                copier.AddProblem(tag, result);
+        };
+        // Subfolders first: their names may be taken, and then nothing has been copied.
+        if (takes(tag::ContainerHierarchy, mapi::IID_IMAPITable))
+            note(tag::ContainerHierarchy, CopyHierarchy(*fromFolder, *toFolder, move));
+        if (takes(tag::ContainerContents, mapi::IID_IMAPITable))
+            note(tag::ContainerContents, CopyContents(*fromFolder, *toFolder, false, move));
+        if (takes(tag::AssociatedContents, mapi::IID_IMAPITable))
+            note(tag::AssociatedContents, CopyContents(*fromFolder, *toFolder, true, move));
+    }
     const auto fromMessage = As<mapi::IMessage>(from, mapi::IID_IMessage);
     const auto toMessage = As<mapi::IMessage>(unknown, mapi::IID_IMessage);
     if (fromMessage && toMessage) {

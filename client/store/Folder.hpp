@@ -26,10 +26,23 @@ struct FolderRow
 [[nodiscard]] std::optional<Prop> FolderProperty(const StoreFile& store, const FolderRow& folder, bool writable,
                                                  ULONG id);
 [[nodiscard]] std::span<const ULONG> FolderPropertyTags();
-/// Removes a folder with everything in and below it, in several transactions when it is large.
-void PurgeFolder(StoreFile& store, std::int64_t row);
-/// Removes the messages of a folder in pieces of a size that keeps the log short.
-void PurgeMessages(StoreFile& store, std::int64_t row, bool withAssociated);
+class ProgressMeter;
+
+/// The folders that every store has: they are never deleted or moved.
+[[nodiscard]] bool IsSpecialFolder(std::int64_t row);
+[[nodiscard]] std::vector<std::int64_t> ChildFolders(StoreFile& store, std::int64_t row);
+/// The folder and all below it, parents before their children.
+[[nodiscard]] std::vector<std::int64_t> Subtree(StoreFile& store, std::int64_t row);
+/// Adds a generic folder. REQUIRES: a transaction is open, and the name is free. @returns its row
+std::int64_t InsertFolder(StoreFile& store, std::int64_t parent, const WideString& name, const PropertyBag& props);
+/// Removes a folder with everything in and below it; each message and folder is a step of the meter.
+/// REQUIRES: a transaction is open.
+void DeleteSubtree(StoreFile& store, std::int64_t row, ProgressMeter& meter);
+
+/// What the folder objects of this client know each other by when one is handed to another as a destination. It gives
+/// the IMAPIFolder of a FolderObject and means nothing to anybody else.
+inline constexpr mapi::IID IID_OwnFolder = {
+    0x8D3E51B6, 0x2C7A, 0x4F09, {0x9B, 0x64, 0x17, 0xE0, 0xD2, 0x5A, 0xC8, 0x3F}};
 
 class FolderObject final : public PropertyObject<mapi::IMAPIFolder>
 {
@@ -48,28 +61,31 @@ public:
     mapi::HRESULT DEFTMAPI_STDCALL CreateMessage(mapi::LPCIID iid, ULONG flags,
                                                  mapi::LPMESSAGE* message) noexcept override;
     mapi::HRESULT DEFTMAPI_STDCALL CopyMessages(mapi::LPENTRYLIST list, mapi::LPCIID iid, mapi::LPVOID destination,
-                                                mapi::ULONG_PTR, mapi::LPMAPIPROGRESS, ULONG flags) noexcept override;
-    mapi::HRESULT DEFTMAPI_STDCALL DeleteMessages(mapi::LPENTRYLIST list, mapi::ULONG_PTR, mapi::LPMAPIPROGRESS,
-                                                  ULONG flags) noexcept override;
+                                                mapi::ULONG_PTR, mapi::LPMAPIPROGRESS progress,
+                                                ULONG flags) noexcept override;
+    mapi::HRESULT DEFTMAPI_STDCALL DeleteMessages(mapi::LPENTRYLIST list, mapi::ULONG_PTR,
+                                                  mapi::LPMAPIPROGRESS progress, ULONG flags) noexcept override;
     mapi::HRESULT DEFTMAPI_STDCALL CreateFolder(ULONG type, mapi::LPTSTR name, mapi::LPTSTR comment, mapi::LPCIID iid,
                                                 ULONG flags, mapi::LPMAPIFOLDER* folder) noexcept override;
     mapi::HRESULT DEFTMAPI_STDCALL CopyFolder(ULONG size, mapi::LPENTRYID id, mapi::LPCIID iid,
                                               mapi::LPVOID destination, mapi::LPTSTR name, mapi::ULONG_PTR,
-                                              mapi::LPMAPIPROGRESS, ULONG flags) noexcept override;
-    mapi::HRESULT DEFTMAPI_STDCALL DeleteFolder(ULONG size, mapi::LPENTRYID id, mapi::ULONG_PTR, mapi::LPMAPIPROGRESS,
-                                                ULONG flags) noexcept override;
-    mapi::HRESULT DEFTMAPI_STDCALL SetReadFlags(mapi::LPENTRYLIST list, mapi::ULONG_PTR, mapi::LPMAPIPROGRESS,
+                                              mapi::LPMAPIPROGRESS progress, ULONG flags) noexcept override;
+    mapi::HRESULT DEFTMAPI_STDCALL DeleteFolder(ULONG size, mapi::LPENTRYID id, mapi::ULONG_PTR,
+                                                mapi::LPMAPIPROGRESS progress, ULONG flags) noexcept override;
+    mapi::HRESULT DEFTMAPI_STDCALL SetReadFlags(mapi::LPENTRYLIST list, mapi::ULONG_PTR, mapi::LPMAPIPROGRESS progress,
                                                 ULONG flags) noexcept override;
     mapi::HRESULT DEFTMAPI_STDCALL GetMessageStatus(ULONG size, mapi::LPENTRYID id, ULONG flags,
                                                     ULONG* status) noexcept override;
     mapi::HRESULT DEFTMAPI_STDCALL SetMessageStatus(ULONG size, mapi::LPENTRYID id, ULONG status, ULONG mask,
                                                     ULONG* old) noexcept override;
     mapi::HRESULT DEFTMAPI_STDCALL SaveContentsSort(mapi::LPSSortOrderSet, ULONG) noexcept override;
-    mapi::HRESULT DEFTMAPI_STDCALL EmptyFolder(mapi::ULONG_PTR, mapi::LPMAPIPROGRESS, ULONG flags) noexcept override;
+    mapi::HRESULT DEFTMAPI_STDCALL EmptyFolder(mapi::ULONG_PTR, mapi::LPMAPIPROGRESS progress,
+                                               ULONG flags) noexcept override;
 
     [[nodiscard]] bool Implements(const mapi::IID& iid) const noexcept override
     {
-        return iid == mapi::IID_IMAPIFolder || iid == mapi::IID_IMAPIContainer || iid == mapi::IID_IMAPIProp;
+        return iid == mapi::IID_IMAPIFolder || iid == mapi::IID_IMAPIContainer || iid == mapi::IID_IMAPIProp ||
+               iid == IID_OwnFolder;
     }
 
 protected:
@@ -89,9 +105,14 @@ protected:
 private:
     /// The rows that the list names; entries that are no messages of this store are counted in `bad`.
     [[nodiscard]] std::vector<std::int64_t> MessageRows(const mapi::ENTRYLIST* list, std::size_t& bad);
-    /// The row of a folder object handed in by the caller. @throws Failure  MAPI_E_NO_SUPPORT it belongs to another
-    /// store
-    [[nodiscard]] std::int64_t DestinationRow(mapi::LPVOID destination, mapi::LPCIID iid);
+    /// The folder object handed in by the caller. @throws Failure  MAPI_E_NO_SUPPORT it belongs to another provider,
+    /// MAPI_E_NO_ACCESS it was opened for reading only
+    [[nodiscard]] static TKwComPtr<FolderObject> Destination(mapi::LPVOID destination, mapi::LPCIID iid);
+    [[nodiscard]] bool IsOfStore(const FolderObject& other) const { return FStore->Id() == other.FStore->Id(); }
+    [[nodiscard]] bool CopyFolderAcross(std::int64_t row, FolderObject& target, const WideString& name, ULONG flags,
+                                        ProgressMeter& meter);
+    [[nodiscard]] std::size_t CopyMessagesAcross(const std::vector<std::int64_t>& rows, FolderObject& target, bool move,
+                                                 ProgressMeter& meter);
 
     std::int64_t FRow;
     FolderRow FState;

@@ -1,6 +1,6 @@
 // What a folder does with its messages: create, copy, move, delete, read flags, status.
 #include "client/store/Attachment.hpp"
-#include "client/store/Folder.hpp"
+#include "client/store/Transfer.hpp"
 
 #include <algorithm>
 
@@ -9,34 +9,25 @@ namespace deftmapi::client
 namespace
 {
 
-constexpr auto sOtherStore =
-    u"Messages and folders can only be copied within one store; copy their properties instead.";
+constexpr auto sOtherProvider = u"Messages and folders can only be copied to folders of this client's stores.";
+constexpr auto sReadOnlyTarget = u"The destination was opened for reading only.";
 constexpr auto sNoMessage = u"The message does not exist.";
 constexpr auto sNoDestination = u"The destination is not a folder.";
 
-/// Messages per transaction when a folder is emptied.
-constexpr std::int64_t PurgePiece = 1000;
+/// Messages whose flags are changed by one statement while an application watches.
+constexpr std::size_t FlagsPiece = 64;
+
+std::vector<std::int64_t> OrdinaryMessages(StoreFile& store, std::int64_t folder)
+{
+    std::vector<std::int64_t> rows;
+    Query query = store.Db().Prepare("SELECT id FROM messages WHERE folder = ?1 AND associated = 0");
+    query.Bind(1, folder);
+    while (query.Step())
+        rows.push_back(query.Number(0));
+    return rows;
+}
 
 } // namespace
-
-void PurgeMessages(StoreFile& store, std::int64_t row, bool withAssociated)
-{
-    for (;;) {
-        Transaction transaction(store.Db());
-        std::vector<std::int64_t> rows;
-        {
-            Query query = store.Db().Prepare("SELECT id FROM messages WHERE folder = ?1 AND associated <= ?2 LIMIT ?3");
-            query.Bind(1, row).Bind(2, withAssociated ? 1 : 0).Bind(3, PurgePiece);
-            while (query.Step())
-                rows.push_back(query.Number(0));
-        }
-        for (const std::int64_t message : rows)
-            DeleteMessageRow(store, message);
-        transaction.Commit();
-        if (rows.empty())
-            return;
-    }
-}
 
 std::vector<std::int64_t> FolderObject::MessageRows(const mapi::ENTRYLIST* list, std::size_t& bad)
 {
@@ -55,24 +46,22 @@ std::vector<std::int64_t> FolderObject::MessageRows(const mapi::ENTRYLIST* list,
     return rows;
 }
 
-std::int64_t FolderObject::DestinationRow(mapi::LPVOID destination, mapi::LPCIID iid)
+TKwComPtr<FolderObject> FolderObject::Destination(mapi::LPVOID destination, mapi::LPCIID iid)
 {
     RequireInterface(iid,
                      {&mapi::IID_IMAPIFolder, &mapi::IID_IMAPIContainer, &mapi::IID_IMAPIProp, &mapi::IID_IUnknown});
     Require(destination, u"lpDestFolder");
+    auto& unknown = *static_cast<mapi::IUnknown*>(destination);
     TKwComPtr<mapi::IMAPIFolder> folder;
-    if (mapi::Failed(static_cast<mapi::IUnknown*>(destination)->QueryInterface(mapi::IID_IMAPIFolder, OutVoid(folder))))
+    if (mapi::Failed(unknown.QueryInterface(mapi::IID_IMAPIFolder, OutVoid(folder))))
         Fail(mapi::MAPI_E_INVALID_PARAMETER, sNoDestination);
-    mapi::SPropTagArray wanted{1, {tag::EntryId}};
-    ULONG count = 0;
-    MapiBuffer<mapi::SPropValue> values;
-    if (folder->GetProps(&wanted, 0, &count, values.Out()) != mapi::S_OK)
-        Fail(mapi::MAPI_E_NO_SUPPORT, sOtherStore);
-    const mapi::SBinary& id = values->Value.bin;
-    const auto reference = ParseEntryId({id.lpb, id.cb});
-    if (!reference || reference->store != FStore->Id() || reference->kind != EntryKind::Folder)
-        Fail(mapi::MAPI_E_NO_SUPPORT, sOtherStore);
-    return reference->row;
+    TKwComPtr<mapi::IMAPIFolder> own;
+    if (mapi::Failed(unknown.QueryInterface(IID_OwnFolder, OutVoid(own))))
+        Fail(mapi::MAPI_E_NO_SUPPORT, sOtherProvider);
+    TKwComPtr<FolderObject> target(static_cast<FolderObject*>(own.Get()));
+    if (!target->IsWritable())
+        Fail(mapi::MAPI_E_NO_ACCESS, sReadOnlyTarget);
+    return target;
 }
 
 mapi::HRESULT FolderObject::CreateMessage(mapi::LPCIID iid, ULONG flags, mapi::LPMESSAGE* message) noexcept
@@ -89,36 +78,62 @@ mapi::HRESULT FolderObject::CreateMessage(mapi::LPCIID iid, ULONG flags, mapi::L
     });
 }
 
-mapi::HRESULT FolderObject::CopyMessages(mapi::LPENTRYLIST list, mapi::LPCIID iid, mapi::LPVOID destination,
-                                         mapi::ULONG_PTR, mapi::LPMAPIPROGRESS, ULONG flags) noexcept
+std::size_t FolderObject::CopyMessagesAcross(const std::vector<std::int64_t>& rows, FolderObject& target, bool move,
+                                             ProgressMeter& meter)
 {
-    return Run([&] {
+    std::size_t missed = 0;
+    Transfer transfer(*FStore, *target.FStore, meter);
+    {
+        Transaction transaction(target.FStore->Db());
+        const Snapshot snapshot(FStore->Db());
+        for (const std::int64_t row : rows)
+            missed += !transfer.CopyMessage(row, target.FRow);
+        transaction.Commit();
+    }
+    if (!move)
+        return missed;
+    Transaction transaction(FStore->Db());
+    missed += transfer.RemoveMessages();
+    transaction.Commit();
+    return missed;
+}
+
+mapi::HRESULT FolderObject::CopyMessages(mapi::LPENTRYLIST list, mapi::LPCIID iid, mapi::LPVOID destination,
+                                         mapi::ULONG_PTR, mapi::LPMAPIPROGRESS progress, ULONG flags) noexcept
+{
+    return Guard(FLast, [&] {
         RequireFlags(flags, mapi::MESSAGE_MOVE | mapi::MESSAGE_DIALOG | mapi::MAPI_DECLINE_OK | mapi::MAPI_UNICODE |
                                 mapi::MESSAGE_BEST_BODY | mapi::MESSAGE_SEND_ENTRYID);
-        RequireWritable();
-        const std::int64_t target = DestinationRow(destination, iid);
+        const bool move = (flags & mapi::MESSAGE_MOVE) != 0;
+        if (move)
+            RequireWritable();
+        const TKwComPtr<FolderObject> target = Destination(destination, iid);
+        const BothLocks locks(*FStore, *target->FStore);
         std::size_t missed = 0;
         const std::vector<std::int64_t> rows = MessageRows(list, missed);
-        Transaction transaction(FStore->Db());
+        ProgressMeter meter(progress, static_cast<std::int64_t>(rows.size()));
+        if (!IsOfStore(*target)) {
+            missed += CopyMessagesAcross(rows, *target, move, meter);
+            return missed ? mapi::MAPI_W_PARTIAL_COMPLETION : mapi::S_OK;
+        }
+        StoreFile& store = *target->FStore;
+        Transaction transaction(store.Db());
+        target->Refresh(); // it must still be there
+        Transfer transfer(store, store, meter);
         for (const std::int64_t row : rows) {
-            if (flags & mapi::MESSAGE_MOVE) {
-                missed += !MoveMessage(*FStore, row, target);
+            if (!move) {
+                missed += !transfer.CopyMessage(row, target->FRow);
                 continue;
             }
-            Query exists = FStore->Db().Prepare("SELECT 1 FROM messages WHERE id = ?1 AND folder IS NOT NULL");
-            if (!exists.Bind(1, row).Step()) {
-                ++missed;
-                continue;
-            }
-            MessageState copy = CopyOfMessage(*FStore, row, target);
-            SaveMessage(*FStore, copy, false);
+            missed += !MoveMessage(store, row, target->FRow);
+            meter.Step();
         }
         transaction.Commit();
         return missed ? mapi::MAPI_W_PARTIAL_COMPLETION : mapi::S_OK;
     });
 }
 
-mapi::HRESULT FolderObject::DeleteMessages(mapi::LPENTRYLIST list, mapi::ULONG_PTR, mapi::LPMAPIPROGRESS,
+mapi::HRESULT FolderObject::DeleteMessages(mapi::LPENTRYLIST list, mapi::ULONG_PTR, mapi::LPMAPIPROGRESS progress,
                                            ULONG flags) noexcept
 {
     return Run([&] {
@@ -126,15 +141,18 @@ mapi::HRESULT FolderObject::DeleteMessages(mapi::LPENTRYLIST list, mapi::ULONG_P
         RequireWritable();
         std::size_t missed = 0;
         const std::vector<std::int64_t> rows = MessageRows(list, missed);
+        ProgressMeter meter(progress, static_cast<std::int64_t>(rows.size()));
         Transaction transaction(FStore->Db());
-        for (const std::int64_t row : rows)
+        for (const std::int64_t row : rows) {
             missed += !DeleteMessageRow(*FStore, row);
+            meter.Step();
+        }
         transaction.Commit();
         return missed ? mapi::MAPI_W_PARTIAL_COMPLETION : mapi::S_OK;
     });
 }
 
-mapi::HRESULT FolderObject::SetReadFlags(mapi::LPENTRYLIST list, mapi::ULONG_PTR, mapi::LPMAPIPROGRESS,
+mapi::HRESULT FolderObject::SetReadFlags(mapi::LPENTRYLIST list, mapi::ULONG_PTR, mapi::LPMAPIPROGRESS progress,
                                          ULONG flags) noexcept
 {
     return Run([&] {
@@ -145,11 +163,18 @@ mapi::HRESULT FolderObject::SetReadFlags(mapi::LPENTRYLIST list, mapi::ULONG_PTR
         const ReadFlagChange change(flags);
         std::size_t missed = 0;
         Transaction transaction(FStore->Db());
-        if (list) {
-            const std::vector<std::int64_t> rows = MessageRows(list, missed);
-            missed += SetReadFlagsOf(*FStore, rows, change);
-        } else {
+        if (!list && !progress) {
             SetReadFlagsIn(*FStore, FRow, change);
+        } else {
+            const auto rows = list ? MessageRows(list, missed) : OrdinaryMessages(*FStore, FRow);
+            ProgressMeter meter(progress, static_cast<std::int64_t>(rows.size()));
+            const std::size_t piece = progress ? FlagsPiece : std::max<std::size_t>(rows.size(), 1);
+            for (std::size_t at = 0; at < rows.size(); at += piece) {
+                const auto from = rows.begin() + static_cast<std::ptrdiff_t>(at);
+                const auto count = std::min(piece, rows.size() - at);
+                missed += SetReadFlagsOf(*FStore, {from, from + static_cast<std::ptrdiff_t>(count)}, change);
+                meter.Step(static_cast<std::int64_t>(count));
+            }
         }
         transaction.Commit();
         return missed ? mapi::MAPI_W_PARTIAL_COMPLETION : mapi::S_OK;

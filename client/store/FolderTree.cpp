@@ -1,5 +1,5 @@
-// What a folder does with its subfolders: create, copy, move, delete; and emptying.
-#include "client/store/Folder.hpp"
+// What a folder does with its subfolders: create, copy and move.
+#include "client/store/Transfer.hpp"
 
 namespace deftmapi::client
 {
@@ -10,18 +10,48 @@ constexpr auto sNoSearch = u"The store has no search folders.";
 constexpr auto sBadType = u"Only generic folders can be created.";
 constexpr auto sNoName = u"A folder needs a name.";
 constexpr auto sNameTaken = u"There is a folder of this name already.";
-constexpr auto sSpecial = u"The folders that every store has cannot be deleted or moved.";
-constexpr auto sHasFolders = u"The folder has subfolders.";
-constexpr auto sHasMessages = u"The folder has messages.";
+constexpr auto sSpecial = u"The folders that every store has cannot be moved.";
 constexpr auto sCycle = u"A folder cannot be moved or copied into itself or below itself.";
-constexpr auto sNoFolder = u"The folder does not exist.";
 
-bool IsSpecial(std::int64_t row)
+/// @returns 0 when there is none
+std::int64_t ChildOfName(StoreFile& store, std::int64_t parent, const WideString& name)
 {
-    return row <= static_cast<std::int64_t>(SpecialFolder::Last);
+    Query query = store.Db().Prepare("SELECT id FROM folders WHERE parent = ?1 AND name_key = ?2");
+    query.Bind(1, parent).BindText(2, PackText(KwUpperCase(name)));
+    return query.Step() ? query.Number(0) : 0;
 }
 
-std::vector<std::int64_t> Children(StoreFile& store, std::int64_t row)
+bool IsBelow(StoreFile& store, std::int64_t row, std::int64_t ancestor)
+{
+    while (row != 0 && row != ancestor) {
+        Query query = store.Db().Prepare("SELECT parent FROM folders WHERE id = ?1");
+        row = query.Bind(1, row).Step() ? query.Number(0) : 0;
+    }
+    return row == ancestor;
+}
+
+void MoveFolder(StoreFile& store, std::int64_t row, std::int64_t parent, const WideString& name)
+{
+    Query update = store.Db().Prepare("UPDATE folders SET parent = ?2, name = ?3, name_key = ?4, modified = ?5, "
+                                      "version = version + 1 WHERE id = ?1");
+    update.Bind(1, row).Bind(2, parent).BindText(3, PackText(name)).BindText(4, PackText(KwUpperCase(name)));
+    update.Bind(5, Now()).Run();
+}
+
+/// Messages and folders in and below a folder, or in the folder alone: the steps of a copy.
+std::int64_t CountAll(StoreFile& store, std::int64_t row, bool deep)
+{
+    std::int64_t count = 0;
+    for (const std::int64_t folder : deep ? Subtree(store, row) : std::vector{row}) {
+        const FolderRow state = LoadFolder(store, folder);
+        count += 1 + state.contents + state.associated;
+    }
+    return count;
+}
+
+} // namespace
+
+std::vector<std::int64_t> ChildFolders(StoreFile& store, std::int64_t row)
 {
     std::vector<std::int64_t> rows;
     Query query = store.Db().Prepare("SELECT id FROM folders WHERE parent = ?1");
@@ -31,12 +61,14 @@ std::vector<std::int64_t> Children(StoreFile& store, std::int64_t row)
     return rows;
 }
 
-/// @returns 0 when there is none
-std::int64_t ChildOfName(StoreFile& store, std::int64_t parent, const WideString& name)
+std::vector<std::int64_t> Subtree(StoreFile& store, std::int64_t row)
 {
-    Query query = store.Db().Prepare("SELECT id FROM folders WHERE parent = ?1 AND name_key = ?2");
-    query.Bind(1, parent).BindText(2, PackText(KwUpperCase(name)));
-    return query.Step() ? query.Number(0) : 0;
+    std::vector<std::int64_t> rows = {row};
+    for (std::size_t i = 0; i < rows.size(); ++i) {
+        const auto children = ChildFolders(store, rows[i]);
+        rows.insert(rows.end(), children.begin(), children.end());
+    }
+    return rows;
 }
 
 std::int64_t InsertFolder(StoreFile& store, std::int64_t parent, const WideString& name, const PropertyBag& props)
@@ -55,54 +87,6 @@ std::int64_t InsertFolder(StoreFile& store, std::int64_t parent, const WideStrin
     });
     database.Prepare("UPDATE folders SET props = ?2 WHERE id = ?1").Bind(1, row).BindBlob(2, packed).Run();
     return row;
-}
-
-bool IsBelow(StoreFile& store, std::int64_t row, std::int64_t ancestor)
-{
-    while (row != 0 && row != ancestor) {
-        Query query = store.Db().Prepare("SELECT parent FROM folders WHERE id = ?1");
-        row = query.Bind(1, row).Step() ? query.Number(0) : 0;
-    }
-    return row == ancestor;
-}
-
-void CopyTree(StoreFile& store, std::int64_t from, std::int64_t parent, const WideString& name, bool deep)
-{
-    const FolderRow source = LoadFolder(store, from);
-    const std::int64_t row = InsertFolder(store, parent, name, source.props);
-    std::vector<std::int64_t> messages;
-    {
-        Query query = store.Db().Prepare("SELECT id FROM messages WHERE folder = ?1");
-        query.Bind(1, from);
-        while (query.Step())
-            messages.push_back(query.Number(0));
-    }
-    for (const std::int64_t message : messages) {
-        MessageState copy = CopyOfMessage(store, message, row);
-        SaveMessage(store, copy, false);
-    }
-    if (!deep)
-        return;
-    for (const std::int64_t child : Children(store, from))
-        CopyTree(store, child, row, LoadFolder(store, child).props.Text(tag::DisplayName), true);
-}
-
-} // namespace
-
-void PurgeFolder(StoreFile& store, std::int64_t row)
-{
-    // The bulk goes in pieces, each a transaction of its own; what came meanwhile goes with the folder.
-    for (const std::int64_t child : Children(store, row))
-        PurgeFolder(store, child);
-    PurgeMessages(store, row, true);
-    Transaction transaction(store.Db());
-    for (const std::int64_t child : Children(store, row))
-        PurgeFolder(store, child);
-    PurgeMessages(store, row, true);
-    store.DropLargeValues({LargeOwner::Folder, row});
-    store.Db().Prepare("DELETE FROM receive_folders WHERE folder = ?1").Bind(1, row).Run();
-    store.Db().Prepare("DELETE FROM folders WHERE id = ?1").Bind(1, row).Run();
-    transaction.Commit();
 }
 
 mapi::HRESULT FolderObject::CreateFolder(ULONG type, mapi::LPTSTR name, mapi::LPTSTR comment, mapi::LPCIID iid,
@@ -138,86 +122,76 @@ mapi::HRESULT FolderObject::CreateFolder(ULONG type, mapi::LPTSTR name, mapi::LP
     });
 }
 
-mapi::HRESULT FolderObject::CopyFolder(ULONG size, mapi::LPENTRYID id, mapi::LPCIID iid, mapi::LPVOID destination,
-                                       mapi::LPTSTR name, mapi::ULONG_PTR, mapi::LPMAPIPROGRESS, ULONG flags) noexcept
+bool FolderObject::CopyFolderAcross(std::int64_t row, FolderObject& target, const WideString& name, ULONG flags,
+                                    ProgressMeter& meter)
 {
-    return Run([&] {
+    const bool move = (flags & mapi::FOLDER_MOVE) != 0;
+    StoreFile& to = *target.FStore;
+    Transfer transfer(*FStore, to, meter);
+    {
+        Transaction transaction(to.Db());
+        const Snapshot snapshot(FStore->Db());
+        target.Refresh(); // it must still be there
+        const WideString text = name.empty() ? LoadFolder(*FStore, row).props.Text(tag::DisplayName) : name;
+        if (text.empty())
+            Fail(mapi::MAPI_E_INVALID_PARAMETER, sNoName);
+        if (ChildOfName(to, target.FRow, text) != 0)
+            Fail(mapi::MAPI_E_COLLISION, sNameTaken);
+        transfer.CopyFolder(row, target.FRow, text, move || (flags & mapi::COPY_SUBFOLDERS) != 0);
+        transaction.Commit();
+    }
+    if (!move)
+        return true;
+    Transaction transaction(FStore->Db());
+    const bool removed = transfer.RemoveFolder();
+    transaction.Commit();
+    return removed;
+}
+
+mapi::HRESULT FolderObject::CopyFolder(ULONG size, mapi::LPENTRYID id, mapi::LPCIID iid, mapi::LPVOID destination,
+                                       mapi::LPTSTR name, mapi::ULONG_PTR, mapi::LPMAPIPROGRESS progress,
+                                       ULONG flags) noexcept
+{
+    return Guard(FLast, [&] {
         RequireFlags(flags, mapi::MAPI_UNICODE | mapi::FOLDER_MOVE | mapi::COPY_SUBFOLDERS | mapi::FOLDER_DIALOG |
                                 mapi::MAPI_DECLINE_OK);
-        RequireWritable();
-        const std::int64_t row = FStore->RowOf(size, id, EntryKind::Folder);
-        const std::int64_t target = DestinationRow(destination, iid);
         const bool move = (flags & mapi::FOLDER_MOVE) != 0;
-        if (move && IsSpecial(row))
+        const bool deep = (flags & mapi::COPY_SUBFOLDERS) != 0;
+        if (move)
+            RequireWritable();
+        const TKwComPtr<FolderObject> target = Destination(destination, iid);
+        const BothLocks locks(*FStore, *target->FStore);
+        const std::int64_t row = FStore->RowOf(size, id, EntryKind::Folder);
+        if (move && IsSpecialFolder(row))
             Fail(mapi::MAPI_E_NO_ACCESS, sSpecial);
-        // From here on nobody else moves a folder: what is looked at stays as it is until the end.
-        Transaction transaction(FStore->Db());
-        const FolderRow source = LoadFolder(*FStore, row);
-        static_cast<void>(LoadFolder(*FStore, target)); // it must still be there
-        if ((move || flags & mapi::COPY_SUBFOLDERS) && IsBelow(*FStore, target, row))
-            Fail(mapi::MAPI_E_FOLDER_CYCLE, sCycle);
         WideString text = TextParameter(name, flags);
+        if (!IsOfStore(*target)) {
+            ProgressMeter meter(progress, CountAll(*FStore, row, move || deep));
+            return CopyFolderAcross(row, *target, text, flags, meter) ? mapi::S_OK : mapi::MAPI_W_PARTIAL_COMPLETION;
+        }
+        // From here on nobody else moves a folder: what is looked at stays as it is until the end.
+        StoreFile& store = *target->FStore;
+        Transaction transaction(store.Db());
+        const FolderRow source = LoadFolder(store, row);
+        target->Refresh(); // it must still be there
+        if ((move || deep) && IsBelow(store, target->FRow, row))
+            Fail(mapi::MAPI_E_FOLDER_CYCLE, sCycle);
         if (text.empty())
             text = source.props.Text(tag::DisplayName);
-        const std::int64_t taken = ChildOfName(*FStore, target, text);
+        if (text.empty())
+            Fail(mapi::MAPI_E_INVALID_PARAMETER, sNoName);
+        const std::int64_t taken = ChildOfName(store, target->FRow, text);
         if (taken != 0 && !(move && taken == row))
             Fail(mapi::MAPI_E_COLLISION, sNameTaken);
+        ProgressMeter meter(progress, move ? 1 : CountAll(store, row, deep));
         if (move) {
-            Query update =
-                FStore->Db().Prepare("UPDATE folders SET parent = ?2, name = ?3, name_key = ?4, modified = ?5, "
-                                     "version = version + 1 WHERE id = ?1");
-            update.Bind(1, row).Bind(2, target).BindText(3, PackText(text)).BindText(4, PackText(KwUpperCase(text)));
-            update.Bind(5, Now()).Run();
+            MoveFolder(store, row, target->FRow, text);
+            meter.Step();
         } else {
-            CopyTree(*FStore, row, target, text, (flags & mapi::COPY_SUBFOLDERS) != 0);
+            Transfer(store, store, meter).CopyFolder(row, target->FRow, text, deep);
         }
         transaction.Commit();
-    });
-}
-
-mapi::HRESULT FolderObject::DeleteFolder(ULONG size, mapi::LPENTRYID id, mapi::ULONG_PTR, mapi::LPMAPIPROGRESS,
-                                         ULONG flags) noexcept
-{
-    return Run([&] {
-        RequireFlags(flags, mapi::DEL_FOLDERS | mapi::DEL_MESSAGES | mapi::FOLDER_DIALOG | mapi::DELETE_HARD_DELETE);
-        RequireWritable();
-        const std::int64_t row = FStore->RowOf(size, id, EntryKind::Folder);
-        if (IsSpecial(row))
-            Fail(mapi::MAPI_E_NO_ACCESS, sSpecial);
-        // What must be kept is decided on what is there when nobody else writes any more. When all may go, the bulk
-        // goes in pieces instead.
-        constexpr ULONG everything = mapi::DEL_FOLDERS | mapi::DEL_MESSAGES;
-        std::optional<Transaction> decided;
-        if ((flags & everything) != everything)
-            decided.emplace(FStore->Db());
-        const FolderRow folder = LoadFolder(*FStore, row);
-        if (folder.parent != FRow)
-            Fail(mapi::MAPI_E_NOT_FOUND, sNoFolder);
-        if (folder.hasSubfolders && !(flags & mapi::DEL_FOLDERS))
-            Fail(mapi::MAPI_E_HAS_FOLDERS, sHasFolders);
-        if (folder.contents != 0 && !(flags & mapi::DEL_MESSAGES))
-            Fail(mapi::MAPI_E_HAS_MESSAGES, sHasMessages);
-        PurgeFolder(*FStore, row);
-        if (decided)
-            decided->Commit();
-    });
-}
-
-mapi::HRESULT FolderObject::EmptyFolder(mapi::ULONG_PTR, mapi::LPMAPIPROGRESS, ULONG flags) noexcept
-{
-    return Run([&] {
-        RequireFlags(flags, mapi::DEL_ASSOCIATED | mapi::FOLDER_DIALOG | mapi::DELETE_HARD_DELETE);
-        RequireWritable();
-        Refresh();
-        bool kept = false;
-        for (const std::int64_t child : Children(*FStore, FRow)) {
-            if (IsSpecial(child))
-                kept = true;
-            else
-                PurgeFolder(*FStore, child);
-        }
-        PurgeMessages(*FStore, FRow, (flags & mapi::DEL_ASSOCIATED) != 0);
-        return kept ? mapi::MAPI_W_PARTIAL_COMPLETION : mapi::S_OK;
+        return mapi::S_OK;
     });
 }
 

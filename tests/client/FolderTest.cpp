@@ -1,5 +1,5 @@
 // Folders: the ones every store has, creating, renaming, copying, moving, deleting, and their messages in bulk.
-#include "tests/client/StoreFixture.hpp"
+#include "tests/client/FolderFixture.hpp"
 
 namespace deftmapi::client::test
 {
@@ -8,28 +8,8 @@ namespace
 
 using namespace mapi;
 
-class FolderTest : public StoreTest
-{
-protected:
-    static Ptr<IMAPIFolder> Create(IMAPIFolder& parent, const char16_t* name, ULONG flags = 0, HRESULT expected = S_OK)
-    {
-        Ptr<IMAPIFolder> folder;
-        EXPECT_EQ(parent.CreateFolder(FOLDER_GENERIC, const_cast<char16_t*>(name), nullptr, nullptr,
-                                      MAPI_UNICODE | flags, Out(folder)),
-                  expected);
-        return folder;
-    }
-    static HRESULT Delete(IMAPIFolder& parent, const Bytes& id, ULONG flags)
-    {
-        return parent.DeleteFolder(static_cast<ULONG>(id.size()), AsEntry(id), 0, nullptr, flags);
-    }
-    static std::vector<Props> Children(IMAPIFolder& folder, ULONG flags = 0)
-    {
-        Ptr<IMAPITable> table;
-        EXPECT_EQ(folder.GetHierarchyTable(MAPI_UNICODE | flags, Out(table)), S_OK);
-        return Rows(*table, {tag::DisplayName, tag::Depth, tag::Subfolders, tag::ContentCount});
-    }
-};
+class FolderTest : public FolderCalls
+{};
 
 TEST_F(FolderTest, EveryStoreHasItsSpecialFolders)
 {

@@ -1,0 +1,110 @@
+// How folders and messages go: deleting a folder and emptying one. Each is one transaction, however large: who is
+// killed in the middle has deleted nothing, and nobody can move a folder out of what is being deleted.
+#include "client/store/Folder.hpp"
+#include "client/store/Progress.hpp"
+
+namespace deftmapi::client
+{
+namespace
+{
+
+constexpr auto sSpecial = u"The folders that every store has cannot be deleted.";
+constexpr auto sHasFolders = u"The folder has subfolders.";
+constexpr auto sHasMessages = u"The folder has messages.";
+constexpr auto sNoFolder = u"The folder does not exist.";
+
+void DeleteMessagesIn(StoreFile& store, std::int64_t folder, bool withAssociated, ProgressMeter& meter)
+{
+    std::vector<std::int64_t> rows;
+    {
+        Query query = store.Db().Prepare("SELECT id FROM messages WHERE folder = ?1 AND associated <= ?2");
+        query.Bind(1, folder).Bind(2, std::int64_t{withAssociated});
+        while (query.Step())
+            rows.push_back(query.Number(0));
+    }
+    for (const std::int64_t row : rows) {
+        DeleteMessageRow(store, row);
+        meter.Step();
+    }
+}
+
+/// Messages and folders that go with these folders.
+std::int64_t CountSteps(StoreFile& store, const std::vector<std::int64_t>& folders)
+{
+    std::int64_t count = 0;
+    for (const std::int64_t folder : folders) {
+        const FolderRow state = LoadFolder(store, folder);
+        count += 1 + state.contents + state.associated;
+    }
+    return count;
+}
+
+} // namespace
+
+bool IsSpecialFolder(std::int64_t row)
+{
+    return row <= static_cast<std::int64_t>(SpecialFolder::Last);
+}
+
+void DeleteSubtree(StoreFile& store, std::int64_t row, ProgressMeter& meter)
+{
+    Database& database = store.Db();
+    const std::vector<std::int64_t> rows = Subtree(store, row);
+    for (auto it = rows.rbegin(); it != rows.rend(); ++it) {
+        DeleteMessagesIn(store, *it, true, meter);
+        store.DropLargeValues({LargeOwner::Folder, *it});
+        // Messages without a class of their own always have somewhere to go.
+        Query inbox = database.Prepare("UPDATE receive_folders SET folder = ?2 WHERE folder = ?1 AND class_key = ''");
+        inbox.Bind(1, *it).Bind(2, static_cast<std::int64_t>(SpecialFolder::Inbox)).Run();
+        database.Prepare("DELETE FROM receive_folders WHERE folder = ?1").Bind(1, *it).Run();
+        database.Prepare("DELETE FROM folders WHERE id = ?1").Bind(1, *it).Run();
+        meter.Step();
+    }
+}
+
+mapi::HRESULT FolderObject::DeleteFolder(ULONG size, mapi::LPENTRYID id, mapi::ULONG_PTR, mapi::LPMAPIPROGRESS progress,
+                                         ULONG flags) noexcept
+{
+    return Run([&] {
+        RequireFlags(flags, mapi::DEL_FOLDERS | mapi::DEL_MESSAGES | mapi::DEL_ASSOCIATED | mapi::FOLDER_DIALOG |
+                                mapi::DELETE_HARD_DELETE);
+        RequireWritable();
+        const std::int64_t row = FStore->RowOf(size, id, EntryKind::Folder);
+        if (IsSpecialFolder(row))
+            Fail(mapi::MAPI_E_NO_ACCESS, sSpecial);
+        Transaction transaction(FStore->Db());
+        const FolderRow folder = LoadFolder(*FStore, row);
+        if (folder.parent != FRow)
+            Fail(mapi::MAPI_E_NOT_FOUND, sNoFolder);
+        if (folder.hasSubfolders && !(flags & mapi::DEL_FOLDERS))
+            Fail(mapi::MAPI_E_HAS_FOLDERS, sHasFolders);
+        if (folder.contents != 0 && !(flags & mapi::DEL_MESSAGES))
+            Fail(mapi::MAPI_E_HAS_MESSAGES, sHasMessages);
+        ProgressMeter meter(progress, progress ? CountSteps(*FStore, Subtree(*FStore, row)) : 0);
+        DeleteSubtree(*FStore, row, meter);
+        transaction.Commit();
+    });
+}
+
+mapi::HRESULT FolderObject::EmptyFolder(mapi::ULONG_PTR, mapi::LPMAPIPROGRESS progress, ULONG flags) noexcept
+{
+    return Run([&] {
+        RequireFlags(flags, mapi::DEL_ASSOCIATED | mapi::FOLDER_DIALOG | mapi::DELETE_HARD_DELETE);
+        RequireWritable();
+        Transaction transaction(FStore->Db());
+        Refresh();
+        ProgressMeter meter(progress, progress ? CountSteps(*FStore, Subtree(*FStore, FRow)) - 1 : 0);
+        bool kept = false;
+        for (const std::int64_t child : ChildFolders(*FStore, FRow)) {
+            if (IsSpecialFolder(child))
+                kept = true;
+            else
+                DeleteSubtree(*FStore, child, meter);
+        }
+        DeleteMessagesIn(*FStore, FRow, (flags & mapi::DEL_ASSOCIATED) != 0, meter);
+        transaction.Commit();
+        return kept ? mapi::MAPI_W_PARTIAL_COMPLETION : mapi::S_OK;
+    });
+}
+
+} // namespace deftmapi::client

@@ -1,0 +1,69 @@
+#include "client/store/Progress.hpp"
+
+#include "client/entry/Guard.hpp"
+
+#include <algorithm>
+#include <limits>
+
+namespace deftmapi::client
+{
+namespace
+{
+
+constexpr auto sCancelled = u"The operation was cancelled; nothing of it was done.";
+constexpr auto sNoLimits = u"The progress object does not give its limits.";
+
+/// The range that a top-level object without limits is given.
+constexpr mapi::ULONG DefaultMost = 1000;
+
+void Check(mapi::HRESULT code)
+{
+    if (mapi::Failed(code))
+        Fail(code, sNoLimits);
+}
+
+mapi::ULONG AsCount(std::int64_t number)
+{
+    return static_cast<mapi::ULONG>(std::min<std::int64_t>(number, std::numeric_limits<mapi::ULONG>::max()));
+}
+
+} // namespace
+
+ProgressMeter::ProgressMeter(mapi::IMAPIProgress* progress, std::int64_t total)
+    : FProgress(progress), FTotal(std::max<std::int64_t>(total, 1))
+{
+    if (!FProgress)
+        return;
+    mapi::ULONG flags = 0;
+    Check(FProgress->GetFlags(&flags));
+    FTopLevel = (flags & mapi::MAPI_TOP_LEVEL) != 0;
+    Check(FProgress->GetMin(&FLeast));
+    Check(FProgress->GetMax(&FMost));
+    if (FTopLevel && FMost <= FLeast) {
+        FLeast = 0;
+        FMost = DefaultMost;
+        Check(FProgress->SetLimits(&FLeast, &FMost, &flags));
+    }
+    FMost = std::max(FLeast, FMost);
+    Report();
+}
+
+void ProgressMeter::Step(std::int64_t items)
+{
+    FDone += items;
+    FTotal = std::max(FTotal, FDone);
+    if (FProgress)
+        Report();
+}
+
+void ProgressMeter::Report()
+{
+    const auto way = static_cast<double>(FMost - FLeast) * static_cast<double>(FDone) / static_cast<double>(FTotal);
+    const mapi::ULONG value = FLeast + static_cast<mapi::ULONG>(way);
+    const mapi::HRESULT answer = FTopLevel ? FProgress->Progress(value, AsCount(FDone), AsCount(FTotal))
+                                           : FProgress->Progress(value, 0, 0); // counts are the outermost call's
+    if (mapi::Failed(answer))
+        Fail(answer, sCancelled);
+}
+
+} // namespace deftmapi::client

@@ -1,0 +1,245 @@
+// Copying and moving between two stores, copies of whole folders through CopyTo, and what the progress object is told.
+#include "tests/client/FolderFixture.hpp"
+
+namespace deftmapi::client::test
+{
+namespace
+{
+
+using namespace mapi;
+
+constexpr GUID Set1 = {0x11111111, 2, 3, {4, 5, 6, 7, 8, 9, 10, 11}};
+
+class FolderCopyTest : public FolderCalls
+{
+protected:
+    /// The tag of a named text property in the object's store.
+    static ULONG Named(IMAPIProp& object, const char16_t* name)
+    {
+        MAPINAMEID id{};
+        id.lpguid = const_cast<GUID*>(&Set1);
+        id.ulKind = MNID_STRING;
+        id.Kind.lpwstrName = const_cast<char16_t*>(name);
+        LPMAPINAMEID one = &id;
+        MapiBuffer<SPropTagArray> tags;
+        EXPECT_EQ(object.GetIDsFromNames(1, &one, MAPI_CREATE, tags.Out()), S_OK);
+        return CHANGE_PROP_TYPE(tags->aulPropTag[0], PT_UNICODE);
+    }
+    /// A message with all that a message can have: names, recipients, a large body, an attachment with a message in it.
+    static Bytes SaveRich(IMAPIFolder& folder, const char16_t* subject, ULONG flags = 0)
+    {
+        Ptr<IMessage> message;
+        EXPECT_EQ(folder.CreateMessage(nullptr, flags, Out(message)), S_OK);
+        Set(*message, {Text(tag::Subject, subject), Text(Named(*message, u"Colour"), u"blue"),
+                       Binary(tag::Html, Pattern(200000)), Long(tag::MessageFlags, 0)});
+        EXPECT_EQ(Modify(*message, MODRECIP_ADD, {{u"Ann", u"ann@example.com"}, {u"Bob", u"bob@example.com"}}), S_OK);
+        Ptr<IAttach> attach;
+        ULONG num = 0;
+        EXPECT_EQ(message->CreateAttach(nullptr, 0, &num, Out(attach)), S_OK);
+        Set(*attach, {Long(tag::AttachMethod, ATTACH_EMBEDDED_MSG)});
+        Ptr<IMessage> inner;
+        EXPECT_EQ(attach->OpenProperty(tag::AttachDataObj, &IID_IMessage, 0, MAPI_CREATE | MAPI_MODIFY,
+                                       reinterpret_cast<LPUNKNOWN*>(Out(inner))),
+                  S_OK);
+        Set(*inner, {Text(tag::Subject, u"inner"), Text(Named(*inner, u"Shape"), u"round")});
+        EXPECT_EQ(inner->SaveChanges(0), S_OK);
+        EXPECT_EQ(attach->SaveChanges(0), S_OK);
+        return Save(*message);
+    }
+    static Ptr<IMessage> Open(IMAPIFolder& folder, const Bytes& id)
+    {
+        ULONG type = 0;
+        Ptr<IMessage> message;
+        EXPECT_EQ(folder.OpenEntry(static_cast<ULONG>(id.size()), AsEntry(id), nullptr, 0, &type,
+                                   reinterpret_cast<LPUNKNOWN*>(Out(message))),
+                  S_OK);
+        return message;
+    }
+    static void ExpectRich(IMAPIFolder& folder, const Bytes& id)
+    {
+        auto message = Open(folder, id);
+        EXPECT_EQ(Get(*message, Named(*message, u"Colour")).Wide(), u"blue");
+        EXPECT_EQ(Get(*message, tag::DisplayTo).Wide(), u"Ann; Bob");
+        Bytes html(200000);
+        ULONG got = 0;
+        EXPECT_EQ(OpenStream(*message, tag::Html, 0)->Read(html.data(), 200000, &got), S_OK);
+        html.resize(got);
+        EXPECT_EQ(html, Pattern(200000));
+        Ptr<IAttach> attach;
+        Ptr<IMessage> inner;
+        ASSERT_EQ(message->OpenAttach(0, nullptr, 0, Out(attach)), S_OK);
+        ASSERT_EQ(
+            attach->OpenProperty(tag::AttachDataObj, &IID_IMessage, 0, 0, reinterpret_cast<LPUNKNOWN*>(Out(inner))),
+            S_OK);
+        EXPECT_EQ(Get(*inner, tag::Subject).Wide(), u"inner");
+        EXPECT_EQ(Get(*inner, Named(*inner, u"Shape")).Wide(), u"round");
+    }
+};
+
+TEST_F(FolderCopyTest, MessagesGoToAnotherStoreWithAllThatTheyHave)
+{
+    auto inbox = Inbox();
+    auto other = OtherInbox();
+    Named(*other, u"Something else"); // the same names have other identifiers there
+    const std::vector<Bytes> ids = {SaveRich(*inbox, u"one"), SaveRich(*inbox, u"hidden", MAPI_ASSOCIATED)};
+    EXPECT_EQ(CopyMessages(*inbox, ids, *other, 0), S_OK);
+    EXPECT_EQ(Get(*inbox, tag::ContentCount).Number(), 1);
+    EXPECT_EQ(Get(*other, tag::ContentUnread).Number(), 1);
+    ASSERT_EQ(Contents(*other, MAPI_ASSOCIATED).size(), 1u);
+    ExpectRich(*other, BytesAt(Contents(*other).at(0), 1));
+    ExpectRich(*other, BytesAt(Contents(*other, MAPI_ASSOCIATED).at(0), 1));
+
+    // What is not there, or lies elsewhere, is missed; the others move.
+    EXPECT_EQ(CopyMessages(*inbox, {ids[0], ids[1], BytesAt(Contents(*other).at(0), 1)}, *other, MESSAGE_MOVE),
+              MAPI_W_PARTIAL_COMPLETION);
+    EXPECT_EQ(Contents(*inbox).size() + Contents(*inbox, MAPI_ASSOCIATED).size(), 0u);
+    EXPECT_EQ(Contents(*other).size(), 2u);
+    EXPECT_EQ(CopyMessages(*inbox, ids, *other, MESSAGE_MOVE), MAPI_W_PARTIAL_COMPLETION);
+    EXPECT_EQ(Db().Scalar("SELECT count(*) FROM chunks"), 0);
+    // Into a folder that was opened for reading nothing goes.
+    EXPECT_EQ(CopyMessages(*other, {}, *Inbox(0), 0), MAPI_E_NO_ACCESS);
+}
+
+TEST_F(FolderCopyTest, FoldersGoToAnotherStoreWithAllBelowThem)
+{
+    auto inbox = Inbox();
+    auto other = OtherInbox();
+    auto project = Create(*inbox, u"Project");
+    Set(*project, {Text(tag::Comment, u"why"), Text(Named(*project, u"Owner"), u"Cem")});
+    auto sub = Create(*project, u"Sub");
+    SaveRich(*sub, u"deep");
+    SaveRich(*project, u"hidden", MAPI_ASSOCIATED);
+    EXPECT_EQ(Copy(*project, *other, u"Flat", 0), S_OK);
+    EXPECT_EQ(Copy(*project, *other, nullptr, COPY_SUBFOLDERS), S_OK);
+    EXPECT_EQ(Copy(*project, *other, u"PROJECT", COPY_SUBFOLDERS), MAPI_E_COLLISION);
+    EXPECT_EQ(Copy(*project, *other, u"Moved", FOLDER_MOVE), S_OK);
+    EXPECT_EQ(Children(*inbox).size(), 0u);
+    EXPECT_EQ(Copy(*inbox, *other, nullptr, FOLDER_MOVE), MAPI_E_NO_ACCESS);
+    const auto rows = Children(*other, CONVENIENT_DEPTH);
+    ASSERT_EQ(rows.size(), 5u); // Flat, Moved, Sub, Project, Sub
+    EXPECT_EQ(WideAt(rows[1], 0), u"Moved");
+    EXPECT_EQ(NumberAt(rows[2], 3), 1);
+    auto moved = OpenFolderRow(FOther, FOther->Db().Scalar("SELECT id FROM folders WHERE name = 'Moved'"), true);
+    EXPECT_EQ(Get(*moved, tag::Comment).Wide(), u"why");
+    EXPECT_EQ(Get(*moved, Named(*moved, u"Owner")).Wide(), u"Cem");
+    EXPECT_EQ(Contents(*moved, MAPI_ASSOCIATED).size(), 1u);
+}
+
+TEST_F(FolderCopyTest, CopyToTakesContentsAndSubfoldersButNoName)
+{
+    auto inbox = Inbox();
+    for (const bool across : {false, true}) {
+        auto from = Create(*inbox, across ? u"from again" : u"from");
+        auto to = Create(across ? *OtherInbox() : *inbox, u"to");
+        Set(*from, {Text(tag::Comment, u"new"), Text(tag::ContainerClass, u"IPF.Task")});
+        Set(*to, {Text(tag::Comment, u"old")});
+        Create(*from, u"child");
+        SaveRich(*from, u"one");
+        SaveRich(*from, u"two", MAPI_ASSOCIATED);
+        const auto copy = [&](LPSPropTagArray excluded, IMAPIFolder& target, ULONG flags) {
+            MapiBuffer<SPropProblemArray> problems;
+            const HRESULT result =
+                from->CopyTo(0, nullptr, excluded, 0, nullptr, &IID_IMAPIFolder, &target, flags, problems.Out());
+            EXPECT_FALSE(problems);
+            return result;
+        };
+        EXPECT_EQ(copy(nullptr, *from, 0), MAPI_E_FOLDER_CYCLE);
+        if (!across) {
+            EXPECT_EQ(copy(nullptr, *Create(*Create(*from, u"a"), u"b"), 0), MAPI_E_FOLDER_CYCLE);
+        }
+        EXPECT_EQ(copy(Tags{tag::ContainerHierarchy, tag::AssociatedContents}, *to, MAPI_NOREPLACE), S_OK);
+        EXPECT_EQ(Get(*to, tag::DisplayName).Wide(), u"to");
+        EXPECT_EQ(Get(*to, tag::Comment).Wide(), u"old");
+        EXPECT_EQ(Get(*to, tag::ContainerClass).Wide(), u"IPF.Task");
+        EXPECT_EQ(Contents(*to).size(), 1u);
+        EXPECT_EQ(Contents(*to, MAPI_ASSOCIATED).size() + Children(*to).size(), 0u);
+        EXPECT_EQ(copy(nullptr, *to, MAPI_MOVE), S_OK);
+        EXPECT_EQ(Contents(*to).size(), 2u);
+        EXPECT_EQ(Contents(*to, MAPI_ASSOCIATED).size(), 1u);
+        EXPECT_GE(Children(*to).size(), 1u);
+        EXPECT_EQ(Contents(*from).size() + Contents(*from, MAPI_ASSOCIATED).size() + Children(*from).size(), 0u);
+        EXPECT_EQ(Get(*to, tag::Comment).Wide(), u"new");
+        EXPECT_TRUE(Get(*from, tag::Comment).IsError()); // moved away
+    }
+}
+
+TEST_F(FolderCopyTest, WhatTheDestinationKeepsIsNotTakenFromTheSource)
+{
+    auto inbox = Inbox();
+    auto from = NewMessage(*inbox, u"source");
+    auto to = NewMessage(*inbox, u"target");
+    Set(*from, {Text(tag::Body, u"text"), Text(tag::InternetMessageId, u"<1>")});
+    const auto move = [&](bool all) {
+        return all ? from->CopyTo(0, nullptr, nullptr, 0, nullptr, &IID_IMessage, to.Get(), MAPI_MOVE | MAPI_NOREPLACE,
+                                  nullptr)
+                   : from->CopyProps(Tags{tag::Subject, tag::Body}, 0, nullptr, &IID_IMessage, to.Get(),
+                                     MAPI_MOVE | MAPI_NOREPLACE, nullptr);
+    };
+    EXPECT_EQ(move(false), S_OK);
+    EXPECT_EQ(Get(*to, tag::Subject).Wide(), u"target");
+    EXPECT_EQ(Get(*from, tag::Subject).Wide(), u"source"); // it was not replaced there, so it is not lost here
+    EXPECT_EQ(Get(*to, tag::Body).Wide(), u"text");
+    EXPECT_TRUE(Get(*from, tag::Body).IsError());
+    EXPECT_EQ(move(true), S_OK);
+    EXPECT_EQ(Get(*to, tag::InternetMessageId).Wide(), u"<1>");
+    EXPECT_TRUE(Get(*from, tag::InternetMessageId).IsError());
+    EXPECT_EQ(Get(*from, tag::Subject).Wide(), u"source");
+}
+
+TEST_F(FolderCopyTest, ProgressIsToldItemByItemAndCancelsAll)
+{
+    auto inbox = Inbox();
+    auto folder = Create(*inbox, u"Folder");
+    auto target = Create(*inbox, u"Target");
+    auto child = Create(*folder, u"Child");
+    std::vector<Bytes> ids;
+    for (int i = 0; i < 9; ++i)
+        ids.push_back(Save(*NewMessage(*(i < 6 ? folder : child), u"m")));
+    ids.resize(6);
+    std::vector<SBinary> entries;
+    ENTRYLIST list = AsList(ids, entries);
+    auto other = OtherInbox();
+    const std::tuple<const char*, ULONG, std::function<HRESULT(IMAPIProgress*)>> calls[] = {
+        {"SetReadFlags", 1, [&](auto* p) { return folder->SetReadFlags(&list, 0, p, 0); }},
+        {"SetReadFlags of all", 1, [&](auto* p) { return folder->SetReadFlags(nullptr, 0, p, CLEAR_READ_FLAG); }},
+        {"CopyMessages", 6, [&](auto* p) { return CopyMessages(*folder, ids, *target, 0, p); }},
+        {"CopyMessages there", 6, [&](auto* p) { return CopyMessages(*folder, ids, *other, 0, p); }},
+        {"CopyFolder", 11, [&](auto* p) { return Copy(*folder, *target, nullptr, COPY_SUBFOLDERS, p); }},
+        {"CopyFolder there", 11, [&](auto* p) { return Copy(*folder, *other, nullptr, FOLDER_MOVE, p); }},
+        {"EmptyFolder", 17, [&](auto* p) { return target->EmptyFolder(0, p, 0); }},
+        {"DeleteFolder", 1, [&](auto* p) { return Delete(*inbox, IdOf(*target), 0, p); }}};
+    const auto states = [&] {
+        std::string all;
+        for (const auto& store : {FStoreFile, FOther})
+            all +=
+                std::to_string(store->Db().Scalar("SELECT sum(content_count * 100 + unread_count) + count(*) * 10000 "
+                                                  "FROM folders"))
+                    .append(" ");
+        return all;
+    };
+    for (const auto& [name, items, call] : calls) {
+        SCOPED_TRACE(name);
+        Ptr<RecordingProgress> cancelling(new RecordingProgress);
+        cancelling->cancelAfter = items > 1 ? 3 : 1;
+        const std::string before = states();
+        EXPECT_EQ(call(cancelling.Get()), MAPI_E_USER_CANCEL);
+        EXPECT_EQ(states(), before);
+        Ptr<RecordingProgress> nested(new RecordingProgress);
+        nested->flags = 0;
+        nested->least = 100;
+        nested->most = 200;
+        nested->cancelAfter = 0;
+        EXPECT_EQ(call(nested.Get()), MAPI_E_USER_CANCEL);
+        EXPECT_EQ(nested->reports.at(0).value, 100u);
+        EXPECT_EQ(nested->reports.at(0).total, 0u);
+        Ptr<RecordingProgress> progress(new RecordingProgress);
+        EXPECT_EQ(call(progress.Get()), S_OK);
+        EXPECT_EQ(progress->reports.size(), items + 1);
+        EXPECT_EQ(progress->reports.back().value, 1000u);
+        EXPECT_EQ(progress->reports.back().count, progress->reports.back().total);
+        EXPECT_GE(progress->reports.back().total, items);
+    }
+}
+
+} // namespace
+} // namespace deftmapi::client::test
