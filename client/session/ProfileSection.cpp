@@ -12,9 +12,6 @@ namespace
 {
 
 constexpr auto sNoSection = u"The profile has no section of this identifier.";
-constexpr auto sTooBig = u"A value of a profile section has at most 1 MB.";
-
-constexpr std::uint64_t ValueLimit = 1024 * 1024;
 constexpr ULONG ProfileName = 0x3D12001F;
 
 constexpr ULONG OpenFlags = mapi::MAPI_MODIFY | mapi::MAPI_DEFERRED_ERRORS | mapi::MAPI_FORCE_ACCESS;
@@ -25,17 +22,6 @@ class SectionHome final : public PropertyHome
 public:
     [[nodiscard]] std::shared_ptr<Spool> NewSpool() const override { return std::make_shared<Spool>(DataFolder()); }
 };
-
-/// Settings are small: what a stream has written lies in memory from then on.
-Prop InMemory(const Prop& prop)
-{
-    const auto* blob = std::get_if<BlobPtr>(&prop.data);
-    if (!blob)
-        return prop;
-    if ((*blob)->Size() > ValueLimit)
-        Fail(mapi::MAPI_E_TOO_BIG, sTooBig);
-    return Materialize(prop);
-}
 
 class ProfileSection final : public PropertyObject<mapi::IProfSect>
 {
@@ -49,6 +35,9 @@ public:
     {
         return iid == mapi::IID_IProfSect || iid == mapi::IID_IMAPIProp;
     }
+    [[nodiscard]] std::uint64_t ValueLimit() const override { return SectionValueLimit; }
+    // One transaction for a stream, not one for each piece that is written.
+    [[nodiscard]] bool WaitsForCommit() const override { return true; }
 
 protected:
     void Refresh() override { FBag = FProfiles->Section(FProfile, FUid).value_or(PropertyBag()); }
@@ -60,7 +49,7 @@ protected:
         Props changed;
         for (const ULONG id : ids)
             if (const Prop* prop = FBag.Find(id))
-                changed.push_back(InMemory(*prop));
+                changed.push_back(Materialize(*prop)); // settings are small: they lie in memory
         FProfiles->ChangeSection(FProfile, FUid, [&](PropertyBag& bag) {
             for (const ULONG id : ids)
                 bag.Erase(id);

@@ -263,7 +263,11 @@ void PropertyCore::DoSetProps(ULONG count, const mapi::SPropValue* values, mapi:
             found.push_back({i, tag, problem});
             continue;
         }
-        accepted.push_back(FromInterface(values[i]));
+        Prop prop = FromInterface(values[i]);
+        if (DataSize(prop) > ValueLimit())
+            found.push_back({i, tag, mapi::MAPI_E_TOO_BIG});
+        else
+            accepted.push_back(std::move(prop));
     }
     // All values were readable: only now the object changes.
     PropertyBag& bag = Write();

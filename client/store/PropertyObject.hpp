@@ -24,6 +24,12 @@ public:
     [[nodiscard]] const StorePtr& SharedStore() const { return FStore; }
     [[nodiscard]] const std::shared_ptr<PropertyHome>& Home() const { return FHome; }
     [[nodiscard]] bool IsWritable() const { return FWritable; }
+    /// The most bytes that one value may have; more are MAPI_E_TOO_BIG, in a stream STG_E_MEDIUMFULL. What the
+    /// interface can say unless an object has a limit of its own.
+    [[nodiscard]] virtual std::uint64_t ValueLimit() const { return 0xFFFFFFFF; }
+    /// Whether the object has what a stream wrote only after Commit, or when the stream is released: for objects that
+    /// keep every change at once.
+    [[nodiscard]] virtual bool WaitsForCommit() const { return false; }
 
 protected:
     PropertyCore(StorePtr store, bool writable) : FStore(std::move(store)), FWritable(writable), FHome(FStore) {}

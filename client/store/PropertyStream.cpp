@@ -11,8 +11,7 @@ namespace
 {
 
 constexpr std::size_t CopyPiece = 64 * 1024;
-// The size of a property value is a 32-bit number in the interface.
-constexpr std::uint64_t MaximumSize = 0xFFFFFFFF;
+constexpr auto sTooBig = u"A value of this property cannot be that large.";
 
 /// Streams speak the result codes of storages.
 mapi::HRESULT StorageResult(mapi::HRESULT code)
@@ -77,6 +76,11 @@ std::uint64_t PropertyStream::Size() const
     return FSpool ? FSpool->Size() : FContent->Size();
 }
 
+std::uint64_t PropertyStream::MaximumSize() const
+{
+    return IsNarrow() ? FCore.ValueLimit() / 2 : FCore.ValueLimit(); // it is kept as wide text
+}
+
 Spool& PropertyStream::Writable()
 {
     if (!FWritable)
@@ -92,16 +96,17 @@ Spool& PropertyStream::Writable()
 
 void PropertyStream::Publish(bool final)
 {
-    if ((FTag & 0xFFFF) != mapi::PT_STRING8) {
-        FCore.SetStreamValue(FTag, BlobPtr(FSpool));
+    FUnpublished = true; // also when what follows fails: another Commit tries again
+    if (!final && (IsNarrow() || FCore.WaitsForCommit()))
         return;
-    }
-    FUnpublished = !final;
-    if (final) {
+    if (!IsNarrow()) {
+        FCore.SetStreamValue(FTag, BlobPtr(FSpool));
+    } else {
         const Bytes bytes = FSpool->ReadAll();
         FCore.SetStreamValue(WideTag(FTag),
                              TKwEncoding().ToWide({reinterpret_cast<const char*>(bytes.data()), bytes.size()}));
     }
+    FUnpublished = false;
 }
 
 void PropertyStream::Start()
@@ -133,8 +138,8 @@ mapi::HRESULT PropertyStream::Write(const void* from, ULONG count, ULONG* writte
         if (!from && count)
             Fail(mapi::STG_E_INVALIDPOINTER, u"There is no data to write.");
         Spool& spool = Writable();
-        if (FPosition + count > MaximumSize)
-            Fail(mapi::STG_E_MEDIUMFULL, u"A property value cannot be larger than 4 GiB.");
+        if (FPosition + count > MaximumSize())
+            Fail(mapi::STG_E_MEDIUMFULL, sTooBig);
         spool.Write(FPosition, from, count);
         FPosition += count;
         Publish(false);
@@ -161,8 +166,8 @@ mapi::HRESULT PropertyStream::Seek(mapi::LARGE_INTEGER move, mapi::DWORD origin,
 mapi::HRESULT PropertyStream::SetSize(mapi::ULARGE_INTEGER size) noexcept
 {
     return Run([&] {
-        if (size.QuadPart > MaximumSize)
-            Fail(mapi::STG_E_MEDIUMFULL, u"A property value cannot be larger than 4 GiB.");
+        if (size.QuadPart > MaximumSize())
+            Fail(mapi::STG_E_MEDIUMFULL, sTooBig);
         Writable().Resize(size.QuadPart);
         Publish(false);
     });

@@ -1,6 +1,6 @@
 // IStream over one text or binary property. Reading goes to the stored chunks; the first write makes a spool that the
-// object sees at once (8-bit text: at Commit or when the stream is released). On disk it is only when the object is
-// saved.
+// object sees at once (8-bit text, and objects that ask for it: at Commit or when the stream is released). On disk it
+// is only when the object is saved.
 #pragma once
 
 #include "client/store/PropertyObject.hpp"
@@ -48,7 +48,9 @@ protected:
 private:
     template <typename Body>
     mapi::HRESULT Run(Body&& body) noexcept;
+    [[nodiscard]] bool IsNarrow() const { return (FTag & 0xFFFF) == mapi::PT_STRING8; }
     [[nodiscard]] std::uint64_t Size() const;
+    [[nodiscard]] std::uint64_t MaximumSize() const;
     Spool& Writable();
     void Publish(bool final);
 
@@ -59,7 +61,7 @@ private:
     BlobPtr FContent;
     std::shared_ptr<Spool> FSpool; // once written
     bool FWritable;
-    bool FUnpublished = false; // 8-bit text not yet handed to the object
+    bool FUnpublished = false; // written but not yet handed to the object
     std::uint64_t FPosition = 0;
     LastError FLast;
 };

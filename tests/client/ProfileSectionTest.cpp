@@ -99,11 +99,18 @@ TEST_F(ProfileSectionTest, SettingsAreKeptAtOnceAndForTheirProfile)
     Ptr<IStream> stream;
     ASSERT_EQ(opened->QueryInterface(IID_IStream, OutVoid(stream)), S_OK);
     opened.Reset();
-    ASSERT_EQ(stream->Write("settings", 8, nullptr), S_OK);
+    const auto kept = [&] {
+        const Bytes bytes = Get(*Section(*LogOnTo(u"p"), Other(1), 0), Settings).Blob();
+        return std::string(bytes.begin(), bytes.end());
+    };
+    ASSERT_EQ(stream->Write("set", 3, nullptr), S_OK);
+    ASSERT_EQ(stream->Write("ting", 4, nullptr), S_OK);
+    EXPECT_EQ(kept(), "") << "pieces are no transactions";
     ASSERT_EQ(stream->Commit(0), S_OK);
+    EXPECT_EQ(kept(), "setting");
+    ASSERT_EQ(stream->Write("s", 1, nullptr), S_OK);
     stream.Reset();
-    EXPECT_EQ(Get(*Section(*LogOnTo(u"p"), Other(1), 0), Settings).Blob(),
-              Bytes({'s', 'e', 't', 't', 'i', 'n', 'g', 's'}));
+    EXPECT_EQ(kept(), "settings") << "the end of the stream keeps the rest";
     SPropTagArray tag{1, {Settings}};
     ASSERT_EQ(own->DeleteProps(&tag, nullptr), S_OK);
     EXPECT_EQ(Get(*Section(*session, Other(1), 0), Settings).Error(), MAPI_E_NOT_FOUND);
@@ -112,6 +119,61 @@ TEST_F(ProfileSectionTest, SettingsAreKeptAtOnceAndForTheirProfile)
     LPMAPINAMEID names = &name;
     MapiBuffer<SPropTagArray> tags;
     EXPECT_EQ(own->GetIDsFromNames(1, &names, 0, tags.Out()), MAPI_E_NO_SUPPORT);
+}
+
+TEST_F(ProfileSectionTest, AValueHasAtMostAMegabyteByEitherRoad)
+{
+    ASSERT_EQ(Create(u"p"), S_OK);
+    auto session = LogOnTo(u"p");
+    const auto section = Section(*session, Other(1), MAPI_MODIFY);
+    constexpr std::size_t limit = 1024 * 1024;
+    Bytes large(limit + 1, 7);
+    SPropValue values[2] = {};
+    values[0].ulPropTag = Settings;
+    values[0].Value.bin = {limit, large.data()};
+    values[1].ulPropTag = ConfigFlags;
+    MapiBuffer<SPropProblemArray> problems;
+    ASSERT_EQ(section->SetProps(2, values, problems.Out()), S_OK);
+    EXPECT_FALSE(problems);
+
+    const auto openStream = [&](ULONG tag, ULONG flags) {
+        Ptr<IUnknown> opened;
+        EXPECT_EQ(section->OpenProperty(tag, &IID_IStream, 0, flags, Out(opened)), S_OK);
+        Ptr<IStream> stream;
+        EXPECT_EQ(opened->QueryInterface(IID_IStream, OutVoid(stream)), S_OK);
+        return stream;
+    };
+    const auto size = [&] {
+        STATSTG stat{};
+        EXPECT_EQ(openStream(Settings, 0)->Stat(&stat, STATFLAG_NONAME), S_OK);
+        return stat.cbSize.QuadPart;
+    };
+    EXPECT_EQ(size(), limit);
+
+    values[0].Value.bin.cb = limit + 1;
+    values[1].Value.l = 5;
+    ASSERT_EQ(section->SetProps(2, values, problems.Out()), S_OK);
+    ASSERT_TRUE(problems);
+    ASSERT_EQ(problems->cProblem, 1u);
+    EXPECT_EQ(problems->aProblem[0].ulIndex, 0u);
+    EXPECT_EQ(problems->aProblem[0].scode, MAPI_E_TOO_BIG);
+    EXPECT_EQ(size(), limit) << "the old value stays";
+    EXPECT_EQ(Get(*section, ConfigFlags).Number(), 5) << "and the other property is set";
+
+    const auto stream = openStream(Settings, MAPI_CREATE | MAPI_MODIFY);
+    EXPECT_EQ(stream->Write(large.data(), limit + 1, nullptr), STG_E_MEDIUMFULL);
+    EXPECT_EQ(stream->Write(large.data(), limit, nullptr), S_OK);
+    EXPECT_EQ(stream->Write(large.data(), 1, nullptr), STG_E_MEDIUMFULL);
+    ULARGE_INTEGER tooLarge{};
+    tooLarge.QuadPart = limit + 1;
+    EXPECT_EQ(stream->SetSize(tooLarge), STG_E_MEDIUMFULL);
+    ASSERT_EQ(stream->Commit(0), S_OK);
+    EXPECT_EQ(size(), limit);
+    // Narrow text is kept as wide text.
+    const auto text = openStream(tag::Comment - 1, MAPI_CREATE | MAPI_MODIFY);
+    EXPECT_EQ(text->Write(large.data(), limit / 2, nullptr), S_OK);
+    EXPECT_EQ(text->Write(large.data(), 1, nullptr), STG_E_MEDIUMFULL);
+    EXPECT_EQ(text->Commit(0), S_OK);
 }
 
 TEST_F(ProfileSectionTest, SectionsGoWithTheirServiceAndCopyWithTheirProfile)
