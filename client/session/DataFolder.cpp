@@ -60,6 +60,17 @@ void MakePrivateFolder(const std::filesystem::path& folder)
         std::filesystem::permissions(folder, std::filesystem::perms::owner_all);
 }
 
+const std::filesystem::path& MakePrivateFile(const std::filesystem::path& file)
+{
+#ifndef _WIN32
+    // In one step, so that there is no moment in which others could open it.
+    const int made = ::open(file.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+    if (made >= 0)
+        ::close(made);
+#endif
+    return file;
+}
+
 void SyncFolder([[maybe_unused]] const std::filesystem::path& folder)
 {
 #ifndef _WIN32

@@ -15,6 +15,10 @@ namespace deftmapi::client
 /// Makes a folder and those above it; only the user may look into those that were missing.
 void MakePrivateFolder(const std::filesystem::path& folder);
 
+/// Makes an empty file that only the user may read and write, unless there is a file already. That it cannot be made is
+/// for the one to tell who opens it. @returns the file
+const std::filesystem::path& MakePrivateFile(const std::filesystem::path& file);
+
 /// Writes a folder's list of names to the disk, so that a file that was moved into it is there after a power failure.
 /// @throws std::system_error
 void SyncFolder(const std::filesystem::path& folder);

@@ -4,6 +4,7 @@
 #include "client/session/DataFolder.hpp"
 #include "client/session/PasswordHash.hpp"
 #include "client/store/StoreFile.hpp"
+#include "client/store/StoreObjects.hpp"
 
 #include <algorithm>
 #include <cstring>
@@ -29,6 +30,8 @@ constexpr auto sNoStore = u"The profile has no store of this identifier.";
 constexpr auto sHasStore = u"The message service has another store already.";
 constexpr auto sStoreTaken = u"Another message service of the profile has this store already.";
 constexpr auto sNotAFile = u"The place of the store is not a file.";
+constexpr auto sReplaced = u"The file of the message store holds another store now.";
+constexpr auto sNotRenamed = u"The message store could not be given its new display name.";
 
 /// "DfMP", PRAGMA application_id of profiles.db.
 constexpr std::int64_t ApplicationId = 0x44664D50;
@@ -143,17 +146,41 @@ WideString StoreDisplayName(StoreFile& store)
     return name;
 }
 
-} // namespace
-
-ProfilesPtr OpenProfiles()
+/// Gives the store in the file another display name.
+void RenameStore(const std::filesystem::path& file, const Uid& uid, const WideString& name)
 {
-    return std::make_shared<Profiles>(DataFolder());
+    const StorePtr store = StoreFile::Open(file);
+    if (store->Id() != uid)
+        Fail(mapi::MAPI_E_NOT_FOUND, sReplaced);
+    if (StoreDisplayName(*store) == name)
+        return;
+    const auto object = OpenStoreObject(store, true, false);
+    mapi::SPropValue value{};
+    value.ulPropTag = tag::DisplayName;
+    value.Value.lpszW = const_cast<char16_t*>(name.c_str()); // it is read only
+    const mapi::HRESULT result = object->SetProps(1, &value, nullptr);
+    if (result != mapi::S_OK)
+        Fail(result, sNotRenamed);
 }
 
-Profiles::Profiles(std::filesystem::path folder)
-    : FFolder(std::move(folder)), FDatabase(FFolder / "profiles.db", Database::Mode::Create)
+} // namespace
+
+ProfilesPtr OpenProfiles(std::chrono::milliseconds wait)
 {
+    return std::make_shared<Profiles>(DataFolder(), wait);
+}
+
+Profiles::Profiles(std::filesystem::path folder, std::chrono::milliseconds wait)
+    : FFolder(std::move(folder)), FDatabase(MakePrivateFile(FFolder / "profiles.db"), Database::Mode::Create)
+{
+    FDatabase.SetLockWait(wait);
     Prepare();
+}
+
+void Profiles::SetLockWait(std::chrono::milliseconds wait)
+{
+    const std::lock_guard lock(FLock);
+    FDatabase.SetLockWait(wait);
 }
 
 void Profiles::Prepare()
@@ -553,12 +580,26 @@ void Profiles::SetStore(ProfileId profile, const Uid& service, const std::filesy
     if (current.store) {
         if (!place.empty() && (StoresFolder() / place).lexically_normal() != current.store->file.lexically_normal())
             Fail(mapi::MAPI_E_NO_ACCESS, sHasStore);
+        if (displayName.empty())
+            return;
+        // The store first: when it cannot be renamed the profile keeps the old name, too.
+        RenameStore(current.store->file, current.store->uid, displayName);
+        FDatabase.Prepare("UPDATE services SET store_name = ?2 WHERE id = ?1")
+            .Bind(1, current.row)
+            .BindText(2, PackText(displayName))
+            .Run();
+        transaction.Commit();
         return;
     }
     bool made = false;
-    const StoreService::Store store = FindStore(place, displayName.empty() ? NewStoreName : displayName, made);
+    StoreService::Store store = FindStore(place, displayName.empty() ? NewStoreName : displayName, made);
     NewFile file(made ? store.file : std::filesystem::path());
+    const bool renamed = !made && !displayName.empty();
+    if (renamed)
+        store.displayName = displayName;
     AttachStore(profile, current.row, store);
+    if (renamed)
+        RenameStore(store.file, store.uid, displayName);
     transaction.Commit();
     file.Keep();
 }

@@ -51,7 +51,10 @@ public:
     /// Opens profiles.db in the folder, and makes it when it is missing.
     /// @throws Failure  MAPI_E_CORRUPT_STORE the file is damaged or of another program, MAPI_E_VERSION written by a
     /// newer version; it is left alone
-    explicit Profiles(std::filesystem::path folder);
+    /// @param wait  for other processes that hold the file's lock
+    explicit Profiles(std::filesystem::path folder, std::chrono::milliseconds wait = LockWait);
+    /// From now on. Whoever could not wait is done.
+    void SetLockWait(std::chrono::milliseconds wait);
 
     [[nodiscard]] std::vector<ProfileEntry> List();
     /// The name of the default profile, empty when there is none.
@@ -86,7 +89,9 @@ public:
     /// Adds a service without a store. @throws Failure  MAPI_E_NOT_FOUND the profile was deleted
     Uid AddService(ProfileId profile, const WideString& displayName);
     /// Gives the service a store: an existing file or a new one at that place. A relative place counts from the stores
-    /// folder; an empty one is a new file there. The first store of a profile is its default store.
+    /// folder; an empty one is a new file there. The first store of a profile is its default store. A display name is
+    /// taken over by the profile and by the store itself, also when the service has its store already; an empty one
+    /// changes nothing.
     /// @throws Failure  MAPI_E_NOT_FOUND no such service; MAPI_E_NO_ACCESS the service has another store;
     /// MAPI_E_COLLISION another service of the profile has this store; as CheckStoreFile
     void SetStore(ProfileId profile, const Uid& service, const std::filesystem::path& place,
@@ -127,6 +132,6 @@ private:
 using ProfilesPtr = std::shared_ptr<Profiles>;
 
 /// The profiles of the data folder that the environment names.
-[[nodiscard]] ProfilesPtr OpenProfiles();
+[[nodiscard]] ProfilesPtr OpenProfiles(std::chrono::milliseconds wait = LockWait);
 
 } // namespace deftmapi::client

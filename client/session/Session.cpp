@@ -59,10 +59,8 @@ class Session final : public ComObject<mapi::IMAPISession>
 public:
     explicit Session(SharedSessionPtr shared)
         : FShared(std::move(shared)), FProfiles(FShared->ProfilesOf()), FProfile(FShared->Profile()),
-          FName(FShared->Name())
-    {
-        FServices = FProfiles->Services(FProfile);
-    }
+          FName(FShared->Name()), FServices(FShared->ServicesAtLogon())
+    {}
 
     [[nodiscard]] bool Implements(const mapi::IID& iid) const noexcept override
     {
@@ -418,7 +416,7 @@ TKwComPtr<mapi::IMAPISession> LogOn(const WideString& profile, const WideString&
         if (SharedSessionPtr shared = SharedSession::Find(home))
             return {new Session(std::move(shared))};
     }
-    ProfilesPtr profiles = OpenProfiles();
+    ProfilesPtr profiles = OpenProfiles((flags & mapi::MAPI_TIMEOUT_SHORT) != 0 ? ShortLockWait : LockWait);
     WideString name = profile;
     if (name.empty() && !(flags & mapi::MAPI_USE_DEFAULT))
         Fail(mapi::MAPI_E_LOGON_FAILED, sNoProfileName);
@@ -427,7 +425,9 @@ TKwComPtr<mapi::IMAPISession> LogOn(const WideString& profile, const WideString&
     if (name.empty())
         Fail(mapi::MAPI_E_LOGON_FAILED, sNoDefault);
     const ProfileId id = profiles->LogOn(name, password);
-    const auto shared = std::make_shared<SharedSession>(std::move(profiles), id, name);
+    auto services = profiles->Services(id);
+    profiles->SetLockWait(LockWait); // only the logon is in a hurry
+    const auto shared = std::make_shared<SharedSession>(std::move(profiles), id, name, std::move(services));
     if ((flags & mapi::MAPI_ALLOW_OTHERS) != 0)
         SharedSession::Offer(home, shared);
     return {new Session(shared)};

@@ -12,14 +12,16 @@ namespace deftmapi::client
 class SharedSession
 {
 public:
-    SharedSession(ProfilesPtr profiles, ProfileId profile, WideString name)
-        : FProfiles(std::move(profiles)), FProfile(profile), FName(std::move(name))
+    SharedSession(ProfilesPtr profiles, ProfileId profile, WideString name, std::vector<StoreService> services)
+        : FProfiles(std::move(profiles)), FProfile(profile), FName(std::move(name)), FServices(std::move(services))
     {}
 
     [[nodiscard]] const ProfilesPtr& ProfilesOf() const { return FProfiles; }
     [[nodiscard]] ProfileId Profile() const { return FProfile; }
     /// The profile's name at the logon.
     [[nodiscard]] const WideString& Name() const { return FName; }
+    /// The profile's services at the logon.
+    [[nodiscard]] const std::vector<StoreService>& ServicesAtLogon() const { return FServices; }
 
     /// What a member's connection listens to; told at once when the session has ended already.
     /// @param member  who listens; he is not told of his own end
@@ -40,6 +42,7 @@ private:
     ProfilesPtr FProfiles;
     ProfileId FProfile;
     WideString FName;
+    std::vector<StoreService> FServices;
     std::mutex FLock;
     std::vector<std::weak_ptr<EndListener>> FListeners;
     std::atomic<bool> FEnded{false};

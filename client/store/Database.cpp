@@ -5,9 +5,12 @@
 #include "client/store/PropertyBag.hpp"
 
 #include <algorithm>
+#include <atomic>
 #include <cstring>
 #include <new>
 #include <sqlite3.h>
+#include <system_error>
+#include <thread>
 
 namespace deftmapi::client
 {
@@ -19,10 +22,13 @@ constexpr std::size_t StatementTexts = 400;
 constexpr auto PointerType = "deftmapi";
 constexpr auto sDoomed = u"A part of the change has failed, so that nothing of it is written.";
 
-// How long a writer waits for another process before MAPI_E_TIMEOUT.
-constexpr int BusyMilliseconds = 20000;
+constexpr auto sReports = u"The database reports: ";
+constexpr auto sNoAccess = u"The file of the database, or its folder, may not be written (or read) by this user: ";
 
-mapi::HRESULT ResultOf(int code)
+constinit std::atomic<LockWaitObserver> GLockWaitObserver = nullptr;
+
+/// @param systemError  of the last call of the operating system
+mapi::HRESULT ResultOf(int code, int systemError)
 {
     switch (code & 0xFF) {
     case SQLITE_FULL:
@@ -42,8 +48,12 @@ mapi::HRESULT ResultOf(int code)
     case SQLITE_PERM:
     case SQLITE_AUTH:
         return mapi::MAPI_E_NO_ACCESS;
-    case SQLITE_CANTOPEN:
-        return mapi::MAPI_E_DISK_ERROR;
+    case SQLITE_CANTOPEN: {
+        const auto reason = std::error_code(systemError, std::system_category()).default_error_condition();
+        const bool refused = reason == std::errc::permission_denied || reason == std::errc::read_only_file_system ||
+                             reason == std::errc::operation_not_permitted;
+        return refused ? mapi::MAPI_E_NO_ACCESS : mapi::MAPI_E_DISK_ERROR;
+    }
     case SQLITE_TOOBIG:
         return mapi::MAPI_E_TOO_BIG;
     case SQLITE_CONSTRAINT:
@@ -322,7 +332,7 @@ Database::Database(const std::filesystem::path& file, Mode mode)
         }
     }
     sqlite3_extended_result_codes(FHandle, 1);
-    sqlite3_busy_timeout(FHandle, BusyMilliseconds);
+    sqlite3_busy_handler(FHandle, OnBusy, this);
     if (sqlite3_create_collation_v2(FHandle, "deft_fold", SQLITE_UTF8, nullptr, Collate, nullptr) != SQLITE_OK ||
         sqlite3_create_function_v2(FHandle, "deft_call", -1, SQLITE_UTF8, nullptr, CallBack, nullptr, nullptr,
                                    nullptr) != SQLITE_OK)
@@ -330,6 +340,28 @@ Database::Database(const std::filesystem::path& file, Mode mode)
         sqlite3_close_v2(FHandle);
         throw std::bad_alloc();
     }
+}
+
+void ObserveLockWaits(LockWaitObserver observer) noexcept
+{
+    GLockWaitObserver = observer;
+}
+
+int Database::OnBusy(void* database, int times) noexcept
+{
+    auto& self = *static_cast<Database*>(database);
+    if (const LockWaitObserver observer = GLockWaitObserver)
+        return observer(self.FLockWait) ? 1 : 0;
+    const auto now = std::chrono::steady_clock::now();
+    if (times == 0)
+        self.FWaitStart = now;
+    const auto left = self.FLockWait - (now - self.FWaitStart);
+    if (left <= left.zero())
+        return 0;
+    // Locks are held for milliseconds as a rule, so the first pauses are short.
+    const auto pause = std::chrono::milliseconds(std::min(1 << std::min(times, 10), 50));
+    std::this_thread::sleep_for(std::min<std::chrono::steady_clock::duration>(pause, left));
+    return 1;
 }
 
 Database::~Database()
@@ -399,10 +431,11 @@ std::int64_t Database::Scalar(std::string_view sql)
 void Database::FailNow(std::string_view doing) const
 {
     const int code = FHandle ? sqlite3_extended_errcode(FHandle) : SQLITE_NOMEM;
-    WideString text = u"The database reports: ";
+    const mapi::HRESULT result = ResultOf(code, FHandle ? sqlite3_system_errno(FHandle) : 0);
+    WideString text = result == mapi::MAPI_E_NO_ACCESS ? sNoAccess : sReports;
     text += KwFromUtf8(FHandle ? sqlite3_errmsg(FHandle) : sqlite3_errstr(code));
     text.append(u" (").append(KwFromUtf8(doing.substr(0, 60))).append(u")");
-    Fail(ResultOf(code), text, static_cast<mapi::ULONG>(code));
+    Fail(result, text, static_cast<mapi::ULONG>(code));
 }
 
 Transaction::Transaction(Database& database) : FDatabase(database)

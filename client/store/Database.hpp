@@ -4,6 +4,7 @@
 
 #include "support/uKwText.hpp"
 
+#include <chrono>
 #include <cstdint>
 #include <filesystem>
 #include <span>
@@ -125,6 +126,16 @@ public:
     virtual void Discard() noexcept = 0;
 };
 
+/// How long a connection waits for others that hold the lock of its file before MAPI_E_TIMEOUT.
+inline constexpr std::chrono::milliseconds LockWait{20000};
+/// The same where the caller cannot wait: a logon with MAPI_TIMEOUT_SHORT.
+inline constexpr std::chrono::milliseconds ShortLockWait{3000};
+
+/// For tests: called instead of a pause by who would wait for a lock, with how long he would wait in all; false gives
+/// up at once. Null: pauses.
+using LockWaitObserver = bool (*)(std::chrono::milliseconds wait);
+void ObserveLockWaits(LockWaitObserver observer) noexcept;
+
 /// REQUIRES: one thread at a time (the owner holds a lock).
 class Database
 {
@@ -140,6 +151,8 @@ public:
     Database(const Database&) = delete;
     Database& operator=(const Database&) = delete;
 
+    /// LockWait unless it is set.
+    void SetLockWait(std::chrono::milliseconds wait) { FLockWait = wait; }
     void Execute(const std::string& sql);
     [[nodiscard]] Query Prepare(std::string_view sql);
     [[nodiscard]] std::int64_t LastRow() const;
@@ -163,8 +176,12 @@ private:
         std::size_t count = 0;
     };
     void Forget();
+    /// What SQLite calls while another connection holds a lock. @returns 0 to give up
+    static int OnBusy(void* database, int times) noexcept;
 
     sqlite3* FHandle = nullptr;
+    std::chrono::milliseconds FLockWait = LockWait;
+    std::chrono::steady_clock::time_point FWaitStart{};
     /// Finds texts without copying them.
     struct TextHash : std::hash<std::string_view>
     {

@@ -176,6 +176,92 @@ TEST_F(ProfileTest, ADamagedForeignOrNewerFileIsRefusedAndLeftAlone)
     EXPECT_EQ(content(), before);
 }
 
+// What waits for the lock of profiles.db, and what lets it go.
+std::vector<std::chrono::milliseconds> waits;
+Database* holder = nullptr;
+
+TEST_F(ProfileTest, ALogonInAHurryWaitsThreeSecondsForALockAndAllElseTwenty)
+{
+    ASSERT_EQ(Create(u"p"), S_OK);
+    Database other(Home() / "profiles.db", Database::Mode::Open);
+    const auto lock = [&] { other.Execute("BEGIN EXCLUSIVE"); };
+    struct Observed
+    {
+        explicit Observed(LockWaitObserver observer) { ObserveLockWaits(observer); }
+        ~Observed() { ObserveLockWaits(nullptr); }
+    };
+    const LockWaitObserver giveUp = [](std::chrono::milliseconds wait) {
+        waits.push_back(wait);
+        return false;
+    };
+    const LockWaitObserver release = [](std::chrono::milliseconds wait) {
+        waits.push_back(wait);
+        std::exchange(holder, nullptr)->Execute("COMMIT");
+        return true;
+    };
+    constexpr auto shortest = std::chrono::seconds(3);
+    constexpr auto usual = std::chrono::seconds(20);
+    lock();
+    {
+        const Observed observed(giveUp);
+        EXPECT_EQ(TryLogOn(u"p", nullptr, Logon | MAPI_TIMEOUT_SHORT), MAPI_E_TIMEOUT);
+        EXPECT_EQ(TryLogOn(u"p", nullptr), MAPI_E_TIMEOUT);
+        EXPECT_THAT(waits, ElementsAre(shortest, usual));
+    }
+    waits.clear();
+    holder = &other;
+    const Observed observed(release);
+    Ptr<IMAPISession> session;
+    ASSERT_EQ(MAPILogonEx(0, W(u"p"), nullptr, Logon | MAPI_TIMEOUT_SHORT | MAPI_ALLOW_OTHERS, Out(session)), S_OK);
+    lock();
+    EXPECT_EQ(TryLogOn(nullptr, nullptr, MAPI_EXTENDED | MAPI_TIMEOUT_SHORT), S_OK) << "who joins waits for nothing";
+    holder = &other;
+    EXPECT_EQ(Stores(*session).size(), 1u) << "once logged on the session has time";
+    EXPECT_THAT(waits, ElementsAre(shortest, usual));
+}
+
+TEST_F(ProfileTest, TheFileIsTheUsersAloneAndOneThatMayNotBeWrittenIsNamed)
+{
+    using std::filesystem::perms;
+    const auto file = Home() / "profiles.db";
+    ASSERT_EQ(Create(u"p"), S_OK);
+    EXPECT_EQ(std::filesystem::status(file).permissions(), perms::owner_read | perms::owner_write);
+
+    // Root may write everything, so it becomes somebody else meanwhile.
+    constexpr uid_t nobody = 65534;
+    for (auto folder = Home(); folder != folder.root_path() && folder != std::filesystem::temp_directory_path();
+         folder = folder.parent_path())
+        std::filesystem::permissions(folder, perms::group_exec | perms::others_exec,
+                                     std::filesystem::perm_options::add);
+    std::filesystem::permissions(file, perms::owner_read | perms::group_read | perms::others_read);
+    struct Unprivileged
+    {
+        Unprivileged() : root(::geteuid() == 0) { EXPECT_TRUE(!root || ::seteuid(nobody) == 0); }
+        ~Unprivileged() { EXPECT_TRUE(!root || ::seteuid(0) == 0); }
+        const bool root;
+    };
+    const auto textOf = [](IProfAdmin& admin) {
+        MapiBuffer<MAPIERROR> error;
+        EXPECT_EQ(admin.GetLastError(MAPI_E_NO_ACCESS, Unicode, error.Out()), S_OK);
+        return error ? std::u16string(static_cast<const char16_t*>(error->lpszError)) : std::u16string();
+    };
+    {
+        const Unprivileged user;
+        const auto admin = Admin();
+        EXPECT_EQ(admin->CreateProfile(W(u"q"), nullptr, 0, Unicode), MAPI_E_NO_ACCESS);
+        EXPECT_EQ(textOf(*admin).substr(0, 35), u"The file of the database, or its fo");
+        EXPECT_EQ(admin->DeleteProfile(W(u"p"), Unicode), MAPI_E_NO_ACCESS);
+        EXPECT_EQ(Names(), NameList{u"*p"}) << "it may be read";
+    }
+    std::filesystem::permissions(file, perms::none);
+    {
+        const Unprivileged user;
+        Ptr<IProfAdmin> admin;
+        EXPECT_EQ(MAPIAdminProfiles(0, Out(admin)), MAPI_E_NO_ACCESS);
+        EXPECT_EQ(TryLogOn(u"p", nullptr), MAPI_E_NO_ACCESS);
+    }
+}
+
 TEST_F(ProfileTest, ProcessesThatTakeTheSameNamesAgreeOnWhoWasFirst)
 {
     constexpr int Processes = 4;

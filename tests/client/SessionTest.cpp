@@ -244,6 +244,24 @@ TEST_F(SessionTest, ServicesBringStoresNewAndOld)
     EXPECT_EQ(Stores(*session).at(1).id, both[1].id);
     EXPECT_EQ(Stores(*session).at(1).name, u"Archive");
 
+    // Configured once more: another name is taken over, by the store, too; another place is not.
+    config[1] = Text(tag::DisplayName, u"Old mail");
+    ASSERT_EQ(services->ConfigureMsgService(&third, 0, 0, 2, config), S_OK);
+    EXPECT_EQ(Stores(*session).at(1).name, u"Old mail");
+    EXPECT_EQ(Get(*OpenStore(*session, both[1].id), tag::DisplayName).Wide(), u"Old mail");
+    config[0] = Text(PstPath, u"somewhere else.db");
+    config[1] = Text(tag::DisplayName, u"Other");
+    EXPECT_EQ(services->ConfigureMsgService(&third, 0, 0, 2, config), MAPI_E_NO_ACCESS);
+    config[0] = Text(PstPath, place.c_str());
+    ASSERT_EQ(services->ConfigureMsgService(&third, 0, 0, 1, config), S_OK);
+    EXPECT_EQ(Stores(*session).at(1).name, u"Old mail");
+    // So is one that comes with a store that was there before.
+    ASSERT_EQ(services->DeleteMsgService(&third), S_OK);
+    ASSERT_EQ(services2->CreateMsgServiceEx(W(u"DEFTSTORE"), nullptr, 0, Unicode, &third), S_OK);
+    ASSERT_EQ(services->ConfigureMsgService(&third, 0, 0, 2, config), S_OK);
+    EXPECT_EQ(Stores(*session).at(1).name, u"Other");
+    EXPECT_EQ(Get(*OpenStore(*session, both[1].id), tag::DisplayName).Wide(), u"Other");
+
     ASSERT_EQ(session->SetDefaultStore(MAPI_DEFAULT_STORE, static_cast<ULONG>(both[1].id.size()), AsEntry(both[1].id)),
               S_OK);
     EXPECT_FALSE(Stores(*session)[0].isDefault);
