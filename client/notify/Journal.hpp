@@ -22,7 +22,14 @@ enum class JournalKind : std::int64_t
     FolderDeleted = 6,
     FolderModified = 7,
     FolderMoved = 8,
-    FolderBulk = 9 ///< more messages of the folder changed at once than are worth an entry each
+    FolderBulk = 9,     ///< more messages of the folder changed at once than are worth an entry each
+    MessageCopied = 10, ///< read as MessageAdded with a source
+    FolderCopied = 11,  ///< read as FolderAdded with a source
+    NewMail = 12,       ///< a message has been delivered
+    SearchDone = 13,    ///< a search folder has been filled
+    LinkAdded = 14,     ///< these three are read as those of the message, with the search folder as its folder
+    LinkDeleted = 15,
+    LinkModified = 16
 };
 
 struct JournalEntry
@@ -33,6 +40,8 @@ struct JournalEntry
     std::int64_t folder = 0; ///< the folder that it lies in, after the change; for what was deleted, before it
     std::int64_t other = 0;  ///< for what was moved, the folder that it came from; else 0
     bool associated = false; ///< of a message
+    std::int64_t source = 0; ///< for what was copied, the row that it is a copy of; else 0
+    bool isLink = false;     ///< the folder is a search folder that shows, or showed, the message
 
     [[nodiscard]] bool IsMessage() const
     {
@@ -45,6 +54,11 @@ inline constexpr std::size_t JournalBulk = 512;
 
 /// Entries that a journal keeps at least; older ones are trimmed. The trigger in the store file has the same number.
 inline constexpr std::int64_t JournalKept = 16384;
+
+/// Makes the entry of the folder that was added last say that it is a copy. REQUIRES: the transaction that added it.
+void MarkFolderCopied(Database& database, std::int64_t folder, std::int64_t source);
+/// Adds an entry of kind NewMail or SearchDone. REQUIRES: a transaction is open.
+void AddToJournal(Database& database, JournalKind kind, std::int64_t object, std::int64_t folder);
 
 /// The number of the latest entry, 0 in a journal that never had one.
 [[nodiscard]] std::int64_t LastJournalNumber(Database& database);

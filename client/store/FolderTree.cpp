@@ -74,18 +74,15 @@ std::vector<std::int64_t> Subtree(StoreFile& store, std::int64_t row)
 std::int64_t InsertFolder(StoreFile& store, std::int64_t parent, const WideString& name, const PropertyBag& props)
 {
     Database& database = store.Db();
-    std::int64_t row = 0;
-    {
-        Query insert = database.Prepare("INSERT INTO folders (parent, type, name, name_key, created, modified, props) "
-                                        "VALUES (?1, ?2, ?3, ?4, ?5, ?5, x'')");
-        insert.Bind(1, parent).Bind(2, mapi::FOLDER_GENERIC).BindText(3, PackText(name));
-        insert.BindText(4, PackText(KwUpperCase(name))).Bind(5, Now()).Run();
-        row = database.LastRow();
-    }
+    // The row is known beforehand, so that listeners are told of one change: nobody else inserts meanwhile.
+    const std::int64_t row = database.Scalar("SELECT seq + 1 FROM sqlite_sequence WHERE name = 'folders'");
     const Bytes packed = store.Pack({LargeOwner::Folder, row}, props, [](const Prop& prop) {
         return prop.tag != tag::DisplayName && prop.tag != tag::CreationTime && prop.tag != tag::LastModification;
     });
-    database.Prepare("UPDATE folders SET props = ?2 WHERE id = ?1").Bind(1, row).BindBlob(2, packed).Run();
+    Query insert = database.Prepare("INSERT INTO folders (id, parent, type, name, name_key, created, modified, props) "
+                                    "VALUES (?1, ?2, ?3, ?4, ?5, ?6, ?6, ?7)");
+    insert.Bind(1, row).Bind(2, parent).Bind(3, mapi::FOLDER_GENERIC).BindText(4, PackText(name));
+    insert.BindText(5, PackText(KwUpperCase(name))).Bind(6, Now()).BindBlob(7, packed).Run();
     return row;
 }
 

@@ -94,6 +94,8 @@ public:
     }
     void Touched(const JournalEntry& entry, TouchedRows& rows) const override
     {
+        if (entry.kind == JournalKind::NewMail || entry.kind == JournalKind::SearchDone)
+            return; // what they tell of changes nothing
         // What happens in a folder changes its counters, what happens below it PR_SUBFOLDERS.
         for (const std::int64_t folder : {entry.folder, entry.other}) {
             if (FDepths.contains(folder))

@@ -14,6 +14,8 @@ constexpr auto sNoMessage = u"The message does not exist.";
 constexpr auto sFolderDeleted = u"The folder of the message has been deleted.";
 constexpr auto sNoTarget = u"The folder that the message is to be moved to has been deleted.";
 constexpr auto sDeleted = u"The message has been deleted since it was opened.";
+constexpr auto sContradiction = u"The flags contradict each other.";
+constexpr auto sNoReceipt = u"Receipts cannot be sent: there is no transport.";
 constexpr auto sChanged = u"The message has been changed by someone else since it was opened.";
 
 /// Longer texts keep their beginning in the column, for tables, and the whole in the packed list.
@@ -507,14 +509,17 @@ MessageState CopyOfMessage(StoreFile& store, std::int64_t row, std::int64_t fold
 
 ReadFlagChange::ReadFlagChange(ULONG flags)
 {
+    constexpr ULONG others = mapi::CLEAR_READ_FLAG | mapi::SUPPRESS_RECEIPT;
+    if ((flags & mapi::GENERATE_RECEIPT_ONLY && flags & others) || (flags & others) == others)
+        Fail(mapi::MAPI_E_INVALID_PARAMETER, sContradiction);
     if (flags & mapi::GENERATE_RECEIPT_ONLY)
-        return;
+        Fail(mapi::MAPI_E_NO_SUPPORT, sNoReceipt);
     const bool pendingOnly = (flags & (mapi::CLEAR_RN_PENDING | mapi::CLEAR_NRN_PENDING)) != 0;
     if (flags & mapi::CLEAR_READ_FLAG)
         clear |= mapi::MSGFLAG_READ;
     else if (!pendingOnly)
         set |= mapi::MSGFLAG_READ;
-    if (flags & mapi::CLEAR_RN_PENDING)
+    if (flags & (mapi::CLEAR_RN_PENDING | mapi::SUPPRESS_RECEIPT))
         clear |= mapi::MSGFLAG_RN_PENDING;
     if (flags & mapi::CLEAR_NRN_PENDING)
         clear |= mapi::MSGFLAG_NRN_PENDING;

@@ -35,9 +35,12 @@ bool DeleteMessageRow(StoreFile& store, std::int64_t row);
 /// The message with everything in it in memory (large values stay where they are), as a new one for another folder.
 [[nodiscard]] MessageState CopyOfMessage(StoreFile& store, std::int64_t row, std::int64_t folder);
 
-/// What flags of SetReadFlag and SetReadFlags do to PR_MESSAGE_FLAGS. Receipts are not sent: there is no transport.
+/// What flags of SetReadFlag and SetReadFlags do to PR_MESSAGE_FLAGS. Receipts are not sent, since there is no
+/// transport: one that is asked for stays pending, for a transport to come, until it is suppressed or its flag cleared.
 struct ReadFlagChange
 {
+    /// @throws Failure  MAPI_E_INVALID_PARAMETER flags that contradict each other; MAPI_E_NO_SUPPORT a receipt and
+    /// nothing else is wanted
     explicit ReadFlagChange(ULONG flags);
     [[nodiscard]] std::int64_t Apply(std::int64_t messageFlags) const { return (messageFlags & ~clear) | set; }
     std::int64_t set = 0;

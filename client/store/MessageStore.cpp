@@ -1,4 +1,5 @@
 // IMsgStore, and what all objects of a store share.
+#include "client/notify/StoreFeed.hpp"
 #include "client/store/Attachment.hpp"
 #include "client/store/Folder.hpp"
 #include "client/store/PropertyStream.hpp"
@@ -7,19 +8,23 @@
 #include "client/table/Table.hpp"
 
 #include <algorithm>
+#include <set>
 
 namespace deftmapi::client
 {
 namespace
 {
 
-constexpr auto sNoNotifications = u"This store sends no notifications.";
+constexpr auto sNoEvents = u"A store does not tell of events of this kind.";
+constexpr auto sNoConnection = u"There is no notification of this connection number.";
+constexpr auto sNoMail = u"The notification names no new message of this store.";
 constexpr auto sNoQueue = u"This store has no outgoing queue.";
 constexpr auto sReadOnly = u"The store was opened for reading only.";
 constexpr auto sBadInterface = u"The object does not support the interface that was asked for.";
 constexpr auto sNoFolder = u"The folder does not exist.";
 constexpr auto sStoreEntry = u"A message store is opened through the session.";
 constexpr auto sDefaultClass = u"The default receive folder can be changed but not removed.";
+constexpr auto sBadClass = u"The text is no name of a message class.";
 constexpr auto sProvider = u"Deft store";
 
 constexpr ULONG IdentityList[] = {tag::EntryId,        tag::RecordKey,  tag::InstanceKey,      tag::StoreEntryId,
@@ -36,21 +41,25 @@ constexpr ULONG AllFoldersValid = mapi::FOLDER_IPM_SUBTREE_VALID | mapi::FOLDER_
                                   mapi::FOLDER_IPM_SENTMAIL_VALID | mapi::FOLDER_VIEWS_VALID |
                                   mapi::FOLDER_COMMON_VIEWS_VALID | mapi::FOLDER_FINDER_VALID;
 
+/// Parts of printable ASCII characters with dots between them, 255 characters at most; or nothing, for the default.
+bool IsClassName(const WideString& name)
+{
+    const auto isPrintable = [](char16_t c) { return c >= u' ' && c < 0x7F; };
+    const bool emptyPart = name.starts_with(u'.') || name.ends_with(u'.') || name.find(u"..") != WideString::npos;
+    return name.size() <= 255 && !emptyPart && std::all_of(name.begin(), name.end(), isPrintable);
+}
+
 class StoreObject final : public PropertyObject<mapi::IMsgStore>
 {
 public:
     StoreObject(StorePtr store, bool writable, bool isDefault)
         : PropertyObject(std::move(store), writable), FDefault(isDefault)
     {}
+    ~StoreObject() override;
 
-    mapi::HRESULT DEFTMAPI_STDCALL Advise(ULONG, mapi::LPENTRYID, ULONG, mapi::LPMAPIADVISESINK,
-                                          mapi::ULONG_PTR* connection) noexcept override
-    {
-        if (connection)
-            *connection = 0;
-        return NoSupport(sNoNotifications);
-    }
-    mapi::HRESULT DEFTMAPI_STDCALL Unadvise(mapi::ULONG_PTR) noexcept override { return NoSupport(sNoNotifications); }
+    mapi::HRESULT DEFTMAPI_STDCALL Advise(ULONG size, mapi::LPENTRYID id, ULONG mask, mapi::LPMAPIADVISESINK sink,
+                                          mapi::ULONG_PTR* connection) noexcept override;
+    mapi::HRESULT DEFTMAPI_STDCALL Unadvise(mapi::ULONG_PTR connection) noexcept override;
     mapi::HRESULT DEFTMAPI_STDCALL CompareEntryIDs(ULONG size1, mapi::LPENTRYID id1, ULONG size2, mapi::LPENTRYID id2,
                                                    ULONG flags, ULONG* result) noexcept override
     {
@@ -78,10 +87,15 @@ public:
     mapi::HRESULT DEFTMAPI_STDCALL GetReceiveFolderTable(ULONG flags, mapi::LPMAPITABLE* table) noexcept override;
     mapi::HRESULT DEFTMAPI_STDCALL StoreLogoff(ULONG* flags) noexcept override
     {
-        return Run([&] {
+        std::set<mapi::ULONG_PTR> connections;
+        const mapi::HRESULT result = Run([&] {
             Require(flags, u"lpulFlags");
             *flags = mapi::LOGOFF_COMPLETE; // nothing is ever under way
+            connections.swap(FConnections);
         });
+        for (const mapi::ULONG_PTR connection : connections)
+            Dispatcher::Instance().Remove(connection);
+        return result;
     }
     mapi::HRESULT DEFTMAPI_STDCALL AbortSubmit(ULONG, mapi::LPENTRYID, ULONG) noexcept override
     {
@@ -99,10 +113,7 @@ public:
     {
         return NoSupport(sNoQueue);
     }
-    mapi::HRESULT DEFTMAPI_STDCALL NotifyNewMail(mapi::LPNOTIFICATION) noexcept override
-    {
-        return NoSupport(sNoNotifications);
-    }
+    mapi::HRESULT DEFTMAPI_STDCALL NotifyNewMail(mapi::LPNOTIFICATION notification) noexcept override;
 
     [[nodiscard]] bool Implements(const mapi::IID& iid) const noexcept override
     {
@@ -144,7 +155,75 @@ private:
 
     bool FDefault;
     PropertyBag FProps;
+    std::set<mapi::ULONG_PTR> FConnections;
 };
+
+StoreObject::~StoreObject()
+{
+    for (const mapi::ULONG_PTR connection : FConnections)
+        Dispatcher::Instance().Remove(connection);
+}
+
+mapi::HRESULT StoreObject::Advise(ULONG size, mapi::LPENTRYID id, ULONG mask, mapi::LPMAPIADVISESINK sink,
+                                  mapi::ULONG_PTR* connection) noexcept
+{
+    return Run([&] {
+        Require(connection, u"lpulConnection");
+        *connection = 0;
+        Require(sink, u"lpAdviseSink");
+        if (mask & (mapi::fnevTableModified | mapi::fnevStatusObjectModified | mapi::fnevExtended))
+            Fail(mapi::MAPI_E_NO_SUPPORT, sNoEvents);
+        RequireFlags(mask, StoreEvents);
+        if (mask == 0)
+            Fail(mapi::MAPI_E_INVALID_PARAMETER, sNoEvents);
+        std::optional<EntryReference> object;
+        if (size != 0) {
+            object = RequireEntryId(size, id);
+            if (object->kind == EntryKind::Store && object->store == FStore->Id())
+                object.reset();
+            else
+                object->row = FStore->RowOf(size, id, object->kind);
+        }
+        auto feed = std::make_shared<StoreFeed>(FStore->ForListeners(), mask, object);
+        std::set<mapi::ULONG_PTR> prepared{0}; // so that nothing can fail after the sink is known
+        const mapi::ULONG_PTR number = Dispatcher::Instance().Add(std::move(feed), sink, FStore.get());
+        auto node = prepared.extract(prepared.begin());
+        node.value() = number;
+        FConnections.insert(std::move(node));
+        *connection = number;
+    });
+}
+
+mapi::HRESULT StoreObject::Unadvise(mapi::ULONG_PTR connection) noexcept
+{
+    const mapi::HRESULT result = Run([&] {
+        if (FConnections.erase(connection) == 0)
+            Fail(mapi::MAPI_E_NOT_FOUND, sNoConnection);
+    });
+    // Outside the lock: a callback that is waited for may want it. After the log-off the connection is gone already.
+    if (result == mapi::S_OK)
+        Dispatcher::Instance().Remove(connection);
+    return result;
+}
+
+mapi::HRESULT StoreObject::NotifyNewMail(mapi::LPNOTIFICATION notification) noexcept
+{
+    return Run([&] {
+        Require(notification, u"lpNotification");
+        RequireWritable();
+        if (notification->ulEventType != mapi::fnevNewMail)
+            Fail(mapi::MAPI_E_INVALID_PARAMETER, sNoMail);
+        const auto& mail = notification->info.newmail;
+        const std::int64_t row = FStore->RowOf(mail.cbEntryID, mail.lpEntryID, EntryKind::Message);
+        Transaction transaction(FStore->Db());
+        Query query = FStore->Db().Prepare("SELECT folder FROM messages WHERE id = ?1 AND folder IS NOT NULL");
+        if (!query.Bind(1, row).Step())
+            Fail(mapi::MAPI_E_NOT_FOUND, sNoMail);
+        AddToJournal(FStore->Db(), JournalKind::NewMail, row, query.Number(0));
+        query.Reset();
+        transaction.Commit();
+    });
+}
 
 std::optional<Prop> StoreObject::Computed(ULONG id)
 {
@@ -189,6 +268,8 @@ mapi::HRESULT StoreObject::SetReceiveFolder(mapi::LPTSTR messageClass, ULONG fla
         RequireFlags(flags, mapi::MAPI_UNICODE);
         RequireWritable();
         const WideString name = TextParameter(messageClass, flags);
+        if (!IsClassName(name))
+            Fail(mapi::MAPI_E_INVALID_PARAMETER, sBadClass);
         const std::string key = PackText(KwUpperCase(name));
         Transaction transaction(FStore->Db());
         if (size == 0) {

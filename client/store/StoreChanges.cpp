@@ -53,7 +53,8 @@ void StoreChanges::NoteEntry(std::int64_t folder, bool associated)
 void StoreChanges::DropEntries()
 {
     std::erase_if(FEntries, [this](const JournalEntry& entry) {
-        return IsBulk(entry.folder, entry.associated) && (!entry.other || IsBulk(entry.other, entry.associated));
+        const std::int64_t other = entry.kind == JournalKind::MessageMoved ? entry.other : 0;
+        return IsBulk(entry.folder, entry.associated) && (!other || IsBulk(other, entry.associated));
     });
 }
 
@@ -72,6 +73,14 @@ void StoreChanges::Added(const CountedMessage& message)
         return;
     Count(Of(message.folder), message, 1);
     Enter(JournalKind::MessageAdded, message, message.folder, 0);
+}
+
+void StoreChanges::Copied(std::int64_t row, std::int64_t source)
+{
+    if (FEntries.empty() || FEntries.back().kind != JournalKind::MessageAdded || FEntries.back().object != row)
+        return; // one entry stands for all of its folder
+    FEntries.back().kind = JournalKind::MessageCopied;
+    FEntries.back().other = source;
 }
 
 void StoreChanges::Removed(const CountedMessage& message)

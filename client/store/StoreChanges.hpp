@@ -19,13 +19,15 @@ struct CountedMessage
     std::int64_t flags = 0;
 };
 
-/// REQUIRES for the first four: a transaction of the database is open.
+/// REQUIRES for the first five: a transaction of the database is open.
 class StoreChanges final : public CommitWork
 {
 public:
     explicit StoreChanges(Database& database) : FDatabase(database) {}
 
     void Added(const CountedMessage& message);
+    /// The message that was added last is a copy of the other one.
+    void Copied(std::int64_t row, std::int64_t source);
     void Removed(const CountedMessage& message);
     void Changed(const CountedMessage& before, std::int64_t flags);
     void Moved(const CountedMessage& before, std::int64_t folder);

@@ -6,11 +6,11 @@
 namespace deftmapi::client
 {
 
-/// PR_STORE_SUPPORT_MASK: only what is true. No STORE_NOTIFY_OK, no STORE_SUBMIT_OK, no search folders or categories.
-inline constexpr ULONG StoreSupport = mapi::STORE_ENTRYID_UNIQUE | mapi::STORE_MODIFY_OK | mapi::STORE_CREATE_OK |
-                                      mapi::STORE_ATTACH_OK | mapi::STORE_OLE_OK | mapi::STORE_MV_PROPS_OK |
-                                      mapi::STORE_RTF_OK | mapi::STORE_RESTRICTION_OK | mapi::STORE_SORT_OK |
-                                      mapi::STORE_HTML_OK | mapi::STORE_UNICODE_OK | mapi::STORE_LOCALSTORE;
+/// PR_STORE_SUPPORT_MASK: only what is true. No STORE_SUBMIT_OK, no search folders or categories.
+inline constexpr ULONG StoreSupport =
+    mapi::STORE_ENTRYID_UNIQUE | mapi::STORE_MODIFY_OK | mapi::STORE_CREATE_OK | mapi::STORE_ATTACH_OK |
+    mapi::STORE_OLE_OK | mapi::STORE_MV_PROPS_OK | mapi::STORE_RTF_OK | mapi::STORE_RESTRICTION_OK |
+    mapi::STORE_SORT_OK | mapi::STORE_HTML_OK | mapi::STORE_NOTIFY_OK | mapi::STORE_UNICODE_OK | mapi::STORE_LOCALSTORE;
 
 /// The properties that name an object and its store, or nothing for other identifiers. `row` 0 has no names of its own.
 [[nodiscard]] std::optional<Prop> IdentityProperty(const StoreFile& store, EntryKind kind, std::int64_t row, ULONG id);

@@ -67,6 +67,8 @@ bool Transfer::CopyMessage(std::int64_t row, std::int64_t folder)
         FMessages.push_back(seen);
     }
     SaveMessage(FTo, copy, false);
+    if (IsWithin())
+        FTo.Changes().Copied(copy.row, row);
     FMeter.Step();
     return true;
 }
@@ -83,6 +85,8 @@ std::int64_t Transfer::CopyFolder(std::int64_t row, std::int64_t parent, const W
     if (!IsWithin())
         FFolders.push_back(Look(row));
     const std::int64_t copy = InsertFolder(FTo, parent, name, IsWithin() ? source.props : MapNames(source.props));
+    if (IsWithin())
+        MarkFolderCopied(FTo.Db(), copy, row);
     std::vector<std::int64_t> messages;
     {
         Query query = FFrom.Db().Prepare("SELECT id FROM messages WHERE folder = ?1");

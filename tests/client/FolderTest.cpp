@@ -42,7 +42,8 @@ TEST_F(FolderTest, EveryStoreHasItsSpecialFolders)
     const SBinary& junk = more.value->Value.MVbin.lpbin[4];
     EXPECT_EQ(Get(*OpenFolder(Bytes(junk.lpb, junk.lpb + junk.cb)), tag::DisplayName).Wide(), u"Junk E-mail");
     EXPECT_EQ(Get(*FStore, tag::ValidFolderMask).Number(), 0xFF);
-    EXPECT_EQ(Get(*FStore, tag::StoreSupportMask).Number() & LONG(STORE_NOTIFY_OK | STORE_SUBMIT_OK), 0);
+    EXPECT_EQ(Get(*FStore, tag::StoreSupportMask).Number() & LONG(STORE_NOTIFY_OK | STORE_SUBMIT_OK),
+              LONG(STORE_NOTIFY_OK));
     // An empty identifier is the root folder, its own parent.
     auto root = OpenFolder({});
     EXPECT_EQ(Get(*root, tag::FolderType).Number(), LONG(FOLDER_ROOT));
@@ -222,6 +223,51 @@ TEST_F(FolderTest, ReceiveFoldersFollowTheLongestClass)
     EXPECT_EQ(find(u"ipm.report.delivery"), u"IPM.Report");
     EXPECT_EQ(find(u"IPM.Reports"), u"");
     EXPECT_EQ(find(u"IPM.Note"), u"");
+    Ptr<IMAPITable> table;
+    ASSERT_EQ(FStore->GetReceiveFolderTable(MAPI_UNICODE, Out(table)), S_OK);
+    const auto rows = Rows(*table, {tag::EntryId, tag::MessageClass, tag::RecordKey});
+    ASSERT_EQ(rows.size(), 2u);
+    EXPECT_EQ(BytesAt(rows[0], 0), InboxId());
+    EXPECT_EQ(WideAt(rows[1], 1), u"IPM.Report");
+    EXPECT_EQ(BytesAt(rows[1], 2), Get(*reports, tag::RecordKey).Blob());
+    const auto remove = [&](const char16_t* messageClass) {
+        return FStore->SetReceiveFolder(const_cast<char16_t*>(messageClass), MAPI_UNICODE, 0, nullptr);
+    };
+    EXPECT_EQ(remove(u""), MAPI_E_INVALID_PARAMETER);
+    EXPECT_EQ(remove(u"ipm.report"), S_OK);
+    EXPECT_EQ(find(u"IPM.Report.Delivery"), u"");
+    for (const char16_t* bad : {u"IPM.", u"IPM.N\u00F6te", u".", u"IPM..Note"})
+        EXPECT_EQ(FStore->SetReceiveFolder(const_cast<char16_t*>(bad), MAPI_UNICODE, static_cast<ULONG>(id.size()),
+                                           AsEntry(id)),
+                  MAPI_E_INVALID_PARAMETER);
+}
+
+TEST_F(FolderTest, ReceiptsStayPendingUntilTheyAreSuppressed)
+{
+    auto inbox = Inbox();
+    const ULONG pending = MSGFLAG_RN_PENDING | MSGFLAG_NRN_PENDING;
+    auto message = NewMessage(*inbox, u"asks for a receipt");
+    Set(*message, {Long(tag::MessageFlags, static_cast<LONG>(pending))});
+    const std::vector<Bytes> ids = {Save(*message)};
+    const Bytes& id = ids[0];
+    std::vector<SBinary> entries;
+    ENTRYLIST list = AsList(ids, entries);
+    const std::tuple<ULONG, HRESULT, ULONG> steps[] = {
+        {GENERATE_RECEIPT_ONLY, MAPI_E_NO_SUPPORT, pending},
+        {SUPPRESS_RECEIPT | CLEAR_READ_FLAG, MAPI_E_INVALID_PARAMETER, pending},
+        {SUPPRESS_RECEIPT | GENERATE_RECEIPT_ONLY, MAPI_E_INVALID_PARAMETER, pending},
+        {0, S_OK, pending | MSGFLAG_READ},
+        {CLEAR_READ_FLAG, S_OK, pending},
+        {CLEAR_NRN_PENDING, S_OK, MSGFLAG_RN_PENDING},
+        {SUPPRESS_RECEIPT, S_OK, MSGFLAG_READ},
+        {CLEAR_READ_FLAG | CLEAR_RN_PENDING, S_OK, 0}};
+    for (const auto& [flags, result, after] : steps) {
+        EXPECT_EQ(inbox->SetReadFlags(&list, 0, nullptr, flags), result) << flags;
+        EXPECT_EQ(static_cast<ULONG>(Get(*OpenMessage(id, 0), tag::MessageFlags).Number()) & (pending | MSGFLAG_READ),
+                  after)
+            << flags;
+    }
+    EXPECT_EQ(Get(*inbox, tag::ContentUnread).Number(), 1);
 }
 
 } // namespace

@@ -1,0 +1,234 @@
+// What the sinks of a store are told: which event for which change, with which identifiers, from this process and from
+// another one, and when a sink asks for one object only.
+#include "client/store/Folder.hpp"
+#include "tests/client/NotifyFixture.hpp"
+
+namespace deftmapi::client::test
+{
+namespace
+{
+
+using namespace mapi;
+
+/// Keeps each event as a line: what happened, the names of the object and of the folders.
+class EventSink final : public ComObject<IMAPIAdviseSink>
+{
+public:
+    [[nodiscard]] bool Implements(const IID& iid) const noexcept override { return iid == IID_IMAPIAdviseSink; }
+
+    ULONG DEFTMAPI_STDCALL OnNotify(ULONG count, LPNOTIFICATION notifications) noexcept override
+    {
+        const std::lock_guard lock(FLock);
+        for (ULONG i = 0; i < count; ++i)
+            FLines.push_back(Describe(notifications[i]));
+        FChanged.notify_all();
+        return 0;
+    }
+    [[nodiscard]] std::vector<std::string> Take()
+    {
+        const std::lock_guard lock(FLock);
+        return std::exchange(FLines, {});
+    }
+    [[nodiscard]] bool WaitForOne()
+    {
+        std::unique_lock lock(FLock);
+        return FChanged.wait_for(lock, std::chrono::seconds(60), [this] { return !FLines.empty(); });
+    }
+
+private:
+    static std::string Name(ULONG size, LPENTRYID id)
+    {
+        if (!id)
+            return "-";
+        const auto reference = ParseEntryId({reinterpret_cast<const std::uint8_t*>(id), size});
+        const char* kind = reference->kind == EntryKind::Folder    ? "f"
+                           : reference->kind == EntryKind::Message ? "m"
+                                                                   : "store";
+        return kind + std::to_string(reference->row);
+    }
+    static std::string Describe(const NOTIFICATION& item)
+    {
+        if (item.ulEventType == fnevNewMail) {
+            const auto& mail = item.info.newmail;
+            return "mail " + Name(mail.cbEntryID, mail.lpEntryID) + " in " + Name(mail.cbParentID, mail.lpParentID) +
+                   " " + KwToUtf8(static_cast<LPWSTR>(mail.lpszMessageClass));
+        }
+        static const std::map<ULONG, const char*> names = {
+            {fnevObjectCreated, "created "}, {fnevObjectDeleted, "deleted "}, {fnevObjectModified, "modified "},
+            {fnevObjectMoved, "moved "},     {fnevObjectCopied, "copied "},   {fnevSearchComplete, "searched "}};
+        const auto& object = item.info.obj;
+        std::string line = names.at(item.ulEventType) + Name(object.cbEntryID, object.lpEntryID) + " in " +
+                           Name(object.cbParentID, object.lpParentID);
+        EXPECT_EQ(object.ulObjType, *reinterpret_cast<const std::uint8_t*>(line.c_str() + line.find(' ') + 1) == 'f'
+                                        ? MAPI_FOLDER
+                                    : object.ulObjType == MAPI_STORE ? MAPI_STORE
+                                                                     : MAPI_MESSAGE);
+        if (object.lpOldID)
+            line += " from " + Name(object.cbOldID, object.lpOldID) + " in " +
+                    Name(object.cbOldParentID, object.lpOldParentID);
+        for (ULONG i = 0; object.lpPropTagArray && i < object.lpPropTagArray->cValues; ++i)
+            line += object.lpPropTagArray->aulPropTag[i] == tag::ContentCount    ? " count"
+                    : object.lpPropTagArray->aulPropTag[i] == tag::ContentUnread ? " unread"
+                                                                                 : " associated";
+        return line;
+    }
+
+    std::mutex FLock;
+    std::condition_variable FChanged;
+    std::vector<std::string> FLines;
+};
+
+using Lines = std::vector<std::string>;
+constexpr ULONG All = fnevNewMail | fnevObjectCreated | fnevObjectDeleted | fnevObjectModified | fnevObjectMoved |
+                      fnevObjectCopied | fnevSearchComplete;
+
+class StoreEventsTest : public NotifyTest
+{
+protected:
+    struct Connection
+    {
+        Ptr<EventSink> sink{new EventSink};
+        ULONG_PTR number = 0;
+    };
+    [[nodiscard]] Connection Listen(const Bytes& id, ULONG mask = All, HRESULT expected = S_OK) const
+    {
+        Connection connection;
+        EXPECT_EQ(
+            FStore->Advise(static_cast<ULONG>(id.size()), AsEntry(id), mask, connection.sink.Get(), &connection.number),
+            expected);
+        return connection;
+    }
+    static Ptr<IMAPIFolder> Create(IMAPIFolder& parent, const char16_t* name)
+    {
+        Ptr<IMAPIFolder> folder;
+        EXPECT_EQ(parent.CreateFolder(FOLDER_GENERIC, const_cast<char16_t*>(name), nullptr, nullptr, MAPI_UNICODE,
+                                      Out(folder)),
+                  S_OK);
+        return folder;
+    }
+    static std::string Name(const Bytes& id)
+    {
+        const auto reference = ParseEntryId(id);
+        return (reference->kind == EntryKind::Folder ? "f" : "m") + std::to_string(reference->row);
+    }
+    static std::string Name(IMAPIProp& object) { return Name(Get(object, tag::EntryId).Blob()); }
+    static Lines Told(EventSink& sink)
+    {
+        Dispatch();
+        return sink.Take();
+    }
+    static HRESULT Copy(IMAPIFolder& folder, IMAPIFolder& to, const char16_t* name, ULONG flags)
+    {
+        const Bytes id = Get(folder, tag::EntryId).Blob();
+        return folder.CopyFolder(static_cast<ULONG>(id.size()), AsEntry(id), nullptr, &to, const_cast<char16_t*>(name),
+                                 0, nullptr, MAPI_UNICODE | flags);
+    }
+    HRESULT CopyMessage(const Bytes& id, IMAPIFolder& to, ULONG flags) const
+    {
+        SBinary entry{static_cast<ULONG>(id.size()), const_cast<std::uint8_t*>(id.data())};
+        ENTRYLIST list{1, &entry};
+        return FInbox->CopyMessages(&list, nullptr, &to, 0, nullptr, flags);
+    }
+};
+
+TEST_F(StoreEventsTest, EachChangeIsToldInItsPlaceWithItsIdentifiers)
+{
+    Start(false);
+    const std::string inbox = Name(*FInbox);
+    auto all = Listen({});
+    auto one = Create(*FInbox, u"one");
+    auto two = Create(*FInbox, u"two");
+    const std::string f1 = Name(*one);
+    const std::string f2 = Name(*two);
+    EXPECT_EQ(Told(*all.sink), (Lines{"created " + f1 + " in " + inbox, "created " + f2 + " in " + inbox}));
+
+    const Bytes id = AddMessage(u"first");
+    const std::string m = Name(id);
+    EXPECT_EQ(Told(*all.sink), (Lines{"created " + m + " in " + inbox, "modified " + inbox + " in f2 count unread"}));
+    SetSubject(id, u"second");
+    EXPECT_EQ(Told(*all.sink).at(0), "modified " + m + " in " + inbox);
+    ASSERT_EQ(CopyMessage(id, *one, 0), S_OK);
+    auto lines = Told(*all.sink);
+    ASSERT_EQ(lines.size(), 2u);
+    EXPECT_EQ(lines[0].substr(lines[0].find(" in ")), " in " + f1 + " from " + m + " in " + inbox);
+    EXPECT_EQ(lines[0].substr(0, 7), "copied ");
+    EXPECT_EQ(lines[1], "modified " + f1 + " in " + inbox + " count unread");
+    ASSERT_EQ(CopyMessage(id, *two, MESSAGE_MOVE), S_OK);
+    lines = Told(*all.sink);
+    ASSERT_EQ(lines.size(), 3u);
+    EXPECT_EQ(lines[0], "moved " + m + " in " + f2 + " from " + m + " in " + inbox);
+
+    ASSERT_EQ(Copy(*one, *two, u"copy", COPY_SUBFOLDERS), S_OK);
+    lines = Told(*all.sink);
+    ASSERT_EQ(lines.size(), 3u); // the folder, its message, its counters
+    EXPECT_EQ(lines[0].substr(lines[0].find(" in ")), " in " + f2 + " from " + f1 + " in " + inbox);
+    EXPECT_EQ(lines[1].substr(0, 8), "copied m");
+    ASSERT_EQ(Copy(*one, *two, u"moved", FOLDER_MOVE), S_OK);
+    EXPECT_EQ(Told(*all.sink), (Lines{"moved " + f1 + " in " + f2 + " from " + f1 + " in " + inbox}));
+    Set(*two, {Text(tag::Comment, u"other")});
+    EXPECT_EQ(Told(*all.sink), (Lines{"modified " + f2 + " in " + inbox}));
+    ASSERT_EQ(two->EmptyFolder(0, nullptr, 0), S_OK);
+    lines = Told(*all.sink);
+    ASSERT_EQ(lines.size(), 6u); // two folders, two messages in them, one in the folder, its counters
+    EXPECT_EQ(std::count(lines.begin(), lines.end(), "deleted " + f1 + " in " + f2), 1);
+    EXPECT_EQ(std::count(lines.begin(), lines.end(), "deleted " + m + " in " + f2), 1);
+
+    NOTIFICATION mail{};
+    const Bytes arrived = AddMessage(u"mail");
+    static_cast<void>(Told(*all.sink));
+    mail.ulEventType = fnevNewMail;
+    mail.info.newmail.cbEntryID = static_cast<ULONG>(arrived.size());
+    mail.info.newmail.lpEntryID = AsEntry(arrived);
+    EXPECT_EQ(FStore->NotifyNewMail(&mail), S_OK);
+    EXPECT_EQ(Told(*all.sink), (Lines{"mail " + Name(arrived) + " in " + inbox + " IPM.Note"}));
+    EXPECT_EQ(FStore->Unadvise(all.number), S_OK);
+    Delete(arrived);
+    EXPECT_EQ(Told(*all.sink), Lines());
+    EXPECT_EQ(FStore->Unadvise(all.number), MAPI_E_NOT_FOUND);
+}
+
+TEST_F(StoreEventsTest, ASinkIsToldOfWhatItAskedForOnly)
+{
+    Start(false);
+    auto other = Create(*FInbox, u"other");
+    const Bytes id = AddMessage(u"watched");
+    auto inbox = Listen(Get(*FInbox, tag::EntryId).Blob());
+    auto message = Listen(id);
+    auto created = Listen({}, fnevObjectCreated);
+    EXPECT_EQ(Listen({}, All | 0x20000000, MAPI_E_UNKNOWN_FLAGS).number, 0u);
+    EXPECT_EQ(Listen({}, fnevTableModified, MAPI_E_NO_SUPPORT).number, 0u);
+    EXPECT_EQ(Listen({1, 2, 3}, All, MAPI_E_INVALID_ENTRYID).number, 0u);
+    Create(*other, u"deeper");
+    const Bytes second = AddMessage(u"second");
+    EXPECT_EQ(Told(*inbox.sink).size(), 2u); // the message and the counters; nothing of what lies in another folder
+    EXPECT_EQ(Told(*message.sink), Lines());
+    EXPECT_EQ(Told(*created.sink).size(), 2u);
+    ASSERT_EQ(CopyMessage(id, *other, MESSAGE_MOVE), S_OK);
+    EXPECT_EQ(Told(*message.sink).size(), 1u);
+    EXPECT_EQ(Told(*inbox.sink).size(), 2u);
+    EXPECT_EQ(Told(*created.sink), Lines());
+}
+
+TEST_F(StoreEventsTest, AnotherProcessIsHeardByTheClientsThreadOnceItsChangeIsDurable)
+{
+    Start(true);
+    auto all = Listen({}, fnevObjectCreated | fnevObjectModified);
+    OtherProcess other(StorePath());
+    ASSERT_EQ(other.Do("add hello"), "ok");
+    ASSERT_TRUE(all.sink->WaitForOne());
+    auto lines = all.sink->Take();
+    EXPECT_EQ(lines.at(0).substr(0, 9), "created m");
+    // More than is told one by one: the folder has changed.
+    ASSERT_EQ(other.Do("burst 600"), "ok");
+    ASSERT_TRUE(all.sink->WaitForOne());
+    EXPECT_EQ(all.sink->Take(), (Lines{"modified " + Name(*FInbox) + " in f2 count unread"}));
+    ASSERT_EQ(other.Do("hold secret"), "ok");
+    other.Kill();
+    const Bytes own = AddMessage(u"own");
+    ASSERT_TRUE(all.sink->WaitForOne());
+    EXPECT_EQ(all.sink->Take().at(0),
+              "created " + Name(own) + " in " + Name(*FInbox)); // nothing of what was not committed
+}
+
+} // namespace
+} // namespace deftmapi::client::test
