@@ -6,6 +6,14 @@
 namespace deftmapi
 {
 
+/// The value of a property that may be absent, as an identifier that may be Null.
+[[nodiscard]] inline TKwMAPIEntryID KwAsEntryID(const TKwVariant& value)
+{
+    if (!value.IsEmptyOrNull() && !value.AsBytes().empty())
+        return value;
+    return TKwNull{};
+}
+
 /// Holds a copy of the bytes for the time of a call. An identifier without bytes gives size 0 and null.
 class TKwMAPIEntryIDArg
 {

@@ -1,12 +1,16 @@
-// The messages of a folder: creating, importing and deleting.
+// The messages of a folder: creating, importing, copying, finding and deleting.
 #include "mapi/core/uKwMAPIProps.hpp"
 #include "mapi/headers/uKwConverterSessionH.hpp"
+#include "mapi/headers/uKwMAPIguidH.hpp"
 #include "mapi/headers/uKwMAPIStoreConstantsH.hpp"
 #include "mapi/message/ConverterSession.hpp"
 #include "mapi/message/FileStream.hpp"
 #include "mapi/message/uKwMAPIMessage.hpp"
+#include "mapi/session/AccessLevel.hpp"
 #include "mapi/session/EntryIDArg.hpp"
+#include "mapi/session/MessageFiles.hpp"
 #include "mapi/session/uKwMAPIFolder.hpp"
+#include "mapi/table/uKwMAPITable.hpp"
 
 #include <array>
 
@@ -19,9 +23,12 @@ namespace
 constexpr auto sNoMessagesHere = u"It is not possible to create messages in the selected folder!";
 constexpr auto sSimpleMAPINote = u"Simple MAPI only supports messages of type IPM.Note!";
 constexpr auto sNoSimpleMAPINote = u"%s.CreateMessage is not available in combination with Simple MAPI!";
-constexpr auto sImportFailed = u"%s.ImportMessage failed!\r\nThe file %s could not be imported: %s";
-constexpr auto sCompoundFile = u"%s.ImportMessage failed!\r\n%s is a message in a compound file (.msg). Only MIME "
-                               u"messages (.eml) can be imported.";
+constexpr auto sImportFailed = u"%s.%s failed!\r\nThe file %s could not be imported: %s";
+
+/// What a copy in another store gets a value of its own for.
+constexpr std::array OfTheOriginal = {PR_ENTRYID, PR_RECORD_KEY, PR_PARENT_ENTRYID, PR_STORE_ENTRYID,
+                                      PR_STORE_RECORD_KEY};
+constexpr mapi::ULONG AllStatusBits = 0xFFFFFFFF;
 
 /// Messages that the store keeps beside the contents of the folder.
 constexpr std::array AssociatedClasses = {u"IPM.Note.Rules.OofTemplate.Microsoft",
@@ -81,30 +88,100 @@ TKwRef<IKwMAPIMessage> TKwMAPIFolder::CreateMessage(WideView messageClass)
     return message;
 }
 
-TKwRef<IKwMAPIMessage> TKwMAPIFolder::ImportMessage(const WideString& fileName)
+TKwRef<IKwMAPIMessage> TKwMAPIFolder::ReadMessageFile(WideView methodName, const WideString& fileName)
 {
-    CheckActive(u"ImportMessage");
-    CheckExtendedMAPI(u"ImportMessage");
-    const TKwComPtr<TMAPIFileStream> file = TMAPIFileStream::Open(fileName);
-    if (file->StartsWith("\xD0\xCF\x11\xE0"))
-        CreateKwMAPIException(KwNotSupported, sCompoundFile, {GetClassName(), fileName})->Raise();
-    const auto converter = KwCreateConverterSession();
+    CheckActive(methodName);
+    CheckExtendedMAPI(methodName);
+    const bool compound = KwIsCompoundFile(fileName);
+    const auto converter = compound ? nullptr : KwCreateConverterSession();
 
-    // Nothing is saved before all of it has succeeded; a message that was not saved leaves no trace.
     const auto object = CreateMAPIMessage(0);
     try {
-        CheckMAPIResult(GetClassName(), u"MIMEToMAPI",
-                        converter->MIMEToMAPI(file.Get(), object.Get(), nullptr, mapi::CCSF_SMTP));
+        if (compound) {
+            const auto saved = KwOpenMsgFile(*this, methodName, fileName, alReadOnly);
+            std::vector<mapi::ULONG> excluded;
+            for (const TKwMAPIPropDef def : OfTheOriginal)
+                excluded.push_back(deftmapi::GetPropTag(def));
+            auto& from = *static_cast<mapi::IMessage*>(saved->Get_MAPIOBJECT());
+            CheckMAPIResult(*this, u"CopyTo",
+                            from.CopyTo(0, nullptr, TKwMAPITagArray(excluded).Get(), GetParentWindow(), nullptr,
+                                        &mapi::IID_IMessage, object.Get(), 0, nullptr));
+        } else {
+            CheckMAPIResult(
+                GetClassName(), u"MIMEToMAPI",
+                converter->MIMEToMAPI(TMAPIFileStream::Open(fileName).Get(), object.Get(), nullptr, mapi::CCSF_SMTP));
+        }
         const auto message = CreateMessageObjectFromIntf(this, Session(), object.Get(), alReadWrite);
-        // What was imported is a message that somebody sent, not a draft of the user's.
-        const auto flags = message->PropByName(PR_MESSAGE_FLAGS);
-        flags->Set_AsInteger(flags->Get_AsInteger() & ~static_cast<std::int32_t>(mapi::MSGFLAG_UNSENT));
-        message->SaveChanges(smKeepReadWrite);
+        message->SetNewMessage(true);
+        // What was read is a message that somebody sent, not a draft of the user's. A compound file says which it is.
+        if (!compound) {
+            const auto flags = message->PropByName(PR_MESSAGE_FLAGS);
+            flags->Set_AsInteger(flags->Get_AsInteger() & ~static_cast<std::int32_t>(mapi::MSGFLAG_UNSENT));
+        }
         return message;
     } catch (const EKwMAPIException& failure) {
-        CreateKwMAPIException(failure.ErrorCode(), sImportFailed, {GetClassName(), fileName, failure.Message()})
+        CreateKwMAPIException(failure.ErrorCode(), sImportFailed,
+                              {GetClassName(), methodName, fileName, failure.Message()})
             ->Raise();
     }
+}
+
+TKwRef<IKwMAPIMessage> TKwMAPIFolder::ImportMessage(const WideString& fileName)
+{
+    // Nothing is saved before all of it has succeeded; a message that was not saved leaves no trace.
+    const auto message = ReadMessageFile(u"ImportMessage", fileName);
+    try {
+        message->SaveChanges(smKeepReadWrite);
+    } catch (const EKwMAPIException& failure) {
+        CreateKwMAPIException(failure.ErrorCode(), sImportFailed,
+                              {GetClassName(), u"ImportMessage", fileName, failure.Message()})
+            ->Raise();
+    }
+    return message;
+}
+
+void TKwMAPIFolder::CopyMessage(const TKwMAPIEntryID& entryID, IKwMAPIFolder& destination, bool move)
+{
+    CheckActive(u"CopyMessage");
+    CheckExtendedMAPI(u"CopyMessage");
+    const auto target = DestinationOf(destination, u"CopyMessage");
+    TKwMAPIEntryIDArg id(entryID);
+    mapi::SBinary entry = id.Binary();
+    mapi::SBinaryArray list{1, &entry};
+    CheckMAPIResult(*this, u"CopyMessage",
+                    MAPIFolder().CopyMessages(&list, &mapi::IID_IMAPIFolder, target.Get(), GetParentWindow(), nullptr,
+                                              move ? mapi::MESSAGE_MOVE : 0));
+}
+
+TKwMAPIEntryID TKwMAPIFolder::FindBySearchKey(const TKwVariant& searchKey)
+{
+    CheckActive(u"SearchMessage");
+    CheckExtendedMAPI(u"SearchMessage");
+    if (KwAsEntryID(searchKey).IsNull())
+        return TKwNull{};
+    const auto contents = GetContentsTable();
+    contents->Get_Fields()->Add(PR_ENTRYID);
+    const auto restriction = contents->CreateRestriction(rtProperty);
+    const auto equal = KwAs<IKwMAPIRestrictionProperty>(restriction);
+    equal->Set_PropDef(PR_SEARCH_KEY);
+    equal->Set_Operator(oEqual);
+    equal->Set_Value(searchKey);
+    bool found = false;
+    contents->FindFirst(restriction, found);
+    return found ? contents->GetFieldValue(PR_ENTRYID) : TKwNull{};
+}
+
+bool TKwMAPIFolder::SearchMessage(const TKwVariant& searchKey, TKwMAPIAccessLevel accessLevel,
+                                  TKwRef<IKwMAPIMessage>& message)
+{
+    message.Reset();
+    const TKwMAPIEntryID id = FindBySearchKey(searchKey);
+    if (id.IsNull())
+        return false;
+    TKwMAPIObjectType type = otUnknown;
+    const auto object = OpenEntry(id, &mapi::IID_IMessage, AccessFlag(accessLevel), type);
+    message = CreateMessageObjectFromIntf(this, Session(), static_cast<mapi::IMessage*>(object.Get()), accessLevel);
+    return true;
 }
 
 void TKwMAPIFolder::DeleteMessage(const TKwMAPIEntryID& entryID)
@@ -115,6 +192,26 @@ void TKwMAPIFolder::DeleteMessage(const TKwMAPIEntryID& entryID)
     mapi::SBinary entry = id.Binary();
     mapi::SBinaryArray list{1, &entry};
     CheckMAPIResult(*this, u"DeleteMessage", MAPIFolder().DeleteMessages(&list, GetParentWindow(), nullptr, 0));
+}
+
+mapi::ULONG TKwMAPIFolder::Get_MessageStatus(const TKwMAPIEntryID& entryID)
+{
+    CheckActive(u"Get_MessageStatus");
+    CheckExtendedMAPI(u"Get_MessageStatus");
+    TKwMAPIEntryIDArg id(entryID);
+    mapi::ULONG status = 0;
+    CheckMAPIResult(*this, u"GetMessageStatus", MAPIFolder().GetMessageStatus(id.Size(), id.Get(), 0, &status));
+    return status;
+}
+
+void TKwMAPIFolder::Set_MessageStatus(const TKwMAPIEntryID& entryID, mapi::ULONG status)
+{
+    CheckActive(u"Set_MessageStatus");
+    CheckExtendedMAPI(u"Set_MessageStatus");
+    TKwMAPIEntryIDArg id(entryID);
+    mapi::ULONG old = 0;
+    CheckMAPIResult(*this, u"SetMessageStatus",
+                    MAPIFolder().SetMessageStatus(id.Size(), id.Get(), status, AllStatusBits, &old));
 }
 
 } // namespace deftmapi

@@ -1,11 +1,14 @@
 // Messages in compound files (.msg): structured storage from the system, else from the client library, and MAPI's
 // message object on it.
+#include "mapi/session/MessageFiles.hpp"
+
 #include "mapi/core/MAPIModule.hpp"
 #include "mapi/core/uKwMAPIH.hpp"
 #include "mapi/core/uKwMAPIIMessageH.hpp"
 #include "mapi/core/uKwMAPIProps.hpp"
 #include "mapi/core/uKwMAPIxH.hpp"
 #include "mapi/headers/uKwMAPIguidH.hpp"
+#include "mapi/message/FileStream.hpp"
 #include "mapi/message/uKwMAPIMessage.hpp"
 #include "mapi/session/uKwDeftMAPI.hpp"
 #include "support/platform/uKwPlatform.hpp"
@@ -18,10 +21,13 @@ namespace
 
 constexpr auto sNoStorage = u"%s failed!\r\nThere is no structured storage for the file %s: neither the system nor the "
                             u"MAPI library offers %s.";
-constexpr auto sFileExists = u"%s.CreateMsgFile failed!\r\nThe file %s exists already.";
-constexpr auto sNoSuchFile = u"%s.OpenMsgFile failed!\r\nThe file %s does not exist.";
+constexpr auto sFileExists = u"%s.%s failed!\r\nThe file %s exists already.";
+constexpr auto sNoSuchFile = u"%s.%s failed!\r\nThe file %s does not exist.";
 
 constexpr mapi::ULONG FormatStorage = 0; // STGFMT_STORAGE
+
+/// What a compound file begins with.
+constexpr std::string_view CompoundFile = "\xD0\xCF\x11\xE0";
 
 constexpr auto DefaultClass = u"IPM.Note";
 
@@ -48,51 +54,62 @@ TStgFunction StorageFunction(const char* name, WideView methodName, const WideSt
     return reinterpret_cast<TStgFunction>(found);
 }
 
-} // namespace
-
-TKwComPtr<mapi::IMessage> TSession::OpenMessageOn(mapi::IStorage& storage, IKwMAPIStorageSession& storageSession)
+TKwComPtr<mapi::IMessage> MessageOn(TKwMAPIWrapper& asker, mapi::IStorage& storage,
+                                    IKwMAPIStorageSession& storageSession)
 {
     TKwComPtr<mapi::IMessage> message;
     const mapi::SCODE result =
         OpenIMsgOnIStg(storageSession.GetMsgSession(), &MAPIAllocateBuffer, &MAPIAllocateMore, &MAPIFreeBuffer,
                        storageSession.GetMemAllocIntf(), nullptr, &storage, nullptr, 0, 0, Out(message));
-    CheckMAPIResult(*this, u"OpenIMsgOnIStg", result);
+    CheckMAPIResult(asker, u"OpenIMsgOnIStg", result);
     return message;
 }
 
-TKwRef<IKwMAPIMessage> TSession::CreateMsgFile(const WideString& fileName, WideView messageClass)
+/// A new compound file that is marked as a message.
+TKwComPtr<mapi::IStorage> CreateStorage(TKwMAPIWrapper& asker, WideView methodName, const WideString& fileName)
 {
-    CheckUsingExtendedMAPI(u"CreateMsgFile");
-    EnsureLibrary();
-    MAPIInitialize();
     if (KwPlatform().FileExists(fileName))
-        CreateKwMAPIException(mapi::MAPI_E_COLLISION, sFileExists, {GetClassName(), fileName})->Raise();
-    const auto create = StorageFunction("StgCreateStorageEx", u"CreateMsgFile", fileName);
+        CreateKwMAPIException(mapi::MAPI_E_COLLISION, sFileExists, {asker.GetClassName(), methodName, fileName})
+            ->Raise();
+    const auto create = StorageFunction("StgCreateStorageEx", methodName, fileName);
     TKwComPtr<mapi::IStorage> storage;
     CheckMAPIResult(
-        *this, u"StgCreateStorageEx",
+        asker, u"StgCreateStorageEx",
         create(fileName.c_str(),
                mapi::STGM_READWRITE | mapi::STGM_TRANSACTED | mapi::STGM_SHARE_EXCLUSIVE | mapi::STGM_FAILIFTHERE,
                FormatStorage, 0, nullptr, nullptr, mapi::IID_IStorage, OutVoid(storage)));
     // By this class the system knows that the file is a message.
-    CheckMAPIResult(*this, u"SetClass", storage->SetClass(mapi::CLSID_MailMessage));
+    CheckMAPIResult(asker, u"SetClass", storage->SetClass(mapi::CLSID_MailMessage));
+    return storage;
+}
+
+} // namespace
+
+bool KwIsCompoundFile(const WideString& fileName)
+{
+    return TMAPIFileStream::Open(fileName)->StartsWith(CompoundFile);
+}
+
+TKwRef<IKwMAPIMessage> KwCreateMsgFile(TKwMAPIWrapper& asker, WideView methodName, const WideString& fileName,
+                                       WideView messageClass)
+{
+    const auto storage = CreateStorage(asker, methodName, fileName);
     const WideString wanted(messageClass.empty() ? WideView(DefaultClass) : messageClass);
-    const auto storageSession = KwMake<TKwMAPIStorageSession>(this);
-    const auto opened = OpenMessageOn(*storage, *storageSession);
-    const auto message = CreateMessageObjectFromMsgClass(wanted, nullptr, this, storageSession, storage.Get(),
-                                                         opened.Get(), alReadWrite);
+    const auto storageSession = KwMake<TKwMAPIStorageSession>(asker.Session());
+    const auto opened = MessageOn(asker, *storage, *storageSession);
+    const auto message = CreateMessageObjectFromMsgClass(wanted, nullptr, asker.Session(), storageSession,
+                                                         storage.Get(), opened.Get(), alReadWrite);
     message->PropByName(PR_MESSAGE_CLASS)->Set_AsString(wanted);
     return message;
 }
 
-TKwRef<IKwMAPIMessage> TSession::OpenMsgFile(const WideString& fileName, TKwMAPIAccessLevel accessLevel)
+TKwRef<IKwMAPIMessage> KwOpenMsgFile(TKwMAPIWrapper& asker, WideView methodName, const WideString& fileName,
+                                     TKwMAPIAccessLevel accessLevel)
 {
-    CheckUsingExtendedMAPI(u"OpenMsgFile");
-    EnsureLibrary();
-    MAPIInitialize();
     if (!KwPlatform().FileExists(fileName))
-        CreateKwMAPIException(mapi::MAPI_E_NOT_FOUND, sNoSuchFile, {GetClassName(), fileName})->Raise();
-    const auto open = StorageFunction("StgOpenStorageEx", u"OpenMsgFile", fileName);
+        CreateKwMAPIException(mapi::MAPI_E_NOT_FOUND, sNoSuchFile, {asker.GetClassName(), methodName, fileName})
+            ->Raise();
+    const auto open = StorageFunction("StgOpenStorageEx", methodName, fileName);
     const auto openFor = [&](mapi::DWORD mode, TKwComPtr<mapi::IStorage>& storage) {
         return open(fileName.c_str(), mode | mapi::STGM_TRANSACTED, FormatStorage, 0, nullptr, nullptr,
                     mapi::IID_IStorage, OutVoid(storage));
@@ -106,10 +123,38 @@ TKwRef<IKwMAPIMessage> TSession::OpenMsgFile(const WideString& fileName, TKwMAPI
         granted = alReadOnly;
         hr = openFor(forReading, storage);
     }
-    CheckMAPIResult(*this, u"StgOpenStorageEx", hr);
-    const auto storageSession = KwMake<TKwMAPIStorageSession>(this);
-    return CreateMessageObjectFromStorage(this, storageSession, storage.Get(),
-                                          OpenMessageOn(*storage, *storageSession).Get(), granted);
+    CheckMAPIResult(asker, u"StgOpenStorageEx", hr);
+    return KwOpenMessageOn(asker, *storage, granted);
+}
+
+TKwRef<IKwMAPIMessage> KwOpenMessageOn(TKwMAPIWrapper& asker, mapi::IStorage& storage, TKwMAPIAccessLevel granted)
+{
+    const auto storageSession = KwMake<TKwMAPIStorageSession>(asker.Session());
+    return CreateMessageObjectFromStorage(asker.Session(), storageSession, &storage,
+                                          MessageOn(asker, storage, *storageSession).Get(), granted);
+}
+
+void KwSaveStorage(TKwMAPIWrapper& asker, WideView methodName, mapi::IStorage& storage, const WideString& fileName)
+{
+    const auto file = CreateStorage(asker, methodName, fileName);
+    CheckMAPIResult(asker, u"CopyTo", storage.CopyTo(0, nullptr, nullptr, file.Get()));
+    CheckMAPIResult(asker, u"Commit", file->Commit(mapi::STGC_DEFAULT));
+}
+
+TKwRef<IKwMAPIMessage> TSession::CreateMsgFile(const WideString& fileName, WideView messageClass)
+{
+    CheckUsingExtendedMAPI(u"CreateMsgFile");
+    EnsureLibrary();
+    MAPIInitialize();
+    return KwCreateMsgFile(*this, u"CreateMsgFile", fileName, messageClass);
+}
+
+TKwRef<IKwMAPIMessage> TSession::OpenMsgFile(const WideString& fileName, TKwMAPIAccessLevel accessLevel)
+{
+    CheckUsingExtendedMAPI(u"OpenMsgFile");
+    EnsureLibrary();
+    MAPIInitialize();
+    return KwOpenMsgFile(*this, u"OpenMsgFile", fileName, accessLevel);
 }
 
 } // namespace deftmapi

@@ -1,5 +1,6 @@
-// The special folders of a store, and folders by path.
+// The special folders of a store, and folders by type, name and path.
 #include "mapi/core/uKwMAPIEntryID.hpp"
+#include "mapi/session/EntryIDArg.hpp"
 #include "mapi/session/SpecialFolders.hpp"
 #include "mapi/session/uKwMAPIMsgStore.hpp"
 
@@ -13,6 +14,8 @@ constexpr auto sSimpleMAPIFolders = u"When using Simple MAPI, you can only open 
 constexpr auto sInvalidFolderType = u"You have specified an invalid FolderType";
 constexpr auto sNoSuchFolder =
     u"%s.OpenFolderByType failed, because the message store does not have a folder of the type you requested!";
+constexpr auto sNoSuchName =
+    u"%s.OpenFolderByName failed, because the message store does not have a folder of the type you requested!";
 constexpr auto sNoSpecialFolder = u"There is no special folder %s";
 constexpr auto sNoSuchPath = u"The given path %s does not exist!";
 
@@ -25,15 +28,32 @@ TKwMAPIEntryID PseudoFolderID(TKwMAPIFolderType folderType)
     return bytes;
 }
 
-/// A value that may be absent, as an identifier that may be Null.
-TKwMAPIEntryID AsEntryID(const TKwVariant& value)
+} // namespace
+
+mapi::HRESULT TKwMAPIMsgStore::CallGetReceiveFolder(mapi::ULONG& size, TKwMAPIBuffer<mapi::ENTRYID>& entryID)
 {
-    if (!value.IsEmptyOrNull() && !value.AsBytes().empty())
-        return value;
-    return TKwNull{};
+    return WithCharWidth(0, [&](mapi::ULONG flags) {
+        return MsgStore().GetReceiveFolder(nullptr, flags, &size, Out(entryID), nullptr);
+    });
 }
 
-} // namespace
+void TKwMAPIMsgStore::GetReceiveFolder(mapi::ULONG& size, TKwMAPIBuffer<mapi::ENTRYID>& entryID)
+{
+    CheckActive(u"GetReceiveFolder");
+    CheckExtendedMAPI(u"GetReceiveFolder");
+    size = 0;
+    entryID = TKwMAPIBuffer<mapi::ENTRYID>(*this);
+    CheckMAPIResult(*this, u"GetReceiveFolder", CallGetReceiveFolder(size, entryID));
+}
+
+mapi::HRESULT TKwMAPIMsgStore::GetReceiveFolder()
+{
+    CheckActive(u"GetReceiveFolder");
+    CheckExtendedMAPI(u"GetReceiveFolder");
+    mapi::ULONG size = 0;
+    TKwMAPIBuffer<mapi::ENTRYID> id(*this);
+    return CallGetReceiveFolder(size, id);
+}
 
 TKwMAPIEntryID TKwMAPIMsgStore::ReceiveFolderID(WideView methodName)
 {
@@ -42,8 +62,7 @@ TKwMAPIEntryID TKwMAPIMsgStore::ReceiveFolderID(WideView methodName)
         return PseudoFolderID(ftInbox);
     mapi::ULONG size = 0;
     TKwMAPIBuffer<mapi::ENTRYID> id(*this);
-    const mapi::HRESULT hr = WithCharWidth(
-        0, [&](mapi::ULONG flags) { return MsgStore().GetReceiveFolder(nullptr, flags, &size, Out(id), nullptr); });
+    const mapi::HRESULT hr = CallGetReceiveFolder(size, id);
     if (hr == mapi::MAPI_E_NO_SUPPORT)
         return TKwNull{};
     CheckMAPIResult(*this, methodName, hr);
@@ -58,6 +77,17 @@ TKwMAPIEntryID TKwMAPIMsgStore::GetInboxFolderID()
 TKwMAPIEntryID TKwMAPIMsgStore::GetReceiveFolderID()
 {
     return ReceiveFolderID(u"GetReceiveFolderID");
+}
+
+TKwMAPIEntryID TKwMAPIMsgStore::GetContactFolderID()
+{
+    CheckActive(u"GetContactFolderID");
+    if (!Session()->UsesExtendedMAPI())
+        return PseudoFolderID(ftContact);
+    const TKwMAPIEntryID inbox = GetInboxFolderID();
+    if (inbox.IsNull())
+        return inbox;
+    return KwAsEntryID(OpenFolder(inbox, alBestAccess)->PropByName(PR_IPM_CONTACT_ENTRYID)->Get_Value());
 }
 
 TKwMAPIEntryID TKwMAPIMsgStore::GetFolderID(TKwMAPIFolderType folderType)
@@ -75,7 +105,7 @@ TKwMAPIEntryID TKwMAPIMsgStore::GetFolderID(TKwMAPIFolderType folderType)
     case TKwMAPIFolderPlace::ReceiveFolder:
         return GetReceiveFolderID();
     case TKwMAPIFolderPlace::StoreProperty:
-        return AsEntryID(PropByName(special->Property)->Get_Value());
+        return KwAsEntryID(PropByName(special->Property)->Get_Value());
     default:
         return FolderIDFromInbox(folderType);
     }
@@ -90,9 +120,9 @@ TKwMAPIEntryID TKwMAPIMsgStore::FolderIDFromInbox(TKwMAPIFolderType folderType)
     const auto inbox = OpenFolder(inboxID, alBestAccess);
     const TKwVariant value = inbox->PropByName(special.Property)->Get_Value();
     if (special.Place != TKwMAPIFolderPlace::AdditionalFolder)
-        return AsEntryID(value);
+        return KwAsEntryID(value);
     const TKwVariant::Array list = value.IsEmptyOrNull() ? TKwVariant::Array{} : value.AsArray();
-    return special.Element < list.size() ? AsEntryID(list[special.Element]) : TKwNull{};
+    return special.Element < list.size() ? KwAsEntryID(list[special.Element]) : TKwNull{};
 }
 
 TKwMAPIEntryID TKwMAPIMsgStore::FindFolderOfClass(WideView containerClass)
@@ -111,6 +141,23 @@ TKwRef<IKwMAPIFolder> TKwMAPIMsgStore::OpenFolderByType(TKwMAPIFolderType folder
     const TKwMAPIEntryID id = GetFolderID(folderType);
     if (id.IsEmptyOrNull())
         CreateKwMAPIException(mapi::MAPI_E_NOT_FOUND, sNoSuchFolder, {GetClassName()})->Raise();
+    return OpenFolder(id, accessLevel);
+}
+
+TKwRef<IKwMAPIFolder> TKwMAPIMsgStore::OpenFolderByName(WideView name, TKwMAPIAccessLevel accessLevel)
+{
+    CheckActive(u"OpenFolderByName");
+    CheckAccessLevel(accessLevel);
+    const auto folders = OpenFolderByType(ftIPMRoot, alReadOnly)->GetHierarchyTable(true);
+    folders->Get_Fields()->Add(PR_ENTRYID);
+    folders->Get_Fields()->Add(PR_DISPLAY_NAME);
+    for (folders->First(); !folders->Get_EOF(); folders->Next())
+        if (KwSameText(folders->GetFieldValue(PR_DISPLAY_NAME).AsStringW(), name))
+            return OpenFolder(folders->GetFieldValue(PR_ENTRYID), accessLevel);
+    const TKwMAPISpecialFolder* special = FindSpecialFolder(name);
+    const TKwMAPIEntryID id = special != nullptr ? GetFolderID(special->Type) : TKwNull{};
+    if (id.IsNull())
+        CreateKwMAPIException(mapi::MAPI_E_NOT_FOUND, sNoSuchName, {GetClassName()})->Raise();
     return OpenFolder(id, accessLevel);
 }
 

@@ -383,8 +383,6 @@ private:
                                                        mapi::ULONG flags, TKwMAPIObjectType& objectType);
     [[nodiscard]] TKwRef<IKwMAPIProp> WrapEntry(TKwMAPIObjectType objectType, mapi::IUnknown& object,
                                                 TKwMAPIAccessLevel accessLevel);
-    [[nodiscard]] TKwComPtr<mapi::IMessage> OpenMessageOn(mapi::IStorage& storage,
-                                                          IKwMAPIStorageSession& storageSession);
     [[nodiscard]] TKwComPtr<mapi::IMAPITable> OpenMsgStoresTable();
     void DoBeforeLogon();
     void DoAfterLogon();

@@ -4,6 +4,8 @@
 #include "mapi/core/uKwMAPIProps.hpp"
 #include "mapi/headers/uKwMAPIguidH.hpp"
 #include "mapi/headers/uKwMAPIStoreConstantsH.hpp"
+#include "mapi/session/AccessLevel.hpp"
+#include "mapi/session/EntryIDArg.hpp"
 #include "mapi/table/uKwMAPITable.hpp"
 
 namespace deftmapi
@@ -17,6 +19,9 @@ constexpr auto sUnknownEntry = u"%s.%s has raised the following exception:\r\n%s
                                u"if you are trying to open an Outlook contacts folder that has not been marked as an "
                                u"Addressbook folder!";
 constexpr auto sUnknownEntryText = u"The given EntryID could not be located.";
+constexpr auto sNoOpenEntry = u"OpenEntry is not supported for this containertype";
+constexpr auto sNoTemplates = u"Invalid Containertype";
+constexpr auto sNoTemplateOfType = u"The specified objecttype is not supported";
 
 TKwMAPIContainerType ContainerTypeOf(std::int32_t objectType)
 {
@@ -33,6 +38,16 @@ TKwMAPIContainerType ContainerTypeOf(std::int32_t objectType)
 }
 
 } // namespace
+
+TKwMAPIContainer::TKwMAPIContainer(TKwMAPIWrapper& createdBy) : TKwMAPIProp(&createdBy, TKwKeepAlive::kaOwner)
+{
+    SetSession(createdBy.Session());
+}
+
+void TKwMAPIContainer::SetOpenedAs(TKwMAPIAccessLevel accessLevel)
+{
+    SetOpenedAccess(*this, accessLevel);
+}
 
 void TKwMAPIContainer::SetMAPIOBJECT(mapi::IUnknown* object)
 {
@@ -93,6 +108,32 @@ TKwRef<IKwMAPITable> TKwMAPIContainer::GetHierarchyTable(bool deep)
 {
     return KwMake<TKwMAPITable>(*this, OpenHierarchyTable(deep).Get(),
                                 [this, deep] { return OpenHierarchyTable(deep); });
+}
+
+TKwComPtr<mapi::IUnknown> TKwMAPIContainer::OpenEntry(const TKwMAPIEntryID& entryID, const mapi::GUID* iid,
+                                                      mapi::ULONG flags, TKwMAPIObjectType& objectType)
+{
+    CheckActive(u"OpenEntry");
+    CheckExtendedMAPI(u"OpenEntry");
+    if (FContainerType == ctUnknown)
+        CreateKwMAPIException(KwNotSupported, sNoOpenEntry)->Raise();
+    TKwMAPIEntryIDArg id(entryID);
+    mapi::ULONG type = 0;
+    TKwComPtr<mapi::IUnknown> object;
+    CheckMAPIResult(*this, u"OpenEntry",
+                    MAPIContainer().OpenEntry(id.Size(), id.Get(), iid, flags, &type, Out(object)));
+    objectType = static_cast<TKwMAPIObjectType>(type);
+    return object;
+}
+
+TKwMAPIEntryID TKwMAPIContainer::_GetTemplateID(TKwMAPIObjectType objectType)
+{
+    CheckActive(u"_GetTemplateID");
+    if (FContainerType != ctABContainer)
+        CreateKwMAPIException(KwNotSupported, sNoTemplates)->Raise();
+    if (objectType != otRecipient && objectType != otDistributionList)
+        CreateKwMAPIException(KwNotSupported, sNoTemplateOfType)->Raise();
+    return KwAsEntryID(PropByName(objectType == otRecipient ? PR_DEF_CREATE_MAILUSER : PR_DEF_CREATE_DL)->Get_Value());
 }
 
 } // namespace deftmapi

@@ -3,7 +3,6 @@
 
 #include "mapi/headers/uKwMAPIguidH.hpp"
 #include "mapi/headers/uKwMAPIStoreConstantsH.hpp"
-#include "mapi/session/AccessLevel.hpp"
 #include "mapi/session/EntryIDArg.hpp"
 #include "mapi/session/SpecialFolders.hpp"
 #include "mapi/session/TextArg.hpp"
@@ -15,15 +14,27 @@ namespace deftmapi
 namespace
 {
 
-constexpr auto sFolderExists = u"%s.CreateFolder failed!\r\nA folder with the name given in the AFolderName parameter "
+constexpr auto sFolderExists = u"%s.%s failed!\r\nA folder with the name given in the AFolderName parameter "
                                u"already exists. Folder names must be unique.";
+constexpr auto sCopyCharWidth = u"%s.CopyFolder failed!\r\nEither the MAPI_UNICODE flag was set and the implementation "
+                                u"does not support Unicode, or "
+                                u"MAPI_UNICODE was not set and the implementation only supports Unicode.";
+constexpr auto sCopyDeclined =
+    u"%s.CopyFolder failed!\r\nThe provider implements this method by calling a support object "
+    u"method and the caller has passed the MAPI_DECLINE_OK flag.";
 constexpr auto sHasFolders =
     u"%s.DeleteFolder failed!\r\nThe subfolder being deleted contains subfolders, and the ADeleteSubFolders flag was "
     u"not set. The subfolder was not deleted.";
 constexpr auto sHasMessages = u"%s.DeleteFolder failed!\r\nThe subfolder being deleted contains messages, and the "
                               u"ADeleteMessages flag was not set. The subfolder was not deleted.";
 constexpr auto sPartlyDeleted =
-    u"%s.DeleteFolder failed!\r\nThe call succeeded, but not all of the entries were successfully deleted.";
+    u"%s.%s failed!\r\nThe call succeeded, but not all of the entries were successfully deleted.";
+constexpr auto sNoDestination = u"%s.%s failed!\r\nThe destination is no folder of MAPI.";
+constexpr auto sNeedsExchange = u"This ICS functionality is only available when connected to an Exchange server!";
+
+/// The class of the folders that CreateFolderByType makes for types that have no line here.
+constexpr auto MailClass = u"IPF.Note";
+constexpr TKwMAPIFolderType TypesWithClass[] = {ftAppointment, ftJournal, ftStickyNote, ftTask};
 
 /// The kinds that a folder is recognised by through its class alone.
 constexpr TKwMAPIFolderType TypesByClass[] = {ftJournal, ftStickyNote, ftContact, ftTask, ftAppointment};
@@ -34,20 +45,12 @@ constexpr TKwMAPIFolderType TypesByIdentifier[] = {ftInbox,    ftOutbox,     ftC
 
 } // namespace
 
-TKwMAPIFolder::TKwMAPIFolder(TKwMAPIWrapper& createdBy) : TKwMAPIContainer(&createdBy)
-{
-    SetSession(createdBy.Session());
-}
+TKwMAPIFolder::TKwMAPIFolder(TKwMAPIWrapper& createdBy) : TKwMAPIContainer(createdBy) {}
 
 void TKwMAPIFolder::SetMAPIOBJECT(mapi::IUnknown* object)
 {
     FFolderType = ftPlain;
     TKwMAPIContainer::SetMAPIOBJECT(object);
-}
-
-void TKwMAPIFolder::SetOpenedAs(TKwMAPIAccessLevel accessLevel)
-{
-    SetOpenedAccess(*this, accessLevel);
 }
 
 TKwRef<IKwMAPIFolder> WrapMAPIFolder(TKwMAPIWrapper& owner, mapi::IMAPIFolder* folder)
@@ -139,7 +142,7 @@ TKwRef<IKwMAPIFolder> TKwMAPIFolder::CreateFolder(WideView containerClass, WideV
                                          Out(object));
     });
     if (hr == mapi::MAPI_E_COLLISION)
-        CreateKwMAPIException(hr, sFolderExists, {GetClassName()})->Raise();
+        CreateKwMAPIException(hr, sFolderExists, {GetClassName(), u"CreateFolder"})->Raise();
     CheckMAPIResult(*this, u"CreateFolder", hr);
 
     // A folder belongs to the store that it is in, not to its parent.
@@ -152,6 +155,70 @@ TKwRef<IKwMAPIFolder> TKwMAPIFolder::CreateFolder(WideView containerClass, WideV
         folder->SaveChanges(smKeepReadWrite);
     }
     return folder;
+}
+
+TKwRef<IKwMAPIFolder> TKwMAPIFolder::CreateFolderByType(TKwMAPIFolderType folderType, WideView AFolderName,
+                                                        WideView comment, bool openIfExists)
+{
+    WideView containerClass = MailClass;
+    for (const TKwMAPIFolderType type : TypesWithClass)
+        if (type == folderType)
+            containerClass = FindSpecialFolder(type)->ContainerClass;
+    return CreateFolder(containerClass, AFolderName, comment, openIfExists);
+}
+
+TKwComPtr<mapi::IMAPIFolder> TKwMAPIFolder::DestinationOf(IKwMAPIFolder& destination, WideView methodName)
+{
+    TKwComPtr<mapi::IMAPIFolder> folder;
+    mapi::IUnknown* object = destination.Get_MAPIOBJECT();
+    if (object == nullptr || mapi::Failed(object->QueryInterface(mapi::IID_IMAPIFolder, OutVoid(folder))))
+        CreateKwMAPIException(mapi::MAPI_E_INVALID_PARAMETER, sNoDestination, {GetClassName(), methodName})->Raise();
+    return folder;
+}
+
+void TKwMAPIFolder::CopyFolder(const TKwMAPIEntryID& entryID, IKwMAPIFolder& destination, WideView newName, bool move,
+                               bool copySubFolders, bool showProgress)
+{
+    CheckActive(u"CopyFolder");
+    CheckExtendedMAPI(u"CopyFolder");
+    const auto target = DestinationOf(destination, u"CopyFolder");
+    mapi::ULONG options = 0;
+    if (move)
+        options |= mapi::FOLDER_MOVE;
+    if (copySubFolders)
+        options |= mapi::COPY_SUBFOLDERS;
+    if (showProgress)
+        options |= mapi::FOLDER_DIALOG;
+    TKwMAPIEntryIDArg id(entryID);
+    const mapi::HRESULT hr = WithCharWidth(options, [&](mapi::ULONG flags) {
+        return MAPIFolder().CopyFolder(id.Size(), id.Get(), &mapi::IID_IMAPIFolder, target.Get(),
+                                       TKwMAPITextArg(newName, flags).Get(), GetParentWindow(), nullptr, flags);
+    });
+    switch (hr) {
+    case mapi::MAPI_E_COLLISION:
+        CreateKwMAPIException(hr, sFolderExists, {GetClassName(), u"CopyFolder"})->Raise();
+    case mapi::MAPI_E_BAD_CHARWIDTH:
+        CreateKwMAPIException(hr, sCopyCharWidth, {GetClassName()})->Raise();
+    case mapi::MAPI_E_DECLINE_COPY:
+        CreateKwMAPIException(hr, sCopyDeclined, {GetClassName()})->Raise();
+    default:
+        CheckMAPIResult(*this, u"CopyFolder", hr);
+    }
+}
+
+void TKwMAPIFolder::EmptyFolder(bool deleteAssociated, bool showProgress)
+{
+    CheckActive(u"EmptyFolder");
+    CheckExtendedMAPI(u"EmptyFolder");
+    mapi::ULONG flags = 0;
+    if (deleteAssociated)
+        flags |= mapi::DEL_ASSOCIATED;
+    if (showProgress)
+        flags |= mapi::FOLDER_DIALOG;
+    const mapi::HRESULT hr = MAPIFolder().EmptyFolder(GetParentWindow(), nullptr, flags);
+    if (hr == mapi::MAPI_W_PARTIAL_COMPLETION)
+        CreateKwMAPIException(hr, sPartlyDeleted, {GetClassName(), u"EmptyFolder"})->Raise();
+    CheckMAPIResult(*this, u"EmptyFolder", hr);
 }
 
 void TKwMAPIFolder::DeleteFolder(const TKwMAPIEntryID& entryID, bool ADeleteMessages, bool ADeleteSubFolders,
@@ -174,7 +241,7 @@ void TKwMAPIFolder::DeleteFolder(const TKwMAPIEntryID& entryID, bool ADeleteMess
     case mapi::MAPI_E_HAS_MESSAGES:
         CreateKwMAPIException(hr, sHasMessages, {GetClassName()})->Raise();
     case mapi::MAPI_W_PARTIAL_COMPLETION:
-        CreateKwMAPIException(hr, sPartlyDeleted, {GetClassName()})->Raise();
+        CreateKwMAPIException(hr, sPartlyDeleted, {GetClassName(), u"DeleteFolder"})->Raise();
     default:
         CheckMAPIResult(*this, u"DeleteFolder", hr);
     }
@@ -186,6 +253,27 @@ TKwRef<IKwMAPITable> TKwMAPIFolder::GetAssociatedContentsTable()
 {
     const auto open = [this] { return OpenContentsTable(u"GetAssociatedContentsTable", mapi::MAPI_ASSOCIATED); };
     return KwMake<TKwMAPITable>(*this, open().Get(), open);
+}
+
+// ---- Synchronisation
+
+TKwComPtr<mapi::IExchangeExportChanges> TKwMAPIFolder::OpenSynchronizer(WideView methodName, TKwMAPIPropDef def)
+{
+    CheckActive(methodName);
+    if (!Session()->Get_ConnectedToExchange())
+        CreateKwMAPIException(KwNotSupported, sNeedsExchange)->Raise();
+    const auto object = OpenIntfProperty(def, mapi::IID_IExchangeExportChanges, 0, alReadOnly, false);
+    return TKwComPtr<mapi::IExchangeExportChanges>(static_cast<mapi::IExchangeExportChanges*>(object.Get()));
+}
+
+TKwComPtr<mapi::IExchangeExportChanges> TKwMAPIFolder::GetContentsSynchronizer()
+{
+    return OpenSynchronizer(u"GetContentsSynchronizer", PR_CONTENTS_SYNCHRONIZER);
+}
+
+TKwComPtr<mapi::IExchangeExportChanges> TKwMAPIFolder::GetHierarchySynchronizer()
+{
+    return OpenSynchronizer(u"GetHierarchySynchronizer", PR_HIERARCHY_SYNCHRONIZER);
 }
 
 } // namespace deftmapi

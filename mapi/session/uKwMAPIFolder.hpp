@@ -1,6 +1,7 @@
 // Folders: their kind, subfolders, messages and tables.
 #pragma once
 
+#include "mapi/headers/uKwEdkMdbH.hpp"
 #include "mapi/session/uKwMAPIContainer.hpp"
 
 namespace deftmapi
@@ -15,8 +16,6 @@ public:
 
     [[nodiscard]] WideString GetClassName() const override { return u"TKwMAPIFolder"; }
     void SetMAPIOBJECT(mapi::IUnknown* object) override;
-    /// The access asked for. With alBestAccess the folder tells whether writing is possible.
-    void SetOpenedAs(TKwMAPIAccessLevel accessLevel);
 
     [[nodiscard]] TKwRef<IKwMAPIMsgStore> GetMsgStore() override;
     /// By container class, else by identifier. Worked out once; ftPlain is not kept.
@@ -27,18 +26,57 @@ public:
     /// @throws EMAPI_COLLISION  the name is taken
     [[nodiscard]] TKwRef<IKwMAPIFolder> CreateFolder(WideView containerClass, WideView AFolderName, WideView comment,
                                                      bool openIfExists) override;
+    /// The classes are IPF.Appointment, IPF.Journal, IPF.StickyNote and IPF.Task; every other type, ftContact included,
+    /// makes a folder for mail (IPF.Note).
+    [[nodiscard]] TKwRef<IKwMAPIFolder> CreateFolderByType(TKwMAPIFolderType folderType, WideView AFolderName,
+                                                           WideView comment, bool openIfExists) override;
+    /// move, copySubFolders and showProgress are FOLDER_MOVE, COPY_SUBFOLDERS and FOLDER_DIALOG of the platform.
+    /// @throws EMAPI_COLLISION             the destination has a folder of that name
+    /// @throws EMAPI_BAD_CHARWIDTH         the store takes the name neither in wide nor in 8-bit text
+    /// @throws EMAPI_DECLINE_COPY          the store leaves copying to somebody else
+    /// @throws EMAPI_W_PARTIAL_COMPLETION  not all of it was copied
+    void CopyFolder(const TKwMAPIEntryID& entryID, IKwMAPIFolder& destination, WideView newName, bool move,
+                    bool copySubFolders, bool showProgress) override;
     /// @throws EMAPI_HAS_FOLDERS, EMAPI_HAS_MESSAGES  the folder is not empty and the option was not given
     void DeleteFolder(const TKwMAPIEntryID& entryID, bool ADeleteMessages, bool ADeleteSubFolders,
                       bool showProgress) override;
+    /// @throws EKwMAPIException  MAPI_W_PARTIAL_COMPLETION: not all of it was deleted
+    void EmptyFolder(bool deleteAssociated, bool showProgress) override;
 
+    /// @throws EMAPI_NO_ACCESS  no class was given and the kind of folder has none
     [[nodiscard]] TKwRef<IKwMAPIMessage> CreateMessage(WideView messageClass) override;
+    /// A compound file is known by its content, everything else is taken for a MIME message.
     /// @throws EMAPI_INVALID_PARAMETER  the file is not there or cannot be read
-    /// @throws EMAPI_NOT_SUPPORTED      the client has no MIME converter, or the file is no MIME message file
-    /// @throws the class of the converter's result, with a text that names the file
+    /// @throws EMAPI_NOT_SUPPORTED      a MIME message, and the client has no MIME converter
+    /// @throws the class of the client's result, with a text that names the file
     [[nodiscard]] TKwRef<IKwMAPIMessage> ImportMessage(const WideString& fileName) override;
+    /// ImportMessage without the saving: who drops the message has left no trace.
+    [[nodiscard]] TKwRef<IKwMAPIMessage> ReadMessageFile(WideView methodName, const WideString& fileName);
+    void CopyMessage(const TKwMAPIEntryID& entryID, IKwMAPIFolder& destination, bool move) override;
+    /// Null and empty keys are found nowhere. What this folder was opened for limits what the message can be opened
+    /// for.
+    bool SearchMessage(const TKwVariant& searchKey, TKwMAPIAccessLevel accessLevel,
+                       TKwRef<IKwMAPIMessage>& message) override;
+    /// The identifier of that message, or Null.
+    [[nodiscard]] TKwMAPIEntryID FindBySearchKey(const TKwVariant& searchKey);
     void DeleteMessage(const TKwMAPIEntryID& entryID) override;
+    [[nodiscard]] mapi::ULONG Get_MessageStatus(const TKwMAPIEntryID& entryID) override;
+    void Set_MessageStatus(const TKwMAPIEntryID& entryID, mapi::ULONG status) override;
 
     [[nodiscard]] TKwRef<IKwMAPITable> GetAssociatedContentsTable() override;
+
+    // @throws EMAPI_NOT_SUPPORTED  "This ICS functionality is only available when connected to an Exchange server!"
+    [[nodiscard]] TKwComPtr<mapi::IExchangeExportChanges> GetContentsSynchronizer() override;
+    [[nodiscard]] TKwComPtr<mapi::IExchangeExportChanges> GetHierarchySynchronizer() override;
+
+    /// True when the container of Outlook's address book lists this folder.
+    /// @throws EMAPI_NOT_SUPPORTED  the session has no address book
+    [[nodiscard]] bool Get_OutlookAddressbookFolder() override;
+    /// Adds an entry for this folder to that container, or deletes it. Does nothing when it is as wanted.
+    /// @throws EMAPI_NOT_SUPPORTED  "The Set_OutlookAddressbookFolder can only be used for folders of type
+    /// IPF.Contact!"
+    /// @throws EMAPI_NOT_FOUND      the profile does not have Outlook's address book
+    void Set_OutlookAddressbookFolder(bool value) override;
 
 private:
     [[nodiscard]] mapi::IMAPIFolder& MAPIFolder() const noexcept { return MAPIObjectAs<mapi::IMAPIFolder>(); }
@@ -46,6 +84,12 @@ private:
     [[nodiscard]] TKwMAPIFolderType TypeByIdentifier();
     [[nodiscard]] WideString ClassFromContainer();
     [[nodiscard]] TKwComPtr<mapi::IMessage> CreateMAPIMessage(mapi::ULONG flags);
+    [[nodiscard]] TKwComPtr<mapi::IMAPIFolder> DestinationOf(IKwMAPIFolder& destination, WideView methodName);
+    [[nodiscard]] TKwComPtr<mapi::IExchangeExportChanges> OpenSynchronizer(WideView methodName, TKwMAPIPropDef def);
+    /// The entry for this folder in Outlook's address book, or Null.
+    /// @param container  receives that address book, unless accessLevel is alReadOnly; null when there is none
+    [[nodiscard]] TKwMAPIEntryID FindInAddressBook(WideView methodName, TKwMAPIAccessLevel accessLevel,
+                                                   TKwComPtr<mapi::IABContainer>& container);
 
     TKwMAPIFolderType FFolderType = ftPlain;
 };

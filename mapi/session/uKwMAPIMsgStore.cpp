@@ -1,11 +1,12 @@
-// Message stores: opening entries, folders and messages. The special folders are in StoreFolders.cpp.
+// Message stores: opening entries, containers and folders. The special folders are in StoreFolders.cpp, messages in
+// StoreMessages.cpp, events in StoreEvents.cpp, what only Exchange and Outlook have in StoreExchange.cpp.
 #include "mapi/session/uKwMAPIMsgStore.hpp"
 
 #include "mapi/headers/uKwMAPIguidH.hpp"
 #include "mapi/headers/uKwMAPIStoreConstantsH.hpp"
-#include "mapi/message/uKwMAPIMessage.hpp"
 #include "mapi/session/AccessLevel.hpp"
 #include "mapi/session/EntryIDArg.hpp"
+#include "mapi/session/StoreSink.hpp"
 #include "mapi/session/uKwMAPIFolder.hpp"
 
 namespace deftmapi
@@ -21,6 +22,8 @@ constexpr auto sEntryNoAccess =
 constexpr auto sStoreReadOnly = u"%s.OpenEntry failed!\r\nAn attempt was made to open an object in read/write mode but "
                                 u"the messagestore is opened in Read Only mode!";
 constexpr auto sEmptyEntryID = u"An invalid (empty) EntryID was specified!";
+constexpr auto sNoContainerID = u"%s.OpenContainer failed!\r\nThere is no PtrEntryID!";
+constexpr auto sNoContainer = u"%s.OpenContainer failed, because the object that was opened is not a container.";
 
 } // namespace
 
@@ -29,13 +32,23 @@ TKwMAPIMsgStore::TKwMAPIMsgStore(TKwMAPISessionBase& session) : TKwMAPIProp(&ses
     SetSession(&session);
 }
 
+TKwMAPIMsgStore::~TKwMAPIMsgStore() = default;
+
 void TKwMAPIMsgStore::SetMAPIOBJECT(mapi::IUnknown* object)
 {
+    const bool leaving = Get_MAPIOBJECT() != nullptr && object == nullptr;
+    if (leaving)
+        EndAdviseQuietly();
     TKwMAPIProp::SetMAPIOBJECT(object);
-    if (object == nullptr)
-        return;
-    const auto mask = static_cast<mapi::ULONG>(PropByName(PR_STORE_SUPPORT_MASK)->Get_AsInteger());
-    SetDisableUnicode((mask & mapi::STORE_UNICODE_OK) == 0);
+    if (object != nullptr)
+        SetDisableUnicode((SupportMask() & mapi::STORE_UNICODE_OK) == 0);
+    if (leaving)
+        DoOnSessionLogoff();
+}
+
+std::uint32_t TKwMAPIMsgStore::SupportMask()
+{
+    return static_cast<std::uint32_t>(PropByName(PR_STORE_SUPPORT_MASK)->Get_AsInteger());
 }
 
 void TKwMAPIMsgStore::SetOpenedAs(TKwMAPIAccessLevel accessLevel)
@@ -48,8 +61,7 @@ TKwComPtr<mapi::IUnknown> TKwMAPIMsgStore::OpenEntry(const TKwMAPIEntryID& entry
 {
     CheckActive(u"OpenEntry");
     CheckExtendedMAPI(u"OpenEntry");
-    if ((flags & mapi::MAPI_MODIFY) != 0 && !WriteGranted())
-        CreateKwMAPIException(mapi::MAPI_E_NO_ACCESS, sStoreReadOnly, {GetClassName()})->Raise();
+    CheckStoreAccess((flags & mapi::MAPI_MODIFY) != 0);
     TKwMAPIEntryIDArg id(entryID);
     TKwComPtr<mapi::IUnknown> object;
     const mapi::HRESULT hr = MsgStore().OpenEntry(id.Size(), id.Get(), iid, flags, &objectType, Out(object));
@@ -59,6 +71,37 @@ TKwComPtr<mapi::IUnknown> TKwMAPIMsgStore::OpenEntry(const TKwMAPIEntryID& entry
         CreateKwMAPIException(hr, sEntryNoAccess, {GetClassName()})->Raise();
     CheckMAPIResult(*this, u"OpenEntry", hr);
     return object;
+}
+
+void TKwMAPIMsgStore::CheckStoreAccess(bool write)
+{
+    if (write && !WriteGranted())
+        CreateKwMAPIException(mapi::MAPI_E_NO_ACCESS, sStoreReadOnly, {GetClassName()})->Raise();
+}
+
+TKwRef<IKwMAPIContainer> TKwMAPIMsgStore::OpenContainer(const TKwMAPIEntryID& entryID, TKwMAPIAccessLevel accessLevel)
+{
+    CheckActive(u"OpenContainer");
+    if (TKwMAPIEntryIDArg(entryID).Empty())
+        CreateKwMAPIException(mapi::MAPI_E_INVALID_PARAMETER, sNoContainerID, {GetClassName()})->Raise();
+    mapi::ULONG type = 0;
+    const auto object = OpenEntry(entryID, nullptr, AccessFlag(accessLevel), type);
+    const auto wrap = [&](const TKwRef<TKwMAPIContainer>& container, const mapi::IID& iid) {
+        TKwComPtr<mapi::IMAPIContainer> wanted;
+        CheckMAPIResult(*this, u"OpenContainer", object->QueryInterface(iid, OutVoid(wanted)));
+        container->SetMAPIOBJECT(wanted.Get());
+        container->SetOpenedAs(accessLevel);
+        return container;
+    };
+    switch (type) {
+    case mapi::MAPI_FOLDER:
+        return wrap(KwMake<TKwMAPIFolder>(*this), mapi::IID_IMAPIFolder);
+    case mapi::MAPI_ABCONT:
+    case mapi::MAPI_DISTLIST:
+        return wrap(KwMake<TKwMAPIContainer>(*this), mapi::IID_IMAPIContainer);
+    default:
+        CreateKwMAPIException(mapi::MAPI_E_INVALID_PARAMETER, sNoContainer, {GetClassName()})->Raise();
+    }
 }
 
 TKwComPtr<mapi::IUnknown> TKwMAPIMsgStore::OpenObject(WideView methodName, const TKwMAPIEntryID& entryID,
@@ -86,12 +129,6 @@ TKwRef<IKwMAPIFolder> TKwMAPIMsgStore::OpenFolder(const TKwMAPIEntryID& entryID,
     for (const TKwMAPIPropDef def : {PR_ENTRYID, PR_DISPLAY_NAME, PR_FOLDER_TYPE})
         static_cast<void>(folder->PropByName(def)->Get_Value());
     return folder;
-}
-
-TKwRef<IKwMAPIMessage> TKwMAPIMsgStore::OpenMessage(const TKwMAPIEntryID& entryID, TKwMAPIAccessLevel accessLevel)
-{
-    const auto object = OpenObject(u"OpenMessage", entryID, mapi::IID_IMessage, accessLevel, mapi::MAPI_MESSAGE);
-    return CreateMessageObjectFromIntf(this, Session(), static_cast<mapi::IMessage*>(object.Get()), accessLevel);
 }
 
 bool TKwMAPIMsgStore::CompareEntryIDs(const TKwMAPIEntryID& a, const TKwMAPIEntryID& b)

@@ -296,7 +296,7 @@ TEST_F(TEmbeddedSessionTest, ImportOfWhatIsNoMessageLeavesNothing)
     EXPECT_EQ(caught.ClassName, "EMAPI_CORRUPT_DATA");
     EXPECT_NE(caught.Message.find(KwToUtf8(junk)), std::string::npos) << caught.Message;
     EXPECT_EQ(failure(WriteFile("x.msg", "\xD0\xCF\x11\xE0\xA1\xB1\x1A\xE1 and so on")).ClassName,
-              "EMAPI_NOT_SUPPORTED");
+              "EMAPI_NO_SUPPORT"); // of compound files
     EXPECT_EQ(inbox->GetContentsTable()->Get_RowCount(), 0);
 }
 

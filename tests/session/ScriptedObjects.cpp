@@ -17,6 +17,24 @@ mapi::HRESULT Give(const TKwComPtr<Object>& kept, Interface** given)
     return *given != nullptr ? mapi::S_OK : mapi::MAPI_E_NOT_FOUND;
 }
 
+std::string IdsOf(mapi::LPENTRYLIST list)
+{
+    std::string ids;
+    for (mapi::ULONG i = 0; i < list->cValues; ++i)
+        ids += HexOf(list->lpbin[i].cb, list->lpbin[i].lpb) + ",";
+    return ids;
+}
+
+/// The name of a folder that a call has as its destination.
+std::string NameOf(mapi::LPCIID iid, void* destination)
+{
+    if (iid == nullptr || *iid != mapi::IID_IMAPIFolder)
+        return "?";
+    const auto* name = static_cast<TScriptedFolder*>(static_cast<mapi::IMAPIFolder*>(destination))
+                           ->Bag.Find(GetPropTag(PR_DISPLAY_NAME));
+    return KwToUtf8(name->Value.lpszW);
+}
+
 } // namespace
 
 std::string HexOf(mapi::ULONG size, const void* bytes)
@@ -107,7 +125,8 @@ mapi::HRESULT TScriptedMessage::SetReadFlag(mapi::ULONG)
 
 TScriptedFolder::TScriptedFolder(TCallsRef calls, std::string id, const char16_t* name)
     : TScriptedPropOf(calls, {mapi::IID_IMAPIProp, mapi::IID_IMAPIContainer, mapi::IID_IMAPIFolder}, id + "."),
-      Hierarchy(new TScriptedTable(calls)), Contents(new TScriptedTable(calls)), FCalls(calls), FID(std::move(id))
+      Hierarchy(new TScriptedTable(calls)), Contents(new TScriptedTable(calls)), Associated(new TScriptedTable(calls)),
+      FCalls(calls), FID(std::move(id))
 {
     Bag.Set(LongValue(GetPropTag(PR_OBJECT_TYPE), static_cast<std::int32_t>(mapi::MAPI_FOLDER)));
     Bag.Set(LongValue(GetPropTag(PR_ACCESS_LEVEL), static_cast<std::int32_t>(mapi::MAPI_MODIFY)));
@@ -125,7 +144,7 @@ mapi::HRESULT TScriptedFolder::GetContentsTable(mapi::ULONG flags, mapi::LPMAPIT
 {
     if (const auto result = FCalls->Enter("GetContentsTable", Hex(flags)))
         return *result;
-    return Give(Contents, table);
+    return Give((flags & mapi::MAPI_ASSOCIATED) != 0 ? Associated : Contents, table);
 }
 
 mapi::HRESULT TScriptedFolder::GetHierarchyTable(mapi::ULONG flags, mapi::LPMAPITABLE* table)
@@ -138,10 +157,14 @@ mapi::HRESULT TScriptedFolder::GetHierarchyTable(mapi::ULONG flags, mapi::LPMAPI
     return Give(copy, table);
 }
 
-mapi::HRESULT TScriptedFolder::OpenEntry(mapi::ULONG, mapi::LPENTRYID, mapi::LPCIID, mapi::ULONG, mapi::ULONG*,
-                                         mapi::LPUNKNOWN*)
+mapi::HRESULT TScriptedFolder::OpenEntry(mapi::ULONG size, mapi::LPENTRYID id, mapi::LPCIID, mapi::ULONG flags,
+                                         mapi::ULONG* type, mapi::LPUNKNOWN* object)
 {
-    return Bag.Refuse("OpenEntry", "");
+    const std::string bytes(reinterpret_cast<char*>(id), size);
+    if (const auto result = Bag.Enter("OpenEntry", bytes + "," + Hex(flags)))
+        return *result;
+    *type = mapi::MAPI_MESSAGE;
+    return Give(Messages[bytes], object);
 }
 
 mapi::HRESULT TScriptedFolder::SetSearchCriteria(mapi::LPSRestriction, mapi::LPENTRYLIST, mapi::ULONG)
@@ -163,19 +186,20 @@ mapi::HRESULT TScriptedFolder::CreateMessage(mapi::LPCIID iid, mapi::ULONG flags
     return Give(NewMessage, message);
 }
 
-mapi::HRESULT TScriptedFolder::CopyMessages(mapi::LPENTRYLIST, mapi::LPCIID, mapi::LPVOID, mapi::ULONG_PTR,
-                                            mapi::LPMAPIPROGRESS, mapi::ULONG)
+mapi::HRESULT TScriptedFolder::CopyMessages(mapi::LPENTRYLIST list, mapi::LPCIID iid, mapi::LPVOID destination,
+                                            mapi::ULONG_PTR window, mapi::LPMAPIPROGRESS, mapi::ULONG flags)
 {
-    return Bag.Refuse("CopyMessages", "");
+    return FCalls
+        ->Enter("CopyMessages",
+                IdsOf(list) + NameOf(iid, destination) + "," + std::to_string(window) + "," + Hex(flags))
+        .value_or(mapi::S_OK);
 }
 
 mapi::HRESULT TScriptedFolder::DeleteMessages(mapi::LPENTRYLIST list, mapi::ULONG_PTR window, mapi::LPMAPIPROGRESS,
                                               mapi::ULONG flags)
 {
-    std::string ids;
-    for (mapi::ULONG i = 0; i < list->cValues; ++i)
-        ids += HexOf(list->lpbin[i].cb, list->lpbin[i].lpb) + ",";
-    return FCalls->Enter("DeleteMessages", ids + std::to_string(window) + "," + Hex(flags)).value_or(mapi::S_OK);
+    return FCalls->Enter("DeleteMessages", IdsOf(list) + std::to_string(window) + "," + Hex(flags))
+        .value_or(mapi::S_OK);
 }
 
 mapi::HRESULT TScriptedFolder::CreateFolder(mapi::ULONG type, mapi::LPTSTR name, mapi::LPTSTR comment, mapi::LPCIID,
@@ -187,10 +211,14 @@ mapi::HRESULT TScriptedFolder::CreateFolder(mapi::ULONG type, mapi::LPTSTR name,
     return Give(Created, folder);
 }
 
-mapi::HRESULT TScriptedFolder::CopyFolder(mapi::ULONG, mapi::LPENTRYID, mapi::LPCIID, mapi::LPVOID, mapi::LPTSTR,
-                                          mapi::ULONG_PTR, mapi::LPMAPIPROGRESS, mapi::ULONG)
+mapi::HRESULT TScriptedFolder::CopyFolder(mapi::ULONG size, mapi::LPENTRYID id, mapi::LPCIID iid,
+                                          mapi::LPVOID destination, mapi::LPTSTR name, mapi::ULONG_PTR window,
+                                          mapi::LPMAPIPROGRESS, mapi::ULONG flags)
 {
-    return Bag.Refuse("CopyFolder", "");
+    return FCalls
+        ->Enter("CopyFolder", HexOf(size, id) + "," + NameOf(iid, destination) + "," + TextArgument(name, flags) + "," +
+                                  std::to_string(window) + "," + Hex(flags))
+        .value_or(mapi::S_OK);
 }
 
 mapi::HRESULT TScriptedFolder::DeleteFolder(mapi::ULONG size, mapi::LPENTRYID id, mapi::ULONG_PTR window,
@@ -205,14 +233,21 @@ mapi::HRESULT TScriptedFolder::SetReadFlags(mapi::LPENTRYLIST, mapi::ULONG_PTR, 
     return Bag.Refuse("SetReadFlags", "");
 }
 
-mapi::HRESULT TScriptedFolder::GetMessageStatus(mapi::ULONG, mapi::LPENTRYID, mapi::ULONG, mapi::ULONG*)
+mapi::HRESULT TScriptedFolder::GetMessageStatus(mapi::ULONG size, mapi::LPENTRYID id, mapi::ULONG flags,
+                                                mapi::ULONG* status)
 {
-    return Bag.Refuse("GetMessageStatus", "");
+    *status = Status;
+    return FCalls->Enter("GetMessageStatus", HexOf(size, id) + "," + Hex(flags)).value_or(mapi::S_OK);
 }
 
-mapi::HRESULT TScriptedFolder::SetMessageStatus(mapi::ULONG, mapi::LPENTRYID, mapi::ULONG, mapi::ULONG, mapi::ULONG*)
+mapi::HRESULT TScriptedFolder::SetMessageStatus(mapi::ULONG size, mapi::LPENTRYID id, mapi::ULONG status,
+                                                mapi::ULONG mask, mapi::ULONG* old)
 {
-    return Bag.Refuse("SetMessageStatus", "");
+    if (const auto result = FCalls->Enter("SetMessageStatus", HexOf(size, id)))
+        return *result;
+    *old = Status;
+    Status = (Status & ~mask) | (status & mask);
+    return mapi::S_OK;
 }
 
 mapi::HRESULT TScriptedFolder::SaveContentsSort(mapi::LPSSortOrderSet, mapi::ULONG)
@@ -220,9 +255,9 @@ mapi::HRESULT TScriptedFolder::SaveContentsSort(mapi::LPSSortOrderSet, mapi::ULO
     return Bag.Refuse("SaveContentsSort", "");
 }
 
-mapi::HRESULT TScriptedFolder::EmptyFolder(mapi::ULONG_PTR, mapi::LPMAPIPROGRESS, mapi::ULONG)
+mapi::HRESULT TScriptedFolder::EmptyFolder(mapi::ULONG_PTR window, mapi::LPMAPIPROGRESS, mapi::ULONG flags)
 {
-    return Bag.Refuse("EmptyFolder", "");
+    return FCalls->Enter("EmptyFolder", std::to_string(window) + "," + Hex(flags)).value_or(mapi::S_OK);
 }
 
 // ---- TScriptedStore
@@ -242,15 +277,21 @@ TKwComPtr<TScriptedFolder> TScriptedStore::AddFolder(const std::string& id, cons
     return folder;
 }
 
-mapi::HRESULT TScriptedStore::Advise(mapi::ULONG, mapi::LPENTRYID, mapi::ULONG, mapi::LPMAPIADVISESINK,
-                                     mapi::ULONG_PTR*)
+mapi::HRESULT TScriptedStore::Advise(mapi::ULONG size, mapi::LPENTRYID id, mapi::ULONG mask,
+                                     mapi::LPMAPIADVISESINK sink, mapi::ULONG_PTR* connection)
 {
-    return Bag.Refuse("Advise", "");
+    if (const auto result = Bag.Enter("Advise", HexOf(size, id) + "," + Hex(mask)))
+        return *result;
+    Sink = TKwComPtr<mapi::IMAPIAdviseSink>(sink);
+    *connection = Connection;
+    return mapi::S_OK;
 }
 
-mapi::HRESULT TScriptedStore::Unadvise(mapi::ULONG_PTR)
+mapi::HRESULT TScriptedStore::Unadvise(mapi::ULONG_PTR connection)
 {
-    return Bag.Refuse("Unadvise", "");
+    const auto result = Bag.Enter("Unadvise", std::to_string(connection));
+    Sink.Reset();
+    return result.value_or(mapi::S_OK);
 }
 
 mapi::HRESULT TScriptedStore::CompareEntryIDs(mapi::ULONG size1, mapi::LPENTRYID id1, mapi::ULONG size2,

@@ -61,6 +61,10 @@ public:
     TKwComPtr<TScriptedMessage> NewMessage; ///< what CreateMessage gives
     TKwComPtr<TScriptedTable> Hierarchy;
     TKwComPtr<TScriptedTable> Contents;
+    TKwComPtr<TScriptedTable> Associated;
+    std::map<std::string, TKwComPtr<TScriptedMessage>>
+        Messages;           ///< what OpenEntry finds, by the bytes of the identifier
+    mapi::ULONG Status = 0; ///< of every message
 
     /// A row of the hierarchy table.
     void AddChild(std::string_view id, const char16_t* name, const char16_t* containerClass = u"");
@@ -111,7 +115,9 @@ public:
     };
     std::map<std::string, TEntry> Entries; ///< by the bytes of the identifier
     std::string ReceiveFolder = "INBOX";
-    TKwComPtr<mapi::IUnknown> Other; ///< what the store gives when it is asked for an interface of another chain
+    TKwComPtr<mapi::IMAPIAdviseSink> Sink; ///< while advised
+    mapi::ULONG_PTR Connection = 5;        ///< what Advise gives
+    TKwComPtr<mapi::IUnknown> Other;       ///< what the store gives when it is asked for an interface of another chain
 
     mapi::HRESULT DEFTMAPI_STDCALL QueryInterface(mapi::REFIID iid, void** object) override
     {

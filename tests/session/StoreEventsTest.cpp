@@ -1,0 +1,274 @@
+// Store events: when a store asks to be notified, what sinks and functions get, and what ends it.
+#include "mapi/core/uKwMAPILists.hpp"
+#include "mapi/headers/uKwMAPIStoreConstantsH.hpp"
+#include "tests/session/StoreFixture.hpp"
+
+#include <gtest/gtest.h>
+
+namespace deftmapi::test
+{
+namespace
+{
+
+constexpr auto StoreMask = static_cast<std::int32_t>(mapi::STORE_UNICODE_OK | mapi::STORE_NOTIFY_OK);
+
+std::string Text(const TKwMAPIEntryID& id)
+{
+    const TKwBytes bytes = EntryIDToArr(id);
+    return id.IsNull() ? "-" : std::string(bytes.begin(), bytes.end());
+}
+
+/// Notes what it is told, and does what a test wants then.
+class TSink final : public TKwAutoIntfObject, public virtual IKwMAPIMsgStoreDEvents
+{
+public:
+    std::vector<std::string> Told;
+    std::function<void(IKwMAPIMsgStore& store)> Then;
+
+    void _OnSessionLogoff(IKwMAPIMsgStore& store) override { Note("logoff", store); }
+    void _OnNewMessage(IKwMAPIMsgStore& store, const TKwMAPIEntryID& folderID, const TKwMAPIEntryID& messageID,
+                       const WideString& messageClass) override
+    {
+        Note("mail " + Text(folderID) + " " + Text(messageID) + " " + KwToUtf8(messageClass), store);
+    }
+#define DEFTMAPI_NOTED(Event)                                                                                          \
+    void _OnObject##Event(IKwMAPIMsgStore& store, const TKwMAPIEntryID& entryID, TKwMAPIObjectType objectType,         \
+                          const TKwMAPIEntryID& parentID, const TKwMAPIEntryID& oldID,                                 \
+                          const TKwMAPIEntryID& oldParentID, IKwMAPIPropList& properties) override                     \
+    {                                                                                                                  \
+        std::string text = #Event " " + Text(entryID) + " " + std::to_string(objectType) + " " + Text(parentID) +      \
+                           " " + Text(oldID) + " " + Text(oldParentID);                                                \
+        for (properties.First(); !properties.Get_EOF(); properties.Next())                                             \
+            text += " " + KwToUtf8(GetPropName(properties.Get_CurrentRecord()));                                       \
+        Note(text, store);                                                                                             \
+    }
+    DEFTMAPI_NOTED(Created)
+    DEFTMAPI_NOTED(Deleted)
+    DEFTMAPI_NOTED(Modified)
+    DEFTMAPI_NOTED(Moved)
+    DEFTMAPI_NOTED(Copied)
+#undef DEFTMAPI_NOTED
+
+private:
+    void Note(const std::string& event, IKwMAPIMsgStore& store)
+    {
+        Told.push_back(event);
+        if (Then)
+            Then(store);
+    }
+};
+
+class TStoreEventsTest : public TStoreTest
+{
+protected:
+    TStoreEventsTest()
+    {
+        Object->Bag.Set(LongValue(GetPropTag(PR_STORE_SUPPORT_MASK), StoreMask));
+        Store = OpenStore(alReadWrite);
+        KwSetServerExceptionHandler(
+            [](std::exception_ptr exception, void* context) {
+                auto& texts = *static_cast<std::vector<std::string>*>(context);
+                texts.push_back(Catch([&] { std::rethrow_exception(exception); }).Message);
+            },
+            &Reported);
+    }
+    ~TStoreEventsTest() override { KwSetServerExceptionHandler(nullptr, nullptr); }
+
+    TKwRef<TSink> Connect()
+    {
+        const auto sink = KwMake<TSink>();
+        Store->DEventConnect(sink, true);
+        return sink;
+    }
+    /// The client delivers events, all in one call.
+    void Notify(std::vector<mapi::NOTIFICATION> events)
+    {
+        const TKwComPtr<mapi::IMAPIAdviseSink> sink(Object->Sink); // a client keeps the sink while it calls it
+        ASSERT_TRUE(sink);
+        sink->OnNotify(static_cast<mapi::ULONG>(events.size()), events.data());
+    }
+    /// The calls about notifications.
+    [[nodiscard]] std::string TakeCalls()
+    {
+        std::string text;
+        for (const std::string& line : Calls->Lines())
+            if (line.find("dvise(") != std::string::npos)
+                text += line + " ";
+        static_cast<void>(Take());
+        return text;
+    }
+
+    std::vector<std::string> Reported;
+};
+
+using TTold = std::vector<std::string>;
+
+mapi::NOTIFICATION Event(mapi::ULONG type)
+{
+    mapi::NOTIFICATION event{};
+    event.ulEventType = type;
+    return event;
+}
+
+TEST_F(TStoreEventsTest, TheFirstSinkAdvisesAndTheLastEndsIt)
+{
+    EXPECT_FALSE(Store->Get_Advised());
+    const auto first = Connect();
+    EXPECT_NE(Calls->Count("OpenEntry"), 0u) << "the Inbox was looked at";
+    EXPECT_EQ(TakeCalls(), "store.Advise(,0x2000007E) ");
+    const auto second = Connect();
+    Store->DEventConnect(first, false);
+    Store->DEventConnect(first, false); // it is not connected any more
+    EXPECT_TRUE(Store->Get_Advised());
+    EXPECT_EQ(TakeCalls(), "");
+    EXPECT_EQ(
+        Catch([&] { Store->Advise(); }),
+        Failure("EMAPI_CALL_FAILED", 0x80004005, "The messagestore notification system has already been activated!"));
+    Store->DEventConnect(second, false);
+    EXPECT_EQ(TakeCalls(), "store.Unadvise(5) ");
+    EXPECT_FALSE(Store->Get_Advised());
+
+    Calls->Next("store.Advise", mapi::MAPI_E_UNKNOWN_FLAGS);
+    Calls->Next("GetReceiveFolder", mapi::MAPI_E_NO_SUPPORT); // a store without an Inbox can notify
+    const auto third = Connect();
+    EXPECT_EQ(TakeCalls(), "store.Advise(,0x2000007E) store.Advise(,0x0000007E) ");
+    Store.Reset(); // a store that nobody holds any more tells its sinks nothing
+    EXPECT_EQ(TakeCalls(), "store.Unadvise(5) ");
+    EXPECT_TRUE(third->Told.empty());
+    EXPECT_EQ(third->RefCount(), 1u);
+}
+
+TEST_F(TStoreEventsTest, StoresThatDoNotNotify)
+{
+    const auto connect = [&] { static_cast<void>(Connect()); };
+    const TCaught refusal = Failure("EMAPI_NOT_SUPPORTED", 26, "This messagestore does not support notifications!");
+    Calls->Next("store.Advise", mapi::MAPI_E_NO_SUPPORT);
+    EXPECT_EQ(Catch(connect).Message.substr(0, 21), "TKwMAPIMsgStore.Start");
+    EXPECT_FALSE(Store->Get_Advised());
+    Object->Connection = 0;
+    EXPECT_EQ(Catch(connect), refusal);
+    EXPECT_FALSE(Store->Get_Advised());
+    Object->Bag.Set(LongValue(GetPropTag(PR_STORE_SUPPORT_MASK), static_cast<std::int32_t>(mapi::STORE_UNICODE_OK)));
+    Store = OpenStore(alReadWrite);
+    EXPECT_EQ(Catch(connect), refusal);
+    EXPECT_EQ(Calls->Count("store.Advise"), 0u);
+
+    // A sink that was refused does not count: the next one asks again.
+    Object->Bag.Set(LongValue(GetPropTag(PR_STORE_SUPPORT_MASK), StoreMask));
+    Object->Connection = 5;
+    Store = OpenStore(alReadWrite);
+    Calls->Next("store.Advise", mapi::MAPI_E_NETWORK_ERROR);
+    EXPECT_EQ(Catch(connect).ClassName, "EMAPI_NETWORK_ERROR");
+    const auto sink = Connect();
+    EXPECT_TRUE(Store->Get_Advised());
+    Store->DEventConnect(sink, false);
+    EXPECT_FALSE(Store->Get_Advised());
+}
+
+TEST_F(TStoreEventsTest, EventsInOrderToEverySink)
+{
+    const auto first = Connect();
+    const auto second = Connect();
+    const auto id = [](const char* text) { return reinterpret_cast<mapi::LPENTRYID>(const_cast<char*>(text)); };
+    mapi::NOTIFICATION wide = Event(mapi::fnevNewMail);
+    wide.info.newmail = {1, id("M"), 1, id("F"), mapi::MAPI_UNICODE, const_cast<char16_t*>(u"IPM.Ä"), 0};
+    mapi::NOTIFICATION narrow = wide;
+    narrow.info.newmail.ulFlags = 0;
+    narrow.info.newmail.lpszMessageClass = const_cast<char*>("IPM.\xC4");
+    TKwMAPITagArray tags(std::vector<mapi::ULONG>{0x0037001F, 0x6F5D0003});
+    mapi::NOTIFICATION object{};
+    object.info.obj = {1, id("O"), mapi::MAPI_MESSAGE, 1, id("P"), 0, id("never"), 3, id("OLD"), tags.Get()};
+    std::vector<mapi::NOTIFICATION> events{wide, narrow};
+    for (const mapi::ULONG type : {0x4u, 0x8u, 0x10u, 0x20u, 0x40u}) {
+        object.ulEventType = type;
+        events.push_back(object);
+    }
+    events.push_back(Event(mapi::fnevSearchComplete)); // none of ours
+    object.info.obj.lpPropTagArray = nullptr;
+    events.push_back(object);
+    Notify(events);
+
+    const std::string rest = " O 5 P - OLD PR_SUBJECT 0x6F5D0003";
+    const TTold all{"mail F M IPM.Ä",  "mail F M IPM.Ä", "Created" + rest, "Deleted" + rest,
+                    "Modified" + rest, "Moved" + rest,   "Copied" + rest,  "Copied O 5 P - OLD"};
+    EXPECT_EQ(first->Told, all);
+    EXPECT_EQ(second->Told, all);
+    EXPECT_TRUE(Reported.empty());
+}
+
+TEST_F(TStoreEventsTest, SinksThatThrowOrLeave)
+{
+    const auto first = Connect();
+    first->Then = [](IKwMAPIMsgStore&) { CreateKwMAPIException(mapi::MAPI_E_CALL_FAILED, u"no")->Raise(); };
+    Notify({Event(mapi::fnevObjectCreated), Event(mapi::fnevObjectDeleted)});
+    EXPECT_EQ(first->Told.size(), 2u) << "one failure does not cost the next notification";
+    EXPECT_EQ(Reported.size(), 2u);
+    EXPECT_TRUE(KwSilentServerExceptionsEnabled());
+
+    first->Then = [&](IKwMAPIMsgStore& store) {
+        Store.Reset();
+        store.DEventConnect(first, false); // still there while it is called
+    };
+    Notify({Event(mapi::fnevObjectCreated), Event(mapi::fnevObjectDeleted)});
+    EXPECT_EQ(first->Told.size(), 3u);
+    EXPECT_EQ(TakeCalls(), "store.Advise(,0x2000007E) store.Unadvise(5) ");
+}
+
+TEST_F(TStoreEventsTest, LogoffIsToldLast)
+{
+    const auto sink = Connect();
+    bool active = true;
+    sink->Then = [&](IKwMAPIMsgStore& store) {
+        active = store.Get_Advised() || store.Get_MAPIOBJECT() != nullptr;
+        EXPECT_EQ(TakeCalls(), "store.Advise(,0x2000007E) store.Unadvise(5) ");
+    };
+    Session->Set_Active(false);
+    EXPECT_EQ(sink->Told, TTold{"logoff"});
+    EXPECT_FALSE(active);
+    EXPECT_EQ(Catch([&] { Store->DEventConnect(KwMake<TSink>(), true); }).ClassName, "EMAPI_NO_ACCESS");
+    Store->DEventConnect(sink, false);
+}
+
+TEST_F(TStoreEventsTest, Component)
+{
+    TTold told;
+    TKwMAPIMsgStoreEvents events;
+    events.OnNewMessage = [&](IKwMAPIMsgStore&, const TKwMAPIEntryID&, const TKwMAPIEntryID& id, const WideString&) {
+        told.push_back("mail " + Text(id));
+    };
+    const auto note = [&](const char* event) {
+        return
+            [&told, event](IKwMAPIMsgStore&, const TKwMAPIEntryID&, TKwMAPIObjectType, const TKwMAPIEntryID&,
+                           const TKwMAPIEntryID&, const TKwMAPIEntryID&, IKwMAPIPropList&) { told.push_back(event); };
+    };
+    events.OnObjectCreated = note("created");
+    events.OnObjectDeleted = note("deleted");
+    events.OnObjectModified = note("modified");
+    events.OnObjectMoved = note("moved");
+    events.OnSessionLogoff = [&](IKwMAPIMsgStore&) { told.push_back("logoff"); };
+    events.Stop();
+    events.Start(*Store);
+    EXPECT_TRUE(events.GetActive());
+    EXPECT_EQ(events.GetMsgStore().Get(), Store.Get());
+    std::vector<mapi::NOTIFICATION> all;
+    for (const mapi::ULONG type : {0x2u, 0x4u, 0x8u, 0x10u, 0x20u, 0x40u}) // nobody asked for the last
+        all.push_back(Event(type));
+    Notify(all);
+    EXPECT_EQ(told, (TTold{"mail -", "created", "deleted", "modified", "moved"}));
+
+    events.OnObjectCreated = [&](auto&&...) { events.Stop(); };
+    Notify(all);
+    EXPECT_EQ(told.back(), "mail -");
+    EXPECT_FALSE(events.GetActive());
+    EXPECT_FALSE(Store->Get_Advised());
+
+    events.Start(*Store);
+    Session->Set_Active(false);
+    EXPECT_EQ(told.back(), "logoff");
+    EXPECT_FALSE(events.GetActive());
+    EXPECT_EQ(Catch([&] { events.Start(*Store); }).ClassName, "EMAPI_NO_ACCESS");
+    EXPECT_EQ(events.GetMsgStore(), nullptr);
+}
+
+} // namespace
+} // namespace deftmapi::test
