@@ -119,7 +119,7 @@ public:
         }
         FStatement.Add(" FROM messages m");
         const auto index = MessageCondition::IndexOf(FCondition->BestPath());
-        FStatement.Add(index.empty() ? " INDEXED BY messages_folder" : index);
+        FStatement.Add(FRows.isSearch ? " NOT INDEXED" : index.empty() ? " INDEXED BY messages_folder" : index);
         if (FInstances) {
             FCalls.push_back(std::make_unique<InstanceList>(FRows, FInstances));
             FStatement.Add(" CROSS JOIN json_each(deft_call(?, ").Add(BagExpression).Add(")) j");
@@ -373,7 +373,8 @@ std::unique_ptr<RowOrder> MakeContentsOrder(const MessageRows& rows, const Table
 {
     auto condition =
         std::make_unique<MessageCondition>(rows, DistinguishesInstances(view) ? nullptr : view.restriction);
-    if (const IndexedKey* key = FindIndexedKey(view, condition->BestPath()))
+    const IndexedKey* key = rows.isSearch ? nullptr : FindIndexedKey(view, condition->BestPath());
+    if (key)
         return MakeIndexOrder(rows, view, *key, std::move(condition));
     return std::make_unique<SqlVectorOrder>(rows, view, std::move(condition));
 }

@@ -57,7 +57,8 @@ public:
     const StorePtr& LiveStore() const override { return FRows.store; }
     std::shared_ptr<LiveRows> Over(StorePtr store) const override
     {
-        return std::make_shared<ContentsSource>(MessageRows{std::move(store), FRows.folder, FRows.associated});
+        return std::make_shared<ContentsSource>(
+            MessageRows{std::move(store), FRows.folder, FRows.associated, FRows.isSearch});
     }
     void Touched(const JournalEntry& entry, TouchedRows& rows) const override
     {
@@ -78,9 +79,11 @@ private:
 
 } // namespace
 
-TKwComPtr<mapi::IMAPITable> OpenContentsTable(const StorePtr& store, std::int64_t folder, bool associated, bool unicode)
+TKwComPtr<mapi::IMAPITable> OpenContentsTable(const StorePtr& store, std::int64_t folder, Contents contents,
+                                              bool unicode)
 {
-    return {new Table(std::make_shared<ContentsSource>(MessageRows{store, folder, associated}), unicode)};
+    MessageRows rows{store, folder, contents == Contents::Associated, contents == Contents::Found};
+    return {new Table(std::make_shared<ContentsSource>(std::move(rows)), unicode)};
 }
 
 } // namespace deftmapi::client

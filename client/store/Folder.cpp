@@ -9,16 +9,17 @@ namespace
 
 constexpr auto sNoFolder = u"The folder does not exist.";
 constexpr auto sDeleted = u"The folder has been deleted since it was opened.";
-constexpr auto sNoSearch = u"The store has no search folders.";
+constexpr auto sSearch = u"A search folder shows messages of other folders and keeps none of its own.";
 constexpr auto sNoSort = u"The store keeps no default sort order for a folder.";
 constexpr auto sNoTable = u"The property can only be opened as a table.";
 constexpr auto sNoName = u"A folder needs a name.";
 constexpr auto sNameTaken = u"There is a folder of this name already.";
 constexpr auto sSoftDeletes = u"The store does not keep deleted items.";
 
-constexpr ULONG FullAccess = mapi::MAPI_ACCESS_MODIFY | mapi::MAPI_ACCESS_READ | mapi::MAPI_ACCESS_DELETE |
-                             mapi::MAPI_ACCESS_CREATE_HIERARCHY | mapi::MAPI_ACCESS_CREATE_CONTENTS |
-                             mapi::MAPI_ACCESS_CREATE_ASSOCIATED;
+constexpr ULONG CreateAccess =
+    mapi::MAPI_ACCESS_CREATE_HIERARCHY | mapi::MAPI_ACCESS_CREATE_CONTENTS | mapi::MAPI_ACCESS_CREATE_ASSOCIATED;
+constexpr ULONG FullAccess =
+    mapi::MAPI_ACCESS_MODIFY | mapi::MAPI_ACCESS_READ | mapi::MAPI_ACCESS_DELETE | CreateAccess;
 
 constexpr ULONG FolderTags[] = {tag::EntryId,
                                 tag::RecordKey,
@@ -93,12 +94,20 @@ std::optional<Prop> FolderProperty(const StoreFile& store, const FolderRow& fold
         return BinaryProp(tag::ParentEntryId,
                           store.EntryIdOf(EntryKind::Folder, folder.parent ? folder.parent : folder.row));
     case tag::Access >> 16:
-        return LongProp(tag::Access, writable ? FullAccess : mapi::MAPI_ACCESS_READ);
+        return LongProp(tag::Access, !writable           ? mapi::MAPI_ACCESS_READ
+                                     : folder.IsSearch() ? FullAccess & ~CreateAccess
+                                                         : FullAccess);
     case tag::AccessLevel >> 16:
         return LongProp(tag::AccessLevel, writable ? mapi::MAPI_MODIFY : 0);
     default:
         return IdentityProperty(store, EntryKind::Folder, folder.row, id);
     }
+}
+
+void RequireNoSearch(const FolderRow& folder)
+{
+    if (folder.IsSearch())
+        Fail(mapi::MAPI_E_NO_ACCESS, sSearch);
 }
 
 std::span<const ULONG> FolderPropertyTags()
@@ -161,7 +170,7 @@ TKwComPtr<mapi::IUnknown> FolderObject::OpenObject(ULONG tag, const mapi::IID& i
     const bool unicode = (options & mapi::MAPI_UNICODE) != 0;
     if (tag == tag::ContainerHierarchy)
         return OpenHierarchyTable(FStore, FRow, (options & mapi::CONVENIENT_DEPTH) != 0, unicode);
-    return OpenContentsTable(FStore, FRow, tag == tag::AssociatedContents, unicode);
+    return OpenContentsTable(FStore, FRow, ContentsOf(tag == tag::AssociatedContents), unicode);
 }
 
 mapi::HRESULT FolderObject::GetContentsTable(ULONG flags, mapi::LPMAPITABLE* table) noexcept
@@ -174,9 +183,9 @@ mapi::HRESULT FolderObject::GetContentsTable(ULONG flags, mapi::LPMAPITABLE* tab
         if (flags & mapi::SHOW_SOFT_DELETES)
             Fail(mapi::MAPI_E_NO_SUPPORT, sSoftDeletes);
         Refresh();
-        *table =
-            OpenContentsTable(FStore, FRow, (flags & mapi::MAPI_ASSOCIATED) != 0, (flags & mapi::MAPI_UNICODE) != 0)
-                .Detach();
+        *table = OpenContentsTable(FStore, FRow, ContentsOf((flags & mapi::MAPI_ASSOCIATED) != 0),
+                                   (flags & mapi::MAPI_UNICODE) != 0)
+                     .Detach();
     });
 }
 
@@ -205,16 +214,6 @@ mapi::HRESULT FolderObject::OpenEntry(ULONG size, mapi::LPENTRYID id, mapi::LPCI
         Require(type, u"lpulObjType");
         *object = OpenStoreEntry(FStore, FWritable, size, id, iid, flags, type).Detach();
     });
-}
-
-mapi::HRESULT FolderObject::SetSearchCriteria(mapi::LPSRestriction, mapi::LPENTRYLIST, ULONG) noexcept
-{
-    return Run([&] { Fail(mapi::MAPI_E_NO_SUPPORT, sNoSearch); });
-}
-
-mapi::HRESULT FolderObject::GetSearchCriteria(ULONG, mapi::LPSRestriction*, mapi::LPENTRYLIST*, ULONG*) noexcept
-{
-    return Run([&] { Fail(mapi::MAPI_E_NO_SUPPORT, sNoSearch); });
 }
 
 mapi::HRESULT FolderObject::SaveContentsSort(mapi::LPSSortOrderSet, ULONG) noexcept

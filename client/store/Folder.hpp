@@ -18,6 +18,9 @@ struct FolderRow
     std::int64_t unread = 0;
     std::int64_t associated = 0;
     bool hasSubfolders = false;
+
+    [[nodiscard]] bool IsSearch() const { return type == mapi::FOLDER_SEARCH; }
+
     PropertyBag props; ///< with PR_DISPLAY_NAME and the times
 };
 /// @throws Failure  MAPI_E_NOT_FOUND
@@ -33,8 +36,11 @@ class ProgressMeter;
 [[nodiscard]] std::vector<std::int64_t> ChildFolders(StoreFile& store, std::int64_t row);
 /// The folder and all below it, parents before their children.
 [[nodiscard]] std::vector<std::int64_t> Subtree(StoreFile& store, std::int64_t row);
-/// Adds a generic folder. REQUIRES: a transaction is open, and the name is free. @returns its row
-std::int64_t InsertFolder(StoreFile& store, std::int64_t parent, const WideString& name, const PropertyBag& props);
+/// Adds a folder. REQUIRES: a transaction is open, and the name is free. @returns its row
+std::int64_t InsertFolder(StoreFile& store, std::int64_t parent, ULONG type, const WideString& name,
+                          const PropertyBag& props);
+/// @throws Failure  MAPI_E_NO_ACCESS a search folder keeps nothing of its own
+void RequireNoSearch(const FolderRow& folder);
 /// Removes a folder with everything in and below it; each message and folder is a step of the meter.
 /// REQUIRES: a transaction is open.
 void DeleteSubtree(StoreFile& store, std::int64_t row, ProgressMeter& meter);
@@ -55,9 +61,10 @@ public:
     mapi::HRESULT DEFTMAPI_STDCALL GetHierarchyTable(ULONG flags, mapi::LPMAPITABLE* table) noexcept override;
     mapi::HRESULT DEFTMAPI_STDCALL OpenEntry(ULONG size, mapi::LPENTRYID id, mapi::LPCIID iid, ULONG flags, ULONG* type,
                                              mapi::LPUNKNOWN* object) noexcept override;
-    mapi::HRESULT DEFTMAPI_STDCALL SetSearchCriteria(mapi::LPSRestriction, mapi::LPENTRYLIST, ULONG) noexcept override;
-    mapi::HRESULT DEFTMAPI_STDCALL GetSearchCriteria(ULONG, mapi::LPSRestriction*, mapi::LPENTRYLIST*,
-                                                     ULONG*) noexcept override;
+    mapi::HRESULT DEFTMAPI_STDCALL SetSearchCriteria(mapi::LPSRestriction restriction, mapi::LPENTRYLIST containers,
+                                                     ULONG flags) noexcept override;
+    mapi::HRESULT DEFTMAPI_STDCALL GetSearchCriteria(ULONG flags, mapi::LPSRestriction* restriction,
+                                                     mapi::LPENTRYLIST* containers, ULONG* state) noexcept override;
     mapi::HRESULT DEFTMAPI_STDCALL CreateMessage(mapi::LPCIID iid, ULONG flags,
                                                  mapi::LPMESSAGE* message) noexcept override;
     mapi::HRESULT DEFTMAPI_STDCALL CopyMessages(mapi::LPENTRYLIST list, mapi::LPCIID iid, mapi::LPVOID destination,
@@ -103,6 +110,10 @@ protected:
     TKwComPtr<mapi::IUnknown> OpenObject(ULONG tag, const mapi::IID& iid, ULONG options, ULONG flags) override;
 
 private:
+    [[nodiscard]] Contents ContentsOf(bool associated) const
+    {
+        return associated ? Contents::Associated : FState.IsSearch() ? Contents::Found : Contents::Ordinary;
+    }
     /// The rows that the list names; entries that are no messages of this store are counted in `bad`.
     [[nodiscard]] std::vector<std::int64_t> MessageRows(const mapi::ENTRYLIST* list, std::size_t& bad);
     /// The folder object handed in by the caller. @throws Failure  MAPI_E_NO_SUPPORT it belongs to another provider,

@@ -53,6 +53,7 @@ void DeleteSubtree(StoreFile& store, std::int64_t row, ProgressMeter& meter)
     for (auto it = rows.rbegin(); it != rows.rend(); ++it) {
         DeleteMessagesIn(store, *it, true, meter);
         store.DropLargeValues({LargeOwner::Folder, *it});
+        store.Searches().Drop(*it);
         // Messages without a class of their own always have somewhere to go.
         Query inbox = database.Prepare("UPDATE receive_folders SET folder = ?2 WHERE folder = ?1 AND class_key = ''");
         inbox.Bind(1, *it).Bind(2, static_cast<std::int64_t>(SpecialFolder::Inbox)).Run();
@@ -78,7 +79,7 @@ mapi::HRESULT FolderObject::DeleteFolder(ULONG size, mapi::LPENTRYID id, mapi::U
             Fail(mapi::MAPI_E_NOT_FOUND, sNoFolder);
         if (folder.hasSubfolders && !(flags & mapi::DEL_FOLDERS))
             Fail(mapi::MAPI_E_HAS_FOLDERS, sHasFolders);
-        if (folder.contents != 0 && !(flags & mapi::DEL_MESSAGES))
+        if (folder.contents != 0 && !folder.IsSearch() && !(flags & mapi::DEL_MESSAGES))
             Fail(mapi::MAPI_E_HAS_MESSAGES, sHasMessages);
         ProgressMeter meter(progress, progress ? CountSteps(*FStore, Subtree(*FStore, row)) : 0);
         DeleteSubtree(*FStore, row, meter);
@@ -93,6 +94,7 @@ mapi::HRESULT FolderObject::EmptyFolder(mapi::ULONG_PTR, mapi::LPMAPIPROGRESS pr
         RequireWritable();
         Transaction transaction(FStore->Db());
         Refresh();
+        RequireNoSearch(FState);
         ProgressMeter meter(progress, progress ? CountSteps(*FStore, Subtree(*FStore, FRow)) - 1 : 0);
         bool kept = false;
         for (const std::int64_t child : ChildFolders(*FStore, FRow)) {

@@ -73,6 +73,7 @@ mapi::HRESULT FolderObject::CreateMessage(mapi::LPCIID iid, ULONG flags, mapi::L
         RequireInterface(iid, {&mapi::IID_IMessage, &mapi::IID_IMAPIProp});
         RequireWritable();
         Refresh();
+        RequireNoSearch(FState);
         MessageState state = NewMessage(FRow, (flags & mapi::MAPI_ASSOCIATED) != 0);
         *message = TKwComPtr<mapi::IMessage>(new MessageObject(FStore, std::move(state), true, nullptr)).Detach();
     });
@@ -86,6 +87,8 @@ std::size_t FolderObject::CopyMessagesAcross(const std::vector<std::int64_t>& ro
     {
         Transaction transaction(target.FStore->Db());
         const Snapshot snapshot(FStore->Db());
+        target.Refresh(); // it must still be there
+        RequireNoSearch(target.FState);
         for (const std::int64_t row : rows)
             missed += !transfer.CopyMessage(row, target.FRow);
         transaction.Commit();
@@ -119,6 +122,7 @@ mapi::HRESULT FolderObject::CopyMessages(mapi::LPENTRYLIST list, mapi::LPCIID ii
         StoreFile& store = *target->FStore;
         Transaction transaction(store.Db());
         target->Refresh(); // it must still be there
+        RequireNoSearch(target->FState);
         Transfer transfer(store, store, meter);
         for (const std::int64_t row : rows) {
             if (!move) {
@@ -163,10 +167,13 @@ mapi::HRESULT FolderObject::SetReadFlags(mapi::LPENTRYLIST list, mapi::ULONG_PTR
         const ReadFlagChange change(flags);
         std::size_t missed = 0;
         Transaction transaction(FStore->Db());
-        if (!list && !progress) {
+        Refresh();
+        if (!list && !progress && !FState.IsSearch()) {
             SetReadFlagsIn(*FStore, FRow, change);
         } else {
-            const auto rows = list ? MessageRows(list, missed) : OrdinaryMessages(*FStore, FRow);
+            const auto rows = list                ? MessageRows(list, missed)
+                              : FState.IsSearch() ? FStore->Searches().Messages(FRow)
+                                                  : OrdinaryMessages(*FStore, FRow);
             ProgressMeter meter(progress, static_cast<std::int64_t>(rows.size()));
             const std::size_t piece = progress ? FlagsPiece : std::max<std::size_t>(rows.size(), 1);
             for (std::size_t at = 0; at < rows.size(); at += piece) {

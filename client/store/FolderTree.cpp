@@ -6,8 +6,8 @@ namespace deftmapi::client
 namespace
 {
 
-constexpr auto sNoSearch = u"The store has no search folders.";
-constexpr auto sBadType = u"Only generic folders can be created.";
+constexpr auto sBadType = u"Only generic folders and search folders can be created.";
+constexpr auto sOtherType = u"There is a folder of this name already, but of another type.";
 constexpr auto sNoName = u"A folder needs a name.";
 constexpr auto sNameTaken = u"There is a folder of this name already.";
 constexpr auto sSpecial = u"The folders that every store has cannot be moved.";
@@ -71,7 +71,8 @@ std::vector<std::int64_t> Subtree(StoreFile& store, std::int64_t row)
     return rows;
 }
 
-std::int64_t InsertFolder(StoreFile& store, std::int64_t parent, const WideString& name, const PropertyBag& props)
+std::int64_t InsertFolder(StoreFile& store, std::int64_t parent, ULONG type, const WideString& name,
+                          const PropertyBag& props)
 {
     Database& database = store.Db();
     // The row is known beforehand, so that listeners are told of one change: nobody else inserts meanwhile.
@@ -81,7 +82,7 @@ std::int64_t InsertFolder(StoreFile& store, std::int64_t parent, const WideStrin
     });
     Query insert = database.Prepare("INSERT INTO folders (id, parent, type, name, name_key, created, modified, props) "
                                     "VALUES (?1, ?2, ?3, ?4, ?5, ?6, ?6, ?7)");
-    insert.Bind(1, row).Bind(2, parent).Bind(3, mapi::FOLDER_GENERIC).BindText(4, PackText(name));
+    insert.Bind(1, row).Bind(2, parent).Bind(3, type).BindText(4, PackText(name));
     insert.BindText(5, PackText(KwUpperCase(name))).Bind(6, Now()).BindBlob(7, packed).Run();
     return row;
 }
@@ -94,9 +95,7 @@ mapi::HRESULT FolderObject::CreateFolder(ULONG type, mapi::LPTSTR name, mapi::LP
         *folder = nullptr;
         RequireFlags(flags, mapi::MAPI_UNICODE | mapi::OPEN_IF_EXISTS | mapi::MAPI_DEFERRED_ERRORS);
         RequireInterface(iid, {&mapi::IID_IMAPIFolder, &mapi::IID_IMAPIContainer, &mapi::IID_IMAPIProp});
-        if (type == mapi::FOLDER_SEARCH)
-            Fail(mapi::MAPI_E_NO_SUPPORT, sNoSearch);
-        if (type != mapi::FOLDER_GENERIC)
+        if (type != mapi::FOLDER_GENERIC && type != mapi::FOLDER_SEARCH)
             Fail(mapi::MAPI_E_INVALID_PARAMETER, sBadType);
         Require(name, u"lpszFolderName");
         const WideString text = TextParameter(name, flags);
@@ -105,14 +104,17 @@ mapi::HRESULT FolderObject::CreateFolder(ULONG type, mapi::LPTSTR name, mapi::LP
         RequireWritable();
         Transaction transaction(FStore->Db());
         Refresh(); // nobody deletes the folder any more
+        RequireNoSearch(FState);
         std::int64_t row = ChildOfName(*FStore, FRow, text);
         if (row != 0 && !(flags & mapi::OPEN_IF_EXISTS))
             Fail(mapi::MAPI_E_COLLISION, sNameTaken);
+        if (row != 0 && LoadFolder(*FStore, row).IsSearch() != (type == mapi::FOLDER_SEARCH))
+            Fail(mapi::MAPI_E_COLLISION, sOtherType);
         if (row == 0) {
             PropertyBag props;
             if (comment)
                 props.Set(TextProp(tag::Comment, TextParameter(comment, flags)));
-            row = InsertFolder(*FStore, FRow, text, props);
+            row = InsertFolder(*FStore, FRow, type, text, props);
         }
         transaction.Commit();
         *folder = OpenFolderRow(FStore, row, true).Detach();
@@ -129,6 +131,7 @@ bool FolderObject::CopyFolderAcross(std::int64_t row, FolderObject& target, cons
         Transaction transaction(to.Db());
         const Snapshot snapshot(FStore->Db());
         target.Refresh(); // it must still be there
+        RequireNoSearch(target.FState);
         const WideString text = name.empty() ? LoadFolder(*FStore, row).props.Text(tag::DisplayName) : name;
         if (text.empty())
             Fail(mapi::MAPI_E_INVALID_PARAMETER, sNoName);
@@ -171,6 +174,7 @@ mapi::HRESULT FolderObject::CopyFolder(ULONG size, mapi::LPENTRYID id, mapi::LPC
         Transaction transaction(store.Db());
         const FolderRow source = LoadFolder(store, row);
         target->Refresh(); // it must still be there
+        RequireNoSearch(target->FState);
         if ((move || deep) && IsBelow(store, target->FRow, row))
             Fail(mapi::MAPI_E_FOLDER_CYCLE, sCycle);
         if (text.empty())
@@ -183,6 +187,7 @@ mapi::HRESULT FolderObject::CopyFolder(ULONG size, mapi::LPENTRYID id, mapi::LPC
         ProgressMeter meter(progress, move ? 1 : CountAll(store, row, deep));
         if (move) {
             MoveFolder(store, row, target->FRow, text);
+            store.Searches().FolderMoved(row);
             meter.Step();
         } else {
             Transfer(store, store, meter).CopyFolder(row, target->FRow, text, deep);

@@ -271,7 +271,8 @@ MessageCondition::MessageCondition(const MessageRows& rows, std::shared_ptr<cons
 {
     if (!FRestriction)
         return;
-    FindPath(*FRestriction);
+    if (!FRows.isSearch) // the indexes are by folder, and the rows of a search lie in many
+        FindPath(*FRestriction);
     FSql.Add(FNarrowing);
     if (FExact != FRestriction.get())
         FSql.Add(" AND (").Add(Compile(*FRestriction, true, 0)).Add(")");

@@ -52,7 +52,7 @@ std::optional<Prop> MessageRows::Computed(std::int64_t row, ULONG id) const
 {
     switch (id) {
     case tag::ParentEntryId >> 16:
-        return BinaryProp(tag::ParentEntryId, store->EntryIdOf(EntryKind::Folder, folder));
+        return BinaryProp(tag::ParentEntryId, store->EntryIdOf(EntryKind::Folder, isSearch ? FolderOf(row) : folder));
     case LongTermEntryId >> 16:
         return BinaryProp(LongTermEntryId, store->EntryIdOf(EntryKind::Message, row));
     case tag::Access >> 16:
@@ -68,8 +68,16 @@ std::optional<Prop> MessageRows::Computed(std::int64_t row, ULONG id) const
     }
 }
 
+std::int64_t MessageRows::FolderOf(std::int64_t row) const
+{
+    Query query = store->Db().Prepare("SELECT folder FROM messages WHERE id = ?1");
+    return query.Bind(1, row).Step() ? query.Number(0) : 0;
+}
+
 SqlPiece MessageRows::Membership() const
 {
+    if (isSearch)
+        return {"m.id IN (SELECT message FROM search_links WHERE search = ?)", {folder}};
     return {"m.folder = ? AND m.associated = ?", {folder, std::int64_t{associated}}};
 }
 
@@ -108,6 +116,9 @@ RowReader::RowReader(const MessageRows& rows, std::span<const ULONG> tags, int f
         if (const MessageColumn* column = FindMessageColumn(id)) {
             FSelect.append(", m.").append(column->name);
             FPlaces.push_back({tag, Kind::Column, column, first++, {}});
+        } else if (rows.isSearch && id == tag::ParentEntryId >> 16) {
+            FSelect.append(", m.folder");
+            FPlaces.push_back({tag, Kind::Parent, nullptr, first++, {}});
         } else if (!MessageRows::IsComputed(id)) {
             FPlaces.push_back({tag, Kind::Bag, nullptr, 0, {}});
             bag = true;
@@ -186,6 +197,9 @@ void RowReader::Read(const Query& query, std::int64_t row, RowSink& sink)
             break;
         case Kind::Bag:
             sink.Value(i, bag[i].tag ? std::move(bag[i]) : ErrorProp(place.tag, mapi::MAPI_E_NOT_FOUND));
+            break;
+        case Kind::Parent:
+            sink.Binary(i, tag::ParentEntryId, FRows.store->EntryIdOf(EntryKind::Folder, query.Number(place.index)));
             break;
         case Kind::Identity:
             PutIdentity(std::get<Bytes>(place.value.data), row);

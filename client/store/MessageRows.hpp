@@ -34,6 +34,7 @@ struct MessageRows
     StorePtr store;
     std::int64_t folder = 0;
     bool associated = false;
+    bool isSearch = false;                 ///< the messages are those that a search folder shows
     std::optional<FolderState> state = {}; ///< of the snapshot in which a call reads, while there is one
 
     /// A statement whose first row is the state.
@@ -45,9 +46,11 @@ struct MessageRows
     /// What is not stored: identity, parent, access; nothing for other identifiers.
     [[nodiscard]] std::optional<Prop> Computed(std::int64_t row, ULONG id) const;
     [[nodiscard]] static bool IsComputed(ULONG id);
+    /// The folder in which a message lies.
+    [[nodiscard]] std::int64_t FolderOf(std::int64_t row) const;
     /// The recipients or attachments of a message, as a restriction on them asks.
     [[nodiscard]] std::vector<PropertyBag> SubRows(std::int64_t row, ULONG tag) const;
-    /// "m.folder = ? AND m.associated = ?"
+    /// "m.folder = ? AND m.associated = ?", or that the search folder shows the message
     [[nodiscard]] SqlPiece Membership() const;
     /// Runs the statement.
     [[nodiscard]] Query Start(const SqlPiece& statement) const;
@@ -70,7 +73,8 @@ private:
         Column,
         Bag,      // in the packed list
         Constant, // computed, the same for all rows
-        Identity  // computed: constant bytes and then the row
+        Identity, // computed: constant bytes and then the row
+        Parent    // computed from the message's folder
     };
     struct Place
     {

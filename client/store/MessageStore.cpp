@@ -243,7 +243,7 @@ std::optional<Prop> StoreObject::Computed(ULONG id)
     case tag::ValidFolderMask >> 16:
         return LongProp(tag::ValidFolderMask, AllFoldersValid);
     case tag::StoreState >> 16:
-        return LongProp(tag::StoreState, 0);
+        return LongProp(tag::StoreState, FStore->Searches().IsNeeded() ? mapi::STORE_HAS_SEARCHES : 0);
     case tag::ResourceFlags >> 16:
         return LongProp(tag::ResourceFlags, FDefault ? mapi::STATUS_DEFAULT_STORE : 0);
     case tag::Access >> 16:

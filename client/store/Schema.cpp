@@ -200,7 +200,15 @@ constexpr const char* Step4[] = {
     "DROP TRIGGER journal_message_changed",
 };
 
-constexpr std::span<const char* const> Steps[] = {Step1, Step2, Step3, Step4};
+// Step 5: search folders: what each looks for, where, and the messages that it shows.
+constexpr const char* Step5[] = {
+    "CREATE TABLE searches (folder INTEGER PRIMARY KEY, restriction BLOB NOT NULL, state INTEGER NOT NULL)",
+    "CREATE TABLE search_scopes (search INTEGER, folder INTEGER, PRIMARY KEY (search, folder)) WITHOUT ROWID",
+    "CREATE TABLE search_links (search INTEGER, message INTEGER, PRIMARY KEY (search, message)) WITHOUT ROWID",
+    "CREATE INDEX search_links_message ON search_links (message)",
+};
+
+constexpr std::span<const char* const> Steps[] = {Step1, Step2, Step3, Step4, Step5};
 static_assert(std::size(Steps) == schema::Version);
 
 /// Runs the steps after `from` inside the caller's transaction.

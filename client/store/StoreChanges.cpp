@@ -67,10 +67,53 @@ void StoreChanges::Enter(JournalKind kind, const CountedMessage& message, std::i
         FEntries.push_back({0, kind, message.row, folder, other, message.associated});
 }
 
+void StoreChanges::Touch(const CountedMessage& before)
+{
+    if (!FLinks || before.associated)
+        return;
+    if (!FLinksNeeded)
+        FLinksNeeded = FLinks->IsNeeded();
+    if (*FLinksNeeded)
+        FTouched.emplace(before.row, before);
+}
+
+void StoreChanges::LinkAdded(std::int64_t folder, const CountedMessage& message)
+{
+    Count(Of(folder), message, 1);
+    Enter(JournalKind::LinkAdded, message, folder, 0);
+}
+
+void StoreChanges::LinkRemoved(std::int64_t folder, const CountedMessage& message)
+{
+    Count(Of(folder), message, -1);
+    Enter(JournalKind::LinkDeleted, message, folder, 0);
+}
+
+void StoreChanges::LinkChanged(std::int64_t folder, const CountedMessage& before, std::int64_t flags)
+{
+    CountedMessage after = before;
+    after.flags = flags;
+    Tally& tally = Of(folder);
+    ++tally.changes;
+    tally.counts.unread += int{IsUnread(after)} - int{IsUnread(before)};
+    Enter(JournalKind::LinkModified, before, folder, 0);
+}
+
+void StoreChanges::Relinked(std::int64_t folder, const Counts& difference)
+{
+    Tally& tally = Of(folder);
+    ++tally.membership;
+    ++tally.changes;
+    tally.counts.contents += difference.contents;
+    tally.counts.unread += difference.unread;
+    tally.bulk[0] = true;
+}
+
 void StoreChanges::Added(const CountedMessage& message)
 {
     if (!message.folder)
         return;
+    Touch(message);
     Count(Of(message.folder), message, 1);
     Enter(JournalKind::MessageAdded, message, message.folder, 0);
 }
@@ -87,6 +130,7 @@ void StoreChanges::Removed(const CountedMessage& message)
 {
     if (!message.folder)
         return;
+    Touch(message);
     Count(Of(message.folder), message, -1);
     Enter(JournalKind::MessageDeleted, message, message.folder, 0);
 }
@@ -95,6 +139,7 @@ void StoreChanges::Changed(const CountedMessage& before, std::int64_t flags)
 {
     if (!before.folder)
         return;
+    Touch(before);
     CountedMessage after = before;
     after.flags = flags;
     Tally& tally = Of(before.folder);
@@ -107,6 +152,7 @@ void StoreChanges::Moved(const CountedMessage& before, std::int64_t folder)
 {
     if (folder == before.folder)
         return Changed(before, before.flags);
+    Touch(before);
     Count(Of(before.folder), before, -1);
     Count(Of(folder), before, 1);
     Enter(JournalKind::MessageMoved, before, folder, before.folder);
@@ -120,6 +166,8 @@ StoreChanges::Counts StoreChanges::Pending(std::int64_t folder) const
 
 void StoreChanges::Flush()
 {
+    if (!FTouched.empty())
+        FLinks->Follow(std::exchange(FTouched, {}));
     if (FTallies.empty())
         return;
     {
@@ -160,6 +208,8 @@ void StoreChanges::Discard() noexcept
 {
     FTallies.clear();
     FEntries.clear();
+    FTouched.clear();
+    FLinksNeeded.reset();
 }
 
 } // namespace deftmapi::client

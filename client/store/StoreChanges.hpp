@@ -5,6 +5,7 @@
 
 #include "client/notify/Journal.hpp"
 
+#include <optional>
 #include <unordered_map>
 
 namespace deftmapi::client
@@ -19,7 +20,21 @@ struct CountedMessage
     std::int64_t flags = 0;
 };
 
-/// REQUIRES for the first five: a transaction of the database is open.
+/// Messages as they were before the transaction first changed them, by row.
+using TouchedMessages = std::unordered_map<std::int64_t, CountedMessage>;
+
+/// Who keeps links to messages that depend on what the messages are.
+class LinkWork
+{
+public:
+    virtual ~LinkWork() = default;
+    /// Whether anybody links to messages. Asked once in a transaction.
+    [[nodiscard]] virtual bool IsNeeded() = 0;
+    /// Brings the links to these messages up to date.
+    virtual void Follow(const TouchedMessages& touched) = 0;
+};
+
+/// REQUIRES for the first six: a transaction of the database is open.
 class StoreChanges final : public CommitWork
 {
 public:
@@ -31,6 +46,15 @@ public:
     void Removed(const CountedMessage& message);
     void Changed(const CountedMessage& before, std::int64_t flags);
     void Moved(const CountedMessage& before, std::int64_t folder);
+    /// The message is where it was, but that lies elsewhere now.
+    void Rescoped(const CountedMessage& message) { Touch(message); }
+
+    /// Told of every changed message, when the transaction is about to end. @param links  outlives this
+    void SetLinkWork(LinkWork* links) { FLinks = links; }
+    /// The same for the links, whose folder shows messages of others. REQUIRES: called by LinkWork
+    void LinkAdded(std::int64_t folder, const CountedMessage& message);
+    void LinkRemoved(std::int64_t folder, const CountedMessage& message);
+    void LinkChanged(std::int64_t folder, const CountedMessage& before, std::int64_t flags);
 
     struct Counts
     {
@@ -40,6 +64,8 @@ public:
     };
     /// What the counters of the folder in the database do not include yet.
     [[nodiscard]] Counts Pending(std::int64_t folder) const;
+    /// All links of a folder have been made anew: the difference to those before.
+    void Relinked(std::int64_t folder, const Counts& difference);
 
     void Flush() override;
     void Discard() noexcept override;
@@ -61,8 +87,12 @@ private:
     [[nodiscard]] bool IsBulk(std::int64_t folder, bool associated) const;
     void NoteEntry(std::int64_t folder, bool associated);
     void DropEntries();
+    void Touch(const CountedMessage& before);
 
     Database& FDatabase;
+    LinkWork* FLinks = nullptr;
+    std::optional<bool> FLinksNeeded; // in this transaction
+    TouchedMessages FTouched;         // since the last flush; empty when nobody links
     std::unordered_map<std::int64_t, Tally> FTallies;
     std::vector<JournalEntry> FEntries;
 };

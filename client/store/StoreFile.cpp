@@ -73,6 +73,7 @@ StoreFile::StoreFile(const std::filesystem::path& file)
     if (!query.Step() || query.Blob(0).size() != sizeof FId)
         Fail(mapi::MAPI_E_CORRUPT_STORE, sIncomplete);
     std::memcpy(&FId, query.Blob(0).data(), sizeof FId);
+    FChanges.SetLinkWork(&FSearches);
     FDatabase.SetCommitWork(&FChanges);
 }
 

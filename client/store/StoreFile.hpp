@@ -8,6 +8,7 @@
 #include "client/store/PropertyBag.hpp"
 #include "client/store/PropertyHome.hpp"
 #include "client/store/Schema.hpp"
+#include "client/store/SearchFolders.hpp"
 #include "client/store/StoreChanges.hpp"
 
 #include <memory>
@@ -41,6 +42,7 @@ public:
     [[nodiscard]] Database& Db() { return FDatabase; }
     /// Who changes rows of messages tells it here, inside the same transaction.
     [[nodiscard]] StoreChanges& Changes() { return FChanges; }
+    [[nodiscard]] SearchFolders& Searches() { return FSearches; }
     [[nodiscard]] const Uid& Id() const { return FId; }
     /// The same store over another connection, for those who listen to it: it sees only what is durable. All who listen
     /// share it. REQUIRES: the lock is held.
@@ -92,6 +94,7 @@ private:
     StoreFileUse FUse; // outlives the connection
     Database FDatabase;
     StoreChanges FChanges{FDatabase};
+    SearchFolders FSearches{*this};
     Uid FId{};
     std::unordered_map<std::string, ULONG> FIdsByName; // key: set, kind and name in bytes
     std::unordered_map<ULONG, std::shared_ptr<const Name>> FNamesById;

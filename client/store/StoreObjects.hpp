@@ -6,11 +6,12 @@
 namespace deftmapi::client
 {
 
-/// PR_STORE_SUPPORT_MASK: only what is true. No STORE_SUBMIT_OK, no search folders or categories.
-inline constexpr ULONG StoreSupport =
-    mapi::STORE_ENTRYID_UNIQUE | mapi::STORE_MODIFY_OK | mapi::STORE_CREATE_OK | mapi::STORE_ATTACH_OK |
-    mapi::STORE_OLE_OK | mapi::STORE_MV_PROPS_OK | mapi::STORE_RTF_OK | mapi::STORE_RESTRICTION_OK |
-    mapi::STORE_SORT_OK | mapi::STORE_HTML_OK | mapi::STORE_NOTIFY_OK | mapi::STORE_UNICODE_OK | mapi::STORE_LOCALSTORE;
+/// PR_STORE_SUPPORT_MASK: only what is true. No STORE_SUBMIT_OK, no categories.
+inline constexpr ULONG StoreSupport = mapi::STORE_ENTRYID_UNIQUE | mapi::STORE_MODIFY_OK | mapi::STORE_CREATE_OK |
+                                      mapi::STORE_ATTACH_OK | mapi::STORE_OLE_OK | mapi::STORE_MV_PROPS_OK |
+                                      mapi::STORE_RTF_OK | mapi::STORE_RESTRICTION_OK | mapi::STORE_SORT_OK |
+                                      mapi::STORE_HTML_OK | mapi::STORE_NOTIFY_OK | mapi::STORE_SEARCH_OK |
+                                      mapi::STORE_UNICODE_OK | mapi::STORE_LOCALSTORE;
 
 /// The properties that name an object and its store, or nothing for other identifiers. `row` 0 has no names of its own.
 [[nodiscard]] std::optional<Prop> IdentityProperty(const StoreFile& store, EntryKind kind, std::int64_t row, ULONG id);
@@ -33,9 +34,15 @@ void RequireInterface(mapi::LPCIID iid, std::initializer_list<const mapi::IID*> 
 /// CompareEntryIDs: equal when both name the same object. @throws Failure  MAPI_E_INVALID_ENTRYID
 [[nodiscard]] bool SameEntry(ULONG size1, const mapi::ENTRYID* id1, ULONG size2, const mapi::ENTRYID* id2);
 
-/// Contents or associated contents of a folder; its rows follow what happens in the store.
-[[nodiscard]] TKwComPtr<mapi::IMAPITable> OpenContentsTable(const StorePtr& store, std::int64_t folder, bool associated,
-                                                            bool unicode);
+enum class Contents
+{
+    Ordinary,
+    Associated,
+    Found ///< what a search folder shows
+};
+/// Contents of a folder; its rows follow what happens in the store.
+[[nodiscard]] TKwComPtr<mapi::IMAPITable> OpenContentsTable(const StorePtr& store, std::int64_t folder,
+                                                            Contents contents, bool unicode);
 /// Subfolders of a folder, with `deep` those at every depth.
 [[nodiscard]] TKwComPtr<mapi::IMAPITable> OpenHierarchyTable(const StorePtr& store, std::int64_t folder, bool deep,
                                                              bool unicode);

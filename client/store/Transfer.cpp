@@ -7,6 +7,8 @@ namespace deftmapi::client
 namespace
 {
 
+constexpr auto sSearch = u"A search folder looks in folders of its own store and cannot be copied to another one.";
+
 constexpr ULONG FirstNamedId = 0x8000;
 
 } // namespace
@@ -84,7 +86,10 @@ std::int64_t Transfer::CopyFolder(std::int64_t row, std::int64_t parent, const W
     const FolderRow source = LoadFolder(FFrom, row);
     if (!IsWithin())
         FFolders.push_back(Look(row));
-    const std::int64_t copy = InsertFolder(FTo, parent, name, IsWithin() ? source.props : MapNames(source.props));
+    if (source.IsSearch() && !IsWithin())
+        Fail(mapi::MAPI_E_NO_SUPPORT, sSearch);
+    const std::int64_t copy = InsertFolder(FTo, parent, source.IsSearch() ? mapi::FOLDER_SEARCH : mapi::FOLDER_GENERIC,
+                                           name, IsWithin() ? source.props : MapNames(source.props));
     if (IsWithin())
         MarkFolderCopied(FTo.Db(), copy, row);
     std::vector<std::int64_t> messages;
@@ -96,6 +101,10 @@ std::int64_t Transfer::CopyFolder(std::int64_t row, std::int64_t parent, const W
     }
     for (const std::int64_t message : messages)
         CopyMessage(message, copy);
+    if (const auto criteria = FFrom.Searches().Load(row)) {
+        FTo.Searches().Save(copy, *criteria);
+        FTo.Searches().Fill(copy);
+    }
     FMeter.Step();
     if (!deep)
         return copy;

@@ -29,7 +29,8 @@ public:
     /// @returns false when no folder has the message
     bool CopyMessage(std::int64_t row, std::int64_t folder);
     /// Copies a folder with its messages and associated ones under a new name, with `deep` what is below it as well.
-    /// @returns the row of the copy
+    /// A search folder takes its criteria along, but only within the store.
+    /// @returns the row of the copy. @throws Failure  MAPI_E_NO_SUPPORT a search folder for another store
     std::int64_t CopyFolder(std::int64_t row, std::int64_t parent, const WideString& name, bool deep);
 
     /// Removes from `from` the messages that were copied. REQUIRES: a transaction of `from` is open.

@@ -313,6 +313,8 @@ TEST_F(StoreChangesTest, AStoreWhoseTriggersCountedIsTakenOver)
           "journal_message_changed AFTER UPDATE ON messages BEGIN INSERT INTO journal (kind, object, folder) "
           "VALUES (3, NEW.id, NEW.folder); END"})
         Db().Execute("CREATE TRIGGER " + std::string(trigger));
+    for (const char* later : {"searches", "search_scopes", "search_links"})
+        Db().Execute(std::string("DROP TABLE ") + later);
     Db().Execute("PRAGMA user_version = 3");
     Db().Execute("INSERT INTO messages (folder, flags) VALUES (3, 0)");
     Db().Execute("INSERT INTO bags VALUES (" + std::to_string(Db().LastRow()) + ", x'', NULL)");

@@ -230,5 +230,46 @@ TEST_F(StoreEventsTest, AnotherProcessIsHeardByTheClientsThreadOnceItsChangeIsDu
               "created " + Name(own) + " in " + Name(*FInbox)); // nothing of what was not committed
 }
 
+TEST_F(StoreEventsTest, ASearchIsToldWhenItIsDoneAndItsTableFollows)
+{
+    Start(true);
+    auto all = Listen({});
+    Ptr<IMAPIFolder> search;
+    auto finder = OpenFolder(Get(*FStore, tag::Finder).Blob());
+    ASSERT_EQ(
+        finder->CreateFolder(FOLDER_SEARCH, const_cast<char16_t*>(u"s"), nullptr, nullptr, MAPI_UNICODE, Out(search)),
+        S_OK);
+    ASSERT_TRUE(all.sink->WaitForOne());
+    static_cast<void>(all.sink->Take());
+    SPropValue value = Text(tag::Subject, u"h");
+    SRestriction wanted{};
+    wanted.rt = RES_CONTENT;
+    wanted.res.resContent = {FL_PREFIX | FL_IGNORECASE, tag::Subject, &value};
+    const Bytes inbox = Get(*FInbox, tag::EntryId).Blob();
+    SBinary entry{static_cast<ULONG>(inbox.size()), const_cast<std::uint8_t*>(inbox.data())};
+    ENTRYLIST list{1, &entry};
+    ASSERT_EQ(search->SetSearchCriteria(&wanted, &list, SHALLOW_SEARCH), S_OK);
+    ASSERT_TRUE(all.sink->WaitForOne());
+    EXPECT_EQ(all.sink->Take(), (Lines{"searched " + Name(*search) + " in " + Name(*finder),
+                                       "modified " + Name(*search) + " in " + Name(*finder) + " count unread"}));
+    Ptr<IMAPITable> table;
+    ASSERT_EQ(search->GetContentsTable(MAPI_UNICODE, Out(table)), S_OK);
+    ASSERT_EQ(table->SetColumns(Tags{tag::Subject, tag::InstanceKey}, 0), S_OK);
+    const ULONG_PTR connection = Advise(*table, FSink.Get());
+    OtherProcess other(StorePath());
+    ASSERT_EQ(other.Do("add other"), "ok"); // does not fit
+    ASSERT_EQ(other.Do("add hello"), "ok");
+    ASSERT_TRUE(FSink->WaitFor(1));
+    EXPECT_EQ(Describe(FSink->Take()), (std::vector<std::u16string>{u"added hello"}));
+    ASSERT_EQ(other.Do("rename hello"), "ok");
+    ASSERT_TRUE(FSink->WaitFor(1));
+    EXPECT_EQ(Describe(FSink->Take()), (std::vector<std::u16string>{u"modified hello'"}));
+    for (const Props& row : Rows(*table, {tag::EntryId}))
+        Delete(std::get<Bytes>(row[0].data));
+    ASSERT_TRUE(FSink->WaitFor(1));
+    EXPECT_EQ(Describe(FSink->Take()), (std::vector<std::u16string>{u"deleted"}));
+    EXPECT_EQ(table->Unadvise(connection), S_OK);
+}
+
 } // namespace
 } // namespace deftmapi::client::test

@@ -1,0 +1,269 @@
+#include "client/store/SearchFolders.hpp"
+
+#include "client/store/Folder.hpp"
+#include "client/store/MessageRows.hpp"
+#include "client/store/SearchCriteria.hpp"
+
+#include <algorithm>
+#include <set>
+
+namespace deftmapi::client
+{
+namespace
+{
+
+/// Bits of searches.state.
+constexpr std::int64_t Running = 1;
+constexpr std::int64_t Recursive = 2;
+constexpr std::int64_t Foreground = 4;
+
+/// Keys of a map, or values of a list, as a JSON array.
+template <typename List, typename KeyOf>
+std::string JsonOf(const List& rows, KeyOf keyOf)
+{
+    std::string list = "[";
+    for (const auto& row : rows)
+        list.append(list.size() == 1 ? "" : ",").append(std::to_string(keyOf(row)));
+    return list.append("]");
+}
+
+std::string KeysOf(const TouchedMessages& messages)
+{
+    return JsonOf(messages, [](const auto& item) { return item.first; });
+}
+
+std::string ListOf(const std::vector<std::int64_t>& rows)
+{
+    return JsonOf(rows, [](std::int64_t row) { return row; });
+}
+
+} // namespace
+
+struct SearchFolders::Search
+{
+    std::int64_t folder = 0;
+    SearchCriteria criteria;
+    std::shared_ptr<const Restriction> restriction; // null: it cannot be read, and finds nothing more
+};
+
+std::optional<SearchCriteria> SearchFolders::Load(std::int64_t search)
+{
+    SearchCriteria criteria;
+    {
+        Query query = FStore.Db().Prepare("SELECT restriction, state FROM searches WHERE folder = ?1");
+        if (!query.Bind(1, search).Step())
+            return std::nullopt;
+        const auto packed = query.Blob(0);
+        criteria.restriction.assign(packed.begin(), packed.end());
+        criteria.running = (query.Number(1) & Running) != 0;
+        criteria.recursive = (query.Number(1) & Recursive) != 0;
+        criteria.foreground = (query.Number(1) & Foreground) != 0;
+    }
+    Query query = FStore.Db().Prepare("SELECT folder FROM search_scopes WHERE search = ?1");
+    query.Bind(1, search);
+    while (query.Step())
+        criteria.folders.push_back(query.Number(0));
+    return criteria;
+}
+
+void SearchFolders::Save(std::int64_t search, const SearchCriteria& criteria)
+{
+    Database& database = FStore.Db();
+    const std::int64_t state = (criteria.running ? Running : 0) | (criteria.recursive ? Recursive : 0) |
+                               (criteria.foreground ? Foreground : 0);
+    Query save = database.Prepare("INSERT OR REPLACE INTO searches (folder, restriction, state) VALUES (?1, ?2, ?3)");
+    save.Bind(1, search).BindBlob(2, criteria.restriction).Bind(3, state).Run();
+    database.Prepare("DELETE FROM search_scopes WHERE search = ?1").Bind(1, search).Run();
+    Query scope = database.Prepare("INSERT OR IGNORE INTO search_scopes (search, folder) VALUES (?1, ?2)");
+    for (const std::int64_t folder : criteria.folders) {
+        scope.Reset();
+        scope.Bind(1, search).Bind(2, folder).Run();
+    }
+}
+
+void SearchFolders::Fill(std::int64_t search)
+{
+    const auto criteria = Load(search);
+    if (!criteria)
+        return;
+    FStore.Changes().Flush(); // what has been counted until now is counted in what is found here
+    Database& database = FStore.Db();
+    const auto restriction =
+        std::make_shared<const Restriction>(Restriction::Parse(*UnpackRestriction(criteria->restriction, true).Get()));
+    std::set<std::int64_t> folders;
+    for (const std::int64_t folder : criteria->folders) {
+        const auto searched = criteria->recursive ? Subtree(FStore, folder) : std::vector{folder};
+        folders.insert(searched.begin(), searched.end());
+    }
+    const auto count = [&] {
+        Query query = database.Prepare("SELECT count(*), total((m.flags & 1) = 0) FROM search_links l JOIN messages m "
+                                       "ON m.id = l.message WHERE l.search = ?1");
+        query.Bind(1, search).Step();
+        return StoreChanges::Counts{query.Number(0), query.Number(1), 0};
+    };
+    const StoreChanges::Counts before = count();
+    database.Prepare("DELETE FROM search_links WHERE search = ?1").Bind(1, search).Run();
+    for (const std::int64_t folder : folders) {
+        const MessageRows rows{FStore.shared_from_this(), folder, false};
+        const MessageCondition condition(rows, restriction);
+        const auto index = MessageCondition::IndexOf(condition.BestPath());
+        SqlPiece statement{"INSERT INTO search_links (search, message) SELECT ?, m.id FROM messages m", {search}};
+        statement.Add(index.empty() ? " INDEXED BY messages_folder" : index);
+        statement.Add(" WHERE ").Add(rows.Membership()).Add(condition.Sql());
+        Query query = rows.Start(statement);
+        query.Run();
+    }
+    const StoreChanges::Counts after = count();
+    FStore.Changes().Relinked(search, {after.contents - before.contents, after.unread - before.unread, 0});
+    AddToJournal(database, JournalKind::SearchDone, search,
+                 database.Scalar("SELECT parent FROM folders WHERE id = " + std::to_string(search)));
+}
+
+void SearchFolders::Drop(std::int64_t folder)
+{
+    for (const char* sql : {"DELETE FROM search_links WHERE search = ?1", "DELETE FROM searches WHERE folder = ?1",
+                            "DELETE FROM search_scopes WHERE search = ?1 OR folder = ?1"})
+        FStore.Db().Prepare(sql).Bind(1, folder).Run();
+}
+
+void SearchFolders::FolderMoved(std::int64_t folder)
+{
+    if (!IsNeeded())
+        return;
+    for (const std::int64_t below : Subtree(FStore, folder)) {
+        Query query = FStore.Db().Prepare("SELECT id, flags FROM messages WHERE folder = ?1 AND associated = 0");
+        query.Bind(1, below);
+        while (query.Step())
+            FStore.Changes().Rescoped({query.Number(0), below, false, query.Number(1)});
+    }
+}
+
+std::vector<std::int64_t> SearchFolders::Messages(std::int64_t search)
+{
+    std::vector<std::int64_t> rows;
+    Query query = FStore.Db().Prepare("SELECT message FROM search_links WHERE search = ?1");
+    query.Bind(1, search);
+    while (query.Step())
+        rows.push_back(query.Number(0));
+    return rows;
+}
+
+bool SearchFolders::IsNeeded()
+{
+    return FStore.Db().Scalar("SELECT EXISTS (SELECT 1 FROM searches)") != 0;
+}
+
+std::vector<SearchFolders::Search> SearchFolders::LoadAll()
+{
+    std::vector<Search> searches;
+    {
+        Query query = FStore.Db().Prepare("SELECT folder FROM searches");
+        while (query.Step())
+            searches.push_back({query.Number(0), {}, nullptr});
+    }
+    for (Search& search : searches) {
+        if (auto criteria = Load(search.folder))
+            search.criteria = std::move(*criteria);
+        try {
+            const auto packed = UnpackRestriction(search.criteria.restriction, true);
+            search.restriction = std::make_shared<const Restriction>(Restriction::Parse(*packed.Get()));
+        } catch (const Failure&) {
+            search.criteria.running = false; // nobody could save a message any more because of it
+        }
+    }
+    return searches;
+}
+
+bool SearchFolders::IsSearched(const SearchCriteria& criteria, std::int64_t folder)
+{
+    const auto isNamed = [&](std::int64_t row) {
+        return std::find(criteria.folders.begin(), criteria.folders.end(), row) != criteria.folders.end();
+    };
+    while (folder != 0 && !isNamed(folder)) {
+        if (!criteria.recursive)
+            return false;
+        Query query = FStore.Db().Prepare("SELECT parent FROM folders WHERE id = ?1");
+        folder = query.Bind(1, folder).Step() ? query.Number(0) : 0;
+    }
+    return folder != 0;
+}
+
+void SearchFolders::Follow(const TouchedMessages& touched)
+{
+    Database& database = FStore.Db();
+    const std::string list = KeysOf(touched);
+    TouchedMessages now;
+    std::unordered_map<std::int64_t, std::vector<std::int64_t>> shown;
+    {
+        Query query = database.Prepare("SELECT id, folder, flags FROM messages WHERE id IN (SELECT value FROM "
+                                       "json_each(?1)) AND folder IS NOT NULL AND associated = 0");
+        query.BindText(1, list);
+        while (query.Step())
+            now.emplace(query.Number(0), CountedMessage{query.Number(0), query.Number(1), false, query.Number(2)});
+    }
+    {
+        Query query = database.Prepare(
+            "SELECT search, message FROM search_links WHERE message IN (SELECT value FROM json_each(?1))");
+        query.BindText(1, list);
+        while (query.Step())
+            shown[query.Number(0)].push_back(query.Number(1));
+    }
+    for (const Search& search : LoadAll())
+        Follow(search, shown[search.folder], touched, now);
+}
+
+std::vector<std::int64_t> SearchFolders::Fitting(const Search& search, const TouchedMessages& now)
+{
+    std::unordered_map<std::int64_t, bool> searched; // by folder
+    std::vector<std::int64_t> rows;
+    for (const auto& [row, message] : now) {
+        const auto [it, isNew] = searched.try_emplace(message.folder, false);
+        if (isNew)
+            it->second = IsSearched(search.criteria, message.folder);
+        if (it->second)
+            rows.push_back(row);
+    }
+    if (rows.empty())
+        return rows;
+    MessageRows all{FStore.shared_from_this(), search.folder, false};
+    all.isSearch = true;
+    const MessageCondition condition(all, search.restriction);
+    SqlPiece statement{"SELECT m.id FROM messages m NOT INDEXED WHERE m.id IN (SELECT value FROM json_each(?))",
+                       {ListOf(rows)}};
+    Query query = all.Start(statement.Add(condition.Sql()));
+    rows.clear();
+    while (query.Step())
+        rows.push_back(query.Number(0));
+    return rows;
+}
+
+void SearchFolders::Follow(const Search& search, const std::vector<std::int64_t>& shown, const TouchedMessages& before,
+                           const TouchedMessages& now)
+{
+    std::vector<std::int64_t> fitting;
+    if (search.criteria.running)
+        fitting = Fitting(search, now);
+    const std::set<std::int64_t> fits(fitting.begin(), fitting.end());
+    const std::set<std::int64_t> had(shown.begin(), shown.end());
+    StoreChanges& changes = FStore.Changes();
+    for (const std::int64_t row : had) {
+        const CountedMessage& old = before.at(row);
+        const auto it = now.find(row);
+        if (it != now.end() && (!search.criteria.running || fits.contains(row))) {
+            changes.LinkChanged(search.folder, old, it->second.flags);
+            continue;
+        }
+        Query remove = FStore.Db().Prepare("DELETE FROM search_links WHERE search = ?1 AND message = ?2");
+        remove.Bind(1, search.folder).Bind(2, row).Run();
+        changes.LinkRemoved(search.folder, old);
+    }
+    for (const std::int64_t row : fits) {
+        if (had.contains(row))
+            continue;
+        Query add = FStore.Db().Prepare("INSERT INTO search_links (search, message) VALUES (?1, ?2)");
+        add.Bind(1, search.folder).Bind(2, row).Run();
+        changes.LinkAdded(search.folder, now.at(row));
+    }
+}
+
+} // namespace deftmapi::client
