@@ -40,6 +40,7 @@ void AddList(CLI::App& app, Context& context);
 void AddShow(CLI::App& app, Context& context);
 void AddImport(CLI::App& app, Context& context);
 void AddFolders(CLI::App& app, Context& context);
+void AddMove(CLI::App& app, Context& context);
 void AddWatch(CLI::App& app, Context& context);
 void AddDefinitions(CLI::App& app, Context& context);
 

@@ -1,4 +1,4 @@
-// deftmapi mkdir and rm.
+// deftmapi mkdir and rmdir.
 #include "Command.hpp"
 #include "Values.hpp"
 
@@ -31,20 +31,15 @@ void MakeFolder(Context& context, const std::string& path, const std::string& fo
         fmt::print("{}\n", id);
 }
 
-void Remove(Context& context, const std::vector<std::string>& ids)
+/// A folder that is not empty stays unless all of it was meant; the library's error says what is in it.
+void RemoveFolder(Context& context, const std::string& path, bool recursive)
 {
-    std::vector<TKwMAPIEntryID> parsed;
-    for (const std::string& id : ids)
-        parsed.push_back(Context::ParseID(id));
-    Json document = Json::array();
-    for (std::size_t i = 0; i < parsed.size(); ++i) {
-        const auto message = context.Store().OpenMessage(parsed[i], alReadOnly);
-        const TKwMAPIEntryID parent = message->PropByName(PR_PARENT_ENTRYID)->Get_Value();
-        context.Store().OpenFolder(parent, alReadWrite)->DeleteMessage(parsed[i]);
-        document.push_back({{"id", ids[i]}, {"deleted", true}});
-    }
+    const auto folder = context.Folder(path, alReadOnly);
+    const TKwMAPIEntryID id = folder->Get_EntryID();
+    const TKwMAPIEntryID parent = folder->PropByName(PR_PARENT_ENTRYID)->Get_Value();
+    context.Store().OpenFolder(parent, alReadWrite)->DeleteFolder(id, recursive, recursive, false);
     if (context.Options.Json)
-        PrintJson(document);
+        PrintJson({{"id", IDText(id)}, {"deleted", true}});
 }
 
 } // namespace
@@ -62,10 +57,16 @@ void AddFolders(CLI::App& app, Context& context)
     mkdir->add_option("--class", make->Class, "its container class")->capture_default_str();
     mkdir->callback([&context, make] { MakeFolder(context, make->Path, make->Class); });
 
-    const auto ids = std::make_shared<std::vector<std::string>>();
-    CLI::App* rm = app.add_subcommand("rm", "deletes messages");
-    rm->add_option("ID", *ids, "entry identifiers")->required();
-    rm->callback([&context, ids] { Remove(context, *ids); });
+    struct RemoveArguments
+    {
+        std::string Path;
+        bool Recursive = false;
+    };
+    const auto remove = std::make_shared<RemoveArguments>();
+    CLI::App* rmdir = app.add_subcommand("rmdir", "deletes an empty folder");
+    rmdir->add_option("PATH", remove->Path, "the folder, for example //[Inbox]/Project A")->required();
+    rmdir->add_flag("-r,--recursive", remove->Recursive, "with its messages and subfolders");
+    rmdir->callback([&context, remove] { RemoveFolder(context, remove->Path, remove->Recursive); });
 }
 
 } // namespace deftmapi::tool

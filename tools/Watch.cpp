@@ -1,4 +1,5 @@
-// deftmapi watch: one line per change of a folder's contents, until a signal or the count of --count ends it.
+// deftmapi watch: one line per change of a folder's contents, or of anything in the store when no folder is named,
+// until a signal or the count of --count ends it.
 //
 // The client tells of changes on a thread of its own; that thread prints. The main thread waits on a pipe, which the
 // signal handler and the printing thread can both write to.
@@ -6,6 +7,7 @@
 #include "Values.hpp"
 #include "Where.hpp"
 
+#include "mapi/session/uKwMAPIMsgStoreEvents.hpp"
 #include "mapi/table/uKwMAPITableEvents.hpp"
 
 #include <fmt/core.h>
@@ -65,6 +67,21 @@ private:
     inline static int FEnds[2] = {-1, -1}; // of the process: its signal handler has nothing else to go by
 };
 
+/// What an event of the store tells of an object; identifiers that it does not tell are Null.
+struct StoreObject
+{
+    const TKwMAPIEntryID& ID;
+    const TKwMAPIEntryID& Parent;
+    const TKwMAPIEntryID& OldID;
+    const TKwMAPIEntryID& OldParent;
+    IKwMAPIPropList& Properties;
+};
+
+Json OptionalID(const TKwMAPIEntryID& id)
+{
+    return id.IsEmptyOrNull() ? Json() : Json(IDText(id));
+}
+
 /// Prints the events.
 class Printer
 {
@@ -86,6 +103,29 @@ public:
     }
 
     void Event(const char* name) { Count({{"event", name}}, name); }
+
+    void NewMessage(const TKwMAPIEntryID& folder, const TKwMAPIEntryID& id, const WideString& messageClass)
+    {
+        const Json document{
+            {"event", "new"}, {"id", IDText(id)}, {"parent", IDText(folder)}, {"class", KwToUtf8(messageClass)}};
+        Count(document, fmt::format("{:<8}  message  {}  {}", "new", IDText(id), KwToUtf8(messageClass)));
+    }
+
+    void ObjectEvent(const char* name, TKwMAPIObjectType type, const StoreObject& object)
+    {
+        const std::string kind = type == otMessage        ? "message"
+                                 : type == otFolder       ? "folder"
+                                 : type == otMessageStore ? "store"
+                                                          : std::to_string(type);
+        Json document{{"event", name}, {"type", kind}, {"properties", Json::array()}};
+        document["id"] = OptionalID(object.ID);
+        document["parent"] = OptionalID(object.Parent);
+        document["old_id"] = OptionalID(object.OldID);
+        document["old_parent"] = OptionalID(object.OldParent);
+        for (std::int32_t i = 0; i < object.Properties.Get_Count(); ++i)
+            document["properties"].push_back(KwToUtf8(GetPropName(object.Properties.Get_Item(i))));
+        Count(document, fmt::format("{:<8}  {:<7}  {}", name, kind, IDText(object.ID)));
+    }
 
     void RowEvent(const char* name, const TKwBytes& key, IKwMAPIMemoryTable* row)
     {
@@ -129,11 +169,9 @@ private:
     std::int64_t FCountdown;
 };
 
-void Watch(Context& context, const Arguments& arguments, const std::optional<Condition>& condition)
+void WatchFolder(Context& context, const Arguments& arguments, const std::optional<Condition>& condition,
+                 Printer& printer)
 {
-    const StopSignal stop;
-    Printer printer(context.Options.Json, arguments);
-    context.Session().Get_LogonInfo()->Set_MultiThreadedNotifications(true);
     const auto table = context.Folder(arguments.Path, alReadOnly)->GetContentsTable();
     for (const auto& column : printer.Columns())
         table->Get_Fields()->Add(column.second);
@@ -164,22 +202,56 @@ void Watch(Context& context, const Arguments& arguments, const std::optional<Con
     events.Stop();
 }
 
+void WatchStore(Context& context, const Arguments& arguments, Printer& printer)
+{
+    TKwMAPIMsgStoreEvents events;
+    events.OnNewMessage = [&](IKwMAPIMsgStore&, const TKwMAPIEntryID& folder, const TKwMAPIEntryID& id,
+                              const WideString& messageClass) { printer.NewMessage(folder, id, messageClass); };
+    const auto told = [&printer](const char* name) -> TKwMAPIObjectEvent {
+        return [&printer, name](IKwMAPIMsgStore&, const TKwMAPIEntryID& id, TKwMAPIObjectType type,
+                                const TKwMAPIEntryID& parent, const TKwMAPIEntryID& oldID,
+                                const TKwMAPIEntryID& oldParent, IKwMAPIPropList& properties) {
+            printer.ObjectEvent(name, type, {id, parent, oldID, oldParent, properties});
+        };
+    };
+    events.OnObjectCreated = told("created");
+    events.OnObjectDeleted = told("deleted");
+    events.OnObjectModified = told("modified");
+    events.OnObjectMoved = told("moved");
+    events.OnObjectCopied = told("copied");
+    printer.Begin("", [&] { events.Start(context.Store()); });
+    if (arguments.Count != 0)
+        StopSignal::Wait();
+    events.Stop();
+}
+
 } // namespace
 
 void AddWatch(CLI::App& app, Context& context)
 {
     const auto arguments = std::make_shared<Arguments>();
-    CLI::App* command = app.add_subcommand("watch", "one line per change of a folder's contents, until interrupted");
-    command->add_option("PATH", arguments->Path, "the folder, for example //[Inbox]")->required();
-    command->add_option("--columns", arguments->Columns, "PR_… names, separated by commas")->delimiter(',');
+    CLI::App* command =
+        app.add_subcommand("watch", "one line per change in a folder or in the store, until interrupted");
+    CLI::Option* path = command->add_option("PATH", arguments->Path,
+                                            "the folder, for example //[Inbox] (default: everything in the store)");
+    command->add_option("--columns", arguments->Columns, "of the folder's rows: PR_… names, separated by commas")
+        ->delimiter(',')
+        ->needs(path);
     const CLI::Option* where =
-        command->add_option("--where", arguments->Where, "only messages that fit (see ls --help)");
+        command->add_option("--where", arguments->Where, "only messages of the folder that fit (see ls --help)")
+            ->needs(path);
     command->add_option("--count", arguments->Count, "end after this many events")->check(CLI::NonNegativeNumber);
-    command->callback([&context, arguments, where] {
+    command->callback([&context, arguments, path, where] {
         std::optional<Condition> condition;
         if (where->count() != 0)
             condition = ParseWhere(arguments->Where);
-        Watch(context, *arguments, condition);
+        const StopSignal stop;
+        Printer printer(context.Options.Json, *arguments);
+        context.Session().Get_LogonInfo()->Set_MultiThreadedNotifications(true);
+        if (path->count() != 0)
+            WatchFolder(context, *arguments, condition, printer);
+        else
+            WatchStore(context, *arguments, printer);
     });
 }
 

@@ -47,6 +47,7 @@ int main(int argc, char** argv)
     AddShow(app, context);
     AddImport(app, context);
     AddFolders(app, context);
+    AddMove(app, context);
     AddWatch(app, context);
     AddDefinitions(app, context);
 

@@ -199,6 +199,46 @@ TEST_F(CommandTest, ImportsListsShowsAndDeletes)
     EXPECT_EQ(Run("show " + id).Status, 1) << "deleted";
 }
 
+TEST_F(CommandTest, MessagesAndFoldersMoveAreCopiedAndDeleted)
+{
+    CreateProfile();
+    const std::string a = Run("--json mkdir '//[Inbox]/A'").Document()["id"];
+    ASSERT_EQ(Run("mkdir '//[Inbox]/A/Below'").Status, 0);
+    ASSERT_EQ(Run("mkdir '//[Inbox]/B'").Status, 0);
+    const std::string letter = Run("--json import '//[Inbox]/A' " + Write("letter.eml", Letter)).Document()[0]["id"];
+    const auto messages = [this](const std::string& path) {
+        return Run("--json ls '//[Inbox]" + path + "' --columns PR_SUBJECT").Document().size();
+    };
+
+    const Outcome copied = Run("--json cp " + letter + " '//[Inbox]/B'");
+    ASSERT_EQ(copied.Status, 0) << copied.Errors;
+    EXPECT_EQ(copied.Document(), (Json{{"id", letter}, {"copied", true}, {"to", "//[Inbox]/B"}}));
+    EXPECT_EQ(messages("/A") + messages("/B"), 2U);
+    ASSERT_EQ(Run("mv " + letter + " '//[Inbox]/B'").Status, 0);
+    EXPECT_EQ(messages("/A"), 0U);
+    EXPECT_EQ(messages("/B"), 2U);
+    EXPECT_EQ(Run("mv " + letter + " '//[Inbox]/A' --name Other").Status, 2) << "a message has no name";
+    EXPECT_EQ(Run("mv " + letter + " '//[Inbox]/Nowhere'").Status, 1);
+
+    const std::string b = Run("--json tree '//[Inbox]/B'").Document()["id"];
+    const Outcome folder = Run("cp " + b + " '//[Inbox]/A' --name 'Copy of B'");
+    ASSERT_EQ(folder.Status, 0) << folder.Errors;
+    EXPECT_EQ(messages("/A/Copy of B"), 2U);
+    EXPECT_EQ(messages("/B"), 2U);
+    EXPECT_EQ(Run("mv " + a + " '//[Inbox]/A/Below'").Status, 1) << "into itself";
+    ASSERT_EQ(Run("mv " + a + " '//[Inbox]/B'").Status, 0);
+    EXPECT_EQ(messages("/B/A/Copy of B"), 2U);
+    EXPECT_EQ(Run("ls '//[Inbox]/A'").Status, 1) << "moved";
+
+    const Outcome full = Run("rmdir '//[Inbox]/B'");
+    EXPECT_EQ(full.Status, 1);
+    EXPECT_NE(full.Errors.find("The subfolder was not deleted."), std::string::npos) << full.Errors;
+    EXPECT_EQ(messages("/B"), 2U);
+    ASSERT_EQ(Run("rmdir '//[Inbox]/B/A/Below'").Status, 0);
+    ASSERT_EQ(Run("rmdir -r '//[Inbox]/B'").Status, 0);
+    EXPECT_EQ(Run("show " + letter).Status, 1) << "deleted with its folder";
+}
+
 TEST_F(CommandTest, TheProjectsMessagesGoInAndTheTreeCountsThem)
 {
     CreateProfile();
@@ -281,6 +321,33 @@ TEST_F(CommandTest, WatchTellsWhatAnotherProcessChanges)
     EXPECT_EQ(deleted["event"], "deleted");
     EXPECT_EQ(deleted["key"], added["key"]);
     EXPECT_TRUE(next().is_null()) << "two events were asked for";
+}
+
+TEST_F(CommandTest, WatchWithoutAFolderTellsOfTheWholeStore)
+{
+    CreateProfile();
+    const std::string line = Line("--json watch --count 3");
+    const std::unique_ptr<FILE, int (*)(FILE*)> watch(popen(line.c_str(), "r"), pclose);
+    const auto next = [&watch] {
+        std::array<char, 65536> buffer{};
+        return fgets(buffer.data(), buffer.size(), watch.get()) ? Json::parse(buffer.data()) : Json();
+    };
+    EXPECT_EQ(next()["event"], "watching");
+    const std::string made = Run("--json mkdir '//[Draft]/Plans'").Document()["id"];
+    const std::string drafts = Run("--json tree '//[Draft]'").Document()["id"];
+    bool created = false;
+    for (int i = 0; i < 3; ++i) { // the folder above has changed, too
+        const Json event = next();
+        if (event["event"] == "created") {
+            created = true;
+            EXPECT_EQ(event["type"], "folder");
+            EXPECT_EQ(event["id"], made);
+            EXPECT_EQ(event["parent"], drafts);
+            EXPECT_EQ(event["old_id"], nullptr);
+            ASSERT_EQ(Run("rmdir '//[Draft]/Plans'").Status, 0);
+        }
+    }
+    EXPECT_TRUE(created);
 }
 
 TEST_F(CommandTest, Definitions)
