@@ -93,12 +93,6 @@ TEST_F(TTableFailureTest, QueryRowsFailures)
               "TKwMAPITable.QueryRows has raised the following exception:\r\nMAPI_E_CORRUPT_");
 }
 
-class TTestContainer final : public TKwMAPIContainer
-{
-public:
-    explicit TTestContainer(TKwMAPIObject* createdBy) : TKwMAPIContainer(createdBy) {}
-};
-
 TEST_F(TTableFailureTest, CorruptDataOfAnExchangeAddressBookIsExplained)
 {
     const TCaught plain = Failure("EMAPI_CORRUPT_DATA", 0x8004011B,
@@ -116,8 +110,7 @@ TEST_F(TTableFailureTest, CorruptDataOfAnExchangeAddressBookIsExplained)
         for (const mapi::ULONG type : {mapi::MAPI_ABCONT, mapi::MAPI_FOLDER, mapi::MAPI_DISTLIST}) {
             const TKwComPtr<TScriptedProp> object = NewObject();
             object->Bag.Set(LongValue(GetPropTag(PR_OBJECT_TYPE), static_cast<std::int32_t>(type)));
-            const TKwRef<TTestContainer> container = KwMake<TTestContainer>(Session.Get());
-            container->SetSession(Session.Get());
+            const auto container = KwMake<TKwMAPIContainer>(*Session);
             container->SetMAPIOBJECT(object.Get());
             const auto table = KwMake<TKwMAPITable>(*container, Object.Get(), nullptr);
             table->Get_Fields()->Add(PR_MESSAGE_SIZE);
