@@ -22,4 +22,5 @@
 #include "mapi/table/uKwMAPIMemoryTable.hpp"
 #include "mapi/table/uKwMAPITable.hpp"
 #include "mapi/table/uKwMAPITableEvents.hpp"
+#include "mapi/table/uKwSimpleMAPITables.hpp"
 #include "mapi/uKwMAPIInterfaces.hpp"

@@ -1,6 +1,7 @@
 // The stores of a session.
 #include "mapi/headers/uKwMAPIguidH.hpp"
 #include "mapi/session/EntryIDArg.hpp"
+#include "mapi/session/SimpleObjects.hpp"
 #include "mapi/session/uKwDeftMAPI.hpp"
 #include "mapi/session/uKwMAPIMsgStore.hpp"
 #include "mapi/table/uKwMAPITable.hpp"
@@ -103,7 +104,9 @@ TKwRef<IKwMAPIMsgStore> TSession::OpenMsgStore(const TKwMAPIEntryID& entryID, TK
 
 TKwRef<IKwMAPIMsgStore> TSession::OpenDefaultMsgStore(TKwMAPIAccessLevel accessLevel)
 {
-    CheckReady(u"OpenDefaultMsgStore");
+    CheckActive(u"OpenDefaultMsgStore");
+    if (!UsesExtendedMAPI())
+        return KwOpenSimpleStore(*this);
     return OpenMsgStore(GetDefaultMsgStoreID(), accessLevel);
 }
 

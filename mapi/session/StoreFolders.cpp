@@ -3,6 +3,7 @@
 #include "mapi/session/EntryIDArg.hpp"
 #include "mapi/session/SpecialFolders.hpp"
 #include "mapi/session/uKwMAPIMsgStore.hpp"
+#include "mapi/table/uKwSimpleMAPITables.hpp"
 
 namespace deftmapi
 {
@@ -18,15 +19,6 @@ constexpr auto sNoSuchName =
     u"%s.OpenFolderByName failed, because the message store does not have a folder of the type you requested!";
 constexpr auto sNoSpecialFolder = u"There is no special folder %s";
 constexpr auto sNoSuchPath = u"The given path %s does not exist!";
-
-/// Simple MAPI has no identifiers: the type itself stands for the folder.
-TKwMAPIEntryID PseudoFolderID(TKwMAPIFolderType folderType)
-{
-    TKwBytes bytes;
-    for (unsigned shift = 0; shift < 32; shift += 8)
-        bytes.push_back(static_cast<std::uint8_t>(folderType >> shift));
-    return bytes;
-}
 
 } // namespace
 
@@ -59,7 +51,7 @@ TKwMAPIEntryID TKwMAPIMsgStore::ReceiveFolderID(WideView methodName)
 {
     CheckActive(methodName);
     if (!Session()->UsesExtendedMAPI())
-        return PseudoFolderID(ftInbox);
+        return KwSimpleMAPIFolderID(ftInbox);
     mapi::ULONG size = 0;
     TKwMAPIBuffer<mapi::ENTRYID> id(*this);
     const mapi::HRESULT hr = CallGetReceiveFolder(size, id);
@@ -83,7 +75,7 @@ TKwMAPIEntryID TKwMAPIMsgStore::GetContactFolderID()
 {
     CheckActive(u"GetContactFolderID");
     if (!Session()->UsesExtendedMAPI())
-        return PseudoFolderID(ftContact);
+        return KwSimpleMAPIFolderID(ftContact);
     const TKwMAPIEntryID inbox = GetInboxFolderID();
     if (inbox.IsNull())
         return inbox;
@@ -96,7 +88,7 @@ TKwMAPIEntryID TKwMAPIMsgStore::GetFolderID(TKwMAPIFolderType folderType)
     if (!Session()->UsesExtendedMAPI()) {
         if (folderType != ftInbox && folderType != ftOutbox && folderType != ftIPMRoot)
             CreateKwMAPIException(KwNotSupported, sSimpleMAPIFolders)->Raise();
-        return PseudoFolderID(folderType);
+        return KwSimpleMAPIFolderID(folderType);
     }
     const TKwMAPISpecialFolder* special = FindSpecialFolder(folderType);
     if (special == nullptr)
@@ -127,7 +119,10 @@ TKwMAPIEntryID TKwMAPIMsgStore::FolderIDFromInbox(TKwMAPIFolderType folderType)
 
 TKwMAPIEntryID TKwMAPIMsgStore::FindFolderOfClass(WideView containerClass)
 {
-    const auto folders = OpenFolderByType(ftIPMRoot, alBestAccess)->GetHierarchyTable(false);
+    const TKwMAPIEntryID root = GetIPMRootFolderID();
+    if (root.IsNull())
+        return root;
+    const auto folders = OpenFolder(root, alBestAccess)->GetHierarchyTable(false);
     folders->Get_Fields()->Add(PR_ENTRYID);
     folders->Get_Fields()->Add(PR_CONTAINER_CLASS);
     for (folders->First(); !folders->Get_EOF(); folders->Next())

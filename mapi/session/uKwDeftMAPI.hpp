@@ -339,6 +339,9 @@ public:
         TKwMAPISessionBase::CheckLastError(methodName, result);
     }
 
+    /// The session of MAPILogon; 0 unless the session was logged on to Simple MAPI.
+    [[nodiscard]] mapi::LHANDLE SimpleMAPIHandle() const noexcept { return FSessionHandle; }
+
     /// What the client notifies this session of: the end of a shared session that it joined logs it off.
     void OnNotify(mapi::ULONG count, const mapi::NOTIFICATION* notifications);
 

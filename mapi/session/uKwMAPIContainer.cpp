@@ -7,6 +7,7 @@
 #include "mapi/session/AccessLevel.hpp"
 #include "mapi/session/EntryIDArg.hpp"
 #include "mapi/table/uKwMAPITable.hpp"
+#include "mapi/table/uKwSimpleMAPITables.hpp"
 
 namespace deftmapi
 {
@@ -52,7 +53,12 @@ void TKwMAPIContainer::SetOpenedAs(TKwMAPIAccessLevel accessLevel)
 void TKwMAPIContainer::SetMAPIOBJECT(mapi::IUnknown* object)
 {
     TKwMAPIProp::SetMAPIOBJECT(object);
-    FContainerType = object != nullptr ? ContainerTypeOf(PropByName(PR_OBJECT_TYPE)->Get_AsInteger()) : ctUnknown;
+    if (object == nullptr)
+        FContainerType = ctUnknown;
+    else if (Session()->UsesExtendedMAPI())
+        FContainerType = ContainerTypeOf(PropByName(PR_OBJECT_TYPE)->Get_AsInteger());
+    else
+        FContainerType = ctFolder; // Simple MAPI has nothing else
 }
 
 WideString TKwMAPIContainer::Get_ContainerClass()
@@ -106,6 +112,10 @@ TKwComPtr<mapi::IMAPITable> TKwMAPIContainer::OpenHierarchyTable(bool deep)
 
 TKwRef<IKwMAPITable> TKwMAPIContainer::GetHierarchyTable(bool deep)
 {
+    CheckActive(u"GetHierarchyTable");
+    if (!Session()->UsesExtendedMAPI())
+        return KwMake<TKwSimpleMAPIFolderHierachieTable>(
+            *this, static_cast<TKwMAPIFolderType>(PropByName(PR_FOLDER_TYPE)->Get_AsInteger()));
     return KwMake<TKwMAPITable>(*this, OpenHierarchyTable(deep).Get(),
                                 [this, deep] { return OpenHierarchyTable(deep); });
 }

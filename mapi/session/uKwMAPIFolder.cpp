@@ -4,9 +4,12 @@
 #include "mapi/headers/uKwMAPIguidH.hpp"
 #include "mapi/headers/uKwMAPIStoreConstantsH.hpp"
 #include "mapi/session/EntryIDArg.hpp"
+#include "mapi/session/SimpleObjects.hpp"
 #include "mapi/session/SpecialFolders.hpp"
 #include "mapi/session/TextArg.hpp"
+#include "mapi/session/uKwDeftMAPI.hpp"
 #include "mapi/table/uKwMAPITable.hpp"
+#include "mapi/table/uKwSimpleMAPITables.hpp"
 
 namespace deftmapi
 {
@@ -71,6 +74,8 @@ TKwRef<IKwMAPIMsgStore> TKwMAPIFolder::GetMsgStore()
 TKwMAPIFolderType TKwMAPIFolder::Get_FolderType()
 {
     CheckActive(u"Get_FolderType");
+    if (!Session()->UsesExtendedMAPI())
+        return static_cast<TKwMAPIFolderType>(PropByName(PR_FOLDER_TYPE)->Get_AsInteger());
     if (FFolderType == ftPlain)
         FFolderType = TypeByClass();
     if (FFolderType == ftPlain)
@@ -248,6 +253,15 @@ void TKwMAPIFolder::DeleteFolder(const TKwMAPIEntryID& entryID, bool ADeleteMess
 }
 
 // ---- Tables
+
+TKwRef<IKwMAPITable> TKwMAPIFolder::GetContentsTable()
+{
+    CheckActive(u"GetContentsTable");
+    const auto* session = dynamic_cast<TSession*>(Session());
+    if (session != nullptr && KwIsSimpleFolder(Get_MAPIOBJECT()) && Get_FolderType() == ftInbox)
+        return KwMake<TKwSimpleMAPIFolderContentTable>(*this, session->SimpleMAPIHandle(), GetParentWindow());
+    return TKwMAPIContainer::GetContentsTable();
+}
 
 TKwRef<IKwMAPITable> TKwMAPIFolder::GetAssociatedContentsTable()
 {

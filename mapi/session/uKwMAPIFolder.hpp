@@ -63,6 +63,8 @@ public:
     [[nodiscard]] mapi::ULONG Get_MessageStatus(const TKwMAPIEntryID& entryID) override;
     void Set_MessageStatus(const TKwMAPIEntryID& entryID, mapi::ULONG status) override;
 
+    /// On Simple MAPI the Inbox alone can list its messages.
+    [[nodiscard]] TKwRef<IKwMAPITable> GetContentsTable() override;
     [[nodiscard]] TKwRef<IKwMAPITable> GetAssociatedContentsTable() override;
 
     // @throws EMAPI_NOT_SUPPORTED  "This ICS functionality is only available when connected to an Exchange server!"

@@ -6,8 +6,10 @@
 #include "mapi/headers/uKwMAPIStoreConstantsH.hpp"
 #include "mapi/session/AccessLevel.hpp"
 #include "mapi/session/EntryIDArg.hpp"
+#include "mapi/session/SimpleObjects.hpp"
 #include "mapi/session/StoreSink.hpp"
 #include "mapi/session/uKwMAPIFolder.hpp"
+#include "mapi/table/uKwSimpleMAPITables.hpp"
 
 namespace deftmapi
 {
@@ -22,6 +24,7 @@ constexpr auto sEntryNoAccess =
 constexpr auto sStoreReadOnly = u"%s.OpenEntry failed!\r\nAn attempt was made to open an object in read/write mode but "
                                 u"the messagestore is opened in Read Only mode!";
 constexpr auto sEmptyEntryID = u"An invalid (empty) EntryID was specified!";
+constexpr auto sNotInSimpleMAPI = u"The specified FolderID cannot be used in combination with Simple MAPI!";
 constexpr auto sNoContainerID = u"%s.OpenContainer failed!\r\nThere is no PtrEntryID!";
 constexpr auto sNoContainer = u"%s.OpenContainer failed, because the object that was opened is not a container.";
 
@@ -40,7 +43,7 @@ void TKwMAPIMsgStore::SetMAPIOBJECT(mapi::IUnknown* object)
     if (leaving)
         EndAdviseQuietly();
     TKwMAPIProp::SetMAPIOBJECT(object);
-    if (object != nullptr)
+    if (object != nullptr && Session()->UsesExtendedMAPI())
         SetDisableUnicode((SupportMask() & mapi::STORE_UNICODE_OK) == 0);
     if (leaving)
         DoOnSessionLogoff();
@@ -121,6 +124,13 @@ TKwComPtr<mapi::IUnknown> TKwMAPIMsgStore::OpenObject(WideView methodName, const
 
 TKwRef<IKwMAPIFolder> TKwMAPIMsgStore::OpenFolder(const TKwMAPIEntryID& entryID, TKwMAPIAccessLevel accessLevel)
 {
+    CheckActive(u"OpenFolder");
+    if (!Session()->UsesExtendedMAPI()) {
+        const TKwMAPIFolderType type = KwSimpleMAPIFolderType(entryID);
+        if (type != ftInbox && type != ftOutbox && type != ftIPMRoot)
+            CreateKwMAPIException(KwNotSupported, sNotInSimpleMAPI)->Raise();
+        return KwOpenSimpleFolder(*this, type, accessLevel);
+    }
     const auto object = OpenObject(u"OpenFolder", entryID, mapi::IID_IMAPIFolder, accessLevel, mapi::MAPI_FOLDER);
     const auto folder = KwMake<TKwMAPIFolder>(*this);
     folder->SetMAPIOBJECT(object.Get());
@@ -134,6 +144,8 @@ TKwRef<IKwMAPIFolder> TKwMAPIMsgStore::OpenFolder(const TKwMAPIEntryID& entryID,
 bool TKwMAPIMsgStore::CompareEntryIDs(const TKwMAPIEntryID& a, const TKwMAPIEntryID& b)
 {
     CheckActive(u"CompareEntryIDs");
+    if (!Session()->UsesExtendedMAPI())
+        return EntryIDToArr(a) == EntryIDToArr(b);
     return TKwMAPIEntryIDArg::Equal(a, b, [this](TKwMAPIEntryIDArg& first, TKwMAPIEntryIDArg& second) {
         mapi::ULONG equal = 0;
         CheckMAPIResult(*this, u"CompareEntryIDs",

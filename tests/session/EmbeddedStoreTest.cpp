@@ -137,5 +137,45 @@ TEST_F(TEmbeddedStoreTest, ASavedMessageIsLookedAtAndGone)
               "EMAPI_INVALID_PARAMETER");
 }
 
+TEST_F(TEmbeddedStoreTest, EventsOfTheStore)
+{
+    const auto folder = Root->CreateFolder(u"IPF.Note", u"Watched", u"", false);
+    const auto other = Root->CreateFolder(u"IPF.Note", u"Other", u"", false);
+    std::vector<std::string> told;
+    const auto note = [&](const char* event) {
+        return [&told, event, &folder](IKwMAPIMsgStore& store, const TKwMAPIEntryID&, TKwMAPIObjectType type,
+                                       const TKwMAPIEntryID& parentID, const TKwMAPIEntryID&,
+                                       const TKwMAPIEntryID& oldParentID, IKwMAPIPropList&) {
+            if (type != otMessage)
+                return; // the folders change with their counters
+            const bool here = store.CompareEntryIDs(parentID, folder->Get_EntryID());
+            const bool left = store.CompareEntryIDs(oldParentID, folder->Get_EntryID());
+            told.push_back(std::string(event) + (here ? " here" : left ? " away" : " elsewhere"));
+        };
+    };
+    TKwMAPIMsgStoreEvents events;
+    events.OnObjectCreated = note("created");
+    events.OnObjectDeleted = note("deleted");
+    events.OnObjectMoved = note("moved");
+    events.Start(*Store);
+    EXPECT_TRUE(events.GetActive());
+    const auto first = AddMessage(*folder, u"one")->Get_EntryID();
+    const auto second = AddMessage(*folder, u"two")->Get_EntryID();
+    folder->CopyMessage(first, *other, true);
+    folder->DeleteMessage(second);
+    EXPECT_EQ(HrDispatchNotifications(0), 0);
+    EXPECT_EQ(told, (std::vector<std::string>{"created here", "created here", "moved away", "deleted here"}));
+    events.Stop();
+    static_cast<void>(AddMessage(*folder, u"three"));
+    EXPECT_EQ(HrDispatchNotifications(0), 0);
+    EXPECT_EQ(told.size(), 4u);
+
+    bool ended = false;
+    events.OnSessionLogoff = [&](IKwMAPIMsgStore&) { ended = true; };
+    events.Start(*Store);
+    Session->Logoff();
+    EXPECT_TRUE(ended);
+}
+
 } // namespace
 } // namespace deftmapi::test

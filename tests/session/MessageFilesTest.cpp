@@ -4,6 +4,9 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
+#include <fstream>
+
 namespace deftmapi::test
 {
 namespace
@@ -40,9 +43,15 @@ public:
     {
         return Refused;
     }
-    HRESULT DEFTMAPI_STDCALL CopyTo(DWORD, const mapi::IID*, mapi::SNB, mapi::IStorage*) override { return Refused; }
+    HRESULT DEFTMAPI_STDCALL CopyTo(DWORD, const mapi::IID*, mapi::SNB, mapi::IStorage*) override
+    {
+        return Log->Enter("storage.CopyTo", "").value_or(mapi::S_OK);
+    }
     HRESULT DEFTMAPI_STDCALL MoveElementTo(Name, mapi::IStorage*, Name, DWORD) override { return Refused; }
-    HRESULT DEFTMAPI_STDCALL Commit(DWORD) override { return Refused; }
+    HRESULT DEFTMAPI_STDCALL Commit(DWORD flags) override
+    {
+        return Log->Enter("storage.Commit", Hex(flags)).value_or(mapi::S_OK);
+    }
     HRESULT DEFTMAPI_STDCALL Revert() override { return Refused; }
     HRESULT DEFTMAPI_STDCALL EnumElements(DWORD, void*, DWORD, mapi::IEnumSTATSTG**) override { return Refused; }
     HRESULT DEFTMAPI_STDCALL DestroyElement(Name) override { return Refused; }
@@ -189,6 +198,72 @@ TEST_F(TMessageFilesTest, WhatCannotBeOpenedSaysWhy)
     EXPECT_EQ(Catch([&] { static_cast<void>(Session->OpenMsgFile(u"C:\\old.msg", alReadOnly)); }).Message,
               "OpenMsgFile failed!\r\nThere is no structured storage for the file C:\\old.msg: neither the system nor "
               "the MAPI library offers StgOpenStorageEx.");
+}
+
+/// A store, and a message file that is there for the library and for the platform of the test.
+class TStoreFilesTest : public TMessageFilesTest
+{
+protected:
+    TStoreFilesTest()
+    {
+        std::ofstream(Path, std::ios::binary) << "\xD0\xCF\x11\xE0\xA1\xB1\x1A\xE1";
+        File = Path.u16string();
+        Platform.SetFile(File, "x");
+        Client->Stores->AddRow({BinaryValue(GetPropTag(PR_ENTRYID), "STORE"), [] {
+                                    mapi::SPropValue value{};
+                                    value.ulPropTag = GetPropTag(PR_DEFAULT_STORE);
+                                    value.Value.b = 1;
+                                    return value;
+                                }()});
+        Session->Logon();
+        Store = Session->OpenDefaultMsgStore(alReadWrite);
+        Message->Bag.Set(TextValue(GetPropTag(PR_MESSAGE_CLASS), u"IPM.Note"));
+        static_cast<void>(Take());
+    }
+    ~TStoreFilesTest() override { std::filesystem::remove(Path); }
+
+    const std::filesystem::path Path =
+        std::filesystem::temp_directory_path() /
+        ("deftmapi-message-" + std::to_string(reinterpret_cast<std::uintptr_t>(this)) + ".msg");
+    WideString File;
+    TKwRef<IKwMAPIMsgStore> Store;
+};
+
+TEST_F(TStoreFilesTest, SavedAndImported)
+{
+    EXPECT_EQ(Catch([&] { static_cast<void>(Store->OpenSavedMessage(File, alReadOnly)); }).Code, 0x80040102u)
+        << "this client has no structured storage";
+    GiveStorage();
+    EXPECT_EQ(Store->OpenSavedMessage(File, alReadWrite)->Get_MAPIOBJECT(), Message.Get());
+
+    const auto inbox = Store->OpenFolderByType(ftInbox, alReadWrite);
+    static_cast<void>(Take());
+    Calls->Next("message.CopyTo", mapi::S_OK);
+    const auto imported = inbox->ImportMessage(File);
+    EXPECT_NE(imported->Get_MAPIOBJECT(), Message.Get());
+    const std::string calls = Take();
+    EXPECT_NE(calls.find("message.CopyTo([0x0FFF0102,0x0FF90102,0x0E090102,0x0FFB0102,0x0FFA0102],0x00000000)"),
+              std::string::npos);
+    EXPECT_LT(calls.find("CopyTo"), calls.find("SaveChanges"));
+    Calls->Next("message.CopyTo", mapi::MAPI_E_CORRUPT_DATA);
+    EXPECT_EQ(Catch([&] { static_cast<void>(inbox->ImportMessage(File)); }).ClassName, "EMAPI_CORRUPT_DATA");
+    EXPECT_EQ(Calls->Count("message.SaveChanges"), 0u) << "nothing is left behind";
+    const std::ofstream text(Path, std::ios::binary); // empty: no compound file
+    EXPECT_EQ(Catch([&] { static_cast<void>(inbox->ImportMessage(File)); }).Message,
+              "The IConverterSession is not supported by your Outlook version!");
+}
+
+TEST_F(TStoreFilesTest, Dropped)
+{
+    GiveStorage();
+    const TKwComPtr<TScriptedStorage> storage(new TScriptedStorage);
+    EXPECT_EQ(Store->OpenDroppedMessage(*storage, alBestAccess)->Get_AccessLevel(), alReadWrite);
+    static_cast<void>(TakeCalls());
+    Store->SaveDroppedMessage(*storage, u"C:\\dropped.msg");
+    EXPECT_EQ(TakeCalls(), "StgCreateStorageEx(C:\\dropped.msg,0x00010012)\nSetClass(message)\nstorage.CopyTo()\n"
+                           "storage.Commit(0x00000000)\nstorage released()\n");
+    EXPECT_EQ(Catch([&] { Store->SaveDroppedMessage(*storage, File); }).Message,
+              "TKwMAPIMsgStore.SaveDroppedMessage failed!\r\nThe file " + Path.string() + " exists already.");
 }
 
 } // namespace

@@ -115,9 +115,9 @@ mapi::HRESULT TScriptedMAPISession::OpenMsgStore(mapi::ULONG_PTR window, mapi::U
 mapi::HRESULT TScriptedMAPISession::OpenAddressBook(mapi::ULONG_PTR window, mapi::LPCIID, mapi::ULONG flags,
                                                     mapi::LPADRBOOK* book)
 {
-    *book = nullptr;
+    *book = TKwComPtr<mapi::IAddrBook>(AddressBook).Detach();
     return FCalls->Enter("OpenAddressBook", std::to_string(window) + "," + Hex(flags))
-        .value_or(mapi::MAPI_E_NO_SUPPORT);
+        .value_or(*book != nullptr ? mapi::S_OK : mapi::MAPI_E_NO_SUPPORT);
 }
 
 mapi::HRESULT TScriptedMAPISession::OpenProfileSection(mapi::LPMAPIUID uid, mapi::LPCIID, mapi::ULONG flags,

@@ -45,6 +45,7 @@ public:
     TKwComPtr<TScriptedStore> Store;           ///< what OpenMsgStore gives
     TKwComPtr<TScriptedServiceAdmin> Services; ///< null: no service administration
     TKwComPtr<TScriptedTable> Status;
+    TKwComPtr<mapi::IAddrBook> AddressBook; ///< null: none can be opened
     TScriptedSections Sections;
     std::map<std::string, TScriptedStore::TEntry> Entries; ///< what OpenEntry gives, by the bytes of the identifier
     std::string Identity;                                  ///< of the user; empty: no service supplies one

@@ -192,6 +192,136 @@ TEST_F(TMsgStoreTest, OpeningAndItsFailures)
               "You don't have readwrite access!");
 }
 
+TEST_F(TMsgStoreTest, ShortWaysToFolderIDs)
+{
+    mapi::ULONG size = 0;
+    TKwMAPIBuffer<mapi::ENTRYID> id;
+    Store->GetReceiveFolder(size, id);
+    EXPECT_EQ(HexOf(size, id.Get()), "494E424F58");
+    Calls->Next("GetReceiveFolder", mapi::MAPI_E_NO_SUPPORT);
+    EXPECT_EQ(Store->GetReceiveFolder(), mapi::MAPI_E_NO_SUPPORT);
+    EXPECT_EQ(Store->GetReceiveFolder(), mapi::S_OK);
+    Calls->Next("GetReceiveFolder", mapi::MAPI_E_NO_SUPPORT);
+    EXPECT_EQ(Catch([&] { Store->GetReceiveFolder(size, id); }).Message.substr(0, 32),
+              "TKwMAPIMsgStore.GetReceiveFolder");
+
+    InboxObject->Bag.Set(BinaryValue(GetPropTag(PR_IPM_CONTACT_ENTRYID), "PEOPLE"));
+    EXPECT_EQ(Store->GetContactFolderID(), ID("PEOPLE"));
+    Calls->Next("GetReceiveFolder", mapi::MAPI_E_NO_SUPPORT);
+    EXPECT_TRUE(Store->GetContactFolderID().IsNull());
+    Object->Bag.Set(BinaryValue(GetPropTag(PR_IPM_SENTMAIL_ENTRYID), "SENT"));
+    Object->Bag.Set(BinaryValue(GetPropTag(PR_COMMON_VIEWS_ENTRYID), "COMMON"));
+    Store = OpenStore(alReadOnly);
+    EXPECT_EQ(Store->GetSentItemsFolderID(), ID("SENT"));
+    EXPECT_EQ(Store->GetCommonFolderID(), ID("COMMON"));
+    EXPECT_TRUE(Store->GetPersonalFolderID().IsNull());
+}
+
+TEST_F(TMsgStoreTest, ContainersAndMessages)
+{
+    Object->AddFolder("DL")->Bag.Set(
+        LongValue(GetPropTag(PR_OBJECT_TYPE), static_cast<std::int32_t>(mapi::MAPI_DISTLIST)));
+    Object->Entries["DL"].Type = mapi::MAPI_DISTLIST;
+    Object->Entries["M"] = {mapi::MAPI_MESSAGE, TKwComPtr<mapi::IUnknown>(new TScriptedMessage(Calls))};
+    EXPECT_EQ(Store->OpenContainer(ID("DL"), alReadOnly)->Get_ContainerType(), ctDistList);
+    EXPECT_EQ(Store->OpenContainer(ID("INBOX"), alReadWrite)->GetClassName(), u"TKwMAPIFolder");
+    EXPECT_EQ(Catch([&] { static_cast<void>(Store->OpenContainer(ID("M"), alReadOnly)); }).Message,
+              "TKwMAPIMsgStore.OpenContainer failed, because the object that was opened is not a container.");
+    EXPECT_EQ(Catch([&] { static_cast<void>(Store->OpenContainer(TKwNull{}, alReadOnly)); }),
+              Failure("EMAPI_INVALID_PARAMETER", 0x80070057,
+                      "TKwMAPIMsgStore.OpenContainer failed!\r\nThere is no PtrEntryID!"));
+
+    TKwRef<IKwMAPIMessage> message;
+    EXPECT_TRUE(Store->FindMessage(ID("M"), alReadWrite, message));
+    EXPECT_EQ(message->Get_MAPIOBJECT(), Object->Entries["M"].Object.Get());
+    EXPECT_EQ(Store->OpenRawMessage(ID("M"), alReadOnly).Get(), Object->Entries["M"].Object.Get());
+    EXPECT_FALSE(Store->FindMessage(ID("X"), alReadOnly, message));
+    EXPECT_EQ(message, nullptr);
+    Calls->Next("OpenEntry", mapi::MAPI_E_NO_ACCESS);
+    EXPECT_EQ(Catch([&] { Store->FindMessage(ID("M"), alReadOnly, message); }).ClassName, "EMAPI_NO_ACCESS");
+    EXPECT_EQ(Catch([&] { OpenStore(alReadOnly)->FindMessage(ID("M"), alReadWrite, message); }).Message,
+              "TKwMAPIMsgStore.OpenEntry failed!\r\nAn attempt was made to open an object in read/write mode but the "
+              "messagestore is opened in Read Only mode!");
+    EXPECT_EQ(Store->CreateMessage(ftInbox, u"IPM.Note.X")->Get_MessageClass(), u"IPM.Note.X");
+}
+
+TEST_F(TMsgStoreTest, FromOutlooksAddressBook)
+{
+    const std::string uid = "0123456789ABCDEF";
+    const std::string root = std::string(4, '\0') + uid + "ROOT";
+    const std::string people = std::string(4, '\0') + uid + "PEOPLE";
+    SetFolderProperty(Object->Bag, PR_IPM_SUBTREE_ENTRYID, root);
+    Object->AddFolder(people, u"People");
+    Object->Entries[people + "1"] = {mapi::MAPI_MESSAGE, TKwComPtr<mapi::IUnknown>(new TScriptedMessage(Calls))};
+    Store = OpenStore(alReadWrite);
+    const auto entry = [](char type, const std::string& rest) {
+        return ArrToEntryID([&] {
+            TKwBytes bytes = EntryIDToArr(StrToEntryID(u"00000000FE42AA0A18C71A10E8850B651C24000003000000"));
+            for (const char byte : std::string{type, '\0', '\0', '\0'} + rest)
+                bytes.push_back(static_cast<std::uint8_t>(byte));
+            return bytes;
+        }());
+    };
+    const auto person = [](const std::string& id) {
+        return std::string(4, '\0') + static_cast<char>(id.size()) + std::string(3, '\0') + id;
+    };
+    const std::string instance(16, 'i');
+    EXPECT_EQ(NameOf(Store->FindABFolder(entry(3, instance + people), alReadOnly)), "People");
+    EXPECT_EQ(Store->FindABContact(entry(4, person(people + "1")), alReadOnly)->Get_MAPIOBJECT(),
+              Object->Entries[people + "1"].Object.Get());
+    EXPECT_EQ(Store->FindABDistList(entry(5, person(people + "1")), alReadOnly)->Get_AccessLevel(), alReadOnly);
+
+    const auto failure = [&](const TKwMAPIEntryID& id) {
+        const TCaught caught = Catch([&] { static_cast<void>(Store->FindABFolder(id, alReadOnly)); });
+        EXPECT_EQ(caught.Code, 0x80070057u);
+        return caught.Message;
+    };
+    EXPECT_EQ(failure(ID("other")), "The provided ABContainer must ben an Outlook Addressbook Container!");
+    EXPECT_EQ(failure(entry(4, person(people))), "The provided ABContainer must ben an Outlook Addressbook Container!");
+    EXPECT_EQ(failure(entry(3, instance + "short")), "The provided ABContainer contains an unexpected EntryID!");
+    EXPECT_EQ(failure(entry(3, instance + std::string(24, 'x'))),
+              "The provided ABContainer belongs to a different messagestore!");
+    EXPECT_EQ(Catch([&] {
+                  static_cast<void>(Store->FindABContact(entry(4, person(people).substr(0, 20)), alReadOnly));
+              }).Message,
+              "The provided ABContainer contains an unexpected EntryID!");
+}
+
+TEST_F(TMsgStoreTest, WhatExchangeStoresHave)
+{
+    const auto bytes = [](const mapi::MAPIUID& uid) {
+        return std::string(reinterpret_cast<const char*>(&uid), sizeof uid);
+    };
+    const auto reopen = [&](const mapi::MAPIUID& provider) {
+        Object->Bag.Set(BinaryValue(GetPropTag(PR_MDB_PROVIDER), bytes(provider)));
+        Store = OpenStore(alReadWrite);
+        return Store->Get_ExchangeStoreType();
+    };
+    EXPECT_EQ(Store->Get_ExchangeStoreType(), etNone);
+    EXPECT_EQ(reopen(mapi::pbExchangeProviderPublicGuid), etPublicFolders);
+    EXPECT_EQ(Catch([&] { static_cast<void>(Store->OpenOOF()); }).Code, 26u);
+    EXPECT_EQ(reopen(mapi::pbExchangeProviderDelegateGuid), etOtherMailbox);
+    EXPECT_EQ(reopen(mapi::pbExchangeProviderPrimaryUserGuid), etPrimaryMailbox);
+
+    const auto oof = Store->OpenOOF();
+    EXPECT_FALSE(oof->Get_OutOfOffice());
+    oof->Set_OutOfOffice(true);
+    EXPECT_TRUE(oof->Get_OutOfOffice());
+    EXPECT_EQ(oof->Get_Text(), u"");
+    oof->Set_Text(u"Away");
+    const std::string reply = InboxObject->NewMessage->Bag.Text();
+    EXPECT_NE(reply.find("\"IPM.Note.Rules.OofTemplate.Microsoft\""), std::string::npos);
+    EXPECT_NE(reply.find("\"Away\""), std::string::npos);
+    EXPECT_EQ(Calls->Count("message.SaveChanges"), 1u);
+    EXPECT_EQ(Store->GetMRMConfig(), u"");
+    const TKwComPtr<TScriptedMessage> config(new TScriptedMessage(Calls));
+    config->Bag.Set(BinaryValue(0x7C080102, "<Retention\xC3\x84/>"));
+    Object->Entries["C"] = {mapi::MAPI_MESSAGE, TKwComPtr<mapi::IUnknown>(config.Get())};
+    InboxObject->Associated->AddRow(
+        {BinaryValue(GetPropTag(PR_ENTRYID), "C"), TextValue(GetPropTag(PR_MESSAGE_CLASS), u"ipm.configuration.mrm")});
+    EXPECT_EQ(Store->GetMRMConfig(), u"<RetentionÄ/>");
+}
+
 TEST_F(TMsgStoreTest, ObjectsKeepWhatTheyComeFromAlive)
 {
     const auto folder = OpenInbox();

@@ -1,0 +1,239 @@
+// Contacts folders in Outlook's own address book, and the public folders that do not notify: what a store and its
+// folders need a whole session for.
+#include "mapi/DeftMAPI.hpp"
+#include "mapi/headers/uKwEdkGuidH.hpp"
+#include "mapi/headers/uKwMAPIStoreConstantsH.hpp"
+#include "tests/session/ScriptedClient.hpp"
+
+#include <gtest/gtest.h>
+
+namespace deftmapi::test
+{
+namespace
+{
+
+using mapi::HRESULT;
+using mapi::ULONG;
+
+/// An entry identifier of that address book.
+std::string Entry(char type, const std::string& rest)
+{
+    const TKwBytes prefix = EntryIDToArr(StrToEntryID(u"00000000FE42AA0A18C71A10E8850B651C24000003000000"));
+    return std::string(prefix.begin(), prefix.end()) + type + std::string(3, '\0') + std::string(16, 'i') + rest;
+}
+
+class TScriptedABContainer final : public TScriptedPropOf<mapi::IABContainer>
+{
+public:
+    TScriptedABContainer(TCallsRef calls, std::string label)
+        : TScriptedPropOf(calls, {mapi::IID_IMAPIProp, mapi::IID_IMAPIContainer, mapi::IID_IABContainer}, label),
+          Hierarchy(new TScriptedTable(calls)), NewEntry(new TScriptedProp(calls, "entry."))
+    {
+        Bag.Set(LongValue(GetPropTag(PR_OBJECT_TYPE), static_cast<std::int32_t>(mapi::MAPI_ABCONT)));
+    }
+    TKwComPtr<TScriptedTable> Hierarchy;
+    TKwComPtr<TScriptedProp> NewEntry;
+
+    HRESULT DEFTMAPI_STDCALL GetContentsTable(ULONG, mapi::LPMAPITABLE*) override { return No("GetContentsTable"); }
+    HRESULT DEFTMAPI_STDCALL GetHierarchyTable(ULONG flags, mapi::LPMAPITABLE* table) override
+    {
+        Bag.Enter("GetHierarchyTable", Hex(flags));
+        *table = TKwComPtr<mapi::IMAPITable>(Hierarchy.Get()).Detach();
+        return mapi::S_OK;
+    }
+    HRESULT DEFTMAPI_STDCALL OpenEntry(ULONG, mapi::LPENTRYID, mapi::LPCIID, ULONG, ULONG*, mapi::LPUNKNOWN*) override
+    {
+        return No("OpenEntry");
+    }
+    HRESULT DEFTMAPI_STDCALL SetSearchCriteria(mapi::LPSRestriction, mapi::LPENTRYLIST, ULONG) override
+    {
+        return No("SetSearchCriteria");
+    }
+    HRESULT DEFTMAPI_STDCALL GetSearchCriteria(ULONG, mapi::LPSRestriction*, mapi::LPENTRYLIST*, ULONG*) override
+    {
+        return No("GetSearchCriteria");
+    }
+    HRESULT DEFTMAPI_STDCALL CreateEntry(ULONG size, mapi::LPENTRYID id, ULONG flags, mapi::LPMAPIPROP* entry) override
+    {
+        if (const auto result = Bag.Enter("CreateEntry", HexOf(size, id) + "," + Hex(flags)))
+            return *result;
+        *entry = TKwComPtr<mapi::IMAPIProp>(NewEntry.Get()).Detach();
+        return mapi::S_OK;
+    }
+    HRESULT DEFTMAPI_STDCALL CopyEntries(mapi::LPENTRYLIST, mapi::ULONG_PTR, mapi::LPMAPIPROGRESS, ULONG) override
+    {
+        return No("CopyEntries");
+    }
+    HRESULT DEFTMAPI_STDCALL DeleteEntries(mapi::LPENTRYLIST list, ULONG flags) override
+    {
+        return Bag.Enter("DeleteEntries", HexOf(list->lpbin[0].cb, list->lpbin[0].lpb) + "," + Hex(flags))
+            .value_or(mapi::S_OK);
+    }
+    HRESULT DEFTMAPI_STDCALL ResolveNames(mapi::LPSPropTagArray, ULONG, mapi::LPADRLIST, mapi::LPFlagList) override
+    {
+        return No("ResolveNames");
+    }
+
+private:
+    HRESULT No(const char* method) { return Bag.Refuse(method, ""); }
+};
+
+class TScriptedAddrBook final : public TScriptedPropOf<mapi::IAddrBook>
+{
+public:
+    explicit TScriptedAddrBook(TCallsRef calls)
+        : TScriptedPropOf(calls, {mapi::IID_IMAPIProp, mapi::IID_IAddrBook}, "book."),
+          Root(new TScriptedABContainer(calls, "root.")), Outlook(new TScriptedABContainer(calls, "outlook."))
+    {}
+    TKwComPtr<TScriptedABContainer> Root;
+    TKwComPtr<TScriptedABContainer> Outlook; ///< every other container
+
+    HRESULT DEFTMAPI_STDCALL OpenEntry(ULONG size, mapi::LPENTRYID, mapi::LPCIID, ULONG flags, ULONG* type,
+                                       mapi::LPUNKNOWN* object) override
+    {
+        if (const auto result = Bag.Enter("OpenEntry", std::to_string(size) + "," + Hex(flags)))
+            return *result;
+        *type = mapi::MAPI_ABCONT;
+        *object = TKwComPtr<mapi::IUnknown>((size == 0 ? Root : Outlook).Get()).Detach();
+        return mapi::S_OK;
+    }
+    HRESULT DEFTMAPI_STDCALL CompareEntryIDs(ULONG, mapi::LPENTRYID, ULONG, mapi::LPENTRYID, ULONG, ULONG*) override
+    {
+        return No();
+    }
+    HRESULT DEFTMAPI_STDCALL Advise(ULONG, mapi::LPENTRYID, ULONG, mapi::LPMAPIADVISESINK, mapi::ULONG_PTR*) override
+    {
+        return No();
+    }
+    HRESULT DEFTMAPI_STDCALL Unadvise(mapi::ULONG_PTR) override { return No(); }
+    HRESULT DEFTMAPI_STDCALL CreateOneOff(mapi::LPTSTR, mapi::LPTSTR, mapi::LPTSTR, ULONG, ULONG*,
+                                          mapi::LPENTRYID*) override
+    {
+        return No();
+    }
+    HRESULT DEFTMAPI_STDCALL NewEntry(mapi::ULONG_PTR, ULONG, ULONG, mapi::LPENTRYID, ULONG, mapi::LPENTRYID, ULONG*,
+                                      mapi::LPENTRYID*) override
+    {
+        return No();
+    }
+    HRESULT DEFTMAPI_STDCALL ResolveName(mapi::ULONG_PTR, ULONG, mapi::LPTSTR, mapi::LPADRLIST) override
+    {
+        return No();
+    }
+    HRESULT DEFTMAPI_STDCALL Address(mapi::ULONG_PTR*, mapi::LPADRPARM, mapi::LPADRLIST*) override { return No(); }
+    HRESULT DEFTMAPI_STDCALL Details(mapi::ULONG_PTR*, mapi::LPFNDISMISS, mapi::LPVOID, ULONG, mapi::LPENTRYID,
+                                     mapi::LPFNBUTTON, mapi::LPVOID, mapi::LPTSTR, ULONG) override
+    {
+        return No();
+    }
+    HRESULT DEFTMAPI_STDCALL RecipOptions(mapi::ULONG_PTR, ULONG, mapi::LPADRENTRY) override { return No(); }
+    HRESULT DEFTMAPI_STDCALL QueryDefaultRecipOpt(mapi::LPTSTR, ULONG, ULONG*, mapi::LPSPropValue*) override
+    {
+        return No();
+    }
+    HRESULT DEFTMAPI_STDCALL GetPAB(ULONG*, mapi::LPENTRYID*) override { return No(); }
+    HRESULT DEFTMAPI_STDCALL SetPAB(ULONG, mapi::LPENTRYID) override { return No(); }
+    HRESULT DEFTMAPI_STDCALL GetDefaultDir(ULONG*, mapi::LPENTRYID*) override { return No(); }
+    HRESULT DEFTMAPI_STDCALL SetDefaultDir(ULONG, mapi::LPENTRYID) override { return No(); }
+    HRESULT DEFTMAPI_STDCALL GetSearchPath(ULONG, mapi::LPSRowSet*) override { return No(); }
+    HRESULT DEFTMAPI_STDCALL SetSearchPath(ULONG, mapi::LPSRowSet) override { return No(); }
+    HRESULT DEFTMAPI_STDCALL PrepareRecips(ULONG, mapi::LPSPropTagArray, mapi::LPADRLIST) override { return No(); }
+
+private:
+    static HRESULT No() { return mapi::MAPI_E_NO_SUPPORT; }
+};
+
+class TFolderAddressBookTest : public TScriptedClientTest
+{
+protected:
+    TFolderAddressBookTest() : Book(new TScriptedAddrBook(Calls)), Session(KwMake<TSession>())
+    {
+        Client->AddressBook = TKwComPtr<mapi::IAddrBook>(Book.Get());
+        Client->Stores->AddRow({BinaryValue(GetPropTag(PR_ENTRYID), "STORE"), Default(),
+                                BinaryValue(GetPropTag(PR_MDB_PROVIDER), Provider)});
+        Session->Set_MAPIClient(ClientName);
+        Session->Logon();
+        Store = Session->OpenDefaultMsgStore(alReadWrite);
+        Inbox = Store->OpenFolderByType(ftInbox, alReadWrite);
+        Inbox->Set_ContainerClass(u"ipf.contact");
+        static_cast<void>(Take());
+    }
+    static mapi::SPropValue Default()
+    {
+        mapi::SPropValue value{};
+        value.ulPropTag = GetPropTag(PR_DEFAULT_STORE);
+        value.Value.b = 1;
+        return value;
+    }
+    void List(const std::string& id) { Book->Root->Hierarchy->AddRow({BinaryValue(GetPropTag(PR_ENTRYID), id)}); }
+    /// The calls that change the address book.
+    [[nodiscard]] std::string Changes()
+    {
+        std::string text;
+        for (const std::string& line : Calls->Lines())
+            for (const char* method : {"Entry(", "Entries(", "CopyTo(", "entry."})
+                if (line.find(method) != std::string::npos && !line.starts_with("book.OpenEntry(0,")) {
+                    text += line + "\n";
+                    break;
+                }
+        static_cast<void>(Take());
+        return text;
+    }
+
+    std::string Provider = std::string(16, 'p');
+    TKwComPtr<TScriptedAddrBook> Book;
+    TKwRef<TSession> Session;
+    TKwRef<IKwMAPIMsgStore> Store;
+    TKwRef<IKwMAPIFolder> Inbox;
+};
+
+TEST_F(TFolderAddressBookTest, AContactsFolderIsListedAndNotAnyMore)
+{
+    EXPECT_FALSE(Inbox->Get_OutlookAddressbookFolder());
+    EXPECT_EQ(Catch([&] { Inbox->Set_OutlookAddressbookFolder(true); }).ClassName, "EMAPI_NOT_FOUND");
+    List("somebody else's");
+    List(Entry(1, ""));
+    List(Entry(3, "OTHER"));
+    static_cast<void>(Take());
+    Inbox->Set_OutlookAddressbookFolder(false); // it is not there
+    EXPECT_EQ(Changes().find("Entries("), std::string::npos);
+    Calls->Next("INBOX.CopyTo", mapi::S_OK);
+    Inbox->Set_OutlookAddressbookFolder(true);
+    EXPECT_EQ(Changes(), "book.OpenEntry(44,0x00000001)\noutlook.CreateEntry(494E424F58,0x00000000)\n"
+                         "INBOX.CopyTo(all,0x00000000)\nentry.SaveChanges(0x00000000)\n");
+
+    List(Entry(3, "INBOX"));
+    EXPECT_TRUE(Inbox->Get_OutlookAddressbookFolder());
+    static_cast<void>(Take());
+    Inbox->Set_OutlookAddressbookFolder(false);
+    EXPECT_NE(Changes().find("outlook.DeleteEntries("), std::string::npos);
+    Calls->Next("outlook.DeleteEntries", mapi::MAPI_E_NO_ACCESS);
+    EXPECT_EQ(Catch([&] { Inbox->Set_OutlookAddressbookFolder(false); }).Message.substr(0, 58),
+              "TKwMAPIFolder.Set_OutlookAddressbookFolder::DeleteEntries ");
+    Inbox->Set_ContainerClass(u"IPF.Note");
+    EXPECT_EQ(Catch([&] { Inbox->Set_OutlookAddressbookFolder(true); }).Message,
+              "The Set_OutlookAddressbookFolder can only be used for folders of type IPF.Contact!");
+}
+
+TEST_F(TFolderAddressBookTest, PublicFoldersDoNotNotify)
+{
+    Client->Store->Bag.Set(LongValue(GetPropTag(PR_STORE_SUPPORT_MASK),
+                                     static_cast<std::int32_t>(mapi::STORE_UNICODE_OK | mapi::STORE_NOTIFY_OK)));
+    Client->Store->Bag.Set(BinaryValue(GetPropTag(PR_ENTRYID), "STORE"));
+    const auto* uid = reinterpret_cast<const char*>(&mapi::pbExchangeProviderPublicGuid);
+    const std::string provider(uid, sizeof mapi::pbExchangeProviderPublicGuid);
+    TKwMAPIMsgStoreEvents events;
+    Store = Session->OpenDefaultMsgStore(alReadWrite);
+    events.Start(*Store);
+    EXPECT_TRUE(events.GetActive());
+    events.Stop();
+    Client->Stores->AddRow(
+        {BinaryValue(GetPropTag(PR_ENTRYID), "PUBLIC"), BinaryValue(GetPropTag(PR_MDB_PROVIDER), provider)});
+    const TCaught caught = Catch([&] { events.Start(*Store); }); // this client calls all identifiers the same
+    EXPECT_EQ(caught.Message, "The public folders messagestore does not support notifications!");
+    EXPECT_EQ(caught.Code, 26u);
+    EXPECT_FALSE(events.GetActive());
+}
+
+} // namespace
+} // namespace deftmapi::test
