@@ -263,7 +263,10 @@ private:
             FOrder.Add(sort.ulPropTag & mapi::MV_INSTANCE ? ", j.value)" : ", 0)");
             FOrder.AddValue(FCalls.back().get()).Add(" COLLATE deft_fold").Add(direction);
         }
-        // Computed properties are the same for all rows or follow the row identifier, which is the last key anyway.
+        if (FRows.isSearch && id == tag::ParentEntryId >> 16)
+            FOrder.Add("m.folder").Add(direction);
+        // Other computed properties are the same for all rows or follow the row identifier, which is the last key
+        // anyway.
     }
 
     /// The keys of some rows as a JSON array.

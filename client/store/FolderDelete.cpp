@@ -1,7 +1,6 @@
 // How folders and messages go: deleting a folder and emptying one. Each is one transaction, however large: who is
 // killed in the middle has deleted nothing, and nobody can move a folder out of what is being deleted.
-#include "client/store/Folder.hpp"
-#include "client/store/Progress.hpp"
+#include "client/store/Transfer.hpp"
 
 namespace deftmapi::client
 {
@@ -26,17 +25,6 @@ void DeleteMessagesIn(StoreFile& store, std::int64_t folder, bool withAssociated
         DeleteMessageRow(store, row);
         meter.Step();
     }
-}
-
-/// Messages and folders that go with these folders.
-std::int64_t CountSteps(StoreFile& store, const std::vector<std::int64_t>& folders)
-{
-    std::int64_t count = 0;
-    for (const std::int64_t folder : folders) {
-        const FolderRow state = LoadFolder(store, folder);
-        count += 1 + state.contents + state.associated;
-    }
-    return count;
 }
 
 } // namespace

@@ -38,17 +38,6 @@ void MoveFolder(StoreFile& store, std::int64_t row, std::int64_t parent, const W
     update.Bind(5, Now()).Run();
 }
 
-/// Messages and folders in and below a folder, or in the folder alone: the steps of a copy.
-std::int64_t CountAll(StoreFile& store, std::int64_t row, bool deep)
-{
-    std::int64_t count = 0;
-    for (const std::int64_t folder : deep ? Subtree(store, row) : std::vector{row}) {
-        const FolderRow state = LoadFolder(store, folder);
-        count += 1 + state.contents + state.associated;
-    }
-    return count;
-}
-
 } // namespace
 
 std::vector<std::int64_t> ChildFolders(StoreFile& store, std::int64_t row)
@@ -69,6 +58,16 @@ std::vector<std::int64_t> Subtree(StoreFile& store, std::int64_t row)
         rows.insert(rows.end(), children.begin(), children.end());
     }
     return rows;
+}
+
+std::int64_t CountSteps(StoreFile& store, const std::vector<std::int64_t>& folders)
+{
+    std::int64_t count = 0;
+    for (const std::int64_t folder : folders) {
+        const FolderRow state = LoadFolder(store, folder);
+        count += 1 + (state.IsSearch() ? 0 : state.contents + state.associated);
+    }
+    return count;
 }
 
 std::int64_t InsertFolder(StoreFile& store, std::int64_t parent, ULONG type, const WideString& name,
@@ -166,7 +165,8 @@ mapi::HRESULT FolderObject::CopyFolder(ULONG size, mapi::LPENTRYID id, mapi::LPC
             Fail(mapi::MAPI_E_NO_ACCESS, sSpecial);
         WideString text = TextParameter(name, flags);
         if (!IsOfStore(*target)) {
-            ProgressMeter meter(progress, CountAll(*FStore, row, move || deep));
+            const auto folders = move || deep ? Subtree(*FStore, row) : std::vector{row};
+            ProgressMeter meter(progress, progress ? CountSteps(*FStore, folders) : 0);
             return CopyFolderAcross(row, *target, text, flags, meter) ? mapi::S_OK : mapi::MAPI_W_PARTIAL_COMPLETION;
         }
         // From here on nobody else moves a folder: what is looked at stays as it is until the end.
@@ -184,7 +184,10 @@ mapi::HRESULT FolderObject::CopyFolder(ULONG size, mapi::LPENTRYID id, mapi::LPC
         const std::int64_t taken = ChildOfName(store, target->FRow, text);
         if (taken != 0 && !(move && taken == row))
             Fail(mapi::MAPI_E_COLLISION, sNameTaken);
-        ProgressMeter meter(progress, move ? 1 : CountAll(store, row, deep));
+        std::int64_t steps = 1;
+        if (progress && !move)
+            steps = CountSteps(store, deep ? Subtree(store, row) : std::vector{row});
+        ProgressMeter meter(progress, steps);
         if (move) {
             MoveFolder(store, row, target->FRow, text);
             store.Searches().FolderMoved(row);

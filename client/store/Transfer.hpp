@@ -19,6 +19,9 @@ private:
     std::scoped_lock<std::recursive_mutex, std::recursive_mutex> FLocks;
 };
 
+/// These folders and the messages in them: the steps of copying or deleting them.
+[[nodiscard]] std::int64_t CountSteps(StoreFile& store, const std::vector<std::int64_t>& folders);
+
 /// Copies into `to` what lies in `from`: the same object twice, or two stores. REQUIRES: a transaction of `to` is open,
 /// and a snapshot of `from` when it is another store.
 class Transfer

@@ -125,6 +125,35 @@ TEST_F(FolderCopyTest, FoldersGoToAnotherStoreWithAllBelowThem)
     EXPECT_EQ(Contents(*moved, MAPI_ASSOCIATED).size(), 1u);
 }
 
+TEST_F(FolderCopyTest, WhatSomebodyChangesWhileItMovesToAnotherStoreStays)
+{
+    auto inbox = Inbox();
+    auto other = OtherInbox();
+    auto folder = Create(*inbox, u"moving");
+    const std::vector<Bytes> ids = {Save(*NewMessage(*folder, u"one")), Save(*NewMessage(*folder, u"two"))};
+    auto second = OpenAnother(); // somebody else, who writes while the copy is under way
+    Ptr<RecordingProgress> progress(new RecordingProgress);
+    progress->onReport = [&](std::size_t number) {
+        ULONG type = 0;
+        Ptr<IMessage> message;
+        if (number != 2)
+            return;
+        ASSERT_EQ(second->OpenEntry(static_cast<ULONG>(ids[0].size()), AsEntry(ids[0]), nullptr, MAPI_MODIFY, &type,
+                                    reinterpret_cast<LPUNKNOWN*>(Out(message))),
+                  S_OK);
+        Set(*message, {Text(tag::Subject, u"changed")});
+        EXPECT_EQ(message->SaveChanges(0), S_OK);
+    };
+    EXPECT_EQ(Copy(*folder, *other, nullptr, FOLDER_MOVE, progress.Get()), MAPI_W_PARTIAL_COMPLETION);
+    EXPECT_EQ(Contents(*folder).size(), 2u);
+    EXPECT_EQ(Children(*other).size(), 1u);
+    progress->reports.clear();
+    EXPECT_EQ(CopyMessages(*folder, ids, *other, MESSAGE_MOVE, progress.Get()), MAPI_W_PARTIAL_COMPLETION);
+    ASSERT_EQ(Contents(*folder).size(), 1u);
+    EXPECT_EQ(WideAt(Contents(*folder)[0], 0), u"changed");
+    EXPECT_EQ(Contents(*other).size(), 2u);
+}
+
 TEST_F(FolderCopyTest, CopyToTakesContentsAndSubfoldersButNoName)
 {
     auto inbox = Inbox();

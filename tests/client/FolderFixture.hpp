@@ -5,6 +5,8 @@
 #include "client/store/Folder.hpp"
 #include "tests/client/StoreFixture.hpp"
 
+#include <functional>
+
 namespace deftmapi::client::test
 {
 
@@ -24,6 +26,8 @@ public:
     mapi::HRESULT DEFTMAPI_STDCALL Progress(ULONG value, ULONG count, ULONG total) noexcept override
     {
         reports.push_back({value, count, total});
+        if (onReport)
+            onReport(reports.size());
         return static_cast<int>(reports.size()) > cancelAfter ? mapi::MAPI_E_USER_CANCEL : mapi::S_OK;
     }
     mapi::HRESULT DEFTMAPI_STDCALL GetFlags(ULONG* out) noexcept override { return Give(flags, out); }
@@ -41,6 +45,7 @@ public:
     ULONG most = 0;
     int cancelAfter = 1 << 30; // reports that are answered with S_OK
     std::vector<Report> reports;
+    std::function<void(std::size_t number)> onReport;
 
 private:
     static mapi::HRESULT Give(ULONG value, ULONG* out)

@@ -193,6 +193,13 @@ TEST_F(FolderTest, MessagesAreCopiedMovedMarkedAndDeletedInBulk)
               S_OK);
     EXPECT_EQ(inbox->GetMessageStatus(entries[9].cb, AsEntry(ids[9]), 0, &status), S_OK);
     EXPECT_EQ(status, MSGSTATUS_TAGGED);
+    const auto setStatus = [&](ULONG now, ULONG mask) {
+        EXPECT_EQ(inbox->SetMessageStatus(entries[9].cb, AsEntry(ids[9]), now, mask, &status), S_OK);
+        return status; // as it was
+    };
+    EXPECT_EQ(setStatus(MSGSTATUS_HIDDEN | MSGSTATUS_DELMARKED, MSGSTATUS_HIDDEN), MSGSTATUS_TAGGED);
+    EXPECT_EQ(setStatus(0, MSGSTATUS_TAGGED), MSGSTATUS_TAGGED | MSGSTATUS_HIDDEN);
+    EXPECT_EQ(setStatus(0, 0), MSGSTATUS_HIDDEN);
     EXPECT_EQ(inbox->DeleteMessages(&all, 0, nullptr, 0), S_OK);
     EXPECT_EQ(Get(*inbox, tag::ContentCount).Number(), 0);
     EXPECT_EQ(Get(*target, tag::ContentCount).Number(), 3); // the copies are messages of their own

@@ -84,6 +84,9 @@ TEST_F(SearchFolderTest, FindsWhatIsThereAndFollowsWhatChanges)
         EXPECT_EQ(BytesAt(row, 1), first ? IdOf(*inbox) : IdOf(*sub)); // where it really lies
         EXPECT_EQ(Get(*OpenMessage(BytesAt(row, 2), 0), tag::Subject).Wide(), WideAt(row, 0));
     }
+    SSortOrderSet byFolder{1, 0, 0, {{tag::ParentEntryId, TABLE_SORT_DESCEND}}};
+    EXPECT_EQ(table->SortTable(&byFolder, 0), S_OK);
+    EXPECT_EQ(WideAt(Rows(*table, {tag::Subject}).at(0), 0), u"two RED"); // the folder that was made later
     // Changes of each kind, by this and by another connection.
     auto other = OpenAnother();
     const auto expect = [&](const Subjects& subjects, LONG unread) {
