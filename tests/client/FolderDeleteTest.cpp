@@ -88,7 +88,7 @@ TEST_F(FolderDeleteTest, NobodyWritesIntoWhatIsBeingDeleted)
     // out.
     std::atomic<bool> stop{false};
     Create(*Inbox(), u"shelf");
-    const auto open = [this](const StorePtr& file, const char* name) -> Ptr<IMAPIFolder> {
+    const auto open = [](const StorePtr& file, const char* name) -> Ptr<IMAPIFolder> {
         Query query = file->Db().Prepare("SELECT id FROM folders WHERE name = ?1 AND parent <> 1");
         query.BindText(1, name);
         const std::int64_t row = query.Step() ? query.Number(0) : 0;
