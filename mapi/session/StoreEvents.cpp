@@ -112,7 +112,7 @@ void TKwMAPIMsgStore::Advise()
     if (Get_Advised())
         CreateKwMAPIException(mapi::MAPI_E_CALL_FAILED, sAlreadyAdvised)->Raise();
     CheckCanAdvise();
-    // Some stores notify only once their Inbox has been looked at.
+    // What notifications are mostly about: a store that cannot show it says so here, before anybody waits for events.
     mapi::ULONG size = 0;
     TKwMAPIBuffer<mapi::ENTRYID> inbox(*this);
     if (CallGetReceiveFolder(size, inbox) == mapi::S_OK)

@@ -3,7 +3,10 @@
 #include "mapi/headers/uKwMAPIStoreConstantsH.hpp"
 #include "tests/session/StoreFixture.hpp"
 
+#include <atomic>
+#include <future>
 #include <gtest/gtest.h>
+#include <thread>
 
 namespace deftmapi::test
 {
@@ -227,6 +230,53 @@ TEST_F(TStoreEventsTest, LogoffIsToldLast)
     EXPECT_FALSE(active);
     EXPECT_EQ(Catch([&] { Store->DEventConnect(KwMake<TSink>(), true); }).ClassName, "EMAPI_NO_ACCESS");
     Store->DEventConnect(sink, false);
+}
+
+TEST_F(TStoreEventsTest, WhateverFailsNothingStaysConnected)
+{
+    int failed = 0;
+    for (int n = 1;; ++n) {
+        Calls->FailNth(n, mapi::MAPI_E_NETWORK_ERROR);
+        const auto sink = KwMake<TSink>();
+        const TCaught caught = Catch([&] { Store->DEventConnect(sink, true); });
+        if (!Calls->Failed()) {
+            Calls->FailNth(0, mapi::S_OK);
+            EXPECT_EQ(caught.ClassName, "");
+            Store->DEventConnect(sink, false);
+            break;
+        }
+        if (caught.ClassName.empty()) { // asking for the Inbox may fail
+            Store->DEventConnect(sink, false);
+        } else {
+            ++failed;
+            EXPECT_EQ(caught.ClassName, "EMAPI_NETWORK_ERROR") << n;
+        }
+        EXPECT_FALSE(Store->Get_Advised()) << n;
+        EXPECT_EQ(sink->RefCount(), 1u) << n;
+        EXPECT_EQ(Object->Sink.Get(), nullptr) << n;
+    }
+    EXPECT_GE(failed, 3);
+}
+
+TEST_F(TStoreEventsTest, StoppingWaitsForASinkOnTheClientsThread)
+{
+    const auto sink = Connect();
+    std::promise<void> entered;
+    std::promise<void> go;
+    std::atomic<bool> done = false;
+    sink->Then = [&](IKwMAPIMsgStore&) {
+        entered.set_value();
+        go.get_future().wait();
+        done = true;
+    };
+    std::thread client([&] { Notify({Event(mapi::fnevObjectCreated)}); });
+    entered.get_future().wait();
+    std::thread main([&] { go.set_value(); });
+    Store->DEventConnect(sink, false);
+    EXPECT_TRUE(done);
+    main.join();
+    client.join();
+    EXPECT_EQ(sink->Told.size(), 1u);
 }
 
 TEST_F(TStoreEventsTest, Component)
