@@ -36,6 +36,8 @@ using TKwMAPIEntryID = TKwVariant;
 
 /// One bit per special folder, see TKwMAPIFolderTypeBits.
 using TKwMAPIFolderType = std::uint32_t;
+/// Any of those bits.
+using TKwMAPIFolderTypes = TKwMAPIFolderType;
 
 /// What a provider says of a failure beyond its code.
 struct TKwMAPIError
@@ -1241,6 +1243,7 @@ public:
     [[nodiscard]] virtual TKwMAPIEntryID GetPublicFoldersMsgStoreID() = 0;
     [[nodiscard]] virtual TKwRef<IKwMAPIMsgStore> OpenMsgStore(const TKwMAPIEntryID& entryID,
                                                                TKwMAPIAccessLevel accessLevel) = 0;
+    /// On Simple MAPI a store with the Inbox, the Outbox and the IPM root, of which the Inbox alone can be looked into.
     [[nodiscard]] virtual TKwRef<IKwMAPIMsgStore> OpenDefaultMsgStore(TKwMAPIAccessLevel accessLevel) = 0;
     /// The mailbox of another user on the same Exchange server.
     /// @param userName  the mailbox's alias, or its distinguished name ("/o=…")

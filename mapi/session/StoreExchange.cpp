@@ -77,7 +77,7 @@ TKwRef<IKwMAPIOOF> TKwMAPIMsgStore::OpenOOF()
     const TKwMAPIExchangeType type = Get_ExchangeStoreType();
     if (type != etPrimaryMailbox && type != etOtherMailbox)
         CreateKwMAPIException(KwNotSupported, sNoMailbox, {GetClassName()})->Raise();
-    return KwMake<TKwMAPIOOF>(*this, *this);
+    return KwMake<TKwMAPIOOF>(*this);
 }
 
 WideString TKwMAPIMsgStore::GetMRMConfig()

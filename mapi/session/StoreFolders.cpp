@@ -5,6 +5,8 @@
 #include "mapi/session/uKwMAPIMsgStore.hpp"
 #include "mapi/table/uKwSimpleMAPITables.hpp"
 
+#include <optional>
+
 namespace deftmapi
 {
 
@@ -19,6 +21,11 @@ constexpr auto sNoSuchName =
     u"%s.OpenFolderByName failed, because the message store does not have a folder of the type you requested!";
 constexpr auto sNoSpecialFolder = u"There is no special folder %s";
 constexpr auto sNoSuchPath = u"The given path %s does not exist!";
+
+/// The kinds that only the store's identifiers tell, in the order in which they are compared.
+constexpr TKwMAPIFolderType TypesByIdentifier[] = {ftInbox,    ftOutbox,     ftCommon,    ftIPMRoot,
+                                                   ftPersonal, ftSearch,     ftSentItems, ftDeleted,
+                                                   ftDraft,    ftJunkFolder, ftSyncIssues};
 
 } // namespace
 
@@ -99,17 +106,36 @@ TKwMAPIEntryID TKwMAPIMsgStore::GetFolderID(TKwMAPIFolderType folderType)
     case TKwMAPIFolderPlace::StoreProperty:
         return KwAsEntryID(PropByName(special->Property)->Get_Value());
     default:
-        return FolderIDFromInbox(folderType);
+        return FolderIDFromInbox(*special, OpenReceiveFolder().Get());
     }
 }
 
-TKwMAPIEntryID TKwMAPIMsgStore::FolderIDFromInbox(TKwMAPIFolderType folderType)
+TKwRef<IKwMAPIFolder> TKwMAPIMsgStore::OpenReceiveFolder()
 {
-    const TKwMAPISpecialFolder& special = *FindSpecialFolder(folderType);
-    const TKwMAPIEntryID inboxID = GetReceiveFolderID();
-    if (inboxID.IsEmptyOrNull())
+    const TKwMAPIEntryID id = GetReceiveFolderID();
+    return id.IsEmptyOrNull() ? nullptr : OpenFolder(id, alBestAccess);
+}
+
+TKwMAPIFolderType TKwMAPIMsgStore::FindFolderType(const TKwMAPIEntryID& entryID)
+{
+    CheckActive(u"FindFolderType");
+    std::optional<TKwRef<IKwMAPIFolder>> inbox; // opened once for all that it knows
+    for (const TKwMAPIFolderType type : TypesByIdentifier) {
+        const TKwMAPISpecialFolder& special = *FindSpecialFolder(type);
+        const bool ofInbox =
+            special.Place == TKwMAPIFolderPlace::InboxProperty || special.Place == TKwMAPIFolderPlace::AdditionalFolder;
+        if (ofInbox && !inbox)
+            inbox = OpenReceiveFolder();
+        if (CompareEntryIDs(entryID, ofInbox ? FolderIDFromInbox(special, inbox->Get()) : GetFolderID(type)))
+            return type;
+    }
+    return ftPlain;
+}
+
+TKwMAPIEntryID TKwMAPIMsgStore::FolderIDFromInbox(const TKwMAPISpecialFolder& special, IKwMAPIFolder* inbox)
+{
+    if (inbox == nullptr)
         return special.ContainerClass != nullptr ? FindFolderOfClass(special.ContainerClass) : TKwNull{};
-    const auto inbox = OpenFolder(inboxID, alBestAccess);
     const TKwVariant value = inbox->PropByName(special.Property)->Get_Value();
     if (special.Place != TKwMAPIFolderPlace::AdditionalFolder)
         return KwAsEntryID(value);

@@ -8,6 +8,7 @@
 #include "mapi/session/SpecialFolders.hpp"
 #include "mapi/session/TextArg.hpp"
 #include "mapi/session/uKwDeftMAPI.hpp"
+#include "mapi/session/uKwMAPIMsgStore.hpp"
 #include "mapi/table/uKwMAPITable.hpp"
 #include "mapi/table/uKwSimpleMAPITables.hpp"
 
@@ -41,10 +42,6 @@ constexpr TKwMAPIFolderType TypesWithClass[] = {ftAppointment, ftJournal, ftStic
 
 /// The kinds that a folder is recognised by through its class alone.
 constexpr TKwMAPIFolderType TypesByClass[] = {ftJournal, ftStickyNote, ftContact, ftTask, ftAppointment};
-/// The kinds that only the store's identifiers tell, in the order in which they are compared.
-constexpr TKwMAPIFolderType TypesByIdentifier[] = {ftInbox,    ftOutbox,     ftCommon,    ftIPMRoot,
-                                                   ftPersonal, ftSearch,     ftSentItems, ftDeleted,
-                                                   ftDraft,    ftJunkFolder, ftSyncIssues};
 
 } // namespace
 
@@ -94,14 +91,9 @@ TKwMAPIFolderType TKwMAPIFolder::TypeByClass()
 
 TKwMAPIFolderType TKwMAPIFolder::TypeByIdentifier()
 {
-    const auto store = GetMsgStore();
+    const auto store = KwAs<TKwMAPIMsgStore>(GetMsgStore());
     const TKwMAPIEntryID id = Get_EntryID();
-    if (!store || id.IsEmptyOrNull())
-        return ftPlain;
-    for (const TKwMAPIFolderType type : TypesByIdentifier)
-        if (store->CompareEntryIDs(id, store->GetFolderID(type)))
-            return type;
-    return ftPlain;
+    return store && !id.IsEmptyOrNull() ? store->FindFolderType(id) : ftPlain;
 }
 
 WideString TKwMAPIFolder::ClassFromContainer()

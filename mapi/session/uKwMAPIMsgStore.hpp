@@ -11,6 +11,7 @@ namespace deftmapi
 {
 
 enum class TKwContactEntryType : mapi::ULONG;
+struct TKwMAPISpecialFolder;
 
 /// Wraps one opened IMsgStore. On Simple MAPI it has none: three folders that are named by their types are all there
 /// is.
@@ -44,6 +45,10 @@ public:
     /// @throws EMAPI_NOT_SUPPORTED      not available on Simple MAPI
     [[nodiscard]] TKwMAPIEntryID GetFolderID(TKwMAPIFolderType folderType) override;
     [[nodiscard]] TKwMAPIEntryID Get_FolderID(TKwMAPIFolderType folderType) override { return GetFolderID(folderType); }
+
+    /// The kind of a folder by its identifier: the first of the special folders that are not known by their class alone
+    /// which has it; ftPlain when none has.
+    [[nodiscard]] TKwMAPIFolderType FindFolderType(const TKwMAPIEntryID& entryID);
 
     // Opening. alReadWrite on a store that was opened read-only is refused.
     /// Null opens the root folder of the store.
@@ -144,7 +149,8 @@ private:
     [[nodiscard]] mapi::IMsgStore& MsgStore() const noexcept { return MAPIObjectAs<mapi::IMsgStore>(); }
     [[nodiscard]] mapi::HRESULT CallGetReceiveFolder(mapi::ULONG& size, TKwMAPIBuffer<mapi::ENTRYID>& entryID);
     [[nodiscard]] TKwMAPIEntryID ReceiveFolderID(WideView methodName);
-    [[nodiscard]] TKwMAPIEntryID FolderIDFromInbox(TKwMAPIFolderType folderType);
+    [[nodiscard]] TKwRef<IKwMAPIFolder> OpenReceiveFolder();
+    [[nodiscard]] TKwMAPIEntryID FolderIDFromInbox(const TKwMAPISpecialFolder& special, IKwMAPIFolder* inbox);
     [[nodiscard]] TKwMAPIEntryID FindFolderOfClass(WideView containerClass);
     void CheckStoreAccess(bool write);
     [[nodiscard]] TKwComPtr<mapi::IUnknown> OpenObject(WideView methodName, const TKwMAPIEntryID& entryID,

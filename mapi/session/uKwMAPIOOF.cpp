@@ -15,9 +15,7 @@ constexpr auto TemplateClass = u"IPM.Note.Rules.OofTemplate.Microsoft";
 
 } // namespace
 
-TKwMAPIOOF::TKwMAPIOOF(TKwMAPIProp& owner, IKwMAPIMsgStore& store)
-    : TKwMAPIObject(&owner, TKwKeepAlive::kaOwner), FStore(&store)
-{}
+TKwMAPIOOF::TKwMAPIOOF(TKwMAPIMsgStore& store) : TKwMAPIObject(&store, TKwKeepAlive::kaOwner), FStore(&store) {}
 
 bool TKwMAPIOOF::Get_OutOfOffice()
 {

@@ -1,7 +1,7 @@
 // The out-of-office assistant of a mailbox on an Exchange server.
 #pragma once
 
-#include "mapi/core/uKwMAPIBase.hpp"
+#include "mapi/session/uKwMAPIMsgStore.hpp"
 
 namespace deftmapi
 {
@@ -11,8 +11,7 @@ namespace deftmapi
 class DEFTMAPI_API TKwMAPIOOF final : public TKwMAPIObject, public virtual IKwMAPIOOF
 {
 public:
-    /// @param store  owner as what it is beside an object of the library
-    TKwMAPIOOF(TKwMAPIProp& owner, IKwMAPIMsgStore& store);
+    explicit TKwMAPIOOF(TKwMAPIMsgStore& store);
 
     [[nodiscard]] WideString GetClassName() const override { return u"TKwMAPIOOF"; }
     [[nodiscard]] bool Get_OutOfOffice() override;

@@ -42,7 +42,9 @@ TEST_F(TFolderTest, KindByClassThenByIdentifier)
     Store = OpenStore(alReadWrite);
     EXPECT_EQ(Open("DELETED", u"IPF.Note")->Get_FolderType(), ftDeleted);
     EXPECT_EQ(Open("INBOX", u"IPF.Note")->Get_FolderType(), ftInbox);
-    EXPECT_EQ(Open("Y", u"IPF.Note")->Get_FolderType(), ftPlain);
+    const auto plain = Open("Y", u"IPF.Note");
+    EXPECT_EQ(plain->Get_FolderType(), ftPlain);
+    EXPECT_EQ(Calls->Count("OpenEntry"), 1u) << "the Inbox is opened once for all that it knows";
 
     const TKwComPtr<TScriptedFolder> lonely(new TScriptedFolder(Calls, "INBOX"));
     const auto wrapped = WrapMAPIFolder(*Session, lonely.Get());
