@@ -31,6 +31,8 @@ TKwMAPIColumnNames::TKwMAPIColumnNames(TKwMAPITable& table, IKwMAPIProp* prop, s
         return; // a store without named properties
     if (hr != mapi::MAPI_W_ERRORS_RETURNED)
         CheckMAPIResult(table.GetClassName(), u"QueryColumns", hr, &table.MemoryOwner());
+    if (!FNames)
+        return; // whatever number was told of them
     FTags.assign(tags.begin() + 1, tags.end());
     FTags.resize(std::min<std::size_t>(FTags.size(), count));
 }

@@ -293,6 +293,10 @@ mapi::HRESULT TScriptedBag::GetNamesFromIDs(mapi::SPropTagArray** tags, mapi::GU
     if (const auto scripted = Enter("GetNamesFromIDs", TextOf(*tags) + "," + Hex(flags)))
         return *scripted;
     const mapi::ULONG asked = (*tags)->cValues;
+    if (LoseNames) {
+        *count = asked;
+        return mapi::S_OK;
+    }
     auto** array = static_cast<mapi::MAPINAMEID**>(
         TScriptedAllocator::Allocate(static_cast<mapi::ULONG>(asked * sizeof(mapi::MAPINAMEID*))));
     const auto more = [&](std::size_t bytes) {

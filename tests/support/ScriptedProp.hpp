@@ -40,6 +40,8 @@ public:
     WideString Component;
     /// Names that GetNamesFromIDs does not know, although they have an identifier.
     bool ForgetNames = false;
+    /// GetNamesFromIDs tells a number of names and gives none.
+    bool LoseNames = false;
     /// What OpenProperty gives; a stream over the value unless set.
     TStream OpenStream;
 

@@ -134,6 +134,9 @@ TEST_F(TTableFieldsTest, NamedColumns)
     Calls->Next("GetNamesFromIDs", mapi::MAPI_E_NO_SUPPORT);
     Table->QueryColumns();
     EXPECT_EQ(Fields()->Get_Count(), 1);
+    Bag().LoseNames = true;
+    Table->QueryColumns();
+    EXPECT_EQ(Fields()->Get_Count(), 1) << "a number without the names is none";
     Calls->Next("GetNamesFromIDs", mapi::MAPI_E_NETWORK_ERROR);
     EXPECT_EQ(Catch([&] { Table->QueryColumns(); }).ClassName, "EMAPI_NETWORK_ERROR");
 }
