@@ -1203,6 +1203,8 @@ public:
 class IKwMAPISessionProxy : public virtual IKwMAPIObject
 {
 public:
+    /// @param fileName  empty finds the default library
+    /// @param loaded    receives false when the system cannot load it
     virtual void MAPILoad(const WideString& fileName, bool& extendedMAPI, bool& loaded) = 0;
     [[nodiscard]] virtual bool MAPILoaded() const = 0;
     virtual void MAPIInitialize() = 0;
@@ -1212,7 +1214,7 @@ public:
 };
 
 /// The object an application creates first (TSession::Create in mapi/session/uKwDeftMAPI.hpp).
-class IKwMAPISession : public virtual IKwMAPISessionBase
+class IKwMAPISession : public virtual IKwMAPISessionBase, public virtual IKwMAPISessionProxy
 {
 public:
     virtual void Logon() = 0;
@@ -1228,17 +1230,12 @@ public:
     /// For example "8.2.3.13 64-bit".
     [[nodiscard]] virtual WideString Get_Version() const = 0;
 
-    virtual void MAPILoad(const WideString& fileName, bool& extendedMAPI, bool& loaded) = 0;
-    [[nodiscard]] virtual bool MAPILoaded() const = 0;
-    virtual void MAPIInitialize() = 0;
-    [[nodiscard]] virtual bool MAPIInitialized() const = 0;
-    virtual void MAPIUnitialize() = 0;
-    virtual void MAPIUnload() = 0;
-
     // Stores and entries.
 
     [[nodiscard]] virtual TKwRef<IKwMAPITable> GetMsgStoresTable() = 0;
     [[nodiscard]] virtual TKwMAPIEntryID GetDefaultMsgStoreID() = 0;
+    /// Makes a store the default store of the profile; Null leaves the profile without one.
+    virtual void SetDefaultMsgStore(const TKwMAPIEntryID& entryID) = 0;
     /// Null when the profile has no public folders.
     [[nodiscard]] virtual TKwMAPIEntryID GetPublicFoldersMsgStoreID() = 0;
     [[nodiscard]] virtual TKwRef<IKwMAPIMsgStore> OpenMsgStore(const TKwMAPIEntryID& entryID,
@@ -1342,6 +1339,12 @@ public:
                                bool showDialog = false) = 0;
     virtual void DeleteProfile(WideView name) = 0;
     virtual void SetDefaultProfile(WideView name) = 0;
+    /// @param password  the profile's; empty when it has none
+    virtual void RenameProfile(WideView name, WideView password, WideView newName) = 0;
+    /// The copy has the settings, the services and the password of the profile.
+    virtual void CopyProfile(WideView name, WideView password, WideView newName) = 0;
+    /// @param newPassword  empty: from now on the profile has none
+    virtual void ChangeProfilePassword(WideView name, WideView oldPassword, WideView newPassword) = 0;
     /// Empty when there is none.
     [[nodiscard]] virtual WideString GetDefaultProfile() = 0;
     [[nodiscard]] virtual bool HasDefaultProfile() = 0;

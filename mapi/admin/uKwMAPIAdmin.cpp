@@ -6,6 +6,8 @@
 #include "mapi/table/uKwMAPITable.hpp"
 #include "support/platform/uKwPlatform.hpp"
 
+#include <algorithm>
+
 namespace deftmapi
 {
 
@@ -25,7 +27,7 @@ constexpr auto OwnView = TKwRegistryView::rvProcess;
 
 WideString RegisteredProfilesKey()
 {
-    return KwPlatform().RegistryKeyExists(CurrentUser, OwnView, ProfilesKeyNT) ? ProfilesKeyNT : ProfilesKey;
+    return KwPlatform().IsWindowsNT() ? ProfilesKeyNT : ProfilesKey;
 }
 
 WideString RegisteredDefaultProfile()
@@ -40,6 +42,14 @@ WideString RegisteredDefaultProfile()
 TKwMAPIProfileAdmin::TKwMAPIProfileAdmin(TKwMAPISessionBase& session) : TKwMAPIWrapper(&session)
 {
     SetSession(&session);
+}
+
+void TKwMAPIProfileAdmin::SetSession(TKwMAPISessionBase* session)
+{
+    SetMAPIOBJECT(nullptr);
+    TKwMAPIWrapper::SetSession(session);
+    if (session != nullptr && session->UsesExtendedMAPI())
+        static_cast<void>(Admin());
 }
 
 mapi::IProfAdmin& TKwMAPIProfileAdmin::Admin()
@@ -80,9 +90,25 @@ void TKwMAPIProfileAdmin::CreateProfile(WideView name, WideView password, bool d
         return Admin().CreateProfile(TKwMAPITextArg(name, flags).Get(), TKwMAPITextArg(password, flags).Get(),
                                      GetParentWindow(), flags);
     });
-    if (hr == mapi::MAPI_E_NO_ACCESS || hr == mapi::MAPI_E_COLLISION)
-        CreateKwMAPIException(hr, sProfileExists)->Raise();
-    CheckMAPIResult(*this, u"CreateProfile", hr);
+    CheckName(u"CreateProfile", hr, name);
+}
+
+/// Checks a result for which the platform has one code for a name that is taken and for profiles that may not be
+/// changed; which of them it is, the list of profiles tells.
+void TKwMAPIProfileAdmin::CheckName(WideView methodName, mapi::HRESULT result, WideView newName)
+{
+    if (result == mapi::MAPI_E_COLLISION)
+        CreateKwMAPIException(result, sProfileExists)->Raise();
+    try {
+        CheckMAPIResult(*this, methodName, result);
+    } catch (const EKwMAPIException&) {
+        if (result != mapi::MAPI_E_NO_ACCESS)
+            throw;
+        const std::vector<WideString> names = GetProfiles();
+        if (std::none_of(names.begin(), names.end(), [&](const WideString& name) { return KwSameText(name, newName); }))
+            throw;
+        CreateKwMAPIException(result, sProfileExists)->Raise();
+    }
 }
 
 void TKwMAPIProfileAdmin::DeleteProfile(WideView name)
@@ -103,6 +129,43 @@ void TKwMAPIProfileAdmin::SetDefaultProfile(WideView name)
     if (hr == mapi::MAPI_E_NOT_FOUND)
         CreateKwMAPIException(hr, sNoSuchProfile)->Raise();
     CheckMAPIResult(*this, u"SetDefaultProfile", hr);
+}
+
+void TKwMAPIProfileAdmin::RenameProfile(WideView name, WideView password, WideView newName)
+{
+    CheckExtendedMAPI(u"RenameProfile");
+    const mapi::HRESULT hr = WithCharWidth(0, [&](mapi::ULONG flags) {
+        return Admin().RenameProfile(TKwMAPITextArg(name, flags).Get(), TKwMAPITextArg(password, flags).Get(),
+                                     TKwMAPITextArg(newName, flags).Get(), GetParentWindow(), flags);
+    });
+    if (hr == mapi::MAPI_E_NOT_FOUND)
+        CreateKwMAPIException(hr, sNoSuchProfile)->Raise();
+    CheckName(u"RenameProfile", hr, newName);
+}
+
+void TKwMAPIProfileAdmin::CopyProfile(WideView name, WideView password, WideView newName)
+{
+    CheckExtendedMAPI(u"CopyProfile");
+    const mapi::HRESULT hr = WithCharWidth(0, [&](mapi::ULONG flags) {
+        return Admin().CopyProfile(TKwMAPITextArg(name, flags).Get(), TKwMAPITextArg(password, flags).Get(),
+                                   TKwMAPITextArg(newName, flags).Get(), GetParentWindow(), flags);
+    });
+    if (hr == mapi::MAPI_E_NOT_FOUND)
+        CreateKwMAPIException(hr, sNoSuchProfile)->Raise();
+    CheckName(u"CopyProfile", hr, newName);
+}
+
+void TKwMAPIProfileAdmin::ChangeProfilePassword(WideView name, WideView oldPassword, WideView newPassword)
+{
+    CheckExtendedMAPI(u"ChangeProfilePassword");
+    const mapi::HRESULT hr = WithCharWidth(0, [&](mapi::ULONG flags) {
+        return Admin().ChangeProfilePassword(TKwMAPITextArg(name, flags).Get(),
+                                             TKwMAPITextArg(oldPassword, flags).Get(),
+                                             TKwMAPITextArg(newPassword, flags).Get(), flags);
+    });
+    if (hr == mapi::MAPI_E_NOT_FOUND)
+        CreateKwMAPIException(hr, sNoSuchProfile)->Raise();
+    CheckMAPIResult(*this, u"ChangeProfilePassword", hr);
 }
 
 TKwComPtr<mapi::IMAPITable> TKwMAPIProfileAdmin::OpenProfileTable(WideView methodName)

@@ -14,13 +14,15 @@ namespace deftmapi
 /// "13DBB0C8AA05101A9BB000AA002FC45A", the section of a profile that is the same for all of its services.
 inline constexpr auto KwGlobalProfileSection = u"13DBB0C8AA05101A9BB000AA002FC45A";
 
-/// Lists, creates and deletes profiles. Its MAPI object is made when it is first needed (registered profiles of Simple
-/// MAPI are listed without it), and again after a logoff of the session took it away.
+/// Lists, creates and deletes profiles. Its MAPI object is made when the session is set, and again after a logoff of
+/// the session took it away. A session that is set to Simple MAPI needs none.
 class DEFTMAPI_API TKwMAPIProfileAdmin final : public TKwMAPIWrapper, public virtual IKwMAPIProfileAdmin
 {
 public:
     /// REQUIRES: MAPI is initialised on this thread.
     explicit TKwMAPIProfileAdmin(TKwMAPISessionBase& session);
+    /// The session to work for; null for none. @throws  what MAPIAdminProfiles fails with
+    void SetSession(TKwMAPISessionBase* session);
 
     [[nodiscard]] WideString GetClassName() const override { return u"TKwMAPIProfileAdmin"; }
 
@@ -31,11 +33,18 @@ public:
     [[nodiscard]] TKwRef<IKwMAPIAdminServices> GetAdminServices(WideView profileName, WideView password,
                                                                 bool showDialog) override;
     /// @throws EMAPI_NO_ACCESS, EMAPI_COLLISION  "The specified new profile already exists."
+    /// @throws EMAPI_NO_ACCESS  with the client's own text: the profiles cannot be changed
     void CreateProfile(WideView name, WideView password, bool defaultServices, bool showDialog) override;
     /// @throws EMAPI_NOT_FOUND  "The specified profile does not exist."
     void DeleteProfile(WideView name) override;
     /// @throws EMAPI_NOT_FOUND  "The specified profile does not exist."
     void SetDefaultProfile(WideView name) override;
+    // @throws EMAPI_NOT_FOUND     "The specified profile does not exist."
+    // @throws EMAPI_LOGON_FAILED  the password is wrong
+    // @throws EMAPI_NO_ACCESS, EMAPI_COLLISION  as CreateProfile, for the new name
+    void RenameProfile(WideView name, WideView password, WideView newName) override;
+    void CopyProfile(WideView name, WideView password, WideView newName) override;
+    void ChangeProfilePassword(WideView name, WideView oldPassword, WideView newPassword) override;
     [[nodiscard]] WideString GetDefaultProfile() override;
     [[nodiscard]] bool HasDefaultProfile() override;
     [[nodiscard]] std::vector<WideString> GetProfiles() override;
@@ -48,6 +57,7 @@ protected:
 
 private:
     [[nodiscard]] mapi::IProfAdmin& Admin();
+    void CheckName(WideView methodName, mapi::HRESULT result, WideView newName);
     [[nodiscard]] TKwComPtr<mapi::IMAPITable> OpenProfileTable(WideView methodName);
     [[nodiscard]] TKwRef<IKwMAPITable> Profiles(WideView methodName);
 };

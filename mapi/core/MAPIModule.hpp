@@ -1,6 +1,7 @@
 // Internal: the one client library of the process, and the slots through which its functions are called.
 #pragma once
 
+#include "mapi/core/ThreadCounts.hpp"
 #include "mapi/core/uKwMAPILib.hpp"
 
 #include <atomic>
@@ -9,7 +10,7 @@
 namespace deftmapi
 {
 
-/// The process-wide state. Every member is read and written under Lock.
+/// The process-wide state. Every member but Sessions is read and written under Lock.
 struct TKwMAPIModuleState
 {
     std::recursive_mutex Lock;
@@ -24,6 +25,8 @@ struct TKwMAPIModuleState
     bool UnloadAfterUninit = false; ///< asked for by an on-uninit callback
     std::vector<TKwMAPICallback> OnUninit;
     std::vector<TKwMAPICallback> OnUnload;
+    TKwThreadCounts Sessions; ///< those that are logged on. Has a lock of its own: a logoff may run in a callback of
+                              ///< the client, for whose end a thread may be waiting that holds Lock
 };
 TKwMAPIModuleState& KwMAPIModuleState();
 
@@ -38,10 +41,13 @@ struct TKwMAPIThreadState
     bool NTService = false;
     bool NoCoInit = false;
     bool MAPIInitializeCalled = false;
-    std::int32_t SessionCount = 0;
     bool Extended = false; ///< MAPIInitialize was really called
 };
 TKwMAPIThreadState& KwMAPIThreadState() noexcept;
+
+/// KwLoadMAPIDLL that answers false when the system cannot load the library. `fileName` receives the name that was
+/// tried. @throws  as KwLoadMAPIDLL for every other reason
+[[nodiscard]] bool KwTryLoadMAPIDLL(WideString& fileName, bool& isExtendedMAPI, bool unloadWithLastUninit);
 
 /// The address of one function of the client library, looked up on first use. Slots are constant-initialised objects of
 /// static storage duration; each that holds an address is chained to the others, so that unloading empties them and a

@@ -131,10 +131,10 @@ bool FitsProcess(const WideString& fileName)
 void UninitializeThread(TKwMAPIModuleState& state, TKwMAPIThreadState& thread)
 {
     if (thread.Initialized) {
-        if (thread.SessionCount > 0)
+        if (state.Sessions.Of(KwMAPIThread()) > 0)
             Fail(sSessionsOpen);
         Run(state.OnUninit, state.RunningOnUninit);
-        if (thread.SessionCount > 0) // a callback may have logged on
+        if (state.Sessions.Of(KwMAPIThread()) > 0) // a callback may have logged on
             Fail(sSessionsOpen);
         if (thread.MAPIInitializeCalled && state.MAPIInitializeCalled)
             MAPIUninitialize();
@@ -177,6 +177,13 @@ void CallMAPIInitialize(mapi::ULONG flags, const WideString& libraryName)
 
 void KwLoadMAPIDLL(WideString& fileName, bool& isExtendedMAPI, bool unloadWithLastUninit)
 {
+    if (!KwTryLoadMAPIDLL(fileName, isExtendedMAPI, unloadWithLastUninit))
+        Fail(mapi::MAPI_E_CALL_FAILED, sLoadFailed, {fileName});
+}
+
+bool KwTryLoadMAPIDLL(WideString& fileName, bool& isExtendedMAPI, bool unloadWithLastUninit)
+{
+    isExtendedMAPI = false;
     TKwMAPIModuleState& state = KwMAPIModuleState();
     const TKwMAPILibraryGuard guard(state.Lock);
     IKwPlatform& platform = KwPlatform();
@@ -192,7 +199,7 @@ void KwLoadMAPIDLL(WideString& fileName, bool& isExtendedMAPI, bool unloadWithLa
         if (!KwSameText(fileName, state.FileName))
             Fail(mapi::MAPI_E_CALL_FAILED, sUnloadFirst, {fileName, state.FileName});
         isExtendedMAPI = state.ExtendedAvailable;
-        return;
+        return true;
     }
 
     if (HasFolder(fileName) && !platform.FileExists(fileName))
@@ -200,7 +207,7 @@ void KwLoadMAPIDLL(WideString& fileName, bool& isExtendedMAPI, bool unloadWithLa
     WideString reason;
     const TKwModule module = platform.LoadModule(fileName, reason);
     if (module == nullptr)
-        Fail(mapi::MAPI_E_CALL_FAILED, sLoadFailed, {fileName});
+        return false;
 
     state.Module = module;
     state.ExtendedAvailable = FitsProcess(fileName) && platform.FindExport(module, "MAPIInitialize") != nullptr &&
@@ -208,6 +215,7 @@ void KwLoadMAPIDLL(WideString& fileName, bool& isExtendedMAPI, bool unloadWithLa
     state.FileName = fileName;
     state.UnloadWithLastUninit = unloadWithLastUninit;
     isExtendedMAPI = state.ExtendedAvailable;
+    return true;
 }
 
 void KwUnloadDLL()
@@ -276,7 +284,8 @@ void KwMAPIInitialize(bool multiThreadNotifications, bool ntService, bool callMA
         CallMAPIInitialize(flags, state.FileName);
     }
 
-    thread = {true, multiThreadNotifications, ntService, noCoInit, true, 0, callMAPIInitialize};
+    state.Sessions.Clear(KwMAPIThread());
+    thread = {true, multiThreadNotifications, ntService, noCoInit, true, callMAPIInitialize};
     state.MAPIInitializeCalled = callMAPIInitialize;
     ++state.InitializeCount;
 }
@@ -307,17 +316,19 @@ void KwDisableMAPIUnitialize()
     thread.MAPIInitializeCalled = false;
 }
 
-std::int32_t KwMAPISessionOpened() noexcept
+std::int32_t KwMAPISessionOpened()
 {
-    return ++KwMAPIThreadState().SessionCount;
+    return KwMAPIModuleState().Sessions.Raise();
 }
 
 std::int32_t KwMAPISessionClosed() noexcept
 {
-    TKwMAPIThreadState& thread = KwMAPIThreadState();
-    if (thread.SessionCount > 0)
-        --thread.SessionCount;
-    return thread.SessionCount;
+    return KwMAPISessionClosed(KwMAPIThread());
+}
+
+std::int32_t KwMAPISessionClosed(TKwMAPIThread thread) noexcept
+{
+    return KwMAPIModuleState().Sessions.Lower(thread);
 }
 
 void KwRegisterOnUninit(TKwMAPICallback callback)

@@ -136,11 +136,18 @@ DEFTMAPI_API void KwMAPIUninitialize(bool unloadDll);
 /// @throws EKwAssertionFailed  the thread is not initialised
 DEFTMAPI_API void KwDisableMAPIUnitialize();
 
+/// Names a thread of the process; unlike the system's identifiers never used twice.
+using TKwMAPIThread = std::uint64_t;
+/// The calling thread. Never 0.
+[[nodiscard]] DEFTMAPI_API TKwMAPIThread KwMAPIThread() noexcept;
+
 /// Counts a session that was logged on, on the calling thread. While the count is above 0 the thread cannot be
 /// uninitialised; KwMAPIInitialize sets it to 0. Returns the new count.
-DEFTMAPI_API std::int32_t KwMAPISessionOpened() noexcept;
+DEFTMAPI_API std::int32_t KwMAPISessionOpened();
 /// Counts it off at logoff. Returns the new count, never below 0.
 DEFTMAPI_API std::int32_t KwMAPISessionClosed() noexcept;
+/// The same for a session of another thread: a logoff that a notification causes runs on the client's thread.
+DEFTMAPI_API std::int32_t KwMAPISessionClosed(TKwMAPIThread thread) noexcept;
 
 /// A callback without parameters. It runs under the library lock; what it throws ends the operation and reaches its
 /// caller. No round of callbacks begins inside another one of its kind: see KwMAPIUninitialize and KwUnloadDLL.

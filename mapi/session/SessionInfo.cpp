@@ -1,4 +1,5 @@
 // Facts about the clients of the machine and about a session, and the client library without a session.
+#include "mapi/core/MAPIModule.hpp"
 #include "mapi/core/OutlookInfo.hpp"
 #include "mapi/core/uKwMAPIEntryID.hpp"
 #include "mapi/core/uKwMAPILib.hpp"
@@ -127,8 +128,7 @@ TKwRef<IKwMAPIProp> TKwMAPISessionInfo::Get_Identity()
 void TKwMAPISessionProxy::MAPILoad(const WideString& fileName, bool& extendedMAPI, bool& loaded)
 {
     WideString name = fileName;
-    KwLoadMAPIDLL(name, extendedMAPI, false);
-    loaded = MAPILoaded();
+    loaded = KwTryLoadMAPIDLL(name, extendedMAPI, false);
 }
 
 bool TKwMAPISessionProxy::MAPILoaded() const

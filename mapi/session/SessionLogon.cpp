@@ -94,6 +94,8 @@ void TSession::InternalLogon()
         failure.Keep([this] { TKwMAPISessionBase::Set_Active(false); }); // what a sink has opened already
         failure.Keep([this] { InternalLogoff2(); });
         ForgetLogon();
+        if (FCounted.exchange(false))
+            KwMAPISessionClosed();
         failure.Raise();
     }
 }
@@ -102,7 +104,6 @@ void TSession::LogonSteps()
 {
     DoBeforeLogon();
     EnsureLibrary();
-    ReleaseSessionCount();
     MAPIInitialize();
     FLogonWindow = GetParentWindow();
 
@@ -118,7 +119,7 @@ void TSession::LogonSteps()
     SetMAPIOBJECT(session.Get());
     FExtendedLogon = session != nullptr;
     FActive = true;
-    FLogonThread = std::this_thread::get_id();
+    FLogonThread = KwMAPIThread();
     FJoinedSession = !FLogonInfo->Get_NewSession();
     FServiceAlone = FLogonInfo->Get_NTService() && !FLogonInfo->Get_Shared();
     KwMAPISessionOpened();
@@ -205,8 +206,16 @@ void TSession::InternalLogoff()
     failure.Keep([this] { DoBeforeLogoff(); });
     failure.Keep([this] { TKwMAPISessionBase::Set_Active(false); }); // what a sink has opened once more
     failure.Keep([this] { InternalLogoff2(); });
+    const bool counted = FCounted.exchange(false);
+    const TKwMAPIThread thread = FLogonThread;
+    const bool elsewhere = thread != KwMAPIThread();
     ForgetLogon();
+    if (counted && !elsewhere)
+        KwMAPISessionClosed(thread);
     failure.Keep([this] { DoAfterLogoff(); });
+    // Not while sinks run here: the session's thread may uninitialise MAPI from now on.
+    if (counted && elsewhere)
+        KwMAPISessionClosed(thread);
     failure.Raise();
 }
 
@@ -261,17 +270,6 @@ void TSession::ForgetLogon() noexcept
     FSessionHandle = 0;
     FLogonWindow = 0;
     FActive = false;
-    ReleaseSessionCount();
-}
-
-void TSession::ReleaseSessionCount() noexcept
-{
-    // The count belongs to the thread that logged on. A logoff on the client's thread leaves it to that thread's next
-    // logon or to the session's end.
-    if (FCounted && FLogonThread == std::this_thread::get_id()) {
-        FCounted = false;
-        KwMAPISessionClosed();
-    }
 }
 
 void TSession::OnNotify(mapi::ULONG count, const mapi::NOTIFICATION* notifications)

@@ -62,6 +62,14 @@ TKwMAPIEntryID TSession::GetDefaultMsgStoreID()
     return id;
 }
 
+void TSession::SetDefaultMsgStore(const TKwMAPIEntryID& entryID)
+{
+    CheckReady(u"SetDefaultMsgStore");
+    TKwMAPIEntryIDArg id(entryID);
+    CheckMAPIResult(*this, u"SetDefaultStore",
+                    MAPISession().SetDefaultStore(mapi::MAPI_DEFAULT_STORE, id.Size(), id.Get()));
+}
+
 TKwRef<IKwMAPIMsgStore> TSession::OpenMsgStore(const TKwMAPIEntryID& entryID, TKwMAPIAccessLevel accessLevel)
 {
     CheckReady(u"OpenMsgStore");

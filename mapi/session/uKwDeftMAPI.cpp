@@ -2,7 +2,6 @@
 #include "mapi/session/uKwDeftMAPI.hpp"
 
 #include "mapi/core/MAPIModule.hpp"
-#include "mapi/core/uKwMAPILib.hpp"
 #include "mapi/core/uKwMAPILists.hpp"
 #include "mapi/core/uKwMAPIProps.hpp"
 #include "mapi/session/SessionSink.hpp"
@@ -27,7 +26,11 @@ constexpr auto sClientNotInstalled = u"%s.SetMAPIClient failed. \"%s\" is not in
 constexpr auto sVersion = u"%d.%d.%d.%d 64-bit";
 
 // The last session object of a thread uninitialises MAPI for it.
-thread_local std::int32_t ThreadSessions = 0;
+TKwThreadCounts& ThreadSessions()
+{
+    static TKwThreadCounts& counts = *new TKwThreadCounts; // for ever: a session in a global may end after the statics
+    return counts;
+}
 constinit std::atomic<std::int32_t> AllSessions = 0;
 
 constinit std::atomic<mapi::ULONG_PTR> AppHandle = 0;
@@ -38,7 +41,7 @@ TSession::TSession()
     : FLogoffInfo(KwMake<TKwMAPILogoffInfoImpl>()), FLogonInfo(KwMake<TKwMAPILogonInfoImpl>(FLogoffInfo)),
       FMAPIInfo(KwMake<TKwMAPIInfo>())
 {
-    ++ThreadSessions;
+    ThreadSessions().Raise();
     ++AllSessions;
 }
 
@@ -76,7 +79,7 @@ TKwRef<IKwMAPISession> CoSessionCreate()
 
 void TSession::BeforeDestruction() noexcept
 {
-    --ThreadSessions;
+    const bool last = ThreadSessions().Lower(FHomeThread) == 0;
     --AllSessions;
     FDestroying = true;
     // What fails here has no caller left to go to, and keeps nothing after it from being done.
@@ -89,10 +92,9 @@ void TSession::BeforeDestruction() noexcept
     };
     DetachSink(); // waits for a notification that is under way: it may be logging off
     attempt([this] { Set_Active(false); });
-    ReleaseSessionCount();
     FMAPIInfo.Reset();
-    attempt([] {
-        if (ThreadSessions == 0 && KwMAPIInitialized())
+    attempt([&] {
+        if (last && FHomeThread == KwMAPIThread() && KwMAPIInitialized())
             KwMAPIUninitialize(false);
     });
     TKwMAPISessionBase::BeforeDestruction();
@@ -146,8 +148,7 @@ void TSession::MAPILoad(const WideString& fileName, bool& extendedMAPI, bool& lo
 {
     // The library stays loaded between sessions: clients are slow to load and some do not survive being loaded twice.
     WideString name = fileName;
-    KwLoadMAPIDLL(name, extendedMAPI, false);
-    loaded = MAPILoaded();
+    loaded = KwTryLoadMAPIDLL(name, extendedMAPI, false);
 }
 
 bool TSession::MAPILoaded() const

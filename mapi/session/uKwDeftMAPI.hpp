@@ -7,6 +7,7 @@
 
 #include "mapi/core/ComObject.hpp"
 #include "mapi/core/uKwMAPIBase.hpp"
+#include "mapi/core/uKwMAPILib.hpp"
 #include "mapi/headers/uKwEdkMdbH.hpp"
 #include "mapi/headers/uKwMAPIComH.hpp"
 #include "mapi/headers/uKwMAPIFormH.hpp"
@@ -16,7 +17,6 @@
 #include <functional>
 #include <iosfwd>
 #include <mutex>
-#include <thread>
 
 namespace deftmapi
 {
@@ -213,7 +213,9 @@ using POutlookFlushQueusEventParams = TOutlookFlushQueusEventParams*;
 
 /// The session component.
 /// REQUIRES: created, logged on, logged off and destroyed on one thread. With MultiThreadedNotifications a logoff that
-/// a notification causes runs on the client's thread.
+/// a notification causes runs on the client's thread, and so may the end of a session whose last reference it drops. As
+/// only a thread itself can uninitialise MAPI for it, the thread then stays initialised until its next session ends, or
+/// until it calls MAPIUnitialize.
 class DEFTMAPI_API TSession final : public TKwMAPISessionBase, public virtual IKwMAPISession
 {
 public:
@@ -256,6 +258,8 @@ public:
     [[nodiscard]] WideString Get_Version() const override;
 
     // The client library.
+
+    /// The library stays loaded until MAPIUnload.
     void MAPILoad(const WideString& fileName, bool& extendedMAPI, bool& loaded) override;
     [[nodiscard]] bool MAPILoaded() const override;
     /// Initialises MAPI for this thread with the logon options.
@@ -268,6 +272,8 @@ public:
     [[nodiscard]] TKwRef<IKwMAPITable> GetMsgStoresTable() override;
     /// @throws EMAPI_CALL_FAILED  "Failed to determine the default messagestore!"
     [[nodiscard]] TKwMAPIEntryID GetDefaultMsgStoreID() override;
+    /// @throws EMAPI_NOT_FOUND  the profile has no such store
+    void SetDefaultMsgStore(const TKwMAPIEntryID& entryID) override;
     [[nodiscard]] TKwMAPIEntryID GetPublicFoldersMsgStoreID() override;
     [[nodiscard]] TKwRef<IKwMAPIMsgStore> OpenMsgStore(const TKwMAPIEntryID& entryID,
                                                        TKwMAPIAccessLevel accessLevel) override;
@@ -364,7 +370,6 @@ private:
     void InternalLogoff();
     void InternalLogoff2();
     void ForgetLogon() noexcept;
-    void ReleaseSessionCount() noexcept;
     void EnsureLibrary();
     void DropMAPIObjects();
     void DetachSink() noexcept;
@@ -406,14 +411,15 @@ private:
     mapi::ULONG_PTR FLogonWindow = 0;
     mapi::LHANDLE FSessionHandle = 0;
     mapi::ULONG_PTR FConnection = 0;
-    std::thread::id FLogonThread;
+    const TKwMAPIThread FHomeThread = KwMAPIThread();
+    TKwMAPIThread FLogonThread = 0;
     // A notification logs off on the client's thread.
     std::atomic<bool> FActive{false};
     std::atomic<bool> FLoggingOn{false};
     std::atomic<bool> FLoggingOff{false};
     std::mutex FSinkLock; // for FSink and FConnection
     bool FExtendedLogon = false;
-    bool FCounted = false; // in the logon thread's session count
+    std::atomic<bool> FCounted{false}; // in the logon thread's session count
     bool FJoinedSession = false;
     bool FServiceAlone = false; // logged on as a Windows service that shares its session with nobody
     bool FConnectedToExchange = false;

@@ -129,6 +129,7 @@ public:
     }
 
     bool Is64BitProcess() const noexcept override { return sizeof(void*) == 8; }
+    bool IsWindowsNT() const noexcept override { return false; }
 
     bool FileExists(const WideString& fileName) override
     {

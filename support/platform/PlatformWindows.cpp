@@ -263,6 +263,7 @@ public:
         return name;
     }
     bool Is64BitProcess() const noexcept override { return sizeof(void*) == 8; }
+    bool IsWindowsNT() const noexcept override { return (::GetVersion() & 0x80000000u) == 0; }
 
     bool FileExists(const WideString& fileName) override
     {

@@ -62,6 +62,8 @@ public:
     [[nodiscard]] virtual WideString ModuleFileNameOf(const void* address) = 0;
     /// True when a process of this kind runs 64-bit code.
     [[nodiscard]] virtual bool Is64BitProcess() const noexcept = 0;
+    /// True on a Windows of the NT family, which keeps some settings under other keys than the older family.
+    [[nodiscard]] virtual bool IsWindowsNT() const noexcept = 0;
 
     // Files.
     [[nodiscard]] virtual bool FileExists(const WideString& fileName) = 0;

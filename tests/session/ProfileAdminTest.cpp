@@ -49,6 +49,36 @@ TEST_F(TProfileAdminTest, ProfilesAreCreatedWithTheDefaultServices)
     EXPECT_EQ(Take(), "CreateProfile(\"x\",null,77,0x80000008)");
 }
 
+TEST_F(TProfileAdminTest, ProfilesAreRenamedAndCopiedAndGetOtherPasswords)
+{
+    Session->Set_ParentWindow(77);
+    Profiles->RenameProfile(u"Alt", u"pw", u"Neu");
+    Profiles->CopyProfile(u"Neu", u"", u"Kopie");
+    Profiles->ChangeProfilePassword(u"Kopie", u"", u"geheim");
+    EXPECT_EQ(Take(), "RenameProfile(\"Alt\",\"pw\",\"Neu\",77,0x80000000)\n"
+                      "CopyProfile(\"Neu\",null,\"Kopie\",77,0x80000000)\n"
+                      "ChangeProfilePassword(\"Kopie\",null,\"geheim\",0x80000000)");
+}
+
+TEST_F(TProfileAdminTest, TheClientIsAskedForItWhenTheSessionIsSet)
+{
+    Module().Exports.erase("MAPIAdminProfiles");
+    Profiles.Reset();
+    Session->MAPIUnitialize();
+    Session->MAPIUnload(); // forgets the entry point
+    EXPECT_EQ(Catch([&] { static_cast<void>(Session->GetProfileAdmin()); }).Message,
+              "The loaded MAPI library does not support \"MAPIAdminProfiles\"!");
+    Session->Get_LogonInfo()->Set_UseExtendedMAPI(false);
+    EXPECT_NE(Session->GetProfileAdmin(), nullptr);
+    Session->Get_LogonInfo()->Set_UseExtendedMAPI(true);
+    Module().Export("MAPIAdminProfiles", &AdminProfiles);
+    const auto admin = KwMake<TKwMAPIProfileAdmin>(*Session);
+    EXPECT_EQ(admin->Get_MAPIOBJECT(), Admin.Get());
+    admin->SetSession(nullptr);
+    EXPECT_EQ(admin->Get_MAPIOBJECT(), nullptr);
+    EXPECT_EQ(Catch([&] { static_cast<void>(admin->GetProfiles()); }).ClassName, "EMAPI_UNCONFIGURED");
+}
+
 TEST_F(TProfileAdminTest, ProfilesAndTheDefaultOneAreRowsOfTheTable)
 {
     EXPECT_FALSE(Session->HasDefaultProfile()) << "no profiles";
@@ -95,7 +125,10 @@ TEST_F(TProfileAdminTest, SimpleMAPIReadsTheRegistry)
     const WideString old = u"SOFTWARE\\Microsoft\\Windows Messaging Subsystem\\Profiles";
     const WideString nt = u"SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion\\Windows Messaging Subsystem\\Profiles";
     Platform.SetValue(user, old, u"DefaultProfile", u"Old");
+    EXPECT_FALSE(Session->HasDefaultProfile()) << "the older family's place means nothing";
+    Platform.WindowsNT = false;
     EXPECT_EQ(Session->GetDefaultProfile(), u"Old");
+    Platform.WindowsNT = true;
     Platform.AddKey(user, nt + u"\\Anna");
     Platform.AddKey(user, nt + u"\\Bert");
     Platform.SetValue(user, nt, u"DefaultProfile", u"");
@@ -111,12 +144,24 @@ TEST_F(TProfileAdminTest, SimpleMAPIReadsTheRegistry)
 
 TEST_F(TProfileAdminTest, RefusalsSayWhichProfileIsMeant)
 {
+    Admin->Profiles->AddRow({TextValue(GetPropTag(PR_DISPLAY_NAME), u"X")});
     const std::pair<mapi::HRESULT, const char*> taken[] = {{mapi::MAPI_E_NO_ACCESS, "EMAPI_NO_ACCESS"},
                                                            {mapi::MAPI_E_COLLISION, "EMAPI_COLLISION"}};
-    for (const auto& [code, className] : taken) {
-        Calls->Next("CreateProfile", code);
-        EXPECT_EQ(Catch([&] { Profiles->CreateProfile(u"x", u""); }),
-                  (TCaught{className, "The specified new profile already exists.", static_cast<std::uint32_t>(code)}));
+    const std::pair<const char*, std::function<void(WideView)>> calls[] = {
+        {"CreateProfile", [&](WideView name) { Profiles->CreateProfile(name, u""); }},
+        {"RenameProfile", [&](WideView name) { Profiles->RenameProfile(u"old", u"", name); }},
+        {"CopyProfile", [&](WideView name) { Profiles->CopyProfile(u"old", u"", name); }}};
+    for (const auto& [code, className] : taken)
+        for (const auto& [method, call] : calls) {
+            Calls->Next(method, code);
+            EXPECT_EQ(Catch([&] { call(u"x"); }), (TCaught{className, "The specified new profile already exists.",
+                                                           static_cast<std::uint32_t>(code)}));
+        }
+    for (const auto& [method, call] : calls) {
+        Calls->Next(method, mapi::MAPI_E_NO_ACCESS);
+        const TCaught caught = Catch([&] { call(u"y"); });
+        EXPECT_EQ(caught.ClassName, "EMAPI_NO_ACCESS");
+        EXPECT_EQ(caught.Message.find("already exists"), std::string::npos) << "no such name: it is something else";
     }
     Calls->Next("CreateProfile", mapi::MAPI_E_LOGON_FAILED);
     EXPECT_EQ(Catch([&] { Profiles->CreateProfile(u"x", u""); }).ClassName, "EMAPI_LOGON_FAILED");
@@ -126,6 +171,12 @@ TEST_F(TProfileAdminTest, RefusalsSayWhichProfileIsMeant)
     EXPECT_EQ(Catch([&] { Profiles->DeleteProfile(u"x"); }), missing);
     Calls->Next("SetDefaultProfile", mapi::MAPI_E_NOT_FOUND);
     EXPECT_EQ(Catch([&] { Profiles->SetDefaultProfile(u"x"); }), missing);
+    Calls->Next("RenameProfile", mapi::MAPI_E_NOT_FOUND);
+    EXPECT_EQ(Catch([&] { Profiles->RenameProfile(u"x", u"", u"z"); }), missing);
+    Calls->Next("ChangeProfilePassword", mapi::MAPI_E_NOT_FOUND);
+    EXPECT_EQ(Catch([&] { Profiles->ChangeProfilePassword(u"x", u"", u"z"); }), missing);
+    Calls->Next("ChangeProfilePassword", mapi::MAPI_E_LOGON_FAILED);
+    EXPECT_EQ(Catch([&] { Profiles->ChangeProfilePassword(u"x", u"", u"z"); }).ClassName, "EMAPI_LOGON_FAILED");
     Calls->Next("SetDefaultProfile", mapi::MAPI_E_NO_ACCESS);
     EXPECT_EQ(Catch([&] { Profiles->SetDefaultProfile(u"x"); }).ClassName, "EMAPI_NO_ACCESS");
     Calls->Next("GetProfileTable", mapi::MAPI_E_NO_SUPPORT);

@@ -203,19 +203,31 @@ mapi::HRESULT TScriptedProfAdmin::DeleteProfile(mapi::LPTSTR profile, mapi::ULON
     return FCalls->Enter("DeleteProfile", TextArgument(profile, flags) + "," + Hex(flags)).value_or(mapi::S_OK);
 }
 
-mapi::HRESULT TScriptedProfAdmin::ChangeProfilePassword(mapi::LPTSTR, mapi::LPTSTR, mapi::LPTSTR, mapi::ULONG)
+mapi::HRESULT TScriptedProfAdmin::ChangeProfilePassword(mapi::LPTSTR profile, mapi::LPTSTR oldPassword,
+                                                        mapi::LPTSTR newPassword, mapi::ULONG flags)
 {
-    return FCalls->Enter("ChangeProfilePassword", "").value_or(mapi::MAPI_E_NO_SUPPORT);
+    return FCalls
+        ->Enter("ChangeProfilePassword", TextArgument(profile, flags) + "," + TextArgument(oldPassword, flags) + "," +
+                                             TextArgument(newPassword, flags) + "," + Hex(flags))
+        .value_or(mapi::S_OK);
 }
 
-mapi::HRESULT TScriptedProfAdmin::CopyProfile(mapi::LPTSTR, mapi::LPTSTR, mapi::LPTSTR, mapi::ULONG_PTR, mapi::ULONG)
+mapi::HRESULT TScriptedProfAdmin::CopyProfile(mapi::LPTSTR profile, mapi::LPTSTR password, mapi::LPTSTR newName,
+                                              mapi::ULONG_PTR window, mapi::ULONG flags)
 {
-    return FCalls->Enter("CopyProfile", "").value_or(mapi::MAPI_E_NO_SUPPORT);
+    return FCalls
+        ->Enter("CopyProfile", TextArgument(profile, flags) + "," + TextArgument(password, flags) + "," +
+                                   TextArgument(newName, flags) + "," + std::to_string(window) + "," + Hex(flags))
+        .value_or(mapi::S_OK);
 }
 
-mapi::HRESULT TScriptedProfAdmin::RenameProfile(mapi::LPTSTR, mapi::LPTSTR, mapi::LPTSTR, mapi::ULONG_PTR, mapi::ULONG)
+mapi::HRESULT TScriptedProfAdmin::RenameProfile(mapi::LPTSTR profile, mapi::LPTSTR password, mapi::LPTSTR newName,
+                                                mapi::ULONG_PTR window, mapi::ULONG flags)
 {
-    return FCalls->Enter("RenameProfile", "").value_or(mapi::MAPI_E_NO_SUPPORT);
+    return FCalls
+        ->Enter("RenameProfile", TextArgument(profile, flags) + "," + TextArgument(password, flags) + "," +
+                                     TextArgument(newName, flags) + "," + std::to_string(window) + "," + Hex(flags))
+        .value_or(mapi::S_OK);
 }
 
 mapi::HRESULT TScriptedProfAdmin::SetDefaultProfile(mapi::LPTSTR profile, mapi::ULONG flags)

@@ -77,12 +77,12 @@ public:
     mapi::HRESULT DEFTMAPI_STDCALL CreateProfile(mapi::LPTSTR profile, mapi::LPTSTR password, mapi::ULONG_PTR window,
                                                  mapi::ULONG flags) override;
     mapi::HRESULT DEFTMAPI_STDCALL DeleteProfile(mapi::LPTSTR profile, mapi::ULONG flags) override;
-    mapi::HRESULT DEFTMAPI_STDCALL ChangeProfilePassword(mapi::LPTSTR, mapi::LPTSTR, mapi::LPTSTR,
-                                                         mapi::ULONG) override;
-    mapi::HRESULT DEFTMAPI_STDCALL CopyProfile(mapi::LPTSTR, mapi::LPTSTR, mapi::LPTSTR, mapi::ULONG_PTR,
-                                               mapi::ULONG) override;
-    mapi::HRESULT DEFTMAPI_STDCALL RenameProfile(mapi::LPTSTR, mapi::LPTSTR, mapi::LPTSTR, mapi::ULONG_PTR,
-                                                 mapi::ULONG) override;
+    mapi::HRESULT DEFTMAPI_STDCALL ChangeProfilePassword(mapi::LPTSTR profile, mapi::LPTSTR oldPassword,
+                                                         mapi::LPTSTR newPassword, mapi::ULONG flags) override;
+    mapi::HRESULT DEFTMAPI_STDCALL CopyProfile(mapi::LPTSTR profile, mapi::LPTSTR password, mapi::LPTSTR newName,
+                                               mapi::ULONG_PTR window, mapi::ULONG flags) override;
+    mapi::HRESULT DEFTMAPI_STDCALL RenameProfile(mapi::LPTSTR profile, mapi::LPTSTR password, mapi::LPTSTR newName,
+                                                 mapi::ULONG_PTR window, mapi::ULONG flags) override;
     mapi::HRESULT DEFTMAPI_STDCALL SetDefaultProfile(mapi::LPTSTR profile, mapi::ULONG flags) override;
     mapi::HRESULT DEFTMAPI_STDCALL AdminServices(mapi::LPTSTR profile, mapi::LPTSTR password, mapi::ULONG_PTR window,
                                                  mapi::ULONG flags, mapi::LPSERVICEADMIN* admin) override;

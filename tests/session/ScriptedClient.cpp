@@ -81,6 +81,104 @@ TScriptedClientTest::~TScriptedClientTest()
     EXPECT_EQ(Platform.OpenModules(), 0);
 }
 
+// ---- TScriptedAddressBook
+
+mapi::HRESULT TScriptedAddressBook::OpenEntry(mapi::ULONG, mapi::LPENTRYID, mapi::LPCIID, mapi::ULONG, mapi::ULONG*,
+                                              mapi::LPUNKNOWN*)
+{
+    return mapi::MAPI_E_NO_SUPPORT;
+}
+
+mapi::HRESULT TScriptedAddressBook::CompareEntryIDs(mapi::ULONG, mapi::LPENTRYID, mapi::ULONG, mapi::LPENTRYID,
+                                                    mapi::ULONG, mapi::ULONG*)
+{
+    return mapi::MAPI_E_NO_SUPPORT;
+}
+
+mapi::HRESULT TScriptedAddressBook::Advise(mapi::ULONG, mapi::LPENTRYID, mapi::ULONG, mapi::LPMAPIADVISESINK,
+                                           mapi::ULONG_PTR*)
+{
+    return mapi::MAPI_E_NO_SUPPORT;
+}
+
+mapi::HRESULT TScriptedAddressBook::Unadvise(mapi::ULONG_PTR)
+{
+    return mapi::MAPI_E_NO_SUPPORT;
+}
+
+mapi::HRESULT TScriptedAddressBook::CreateOneOff(mapi::LPTSTR, mapi::LPTSTR, mapi::LPTSTR, mapi::ULONG, mapi::ULONG*,
+                                                 mapi::LPENTRYID*)
+{
+    return mapi::MAPI_E_NO_SUPPORT;
+}
+
+mapi::HRESULT TScriptedAddressBook::NewEntry(mapi::ULONG_PTR, mapi::ULONG, mapi::ULONG, mapi::LPENTRYID, mapi::ULONG,
+                                             mapi::LPENTRYID, mapi::ULONG*, mapi::LPENTRYID*)
+{
+    return mapi::MAPI_E_NO_SUPPORT;
+}
+
+mapi::HRESULT TScriptedAddressBook::ResolveName(mapi::ULONG_PTR, mapi::ULONG, mapi::LPTSTR, mapi::LPADRLIST)
+{
+    return mapi::MAPI_E_NO_SUPPORT;
+}
+
+mapi::HRESULT TScriptedAddressBook::Address(mapi::ULONG_PTR*, mapi::LPADRPARM, mapi::LPADRLIST*)
+{
+    return mapi::MAPI_E_NO_SUPPORT;
+}
+
+mapi::HRESULT TScriptedAddressBook::Details(mapi::ULONG_PTR*, mapi::LPFNDISMISS, mapi::LPVOID, mapi::ULONG,
+                                            mapi::LPENTRYID, mapi::LPFNBUTTON, mapi::LPVOID, mapi::LPTSTR, mapi::ULONG)
+{
+    return mapi::MAPI_E_NO_SUPPORT;
+}
+
+mapi::HRESULT TScriptedAddressBook::RecipOptions(mapi::ULONG_PTR, mapi::ULONG, mapi::LPADRENTRY)
+{
+    return mapi::MAPI_E_NO_SUPPORT;
+}
+
+mapi::HRESULT TScriptedAddressBook::QueryDefaultRecipOpt(mapi::LPTSTR, mapi::ULONG, mapi::ULONG*, mapi::LPSPropValue*)
+{
+    return mapi::MAPI_E_NO_SUPPORT;
+}
+
+mapi::HRESULT TScriptedAddressBook::GetPAB(mapi::ULONG*, mapi::LPENTRYID*)
+{
+    return mapi::MAPI_E_NO_SUPPORT;
+}
+
+mapi::HRESULT TScriptedAddressBook::SetPAB(mapi::ULONG, mapi::LPENTRYID)
+{
+    return mapi::MAPI_E_NO_SUPPORT;
+}
+
+mapi::HRESULT TScriptedAddressBook::GetDefaultDir(mapi::ULONG*, mapi::LPENTRYID*)
+{
+    return mapi::MAPI_E_NO_SUPPORT;
+}
+
+mapi::HRESULT TScriptedAddressBook::SetDefaultDir(mapi::ULONG, mapi::LPENTRYID)
+{
+    return mapi::MAPI_E_NO_SUPPORT;
+}
+
+mapi::HRESULT TScriptedAddressBook::GetSearchPath(mapi::ULONG, mapi::LPSRowSet*)
+{
+    return mapi::MAPI_E_NO_SUPPORT;
+}
+
+mapi::HRESULT TScriptedAddressBook::SetSearchPath(mapi::ULONG, mapi::LPSRowSet)
+{
+    return mapi::MAPI_E_NO_SUPPORT;
+}
+
+mapi::HRESULT TScriptedAddressBook::PrepareRecips(mapi::ULONG, mapi::LPSPropTagArray, mapi::LPADRLIST)
+{
+    return mapi::MAPI_E_NO_SUPPORT;
+}
+
 // ---- TScriptedMAPISession
 
 TScriptedMAPISession::TScriptedMAPISession(TCallsRef calls)

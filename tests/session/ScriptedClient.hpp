@@ -36,6 +36,42 @@ private:
     TKwPlatformOverride FOverride{Platform};
 };
 
+/// There, and not asked for anything.
+class TScriptedAddressBook final : public TScriptedPropOf<mapi::IAddrBook>
+{
+public:
+    explicit TScriptedAddressBook(TCallsRef calls)
+        : TScriptedPropOf(std::move(calls), {mapi::IID_IAddrBook, mapi::IID_IMAPIProp}, "book.")
+    {}
+
+    mapi::HRESULT DEFTMAPI_STDCALL OpenEntry(mapi::ULONG, mapi::LPENTRYID, mapi::LPCIID, mapi::ULONG, mapi::ULONG*,
+                                             mapi::LPUNKNOWN*) override;
+    mapi::HRESULT DEFTMAPI_STDCALL CompareEntryIDs(mapi::ULONG, mapi::LPENTRYID, mapi::ULONG, mapi::LPENTRYID,
+                                                   mapi::ULONG, mapi::ULONG*) override;
+    mapi::HRESULT DEFTMAPI_STDCALL Advise(mapi::ULONG, mapi::LPENTRYID, mapi::ULONG, mapi::LPMAPIADVISESINK,
+                                          mapi::ULONG_PTR*) override;
+    mapi::HRESULT DEFTMAPI_STDCALL Unadvise(mapi::ULONG_PTR) override;
+    mapi::HRESULT DEFTMAPI_STDCALL CreateOneOff(mapi::LPTSTR, mapi::LPTSTR, mapi::LPTSTR, mapi::ULONG, mapi::ULONG*,
+                                                mapi::LPENTRYID*) override;
+    mapi::HRESULT DEFTMAPI_STDCALL NewEntry(mapi::ULONG_PTR, mapi::ULONG, mapi::ULONG, mapi::LPENTRYID, mapi::ULONG,
+                                            mapi::LPENTRYID, mapi::ULONG*, mapi::LPENTRYID*) override;
+    mapi::HRESULT DEFTMAPI_STDCALL ResolveName(mapi::ULONG_PTR, mapi::ULONG, mapi::LPTSTR, mapi::LPADRLIST) override;
+    mapi::HRESULT DEFTMAPI_STDCALL Address(mapi::ULONG_PTR*, mapi::LPADRPARM, mapi::LPADRLIST*) override;
+    mapi::HRESULT DEFTMAPI_STDCALL Details(mapi::ULONG_PTR*, mapi::LPFNDISMISS, mapi::LPVOID, mapi::ULONG,
+                                           mapi::LPENTRYID, mapi::LPFNBUTTON, mapi::LPVOID, mapi::LPTSTR,
+                                           mapi::ULONG) override;
+    mapi::HRESULT DEFTMAPI_STDCALL RecipOptions(mapi::ULONG_PTR, mapi::ULONG, mapi::LPADRENTRY) override;
+    mapi::HRESULT DEFTMAPI_STDCALL QueryDefaultRecipOpt(mapi::LPTSTR, mapi::ULONG, mapi::ULONG*,
+                                                        mapi::LPSPropValue*) override;
+    mapi::HRESULT DEFTMAPI_STDCALL GetPAB(mapi::ULONG*, mapi::LPENTRYID*) override;
+    mapi::HRESULT DEFTMAPI_STDCALL SetPAB(mapi::ULONG, mapi::LPENTRYID) override;
+    mapi::HRESULT DEFTMAPI_STDCALL GetDefaultDir(mapi::ULONG*, mapi::LPENTRYID*) override;
+    mapi::HRESULT DEFTMAPI_STDCALL SetDefaultDir(mapi::ULONG, mapi::LPENTRYID) override;
+    mapi::HRESULT DEFTMAPI_STDCALL GetSearchPath(mapi::ULONG, mapi::LPSRowSet*) override;
+    mapi::HRESULT DEFTMAPI_STDCALL SetSearchPath(mapi::ULONG, mapi::LPSRowSet) override;
+    mapi::HRESULT DEFTMAPI_STDCALL PrepareRecips(mapi::ULONG, mapi::LPSPropTagArray, mapi::LPADRLIST) override;
+};
+
 class TScriptedMAPISession final : public TScriptedUnknown<mapi::IMAPISession>
 {
 public:

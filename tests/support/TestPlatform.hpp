@@ -63,6 +63,7 @@ public:
 
     bool CaseInsensitiveFiles = true; ///< as on Windows; also for environment and module names
     bool Process64Bit = true;
+    bool WindowsNT = true;
     std::uint32_t Locale = 0x0409;
     unsigned CodePage = 1252;
     WideString OwnModuleFileName; ///< the answer of ModuleFileNameOf for every address
@@ -117,6 +118,7 @@ public:
     }
     WideString ModuleFileNameOf(const void*) override { return OwnModuleFileName; }
     bool Is64BitProcess() const noexcept override { return Process64Bit; }
+    bool IsWindowsNT() const noexcept override { return WindowsNT; }
 
     bool FileExists(const WideString& fileName) override { return FindFile(fileName) != nullptr; }
     std::optional<std::string> ReadFile(const WideString& fileName, std::uint64_t offset, std::size_t count) override
