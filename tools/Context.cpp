@@ -14,9 +14,9 @@ void Context::Prepare()
         throw UsageError("--home: the folder name cannot be used");
     FSession = TSession::Create();
     if (!Options.Client.empty()) {
+        WideString fileName = KwFromUtf8(Options.Client);
         bool extended = false;
-        bool loaded = false;
-        FSession->MAPILoad(KwFromUtf8(Options.Client), extended, loaded);
+        KwLoadMAPIDLL(fileName, extended, false); // says more of what is wrong than the session
     }
     FPrepared = true;
 }

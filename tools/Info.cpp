@@ -14,10 +14,17 @@ void Info(Context& context)
 {
     IKwMAPISession& session = context.Session();
     session.MAPIInitialize();
+    const auto info = session.Get_MAPIInfo();
+    Json clients = Json::array();
+    for (const WideString& name : info->GetClients())
+        clients.push_back(KwToUtf8(name));
     const Json document{{"version", KwToUtf8(session.Get_Version())},
                         {"client", KwToUtf8(KwCurrentMAPIDllFileName())},
                         {"extended", KwExtendedMAPIAvailable()},
-                        {"mapi", KwToUtf8(session.Get_MAPIInfo()->Get_Version())},
+                        {"mapi", KwToUtf8(info->Get_Version())},
+                        {"clients", clients},
+                        {"default_client", KwToUtf8(info->Get_DefaultClient())},
+                        {"outlook", KwToUtf8(info->Get_OutlookVersion())},
                         {"profile", KwToUtf8(session.GetDefaultProfile())},
                         {"definitions", PropDefCount()}};
     if (context.Options.Json)
@@ -26,8 +33,14 @@ void Info(Context& context)
     fmt::print("MAPI client     {}\n", document["client"].get<std::string>());
     fmt::print("Extended MAPI   {}\n", document["extended"].get<bool>() ? "yes" : "no");
     fmt::print("MAPI version    {}\n", document["mapi"].get<std::string>());
-    const std::string profile = document["profile"].get<std::string>();
-    fmt::print("Default profile {}\n", profile.empty() ? "none" : profile);
+    std::string names;
+    for (const Json& name : document["clients"])
+        names += (names.empty() ? "" : ", ") + name.get<std::string>();
+    const auto orNone = [](const std::string& text) { return text.empty() ? std::string("none") : text; };
+    fmt::print("Mail clients    {}\n", orNone(names));
+    fmt::print("Default client  {}\n", orNone(document["default_client"].get<std::string>()));
+    fmt::print("Outlook         {}\n", orNone(document["outlook"].get<std::string>()));
+    fmt::print("Default profile {}\n", orNone(document["profile"].get<std::string>()));
     fmt::print("Definitions     {}\n", document["definitions"].get<TKwMAPIPropDef>());
 }
 
@@ -36,7 +49,8 @@ void Info(Context& context)
 void AddInfo(CLI::App& app, Context& context)
 {
     CLI::App* command =
-        app.add_subcommand("info", "library and client versions, client path, extended MAPI or not, default profile");
+        app.add_subcommand("info", "library and client versions, client path, extended MAPI or not, the mail clients "
+                                   "that are installed, default profile");
     command->callback([&context] { Info(context); });
 }
 

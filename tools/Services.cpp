@@ -1,4 +1,4 @@
-// deftmapi service list | add | remove: the message services of a profile.
+// deftmapi service list | add | remove | default: the message services of a profile.
 #include "Command.hpp"
 #include "Output.hpp"
 #include "Values.hpp"
@@ -12,6 +12,8 @@ namespace deftmapi::tool
 
 namespace
 {
+
+constexpr auto sNoStore = u"The profile has no message service of this identifier that has a store.";
 
 void List(Context& context)
 {
@@ -78,6 +80,24 @@ void Remove(Context& context, const std::string& uid)
         PrintJson({{"uid", IDText(id)}, {"removed", true}});
 }
 
+/// The default store is one of the services' stores: a service is what a person knows it by.
+void MakeDefault(Context& context, const std::string& uid)
+{
+    const TKwMAPIEntryID id = Context::ParseID(uid);
+    IKwMAPISession& session = context.LoggedOn();
+    const auto stores = session.GetMsgStoresTable();
+    for (const TKwMAPIPropDef def : {PR_SERVICE_UID, PR_ENTRYID})
+        stores->Get_Fields()->Add(def);
+    stores->First();
+    while (!stores->Get_EOF() && !(stores->GetFieldValue(PR_SERVICE_UID) == id))
+        stores->Next();
+    if (stores->Get_EOF())
+        CreateKwMAPIException(mapi::MAPI_E_NOT_FOUND, sNoStore)->Raise();
+    session.SetDefaultMsgStore(stores->GetFieldValue(PR_ENTRYID));
+    if (context.Options.Json)
+        PrintJson({{"uid", IDText(id)}, {"default", true}});
+}
+
 } // namespace
 
 void AddServices(CLI::App& app, Context& context)
@@ -105,6 +125,10 @@ void AddServices(CLI::App& app, Context& context)
     CLI::App* remove = service->add_subcommand("remove", "removes a service; the file of its store stays");
     remove->add_option("UID", arguments->Service, "the service's identifier, as list prints it")->required();
     remove->callback([&context, arguments] { Remove(context, arguments->Service); });
+
+    CLI::App* makeDefault = service->add_subcommand("default", "makes the store of a service the default store");
+    makeDefault->add_option("UID", arguments->Service, "the service's identifier, as list prints it")->required();
+    makeDefault->callback([&context, arguments] { MakeDefault(context, arguments->Service); });
 }
 
 } // namespace deftmapi::tool

@@ -85,6 +85,8 @@ TEST_F(CommandTest, AnswersWithoutAProfile)
     ASSERT_NE(std::getenv("DEFTMAPI_CLIENT"), nullptr);
     EXPECT_EQ(info.Document()["client"], std::getenv("DEFTMAPI_CLIENT"));
     EXPECT_EQ(info.Document()["definitions"], 4866);
+    EXPECT_EQ(info.Document()["clients"], Json::array()) << "none is registered on this system";
+    EXPECT_EQ(Run("--client /nowhere/mapi.so info").Status, 1);
 
     const Outcome profiles = Run("profile list --json");
     ASSERT_EQ(profiles.Status, 0) << profiles.Errors;
@@ -125,6 +127,32 @@ TEST_F(CommandTest, Profiles)
     EXPECT_EQ(Run("--profile Nobody tree").Status, 1);
 }
 
+TEST_F(CommandTest, ProfilesAreRenamedAndCopiedAndGuarded)
+{
+    CreateProfile();
+    EXPECT_EQ(Run("profile rename Test").Status, 2);
+    EXPECT_EQ(Run("--json profile rename Test Mail").Document(),
+              Json::parse(R"({"name":"Mail","from":"Test","renamed":true})"));
+    ASSERT_EQ(Run("profile copy Mail Twin").Status, 0);
+    const Outcome taken = Run("profile rename Mail Twin");
+    EXPECT_EQ(taken.Status, 1);
+    EXPECT_NE(taken.Errors.find("already exists"), std::string::npos) << taken.Errors;
+    EXPECT_EQ(Run("--profile Mail --json tree").Document(), Run("--profile Twin --json tree").Document())
+        << "the same store";
+
+    const Outcome changed = Run("--json profile password Mail < " + Write("new", "first pass\n"));
+    EXPECT_EQ(changed.Status, 0) << changed.Errors;
+    EXPECT_EQ(changed.Document(), Json::parse(R"({"name":"Mail","changed":true})"));
+    EXPECT_EQ((changed.Output + changed.Errors).find("first pass"), std::string::npos);
+    EXPECT_EQ(Run("--profile Mail tree").Status, 1);
+    EXPECT_EQ(Run("--profile Mail --password 'first pass' tree").Status, 0);
+    EXPECT_EQ(Run("profile copy Mail Third").Status, 1) << "not without the password";
+    EXPECT_EQ(Run("profile password Mail --new second").Status, 1);
+    EXPECT_EQ(Run("profile password Mail < /dev/null").Status, 2);
+    ASSERT_EQ(Run("profile password Mail --password 'first pass' --new ''").Status, 0);
+    EXPECT_EQ(Run("--profile Mail tree").Status, 0);
+}
+
 TEST_F(CommandTest, Services)
 {
     CreateProfile();
@@ -141,6 +169,11 @@ TEST_F(CommandTest, Services)
     ASSERT_EQ(after.size(), 2u);
     EXPECT_EQ(after[1]["uid"], added.Document()["uid"]);
     EXPECT_EQ(after[1]["name"], "Archive");
+    ASSERT_EQ(Run("service default " + after[1]["uid"].get<std::string>()).Status, 0);
+    const Json changed = Run("--json service list").Document();
+    EXPECT_TRUE(!changed[0]["default"].get<bool>() && changed[1]["default"].get<bool>());
+    EXPECT_EQ(Run("service default 0102").Status, 1);
+    ASSERT_EQ(Run("service default " + after[0]["uid"].get<std::string>()).Status, 0);
 
     EXPECT_EQ(Run("service add DEFTSTORE 'no setting'").Status, 2);
     const Outcome personal = Run("service add 'MSPST MS' PR_PST_PATH=some.pst");
