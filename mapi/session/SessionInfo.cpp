@@ -94,7 +94,8 @@ bool TKwMAPISessionInfo::Get_ConnectedToExchange()
 
 bool TKwMAPISessionInfo::Get_CachedExchangeMode()
 {
-    return CheckSession(u"Get_CachedExchangeMode").Get_CachedExchangeMode();
+    TSession& session = CheckSession(u"Get_CachedExchangeMode");
+    return session.Get_ConnectedToExchange() && session.DetectCachedMode();
 }
 
 WideString TKwMAPISessionInfo::ServerName()

@@ -138,8 +138,8 @@ public:
     /// As the row of the MAPI subsystem in the status table names it.
     [[nodiscard]] WideString Get_ProfileName() override;
     [[nodiscard]] bool Get_ConnectedToExchange() override;
-    /// As found at logon: the profile's connection flags say it (0x8000 of PR_PROFILE_CONNECT_FLAGS and 0x4000 of
-    /// PR_PROFILE_UI_STATE), or the default store says that it is a local one (STORE_LOCALSTORE).
+    /// As the profile has it now, connected to Exchange: its connection flags say it (0x8000 of PR_PROFILE_CONNECT_FLAGS
+    /// and 0x4000 of PR_PROFILE_UI_STATE), or the default store says that it is a local one (STORE_LOCALSTORE).
     [[nodiscard]] bool Get_CachedExchangeMode() override;
     /// PR_PROFILE_HOME_SERVER of the profile's global section.
     /// @throws EMAPI_NOT_SUPPORTED  "The ServerName can only be used when connected to an Exchange Server!"
@@ -245,6 +245,7 @@ public:
     [[nodiscard]] TKwRef<IKwMAPIInfo> Get_MAPIInfo() override { return FMAPIInfo; }
     /// The same object until the logoff. @throws EMAPI_NO_ACCESS  not logged on
     [[nodiscard]] TKwRef<IKwMAPISessionInfo> GetSessionInfo() override;
+    /// As found at logon.
     [[nodiscard]] bool Get_CachedExchangeMode() const noexcept { return FCachedExchangeMode; }
     [[nodiscard]] mapi::ULONG_PTR GetParentWindow() const override;
     /// As set with SetAppHandle.
@@ -424,7 +425,7 @@ private:
     bool FServiceAlone = false; // logged on as a Windows service that shares its session with nobody
     bool FConnectedToExchange = false;
     bool FCachedExchangeMode = false;
-    bool FDestroying = false;
+    std::atomic<bool> FDestroying{false};
 };
 
 /// Makes sessions, and counts those that live: a program that unloads the library asks before it does.

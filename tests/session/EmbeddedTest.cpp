@@ -5,6 +5,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <future>
+#include <thread>
 
 namespace deftmapi::test
 {
@@ -19,6 +21,71 @@ protected:
         return message.PropByName(PR_MESSAGE_FLAGS)->Get_AsInteger();
     }
 };
+
+/// Lets go of a session when that has logged off, and says on which thread that was.
+class TLastReference final : public TKwAutoIntfObject, public virtual IKwMAPISessionDEvents
+{
+public:
+    TKwRef<IKwMAPISession> Session;
+    std::promise<std::thread::id> Ended;
+
+    void BeforeLogon(IKwMAPISession&) override {}
+    void AfterLogon(IKwMAPISession&) override {}
+    void BeforeLogoff(IKwMAPISession&) override {}
+    void AfterLogoff(IKwMAPISession&) override
+    {
+        Session.Reset();
+        Ended.set_value(std::this_thread::get_id());
+    }
+    void OutlookFlushQueus(IKwMAPISession&, mapi::ULONG) override {}
+};
+
+TEST_F(TEmbeddedSessionTest, TheEndOfASharedSessionArrivesOnTheClientsThread)
+{
+    const auto log = [](IKwMAPISession& session, bool joins) {
+        session.Get_LogonInfo()->Set_MultiThreadedNotifications(true);
+        session.Get_LogonInfo()->Set_NewSession(!joins);
+        session.Get_LogonInfo()->Set_Shared(true);
+        session.Logon();
+    };
+    log(*Session, false);
+    const auto sink = KwMake<TLastReference>();
+    sink->Session = TSession::Create();
+    sink->Session->DEventConnect(sink, true);
+    log(*sink->Session, true);
+    Session->Logoff(); // for all
+    EXPECT_NE(sink->Ended.get_future().get(), std::this_thread::get_id());
+    Session->Logon(); // nothing of the other one is left in this thread's counts
+    Session->Logoff();
+}
+
+TEST_F(TEmbeddedSessionTest, ProfilesChangeTheirNamesPasswordsAndDefaultStores)
+{
+    const auto profiles = Session->GetProfileAdmin();
+    profiles->CopyProfile(u"Test", u"", u"Copy");
+    profiles->ChangeProfilePassword(u"Copy", u"", u"geheim");
+    EXPECT_EQ(Catch([&] { profiles->RenameProfile(u"Copy", u"", u"Other"); }).ClassName, "EMAPI_LOGON_FAILED");
+    EXPECT_EQ(Catch([&] { profiles->RenameProfile(u"Copy", u"geheim", u"TEST"); }).Message,
+              "The specified new profile already exists.");
+    profiles->RenameProfile(u"Copy", u"geheim", u"Other");
+    EXPECT_EQ(profiles->GetProfiles(), (std::vector<WideString>{u"Other", u"Test"}));
+
+    Session->Logon();
+    const auto services = Session->GetAdminServices();
+    const auto configuration = Session->CreatePropValueList();
+    configuration->AddValue(PR_DISPLAY_NAME, u"Archive");
+    services->ConfigureMsgService(services->CreateMsgService(u"DEFTSTORE", u"", false), {}, *configuration);
+    const TKwMAPIEntryID first = Session->GetDefaultMsgStoreID();
+    const auto stores = Session->GetMsgStoresTable();
+    stores->Get_Fields()->Add(PR_ENTRYID);
+    stores->Last();
+    Session->SetDefaultMsgStore(stores->GetFieldValue(PR_ENTRYID));
+    EXPECT_EQ(Session->OpenDefaultMsgStore(alReadOnly)->PropByName(PR_DISPLAY_NAME)->Get_AsString(), u"Archive");
+    EXPECT_FALSE(Session->GetDefaultMsgStoreID() == first);
+    Session->SetDefaultMsgStore(TKwNull{});
+    EXPECT_EQ(Catch([&] { static_cast<void>(Session->GetDefaultMsgStoreID()); }).Message,
+              "Failed to determine the default messagestore!");
+}
 
 TEST_F(TEmbeddedSessionTest, Profiles)
 {
