@@ -3,25 +3,20 @@
 // for a call that an application has in progress.
 #pragma once
 
-#include "client/notify/Dispatcher.hpp"
-#include "client/notify/RowTracker.hpp"
+#include "client/notify/RowFeed.hpp"
 
 namespace deftmapi::client
 {
 
-class TableFeed final : public Listener
+class TableFeed final : public RowFeed
 {
 public:
     /// @param rows  over a connection that no table uses
     /// @throws Failure  the rows could not be read
     TableFeed(std::shared_ptr<LiveRows> rows, ShownView view);
 
-    /// The table has been given other columns, rows or order. Events that were not collected yet are told in the new
-    /// columns; when rows or order are new, what happened before is part of the new state and not told.
-    /// @throws Failure  the rows could not be read; the sink will be told to reload
-    void SetView(ShownView view, bool otherRows);
-    /// An asynchronous operation of the table has ended.
-    void Done(ULONG event);
+    void SetView(ShownView view, bool otherRows) override;
+    void Done(ULONG event) override;
     NotificationBatch Collect() noexcept override;
 
 private:

@@ -1,12 +1,14 @@
 #include "client/session/Profiles.hpp"
 
 #include "client/entry/Guard.hpp"
+#include "client/notify/Dispatcher.hpp"
 #include "client/session/DataFolder.hpp"
 #include "client/session/PasswordHash.hpp"
 #include "client/store/StoreFile.hpp"
 #include "client/store/StoreObjects.hpp"
 
 #include <algorithm>
+#include <atomic>
 #include <cstring>
 
 namespace deftmapi::client
@@ -74,6 +76,8 @@ constexpr const char* Step2[] = {
 
 constexpr std::span<const char* const> Steps[] = {Step1, Step2};
 static_assert(std::size(Steps) == Version);
+
+constinit std::atomic<std::int64_t> GChanges = 1;
 
 void RequireName(const WideString& name)
 {
@@ -218,6 +222,18 @@ void Profiles::Prepare()
     SyncFolder(FFolder);
 }
 
+std::int64_t Profiles::Changes() noexcept
+{
+    return GChanges;
+}
+
+void Profiles::Commit(Transaction& transaction)
+{
+    transaction.Commit();
+    ++GChanges; // not before: who looks then must find what has changed
+    Dispatcher::Instance().Wake();
+}
+
 // ---- Profiles
 
 std::vector<ProfileEntry> Profiles::List()
@@ -257,11 +273,11 @@ void Profiles::Create(const WideString& name, const WideString& password, bool s
         store = FindStore({}, NewStoreName, made);
         NewFile file(store.file);
         AttachStore(profile, InsertService(profile, NewUid(), StoreServiceDisplay), store);
-        transaction.Commit();
+        Commit(transaction);
         file.Keep();
         return;
     }
-    transaction.Commit();
+    Commit(transaction);
 }
 
 void Profiles::Delete(const WideString& name)
@@ -272,7 +288,7 @@ void Profiles::Delete(const WideString& name)
     FDatabase.Prepare("DELETE FROM sections WHERE profile = ?1").Bind(1, profile).Run();
     FDatabase.Prepare("DELETE FROM services WHERE profile = ?1").Bind(1, profile).Run();
     FDatabase.Prepare("DELETE FROM profiles WHERE id = ?1").Bind(1, profile).Run();
-    transaction.Commit();
+    Commit(transaction);
 }
 
 void Profiles::ChangePassword(const WideString& name, const WideString& oldPassword, const WideString& newPassword)
@@ -287,7 +303,7 @@ void Profiles::ChangePassword(const WideString& name, const WideString& oldPassw
         BindPassword(query, record);
         query.Run();
     }
-    transaction.Commit();
+    Commit(transaction);
 }
 
 void Profiles::Copy(const WideString& name, const WideString& password, const WideString& newName)
@@ -326,7 +342,7 @@ void Profiles::Copy(const WideString& name, const WideString& password, const Wi
             .Bind(2, row)
             .Run();
     }
-    transaction.Commit();
+    Commit(transaction);
 }
 
 void Profiles::Rename(const WideString& name, const WideString& password, const WideString& newName)
@@ -341,7 +357,7 @@ void Profiles::Rename(const WideString& name, const WideString& password, const 
         .BindText(2, PackText(newName))
         .BindText(3, NameKey(newName))
         .Run();
-    transaction.Commit();
+    Commit(transaction);
 }
 
 void Profiles::SetDefault(const WideString& name)
@@ -350,7 +366,7 @@ void Profiles::SetDefault(const WideString& name)
     Transaction transaction(FDatabase);
     const ProfileId profile = name.empty() ? 0 : RequireProfile(name, nullptr);
     FDatabase.Prepare("UPDATE profiles SET is_default = (id = ?1)").Bind(1, profile).Run();
-    transaction.Commit();
+    Commit(transaction);
 }
 
 ProfileId Profiles::LogOn(const WideString& name, const WideString& password)
@@ -494,7 +510,7 @@ Uid Profiles::AddService(ProfileId profile, const WideString& displayName)
     RequireProfile(profile);
     const Uid uid = NewUid();
     static_cast<void>(InsertService(profile, uid, displayName));
-    transaction.Commit();
+    Commit(transaction);
     return uid;
 }
 
@@ -588,7 +604,7 @@ void Profiles::SetStore(ProfileId profile, const Uid& service, const std::filesy
             .Bind(1, current.row)
             .BindText(2, PackText(displayName))
             .Run();
-        transaction.Commit();
+        Commit(transaction);
         return;
     }
     bool made = false;
@@ -600,7 +616,7 @@ void Profiles::SetStore(ProfileId profile, const Uid& service, const std::filesy
     AttachStore(profile, current.row, store);
     if (renamed)
         RenameStore(store.file, store.uid, displayName);
-    transaction.Commit();
+    Commit(transaction);
     file.Keep();
 }
 
@@ -615,7 +631,7 @@ void Profiles::DeleteService(ProfileId profile, const Uid& service)
         .BindBlob(3, ToBytes(current.provider))
         .Run();
     FDatabase.Prepare("DELETE FROM services WHERE id = ?1").Bind(1, current.row).Run();
-    transaction.Commit();
+    Commit(transaction);
 }
 
 void Profiles::SetDefaultStore(ProfileId profile, const Uid* store)
@@ -633,7 +649,7 @@ void Profiles::SetDefaultStore(ProfileId profile, const Uid* store)
         .Bind(1, chosen)
         .Bind(2, profile)
         .Run();
-    transaction.Commit();
+    Commit(transaction);
 }
 
 } // namespace deftmapi::client

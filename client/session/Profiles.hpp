@@ -48,6 +48,9 @@ using ProfileId = std::int64_t;
 class Profiles
 {
 public:
+    /// Another number after this process has changed a profile or its services; not for sections.
+    [[nodiscard]] static std::int64_t Changes() noexcept;
+
     /// Opens profiles.db in the folder, and makes it when it is missing.
     /// @throws Failure  MAPI_E_CORRUPT_STORE the file is damaged or of another program, MAPI_E_VERSION written by a
     /// newer version; it is left alone
@@ -108,6 +111,8 @@ public:
     void ChangeSection(ProfileId profile, const Uid& uid, const std::function<void(PropertyBag&)>& change);
 
 private:
+    /// Commits, and lets those know who watch.
+    static void Commit(Transaction& transaction);
     void Prepare();
     [[nodiscard]] std::filesystem::path StoresFolder() const { return FFolder / "stores"; }
     [[nodiscard]] std::optional<ProfileId> Find(const WideString& name);

@@ -8,8 +8,8 @@
 #include "client/session/SharedSessions.hpp"
 #include "client/session/Status.hpp"
 #include "client/store/StoreObjects.hpp"
-#include "client/table/MemorySource.hpp"
 #include "client/table/Table.hpp"
+#include "client/table/WatchedRows.hpp"
 
 #include <algorithm>
 #include <map>
@@ -54,12 +54,62 @@ std::span<const std::uint8_t> Span(ULONG size, const mapi::ENTRYID* id)
     return {reinterpret_cast<const std::uint8_t*>(id), id ? size : 0};
 }
 
+std::vector<Props> StoreRows(const std::vector<StoreService>& services)
+{
+    std::vector<Props> rows;
+    for (const StoreService& service : services) {
+        if (!service.store)
+            continue;
+        const auto* raw = reinterpret_cast<const std::uint8_t*>(&service.row);
+        const ULONG resource = mapi::STATUS_NO_PRIMARY_IDENTITY | (service.isDefault ? mapi::STATUS_DEFAULT_STORE : 0);
+        rows.push_back(
+            {BinaryProp(tag::InstanceKey, Bytes(raw, raw + sizeof service.row)),
+             BinaryProp(tag::EntryId, MakeEntryId({service.store->uid, EntryKind::Store, 0})),
+             BinaryProp(tag::RecordKey, ToBytes(service.store->uid)), LongProp(tag::ObjectType, mapi::MAPI_STORE),
+             TextProp(tag::DisplayName, service.store->displayName), LongProp(tag::DefaultStore, service.isDefault),
+             BinaryProp(tag::MdbProvider, ToBytes(ProviderUniqueId)),
+             TextProp(tag::ProviderDisplay, StoreServiceDisplay), LongProp(tag::ResourceFlags, resource),
+             LongProp(tag::ResourceType, mapi::MAPI_STORE_PROVIDER),
+             BinaryProp(tag::ServiceUid, ToBytes(service.service)),
+             BinaryProp(tag::ProviderUid, ToBytes(service.provider))});
+    }
+    return rows;
+}
+
+/// The services of a profile as they are now; after it was deleted those that it had. Thread-safe.
+class ProfileServices
+{
+public:
+    ProfileServices(ProfilesPtr profiles, ProfileId profile, std::vector<StoreService> services)
+        : FProfiles(std::move(profiles)), FProfile(profile), FServices(std::move(services))
+    {}
+
+    [[nodiscard]] std::vector<StoreService> Read()
+    {
+        const std::lock_guard lock(FLock);
+        try {
+            FServices = FProfiles->Services(FProfile);
+        } catch (const Failure& failure) {
+            if (failure.Code() != mapi::MAPI_E_NOT_FOUND)
+                throw;
+        }
+        return FServices;
+    }
+
+private:
+    std::mutex FLock;
+    ProfilesPtr FProfiles;
+    ProfileId FProfile;
+    std::vector<StoreService> FServices;
+};
+
 class Session final : public ComObject<mapi::IMAPISession>
 {
 public:
     explicit Session(SharedSessionPtr shared)
         : FShared(std::move(shared)), FProfiles(FShared->ProfilesOf()), FProfile(FShared->Profile()),
-          FName(FShared->Name()), FServices(FShared->ServicesAtLogon())
+          FName(FShared->Name()),
+          FReader(std::make_shared<ProfileServices>(FProfiles, FProfile, FShared->ServicesAtLogon()))
     {}
 
     [[nodiscard]] bool Implements(const mapi::IID& iid) const noexcept override
@@ -96,9 +146,10 @@ public:
             Require(table, u"lppTable");
             *table = nullptr;
             RequireFlags(flags, mapi::MAPI_UNICODE);
-            auto source = std::make_shared<MemorySource>(StatusColumns(), StatusRows(FName, Services()));
-            const bool unicode = (flags & mapi::MAPI_UNICODE) != 0;
-            *table = TKwComPtr<mapi::IMAPITable>(new Table(std::move(source), unicode)).Detach();
+            const auto rows = [name = FName](const std::vector<StoreService>& services) {
+                return StatusRows(name, services);
+            };
+            *table = Watch(StatusColumns(), rows, flags).Detach();
         });
     }
     mapi::HRESULT DEFTMAPI_STDCALL OpenEntry(ULONG size, mapi::LPENTRYID id, mapi::LPCIID iid, ULONG flags, ULONG* type,
@@ -195,12 +246,16 @@ private:
     const std::vector<StoreService>& Services();
     [[nodiscard]] const StoreService& ServiceOf(const Uid& store);
     [[nodiscard]] StorePtr OpenFile(const StoreService& service);
+    using RowsOf = std::function<std::vector<Props>(const std::vector<StoreService>& services)>;
+    /// A table over the profile's services that tells of their changes.
+    [[nodiscard]] TKwComPtr<mapi::IMAPITable> Watch(std::vector<ULONG> columns, RowsOf rowsOf, ULONG flags);
 
     std::recursive_mutex FLock;
     SharedSessionPtr FShared; // with this one alone as long as nobody joins
     ProfilesPtr FProfiles;
     ProfileId FProfile;
-    WideString FName; // of the profile, at the logon
+    WideString FName;                         // of the profile, at the logon
+    std::shared_ptr<ProfileServices> FReader; // tables may outlive the session
     std::vector<StoreService> FServices;
     std::map<Bytes, StorePtr> FStores; // one connection per store for all objects of the session
     std::set<Dispatcher::Connection> FConnections;
@@ -210,12 +265,7 @@ private:
 
 const std::vector<StoreService>& Session::Services()
 {
-    try {
-        FServices = FProfiles->Services(FProfile);
-    } catch (const Failure& failure) {
-        if (failure.Code() != mapi::MAPI_E_NOT_FOUND)
-            throw;
-    }
+    FServices = FReader->Read();
     return FServices;
 }
 
@@ -245,29 +295,19 @@ mapi::HRESULT Session::GetMsgStoresTable(ULONG flags, mapi::LPMAPITABLE* table) 
         Require(table, u"lppTable");
         *table = nullptr;
         RequireFlags(flags, mapi::MAPI_UNICODE);
-        std::vector<Props> rows;
-        for (const StoreService& service : Services()) {
-            if (!service.store)
-                continue;
-            const auto* raw = reinterpret_cast<const std::uint8_t*>(&service.row);
-            const ULONG resource =
-                mapi::STATUS_NO_PRIMARY_IDENTITY | (service.isDefault ? mapi::STATUS_DEFAULT_STORE : 0);
-            rows.push_back(
-                {BinaryProp(tag::InstanceKey, Bytes(raw, raw + sizeof service.row)),
-                 BinaryProp(tag::EntryId, MakeEntryId({service.store->uid, EntryKind::Store, 0})),
-                 BinaryProp(tag::RecordKey, ToBytes(service.store->uid)), LongProp(tag::ObjectType, mapi::MAPI_STORE),
-                 TextProp(tag::DisplayName, service.store->displayName), LongProp(tag::DefaultStore, service.isDefault),
-                 BinaryProp(tag::MdbProvider, ToBytes(ProviderUniqueId)),
-                 TextProp(tag::ProviderDisplay, StoreServiceDisplay), LongProp(tag::ResourceFlags, resource),
-                 LongProp(tag::ResourceType, mapi::MAPI_STORE_PROVIDER),
-                 BinaryProp(tag::ServiceUid, ToBytes(service.service)),
-                 BinaryProp(tag::ProviderUid, ToBytes(service.provider))});
-        }
-        auto source = std::make_shared<MemorySource>(
-            std::vector<ULONG>(std::begin(StoreColumns), std::end(StoreColumns)), std::move(rows));
-        const bool unicode = (flags & mapi::MAPI_UNICODE) != 0;
-        *table = TKwComPtr<mapi::IMAPITable>(new Table(std::move(source), unicode)).Detach();
+        *table = Watch({std::begin(StoreColumns), std::end(StoreColumns)}, StoreRows, flags).Detach();
     });
+}
+
+TKwComPtr<mapi::IMAPITable> Session::Watch(std::vector<ULONG> columns, RowsOf rowsOf, ULONG flags)
+{
+    auto origin = std::make_shared<WatchedRows::Origin>();
+    origin->columns = std::move(columns);
+    origin->read = [reader = FReader, rowsOf = std::move(rowsOf)] { return rowsOf(reader->Read()); };
+    origin->stamp = &Profiles::Changes;
+    origin->owner = this;
+    const bool unicode = (flags & mapi::MAPI_UNICODE) != 0;
+    return TKwComPtr<mapi::IMAPITable>(new Table(std::make_shared<WatchedRows>(std::move(origin)), unicode));
 }
 
 mapi::HRESULT Session::OpenMsgStore(mapi::ULONG_PTR, ULONG size, mapi::LPENTRYID id, mapi::LPCIID iid, ULONG flags,

@@ -27,11 +27,16 @@ constexpr std::int64_t StatusAvailable = 1; // STATUS_AVAILABLE
 constexpr ULONG FlushFlags =
     mapi::FLUSH_UPLOAD | mapi::FLUSH_DOWNLOAD | mapi::FLUSH_FORCE | mapi::FLUSH_NO_UI | mapi::FLUSH_ASYNC_OK;
 
-Props Row(std::size_t number, const EntryReference& entry, const WideString& name, const WideString& provider,
-          std::int64_t methods, std::int64_t resourceFlags)
+// Keys of the rows that no service stands for.
+constexpr std::int64_t SubsystemKey = -2;
+constexpr std::int64_t SpoolerKey = -1;
+
+Props Row(std::size_t number, std::int64_t key, const EntryReference& entry, const WideString& name,
+          const WideString& provider, std::int64_t methods, std::int64_t resourceFlags)
 {
     const Bytes id = MakeEntryId(entry);
-    return {BinaryProp(tag::InstanceKey, id),
+    const auto* raw = reinterpret_cast<const std::uint8_t*>(&key);
+    return {BinaryProp(tag::InstanceKey, Bytes(raw, raw + sizeof key)),
             LongProp(tag::RowId, static_cast<std::int64_t>(number)),
             BinaryProp(tag::EntryId, id),
             LongProp(tag::ObjectType, mapi::MAPI_STATUS),
@@ -105,7 +110,7 @@ private:
 std::vector<ULONG> StatusColumns()
 {
     std::vector<ULONG> columns;
-    for (const Prop& prop : Row(0, {}, {}, {}, 0, 0))
+    for (const Prop& prop : Row(0, 0, {}, {}, {}, 0, 0))
         columns.push_back(prop.tag);
     return columns;
 }
@@ -113,15 +118,16 @@ std::vector<ULONG> StatusColumns()
 std::vector<Props> StatusRows(const WideString& profile, const std::vector<StoreService>& services)
 {
     std::vector<Props> rows;
-    rows.push_back(Row(0, Resource(mapi::MAPI_SUBSYSTEM), profile, sComponent, mapi::STATUS_VALIDATE_STATE, 0));
-    rows.push_back(Row(1, Resource(mapi::MAPI_SPOOLER), sSpooler, sComponent,
+    rows.push_back(
+        Row(0, SubsystemKey, Resource(mapi::MAPI_SUBSYSTEM), profile, sComponent, mapi::STATUS_VALIDATE_STATE, 0));
+    rows.push_back(Row(1, SpoolerKey, Resource(mapi::MAPI_SPOOLER), sSpooler, sComponent,
                        mapi::STATUS_VALIDATE_STATE | mapi::STATUS_FLUSH_QUEUES, 0));
     for (const StoreService& service : services) {
         if (!service.store)
             continue;
         const std::int64_t flags =
             mapi::STATUS_NO_PRIMARY_IDENTITY | (service.isDefault ? mapi::STATUS_DEFAULT_STORE : 0);
-        rows.push_back(Row(rows.size(), Resource(mapi::MAPI_STORE_PROVIDER, service.store->uid),
+        rows.push_back(Row(rows.size(), service.row, Resource(mapi::MAPI_STORE_PROVIDER, service.store->uid),
                            service.store->displayName, StoreServiceDisplay, mapi::STATUS_VALIDATE_STATE, flags));
     }
     return rows;

@@ -1,4 +1,4 @@
-// Rows held in memory: stores, profiles, services, recipients, attachments. The rows are a snapshot of when the table
+// Rows held in memory: profiles, services, recipients, attachments. The rows are a snapshot of when the table
 // was made.
 #pragma once
 

@@ -4,7 +4,7 @@
 
 #include "client/entry/ComObject.hpp"
 #include "client/entry/Guard.hpp"
-#include "client/notify/TableFeed.hpp"
+#include "client/notify/RowFeed.hpp"
 #include "client/table/Restriction.hpp"
 #include "client/table/RowSource.hpp"
 
@@ -54,7 +54,7 @@ public:
     [[nodiscard]] bool Implements(const mapi::IID& iid) const noexcept override { return iid == mapi::IID_IMAPITable; }
 
 private:
-    using Feeds = std::map<mapi::ULONG_PTR, std::shared_ptr<TableFeed>>; // by connection
+    using Feeds = std::map<mapi::ULONG_PTR, std::shared_ptr<RowFeed>>; // by connection
 
     template <typename Body>
     mapi::HRESULT Run(Body&& body) noexcept;

@@ -1,5 +1,6 @@
 // Advising on tables. Each connection has a feed of its own, which follows the columns, restriction and sort order of
 // the table; the table keeps the feeds alive only as long as it lives itself.
+#include "client/notify/TableFeed.hpp"
 #include "client/table/Table.hpp"
 
 namespace deftmapi::client
@@ -27,15 +28,20 @@ mapi::HRESULT Table::Advise(ULONG mask, mapi::LPMAPIADVISESINK sink, mapi::ULONG
         *connection = 0;
         Require(sink, u"lpAdviseSink");
         const auto* live = dynamic_cast<const LiveRows*>(FSource.get());
-        if (!live)
+        const auto* feeding = dynamic_cast<const FeedingRows*>(FSource.get());
+        if (!live && !feeding)
             Fail(mapi::MAPI_E_NO_SUPPORT, sNoNotifications);
         if (mask != mapi::fnevTableModified)
             Fail(mapi::MAPI_E_NO_SUPPORT, sNoEvents);
-        const StorePtr& store = live->LiveStore();
-        auto feed = std::make_shared<TableFeed>(live->Over(store->ForListeners()), View());
+        std::shared_ptr<RowFeed> feed;
+        if (live)
+            feed = std::make_shared<TableFeed>(live->Over(live->LiveStore()->ForListeners()), View());
+        else
+            feed = feeding->NewFeed(View());
+        const void* owner = live ? live->LiveStore().get() : feeding->FeedOwner();
         Feeds prepared; // so that nothing can fail after the sink is known
         prepared.emplace(0, feed);
-        const mapi::ULONG_PTR number = Dispatcher::Instance().Add(std::move(feed), sink, store.get());
+        const mapi::ULONG_PTR number = Dispatcher::Instance().Add(std::move(feed), sink, owner);
         auto node = prepared.extract(prepared.begin());
         node.key() = number;
         FFeeds.insert(std::move(node));

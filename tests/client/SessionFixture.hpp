@@ -65,6 +65,16 @@ protected:
         return hr;
     }
 
+    /// Of a data folder with one store.
+    [[nodiscard]] std::filesystem::path OnlyStoreFile() const
+    {
+        for (const auto& entry : std::filesystem::directory_iterator(Home() / "stores"))
+            if (entry.path().extension() == ".db")
+                return entry.path();
+        ADD_FAILURE() << "there is no store";
+        return {};
+    }
+
     struct StoreRow
     {
         Bytes id;

@@ -1,6 +1,8 @@
 // Logging on, stores of a session, entry identifiers through the session, message services.
+#include "client/store/Database.hpp"
 #include "tests/client/SessionFixture.hpp"
 
+#include <array>
 #include <atomic>
 #include <gmock/gmock.h>
 #include <thread>
@@ -266,6 +268,21 @@ TEST_F(SessionTest, ServicesBringStoresNewAndOld)
               S_OK);
     EXPECT_FALSE(Stores(*session)[0].isDefault);
     EXPECT_TRUE(Stores(*session)[1].isDefault);
+    const auto defaults = [&] {
+        std::string marks;
+        for (const StoreRow& store : Stores(*session))
+            marks += store.isDefault ? '*' : '-';
+        return marks;
+    };
+    Bytes unknown = both[1].id;
+    unknown[10] ^= 0xFF;
+    EXPECT_NE(session->SetDefaultStore(MAPI_DEFAULT_STORE, static_cast<ULONG>(unknown.size()), AsEntry(unknown)), S_OK);
+    EXPECT_EQ(session->SetDefaultStore(MAPI_SIMPLE_STORE_PERMANENT, 0, nullptr), MAPI_E_NO_SUPPORT);
+    EXPECT_EQ(defaults(), "-*");
+    ASSERT_EQ(session->SetDefaultStore(MAPI_DEFAULT_STORE, 0, nullptr), S_OK) << "no store is the default one";
+    EXPECT_EQ(defaults(), "--");
+    ASSERT_EQ(session->SetDefaultStore(MAPI_DEFAULT_STORE, static_cast<ULONG>(both[1].id.size()), AsEntry(both[1].id)),
+              S_OK);
 
     Ptr<IMAPITable> table;
     ASSERT_EQ(services->GetMsgServiceTable(0, Out(table)), S_OK);
@@ -279,6 +296,155 @@ TEST_F(SessionTest, ServicesBringStoresNewAndOld)
     ASSERT_EQ(services->GetProviderTable(Unicode, Out(table)), S_OK);
     EXPECT_EQ(Rows(*table, {tag::ProviderUid}).size(), 2u);
     EXPECT_EQ(services->RenameMsgService(&third, 0, A("x")), MAPI_E_NO_SUPPORT);
+
+    // The default store goes with its service, and the first store that comes is the next one.
+    ASSERT_EQ(services->DeleteMsgService(&third), S_OK);
+    EXPECT_EQ(defaults(), "-");
+    ASSERT_EQ(services2->CreateMsgServiceEx(W(u"DEFTSTORE"), nullptr, 0, Unicode, &third), S_OK);
+    ASSERT_EQ(services->ConfigureMsgService(&third, 0, 0, 1, config), S_OK);
+    EXPECT_EQ(defaults(), "-*");
+}
+
+/// Writes down the events of a table: "+name<before" for a row that came, "*name" for a changed one, "-" for one that
+/// went.
+class RowSink final : public ComObject<IMAPIAdviseSink>
+{
+public:
+    [[nodiscard]] bool Implements(const IID& iid) const noexcept override { return iid == IID_IMAPIAdviseSink; }
+    ULONG DEFTMAPI_STDCALL OnNotify(ULONG count, LPNOTIFICATION notifications) noexcept override
+    {
+        for (ULONG i = 0; i < count; ++i) {
+            const TABLE_NOTIFICATION& event = notifications[i].info.tab;
+            text += event.ulTableEvent == TABLE_ROW_ADDED      ? '+'
+                    : event.ulTableEvent == TABLE_ROW_MODIFIED ? '*'
+                    : event.ulTableEvent == TABLE_ROW_DELETED  ? '-'
+                                                               : '?';
+            if (event.ulTableEvent != TABLE_ROW_DELETED && event.row.cValues > 0)
+                text += KwToUtf8(static_cast<const char16_t*>(event.row.lpProps[0].Value.lpszW));
+            text += ' ';
+        }
+        return 0;
+    }
+    std::string text;
+};
+
+TEST_F(SessionTest, TheTablesOfStoresAndResourcesTellOfChanges)
+{
+    ASSERT_EQ(Create(u"p"), S_OK);
+    auto session = LogOnTo(u"p");
+    Ptr<IMAPITable> tables[2];
+    ASSERT_EQ(session->GetMsgStoresTable(Unicode, Out(tables[0])), S_OK);
+    ASSERT_EQ(session->GetStatusTable(Unicode, Out(tables[1])), S_OK);
+    Ptr<RowSink> sinks[2];
+    for (int i = 0; i < 2; ++i) {
+        ULONG columns[] = {3, tag::DisplayName, tag::DefaultStore, tag::ResourceFlags};
+        ASSERT_EQ(tables[i]->SetColumns(reinterpret_cast<LPSPropTagArray>(columns), 0), S_OK);
+        sinks[i] = Ptr<RowSink>(new RowSink);
+        ULONG_PTR connection = 0;
+        ASSERT_EQ(tables[i]->Advise(fnevTableModified, sinks[i].Get(), &connection), S_OK);
+    }
+    const auto told = [&] {
+        EXPECT_EQ(HrDispatchNotifications(0), S_OK);
+        return std::array{std::exchange(sinks[0]->text, {}), std::exchange(sinks[1]->text, {})};
+    };
+    const auto both = [](const char* text) { return std::array{std::string(text), std::string(text)}; };
+    EXPECT_EQ(told(), both(""));
+
+    // By another session of the process.
+    auto other = LogOnTo(u"p");
+    Ptr<IMsgServiceAdmin> services;
+    ASSERT_EQ(other->AdminServices(0, Out(services)), S_OK);
+    Ptr<IMsgServiceAdmin2> services2;
+    ASSERT_EQ(services->QueryInterface(IID_IMsgServiceAdmin2, OutVoid(services2)), S_OK);
+    MAPIUID uid{};
+    ASSERT_EQ(services2->CreateMsgServiceEx(W(u"DEFTSTORE"), nullptr, 0, Unicode, &uid), S_OK);
+    EXPECT_EQ(told(), both("")) << "it has no store yet";
+    SPropValue name = Text(tag::DisplayName, u"Archive");
+    ASSERT_EQ(services->ConfigureMsgService(&uid, 0, 0, 1, &name), S_OK);
+    EXPECT_EQ(told(), both("+Archive "));
+    EXPECT_EQ(Rows(*tables[0], {tag::DisplayName}).size(), 2u) << "the table that was open has it, too";
+    name = Text(tag::DisplayName, u"Old mail");
+    ASSERT_EQ(services->ConfigureMsgService(&uid, 0, 0, 1, &name), S_OK);
+    EXPECT_EQ(told(), both("*Old mail "));
+    const auto stores = Stores(*session);
+    ASSERT_EQ(
+        session->SetDefaultStore(MAPI_DEFAULT_STORE, static_cast<ULONG>(stores[1].id.size()), AsEntry(stores[1].id)),
+        S_OK);
+    EXPECT_EQ(told(), both("*Personal Folders *Old mail "));
+    ASSERT_EQ(Create(u"another"), S_OK);
+    EXPECT_EQ(told(), both("")) << "a profile that is none of the session's";
+    ASSERT_EQ(services->DeleteMsgService(&uid), S_OK);
+    EXPECT_EQ(told(), both("- "));
+    ASSERT_EQ(Admin()->DeleteProfile(W(u"p"), Unicode), S_OK);
+    EXPECT_EQ(told(), both("")) << "the session keeps the stores that it had";
+    ASSERT_EQ(session->Logoff(0, 0, 0), S_OK);
+    EXPECT_EQ(sinks[0]->AddRef(), 2u) << "the logoff ends the connections";
+    sinks[0]->Release();
+}
+
+TEST_F(SessionTest, AStoreThatCannotBeAddedLeavesNothing)
+{
+    ASSERT_EQ(Create(u"p"), S_OK);
+    auto session = LogOnTo(u"p");
+    Ptr<IMsgServiceAdmin> services;
+    ASSERT_EQ(session->AdminServices(0, Out(services)), S_OK);
+    Ptr<IMsgServiceAdmin2> services2;
+    ASSERT_EQ(services->QueryInterface(IID_IMsgServiceAdmin2, OutVoid(services2)), S_OK);
+    MAPIUID uid{};
+    ASSERT_EQ(services2->CreateMsgServiceEx(W(u"DEFTSTORE"), nullptr, 0, Unicode, &uid), S_OK);
+    const auto place = FFolder.Path() / "new.db";
+    const std::u16string placeText = place.u16string();
+    {
+        // The store file is made before the profile has it; the profile refuses.
+        Database database(Home() / "profiles.db", Database::Mode::Open);
+        database.Execute("CREATE TRIGGER refuse BEFORE UPDATE OF store_uid ON services "
+                         "BEGIN SELECT RAISE(ABORT, 'refused'); END");
+    }
+    SPropValue config = Text(PstPath, placeText.c_str());
+    EXPECT_EQ(services->ConfigureMsgService(&uid, 0, 0, 1, &config), MAPI_E_COLLISION);
+    EXPECT_FALSE(std::filesystem::exists(place)) << "the new file goes again";
+    const auto other = OnlyStoreFile();
+    const std::u16string otherText = other.u16string();
+    config = Text(PstPath, otherText.c_str());
+    EXPECT_NE(services->ConfigureMsgService(&uid, 0, 0, 1, &config), S_OK);
+    EXPECT_TRUE(std::filesystem::exists(other)) << "one that was there stays";
+    EXPECT_EQ(Stores(*session).size(), 1u);
+    {
+        Database database(Home() / "profiles.db", Database::Mode::Open);
+        database.Execute("DROP TRIGGER refuse");
+    }
+    config = Text(PstPath, placeText.c_str());
+    EXPECT_EQ(services->ConfigureMsgService(&uid, 0, 0, 1, &config), S_OK) << "tried again";
+    EXPECT_EQ(Stores(*session).size(), 2u);
+}
+
+TEST_F(SessionTest, AFailedStoreAndALogoffKeepTheSinksOfTheThread)
+{
+    ASSERT_EQ(Create(u"p"), S_OK);
+    struct Told
+    {
+        static LONG DEFTMAPI_STDCALL Count(LPVOID context, ULONG, LPNOTIFICATION)
+        {
+            return ++*static_cast<int*>(context);
+        }
+    };
+    int told = 0;
+    Ptr<IMAPIAdviseSink> sink;
+    ASSERT_EQ(HrAllocAdviseSink(&Told::Count, &told, Out(sink)), S_OK);
+    Ptr<IMAPIAdviseSink> wrapped;
+    ASSERT_EQ(HrThisThreadAdviseSink(sink.Get(), Out(wrapped)), S_OK);
+    auto session = LogOnTo(u"p");
+    const auto store = Stores(*session).at(0);
+    std::filesystem::remove(OnlyStoreFile());
+    Ptr<IMsgStore> opened;
+    EXPECT_NE(session->OpenMsgStore(0, static_cast<ULONG>(store.id.size()), AsEntry(store.id), nullptr, 0, Out(opened)),
+              S_OK);
+    ASSERT_EQ(session->Logoff(0, 0, 0), S_OK);
+    NOTIFICATION event{};
+    event.ulEventType = fnevExtended;
+    std::thread([&] { wrapped->OnNotify(1, &event); }).join();
+    EXPECT_EQ(HrDispatchNotifications(0), S_OK);
+    EXPECT_EQ(told, 1);
 }
 
 TEST_F(SessionTest, ADamagedOrMissingStoreFileIsToldWhenTheStoreOpens)
