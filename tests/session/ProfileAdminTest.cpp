@@ -152,12 +152,14 @@ TEST_F(TProfileAdminTest, RefusalsSayWhichProfileIsMeant)
         {"RenameProfile", [&](WideView name) { Profiles->RenameProfile(u"old", u"", name); }},
         {"CopyProfile", [&](WideView name) { Profiles->CopyProfile(u"old", u"", name); }}};
     for (const auto& [code, className] : taken)
-        for (const auto& [method, call] : calls) {
+        for (const auto& [method, action] : calls) {
+            const auto& call = action;
             Calls->Next(method, code);
             EXPECT_EQ(Catch([&] { call(u"x"); }), (TCaught{className, "The specified new profile already exists.",
                                                            static_cast<std::uint32_t>(code)}));
         }
-    for (const auto& [method, call] : calls) {
+    for (const auto& [method, action] : calls) {
+        const auto& call = action;
         Calls->Next(method, mapi::MAPI_E_NO_ACCESS);
         const TCaught caught = Catch([&] { call(u"y"); });
         EXPECT_EQ(caught.ClassName, "EMAPI_NO_ACCESS");
