@@ -13,6 +13,9 @@
 #include "mapi/session/uKwDeftMAPI.hpp"
 #include "support/platform/uKwPlatform.hpp"
 
+#include <filesystem>
+#include <system_error>
+
 namespace deftmapi
 {
 
@@ -65,9 +68,38 @@ TKwComPtr<mapi::IMessage> MessageOn(TKwMAPIWrapper& asker, mapi::IStorage& stora
     return message;
 }
 
-/// A new compound file that is marked as a message.
-TKwComPtr<mapi::IStorage> CreateStorage(TKwMAPIWrapper& asker, WideView methodName, const WideString& fileName)
+/// Removes a file that was made unless what was to be in it is there in the end. REQUIRES: outlives its storage.
+class TNewFile
 {
+public:
+    explicit TNewFile(const WideString& name) : FName(name) {}
+    ~TNewFile()
+    {
+        if (!FMade)
+            return;
+        try {
+            std::error_code ignored; // what failed before is what the caller is told
+            std::filesystem::remove(FName, ignored);
+        } catch (...) {
+            KwReportServerException(std::current_exception());
+        }
+    }
+    TNewFile(const TNewFile&) = delete;
+    TNewFile& operator=(const TNewFile&) = delete;
+
+    [[nodiscard]] const WideString& Name() const noexcept { return FName; }
+    void Made() noexcept { FMade = true; }
+    void Keep() noexcept { FMade = false; }
+
+private:
+    const WideString& FName;
+    bool FMade = false;
+};
+
+/// A new compound file that is marked as a message.
+TKwComPtr<mapi::IStorage> CreateStorage(TKwMAPIWrapper& asker, WideView methodName, TNewFile& file)
+{
+    const WideString& fileName = file.Name();
     if (KwPlatform().FileExists(fileName))
         CreateKwMAPIException(mapi::MAPI_E_COLLISION, sFileExists, {asker.GetClassName(), methodName, fileName})
             ->Raise();
@@ -78,6 +110,7 @@ TKwComPtr<mapi::IStorage> CreateStorage(TKwMAPIWrapper& asker, WideView methodNa
         create(fileName.c_str(),
                mapi::STGM_READWRITE | mapi::STGM_TRANSACTED | mapi::STGM_SHARE_EXCLUSIVE | mapi::STGM_FAILIFTHERE,
                FormatStorage, 0, nullptr, nullptr, mapi::IID_IStorage, OutVoid(storage)));
+    file.Made();
     // By this class the system knows that the file is a message.
     CheckMAPIResult(asker, u"SetClass", storage->SetClass(mapi::CLSID_MailMessage));
     return storage;
@@ -93,13 +126,15 @@ bool KwIsCompoundFile(const WideString& fileName)
 TKwRef<IKwMAPIMessage> KwCreateMsgFile(TKwMAPIWrapper& asker, WideView methodName, const WideString& fileName,
                                        WideView messageClass)
 {
-    const auto storage = CreateStorage(asker, methodName, fileName);
+    TNewFile file(fileName);
+    const auto storage = CreateStorage(asker, methodName, file);
     const WideString wanted(messageClass.empty() ? WideView(DefaultClass) : messageClass);
     const auto storageSession = KwMake<TKwMAPIStorageSession>(asker.Session());
     const auto opened = MessageOn(asker, *storage, *storageSession);
     const auto message = CreateMessageObjectFromMsgClass(wanted, nullptr, asker.Session(), storageSession,
                                                          storage.Get(), opened.Get(), alReadWrite);
     message->PropByName(PR_MESSAGE_CLASS)->Set_AsString(wanted);
+    file.Keep();
     return message;
 }
 
@@ -136,9 +171,11 @@ TKwRef<IKwMAPIMessage> KwOpenMessageOn(TKwMAPIWrapper& asker, mapi::IStorage& st
 
 void KwSaveStorage(TKwMAPIWrapper& asker, WideView methodName, mapi::IStorage& storage, const WideString& fileName)
 {
-    const auto file = CreateStorage(asker, methodName, fileName);
-    CheckMAPIResult(asker, u"CopyTo", storage.CopyTo(0, nullptr, nullptr, file.Get()));
-    CheckMAPIResult(asker, u"Commit", file->Commit(mapi::STGC_DEFAULT));
+    TNewFile file(fileName);
+    const auto copy = CreateStorage(asker, methodName, file);
+    CheckMAPIResult(asker, u"CopyTo", storage.CopyTo(0, nullptr, nullptr, copy.Get()));
+    CheckMAPIResult(asker, u"Commit", copy->Commit(mapi::STGC_DEFAULT));
+    file.Keep();
 }
 
 TKwRef<IKwMAPIMessage> TSession::CreateMsgFile(const WideString& fileName, WideView messageClass)

@@ -15,6 +15,7 @@ namespace
 TScriptedCalls* Log = nullptr;
 TScriptedMessage* OnStorage = nullptr; // what OpenIMsgOnIStg gives
 int MessageSession = 0;                // its address is the handle
+bool MakesFiles = false;
 
 class TScriptedMalloc final : public TScriptedUnknown<mapi::IMalloc>
 {
@@ -83,7 +84,10 @@ mapi::HRESULT Storage(const char* method, const char16_t* name, mapi::DWORD mode
 mapi::HRESULT DEFTMAPI_STDCALL StgCreate(const char16_t* name, mapi::DWORD mode, mapi::DWORD, mapi::DWORD, void*, void*,
                                          const mapi::IID&, void** object)
 {
-    return Storage("StgCreateStorageEx", name, mode, object);
+    const mapi::HRESULT hr = Storage("StgCreateStorageEx", name, mode, object);
+    if (hr == mapi::S_OK && MakesFiles)
+        std::ofstream(std::filesystem::path(name)) << "storage";
+    return hr;
 }
 
 mapi::HRESULT DEFTMAPI_STDCALL StgOpen(const char16_t* name, mapi::DWORD mode, mapi::DWORD, mapi::DWORD, void*, void*,
@@ -165,6 +169,39 @@ TEST_F(TMessageFilesTest, AFileIsMadeAndWrittenWithItsMessage)
     message.Reset();
     EXPECT_EQ(TakeCalls(), "storage released()\nCloseIMsgSession()\n") << "the storage goes before its session";
     EXPECT_EQ(Message->RefCount(), 1u);
+}
+
+TEST_F(TMessageFilesTest, AFileThatDidNotBecomeAMessageDoesNotStay)
+{
+    GiveStorage();
+    MakesFiles = true;
+    const std::filesystem::path file = std::filesystem::temp_directory_path() / "deftmapi-no-message.msg";
+    std::filesystem::remove(file);
+    for (const char* call : {"StgCreateStorageEx", "SetClass", "OpenIMsgSession", "OpenIMsgOnIStg", ""}) {
+        if (*call != 0)
+            Calls->Next(call, mapi::MAPI_E_NETWORK_ERROR);
+        const TCaught caught = Catch([&] { static_cast<void>(Session->CreateMsgFile(file.u16string(), u"")); });
+        EXPECT_EQ(caught.ClassName, *call != 0 ? "EMAPI_NETWORK_ERROR" : "");
+        EXPECT_EQ(std::filesystem::exists(file), *call == 0) << call;
+    }
+    std::filesystem::remove(file);
+    MakesFiles = false;
+}
+
+TEST_F(TMessageFilesTest, ALogonThatFailsLeavesMessageFilesAlone)
+{
+    GiveStorage();
+    const auto message = Session->CreateMsgFile(u"C:\\new.msg", u"");
+    message->Set_Subject(u"not saved yet");
+    for (const char* call : {"MAPILogonEx", "Advise"}) {
+        Calls->Next(call, mapi::MAPI_E_NETWORK_ERROR);
+        EXPECT_EQ(Catch([&] { Session->Logon(); }).ClassName, "EMAPI_NETWORK_ERROR");
+    }
+    message->SaveChanges();
+    EXPECT_NE(Message->Bag.Text().find("not saved yet"), std::string::npos);
+    Session->Logon();
+    Session->Logoff();
+    EXPECT_EQ(message->Get_MAPIOBJECT(), nullptr) << "the end of a session is that of all its objects";
 }
 
 TEST_F(TMessageFilesTest, AFileIsOpenedAsFarAsItAllows)
