@@ -64,7 +64,11 @@ void Add(Context& context, const std::string& service, const std::string& name,
     try {
         services->ConfigureMsgService(uid, {}, *properties);
     } catch (...) {
-        services->DeleteMsgService(uid); // a service that cannot be used is not left behind
+        try {
+            services->DeleteMsgService(uid); // a service that cannot be used is not left behind
+        } catch (const EKwExceptionBase& e) {
+            fmt::print(stderr, "The service {} is left behind: {}\n", IDText(uid), KwToUtf8(e.Message()));
+        }
         throw;
     }
     if (context.Options.Json)

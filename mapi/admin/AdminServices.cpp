@@ -208,7 +208,11 @@ TKwMAPIEntryID TKwMAPIAdminServices::AddPstFileToCurrentProfile(const WideString
     try {
         ConfigureMsgService(service, {.Allow = showDialog}, *properties);
     } catch (...) {
-        DeleteMsgService(service); // a service without its file would be in everybody's way
+        try {
+            DeleteMsgService(service); // a service without its file would be in everybody's way
+        } catch (...) {
+            KwReportServerException(std::current_exception()); // the caller is told what failed first
+        }
         throw;
     }
     return service;

@@ -15,8 +15,8 @@ namespace deftmapi
     return EntryIDToUID(id);
 }
 
-/// Opens a section through call(MAPIUID*, flags, IProfSect**). alBestAccess asks once more for reading only when
-/// writing is refused: MAPI has no such flag for sections.
+/// Opens a section through call(MAPIUID*, flags, IProfSect**). alBestAccess asks for reading and, when the section is
+/// there, for writing: MAPI has no such flag for sections, and whoever asks for writing first makes one.
 /// @param mayBeMissing  gives null for a section that is not there and a client without sections
 /// @throws EMAPI_INVALID_PARAMETER  "An invalid ProfileUID was provided!"
 template <typename Call>
@@ -28,11 +28,17 @@ template <typename Call>
     if (!id)
         CreateKwMAPIException(mapi::MAPI_E_INVALID_PARAMETER, u"An invalid ProfileUID was provided!")->Raise();
     TKwComPtr<mapi::IProfSect> section;
-    TKwMAPIAccessLevel granted = accessLevel == alReadOnly ? alReadOnly : alReadWrite;
+    TKwMAPIAccessLevel granted = accessLevel == alReadWrite ? alReadWrite : alReadOnly;
     mapi::HRESULT hr = call(&*id, granted == alReadWrite ? mapi::MAPI_MODIFY : 0, Out(section));
-    if (hr == mapi::MAPI_E_NO_ACCESS && accessLevel == alBestAccess) {
-        granted = alReadOnly;
-        hr = call(&*id, 0, Out(section));
+    if (hr == mapi::S_OK && accessLevel == alBestAccess) {
+        TKwComPtr<mapi::IProfSect> writable;
+        const mapi::HRESULT more = call(&*id, mapi::MAPI_MODIFY, Out(writable));
+        if (more == mapi::S_OK) {
+            section = writable;
+            granted = alReadWrite;
+        } else if (more != mapi::MAPI_E_NO_ACCESS) {
+            hr = more;
+        }
     }
     if (mayBeMissing && (hr == mapi::MAPI_E_NOT_FOUND || hr == mapi::MAPI_E_NO_SUPPORT))
         return nullptr;

@@ -163,6 +163,19 @@ TEST_F(TAdminServicesTest, PersonalFolders)
                          "0x6700001F=\"C:\\some.pst\",0x3001001E='Archiv')\n"),
               std::string::npos)
         << calls;
+    // What cannot be set up is taken back; that this fails, too, hides nothing.
+    Client->Services->OnCreate = [&] { AddService(*Client->Services, '6'); };
+    for (const auto& result : {std::optional<mapi::HRESULT>(), std::optional(mapi::MAPI_E_NETWORK_ERROR)}) {
+        Calls->Next("ConfigureMsgService", mapi::MAPI_E_NO_ACCESS);
+        Calls->Next("DeleteMsgService", result);
+        EXPECT_EQ(Catch([&] {
+                      static_cast<void>(Services->AddPstFileToCurrentProfile(u"C:\\some.pst", u"P", false));
+                  }).ClassName,
+                  "EMAPI_NO_ACCESS");
+        EXPECT_NE(TakeCalls().find("DeleteMsgService(66666666666666666666666666666666)"), std::string::npos);
+        Client->Services->OnCreate = [&] { AddService(*Client->Services, '6'); };
+        Client->Services->Services->Rows.pop_back();
+    }
 }
 
 TEST_F(TAdminServicesTest, TheSectionOfAProviderIsOpenedThroughItsService)
