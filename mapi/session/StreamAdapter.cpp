@@ -3,6 +3,7 @@
 #include "mapi/session/uKwDeftMAPI.hpp"
 
 #include <algorithm>
+#include <array>
 #include <iostream>
 
 namespace deftmapi
@@ -35,6 +36,21 @@ bool SizeOf(std::iostream& stream, std::uint64_t& size)
     const std::streamoff end = stream.seekg(0, std::ios::end).tellg();
     size = end < 0 ? 0 : static_cast<std::uint64_t>(end);
     return end >= 0;
+}
+
+/// Writes the zeros that a file has between its end and what is written behind it. A stream in memory would take any
+/// number of them until there is no memory left.
+bool FillGap(std::iostream& stream, std::uint64_t size)
+{
+    constexpr std::uint64_t mostZeros = 256ull << 20;
+    static constexpr std::array<char, 4096> zeros{};
+    if (size > mostZeros)
+        return false;
+    for (std::uint64_t piece = 0; size > 0 && stream.good(); size -= piece) {
+        piece = std::min<std::uint64_t>(size, zeros.size());
+        stream.write(zeros.data(), static_cast<std::streamsize>(piece));
+    }
+    return stream.good();
 }
 
 } // namespace
@@ -87,10 +103,9 @@ mapi::HRESULT DEFTMAPI_STDCALL TKwMAPIStreamAdapter::Write(const void* buffer, m
         std::uint64_t size = 0;
         if (!SizeOf(*FStream, size))
             return false;
-        // Behind the end: the gap is filled with zeros, as a file does it.
         FStream->seekp(static_cast<std::streamoff>(std::min(size, FPosition)));
-        for (; size < FPosition && FStream->good(); ++size)
-            FStream->put('\0');
+        if (size < FPosition && !FillGap(*FStream, FPosition - size))
+            return false;
         FStream->write(static_cast<const char*>(buffer), static_cast<std::streamsize>(count));
         return FStream->good();
     });
