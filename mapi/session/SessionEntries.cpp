@@ -51,7 +51,9 @@ mapi::HRESULT TSession::CallOpenEntry(const TKwMAPIEntryID& entryID, const mapi:
     TKwMAPIEntryIDArg id(entryID);
     if (id.Empty())
         CreateKwMAPIException(mapi::MAPI_E_INVALID_PARAMETER, sEmptyEntryID)->Raise();
-    return MAPISession().OpenEntry(id.Size(), id.Get(), iid, flags, &objectType, Out(object));
+    return CallSession(sOpenEntry, [&](auto& session) {
+        return session.OpenEntry(id.Size(), id.Get(), iid, flags, &objectType, Out(object));
+    });
 }
 
 TKwComPtr<mapi::IUnknown> TSession::OpenEntryEx(const TKwMAPIEntryID& entryID, const mapi::GUID* iid, mapi::ULONG flags,
@@ -131,12 +133,14 @@ bool TSession::FindEntryEx(const TKwMAPIEntryID& entryID, const mapi::GUID* iid,
         for (stores->First(); !stores->Get_EOF() && IsUnknownEntry(hr); stores->Next()) {
             TKwMAPIEntryIDArg storeID(stores->GetFieldValue(PR_ENTRYID));
             TKwComPtr<mapi::IMsgStore> store;
-            const mapi::HRESULT opened =
-                MAPISession().OpenMsgStore(GetParentWindow(), storeID.Size(), storeID.Get(), &mapi::IID_IMsgStore,
-                                           mapi::MAPI_BEST_ACCESS | mapi::MDB_NO_DIALOG, Out(store));
-            if (mapi::Failed(opened))
-                continue; // a store that is out of reach hides its entries, and the others are still to be asked
-            hr = store->OpenEntry(id.Size(), id.Get(), iid, flags, &type, Out(object));
+            hr = CallSession(u"FindEntryEx", [&](auto& session) {
+                const mapi::HRESULT opened =
+                    session.OpenMsgStore(GetParentWindow(), storeID.Size(), storeID.Get(), &mapi::IID_IMsgStore,
+                                         mapi::MAPI_BEST_ACCESS | mapi::MDB_NO_DIALOG, Out(store));
+                if (mapi::Failed(opened))
+                    return hr; // a store that is out of reach hides its entries, and the others are still to be asked
+                return store->OpenEntry(id.Size(), id.Get(), iid, flags, &type, Out(object));
+            });
         }
     }
     if (IsUnknownEntry(hr))

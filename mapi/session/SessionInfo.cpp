@@ -112,7 +112,9 @@ TKwRef<IKwMAPIProp> TKwMAPISessionInfo::Get_Identity()
     TSession& session = CheckSession(u"Get_Identity");
     mapi::ULONG size = 0;
     TKwMAPIBuffer<mapi::ENTRYID> id(session);
-    CheckMAPIResult(session, u"QueryIdentity", session.MAPISession().QueryIdentity(&size, Out(id)));
+    CheckMAPIResult(session, u"QueryIdentity", session.CallSession(u"QueryIdentity", [&](auto& client) {
+        return client.QueryIdentity(&size, Out(id));
+    }));
     TKwMAPIObjectType type = otUnknown;
     const auto user = session.OpenEntryEx(BinToEntryID(static_cast<std::int32_t>(size), id.Get()), nullptr, 0, type);
     if (type != otRecipient)
@@ -139,6 +141,9 @@ bool TKwMAPISessionProxy::MAPILoaded() const
 
 void TKwMAPISessionProxy::MAPIInitialize()
 {
+    // What was initialised for Simple MAPI is no initialisation for Extended MAPI, though its options are the same.
+    if (KwMAPIInitialized() && !KwMAPIThreadState().Extended)
+        KwMAPIUninitialize(false);
     KwMAPIInitialize(false, false, true, true);
 }
 

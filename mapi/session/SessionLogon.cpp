@@ -5,6 +5,8 @@
 #include "mapi/session/SessionSink.hpp"
 #include "mapi/table/uKwMAPITable.hpp"
 
+#include <unordered_set>
+
 namespace deftmapi
 {
 
@@ -44,41 +46,77 @@ private:
     std::exception_ptr FFailure;
 };
 
-/// Clears a flag at the end of its life.
-class TUnderway
-{
-public:
-    /// REQUIRES: the flag is set
-    explicit TUnderway(std::atomic<bool>& flag) noexcept : FFlag(flag) {}
-    ~TUnderway() { FFlag = false; }
-    TUnderway(const TUnderway&) = delete;
-    TUnderway& operator=(const TUnderway&) = delete;
-
-private:
-    std::atomic<bool>& FFlag;
-};
-
 } // namespace
 
 void TSession::Set_Active(bool active)
 {
-    // A sink that asks for what is just being done gets it without a second round.
-    std::atomic<bool>& underway = active ? FLoggingOn : FLoggingOff;
-    if (active == FActive || underway.exchange(true))
-        return;
     // A sink may drop the last reference in the middle.
     const TKwRef<TSession> self(this);
-    const TUnderway guard(underway);
-    if (active == FActive)
-        return; // another thread was first
-    if (active) {
+    if (active)
+        DoLogon();
+    else
+        DoLogoff(false);
+}
+
+/// Only the session's own thread waits: the client's thread may be what a logoff on that one waits for.
+void TSession::AwaitLogoffElsewhere(std::unique_lock<std::mutex>& lock)
+{
+    const TKwMAPIThread own = KwMAPIThread();
+    if (own == FHomeThread)
+        FLogoffDone.wait(lock, [&] { return !FLoggingOff || FLogoffThread == own; });
+}
+
+void TSession::DoLogon()
+{
+    {
+        std::unique_lock lock(FStateLock);
+        AwaitLogoffElsewhere(lock);
+        // A sink that asks for what is just being done gets it without a second round.
+        if (FActive || FLoggingOn)
+            return;
+        FLoggingOn = true;
+        FLogoffAsked = false;
+    }
+    const auto finish = [this] {
+        const std::lock_guard lock(FStateLock);
+        FLoggingOn = false;
+        return std::exchange(FLogoffAsked, false);
+    };
+    try {
         TKwMAPISessionBase::Set_Active(true);
         InternalLogon();
-        return;
+    } catch (...) {
+        finish();
+        throw;
+    }
+    if (finish())
+        DoLogoff(false);
+}
+
+void TSession::DoLogoff(bool fromClient)
+{
+    {
+        std::unique_lock lock(FStateLock);
+        if (!fromClient)
+            AwaitLogoffElsewhere(lock);
+        if (!FActive || FLoggingOff)
+            return;
+        if (FLoggingOn) {
+            FLogoffAsked = true; // the logon has calls under way that need what a logoff clears
+            return;
+        }
+        FLoggingOff = true;
+        FLogoffThread = KwMAPIThread();
     }
     TFirstFailure failure;
     failure.Keep([this] { TKwMAPISessionBase::Set_Active(false); });
     failure.Keep([this] { InternalLogoff(); });
+    {
+        const std::lock_guard lock(FStateLock);
+        FLoggingOff = false;
+        // Under the lock: whoever waits may end the session.
+        FLogoffDone.notify_all();
+    }
     failure.Raise();
 }
 
@@ -86,12 +124,14 @@ void TSession::Set_Active(bool active)
 
 void TSession::InternalLogon()
 {
+    std::vector<TKwRef<TKwMAPIWrapper>> openBefore;
     try {
-        LogonSteps();
+        LogonSteps(openBefore);
     } catch (...) {
         TFirstFailure failure;
         failure.Keep([] { throw; });
-        failure.Keep([this] { TKwMAPISessionBase::Set_Active(false); }); // what a sink has opened already
+        if (FActive) // what a sink has opened already
+            failure.Keep([&] { DropOpenedSince(openBefore); });
         failure.Keep([this] { InternalLogoff2(); });
         ForgetLogon();
         if (FCounted.exchange(false))
@@ -100,7 +140,25 @@ void TSession::InternalLogon()
     }
 }
 
-void TSession::LogonSteps()
+/// What the failed logon leaves alone is kept alive by the caller, so that its addresses are nobody else's.
+void TSession::DropOpenedSince(const std::vector<TKwRef<TKwMAPIWrapper>>& before)
+{
+    std::unordered_set<const TKwMAPIWrapper*> kept;
+    for (const auto& wrapper : before)
+        kept.insert(wrapper.Get());
+    TFirstFailure failure;
+    const std::vector<TKwMAPIWrapper*> wrappers = LogoffList().Snapshot();
+    for (auto it = wrappers.rbegin(); it != wrappers.rend(); ++it) {
+        if (kept.contains(*it) || !LogoffList().Contains(*it))
+            continue;
+        const TKwRef<TKwMAPIWrapper> wrapper(*it);
+        failure.Keep([&] { wrapper->SetMAPIOBJECT(nullptr); });
+        failure.Keep([&] { wrapper->TKwMAPIWrapper::SetMAPIOBJECT(nullptr); }); // inactive all the same
+    }
+    failure.Raise();
+}
+
+void TSession::LogonSteps(std::vector<TKwRef<TKwMAPIWrapper>>& openBefore)
 {
     DoBeforeLogon();
     EnsureLibrary();
@@ -118,10 +176,14 @@ void TSession::LogonSteps()
         CreateKwMAPIException(mapi::MAPI_E_CALL_FAILED, sNoExtendedMAPI, {KwCurrentMAPIDllFileName()})->Raise();
     SetMAPIOBJECT(session.Get());
     FExtendedLogon = session != nullptr;
+    FMultiThreadedLogon = FLogonInfo->Get_MultiThreadedNotifications();
+    FServiceLogon = FLogonInfo->Get_NTService();
+    for (TKwMAPIWrapper* wrapper : LogoffList().Snapshot())
+        openBefore.emplace_back(wrapper);
     FActive = true;
     FLogonThread = KwMAPIThread();
     FJoinedSession = !FLogonInfo->Get_NewSession();
-    FServiceAlone = FLogonInfo->Get_NTService() && !FLogonInfo->Get_Shared();
+    FServiceAlone = FServiceLogon && !FLogonInfo->Get_Shared();
     KwMAPISessionOpened();
     FCounted = true;
 
@@ -184,13 +246,15 @@ bool TSession::DetectCachedMode()
     };
     if (isSet(PR_PROFILE_CONNECT_FLAGS, ConnectedWithCache) && isSet(PR_PROFILE_UI_STATE, StateWithCache))
         return true;
+    // A store that cannot be opened now has no local copy. Whoever needs the store is told when he opens it.
     try {
-        const auto store = OpenMsgStore(GetDefaultMsgStoreID(), alReadOnly);
+        const auto store = OpenStore(GetDefaultMsgStoreID(), alReadOnly, mapi::MDB_NO_DIALOG);
         const TKwVariant support = store->PropByName(PR_STORE_SUPPORT_MASK)->Get_Value();
         return !support.IsEmptyOrNull() &&
                (static_cast<mapi::ULONG>(support.AsInteger()) & mapi::STORE_LOCALSTORE) != 0;
     } catch (const EKwMAPIException&) {
-        // A store that cannot be opened now has no local copy. Whoever needs the store is told when he opens it.
+        return false;
+    } catch (const EKwMAPIAbort&) { // somebody was asked all the same, and said no
         return false;
     }
 }
@@ -237,7 +301,6 @@ void TSession::InternalLogoff2()
 
 void TSession::UnadviseSession()
 {
-    // A notification under way on the client's thread may be doing the same.
     DetachSink();
     mapi::ULONG_PTR connection = 0;
     {
@@ -253,7 +316,7 @@ void TSession::DetachSink() noexcept
     TKwComPtr<TSink> sink;
     {
         const std::lock_guard lock(FSinkLock);
-        std::swap(sink, FSink);
+        sink = FSink;
     }
     if (sink)
         sink->Detach();
@@ -269,6 +332,7 @@ void TSession::ForgetLogon() noexcept
     FCachedExchangeMode = false;
     FSessionHandle = 0;
     FLogonWindow = 0;
+    FSessionInfo.Reset(); // a sink may have asked for it once more
     FActive = false;
 }
 
@@ -277,7 +341,7 @@ void TSession::OnNotify(mapi::ULONG count, const mapi::NOTIFICATION* notificatio
     const TKwRef<TSession> self(this); // a sink of the logoff may drop the last reference
     for (mapi::ULONG i = 0; i < count; ++i)
         if (notifications[i].ulEventType == mapi::fnevExtended && FJoinedSession)
-            Set_Active(false);
+            DoLogoff(true);
 }
 
 } // namespace deftmapi

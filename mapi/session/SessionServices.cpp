@@ -85,7 +85,9 @@ TKwRef<IKwMAPIAdminServices> TSession::GetAdminServices()
 {
     CheckReady(u"GetAdminServices");
     TKwComPtr<mapi::IMsgServiceAdmin> admin;
-    CheckMAPIResult(*this, u"GetAdminServices", MAPISession().AdminServices(0, Out(admin)));
+    CheckMAPIResult(*this, u"GetAdminServices", CallSession(u"GetAdminServices", [&](auto& session) {
+        return session.AdminServices(0, Out(admin));
+    }));
     return KwMake<TKwMAPIAdminServices>(*this, admin.Get(), true);
 }
 
@@ -105,7 +107,9 @@ TKwRef<IKwMAPIProfSect> TSession::OpenSection(const TKwMAPIEntryID& uid, TKwMAPI
 {
     return OpenSectionWith(*this, u"OpenProfileSection", uid, accessLevel, mayBeMissing,
                            [this](mapi::MAPIUID* id, mapi::ULONG flags, mapi::IProfSect** section) {
-                               return MAPISession().OpenProfileSection(id, nullptr, flags, section);
+                               return CallSession(u"OpenProfileSection", [&](auto& session) {
+                                   return session.OpenProfileSection(id, nullptr, flags, section);
+                               });
                            });
 }
 
@@ -116,7 +120,7 @@ TKwComPtr<mapi::IMAPITable> TSession::OpenStatusTable()
     CheckReady(u"GetStatusTable");
     TKwComPtr<mapi::IMAPITable> table;
     CheckMAPIResult(*this, u"GetStatusTable", WithCharWidth(0, [&](mapi::ULONG flags) {
-        return MAPISession().GetStatusTable(flags, Out(table));
+        return CallSession(u"GetStatusTable", [&](auto& session) { return session.GetStatusTable(flags, Out(table)); });
     }));
     return table;
 }
@@ -135,7 +139,9 @@ TKwComPtr<mapi::IMAPIStatus> TSession::OpenSpooler()
         mapi::HRESULT hr = mapi::MAPI_E_NOT_FOUND;
         TKwComPtr<mapi::IUnknown> object;
         if (!id.Empty())
-            hr = MAPISession().OpenEntry(id.Size(), id.Get(), &mapi::IID_IMAPIStatus, 0, &type, Out(object));
+            hr = CallSession(u"FlushQueues", [&](auto& session) {
+                return session.OpenEntry(id.Size(), id.Get(), &mapi::IID_IMAPIStatus, 0, &type, Out(object));
+            });
         if (mapi::Succeeded(hr))
             hr = object->QueryInterface(mapi::IID_IMAPIStatus, OutVoid(spooler));
         if (mapi::Failed(hr))
@@ -176,8 +182,10 @@ TKwComPtr<mapi::IAddrBook> TSession::OpenAddressBook()
 {
     CheckReady(u"OpenAddressBook");
     TKwComPtr<mapi::IAddrBook> book;
-    const mapi::ULONG flags = FLogonInfo->Get_NTService() ? mapi::AB_NO_DIALOG : 0;
-    const mapi::HRESULT hr = MAPISession().OpenAddressBook(GetParentWindow(), nullptr, flags, Out(book));
+    const mapi::ULONG flags = IsService() ? mapi::AB_NO_DIALOG : 0;
+    const mapi::HRESULT hr = CallSession(u"OpenAddressBook", [&](auto& session) {
+        return session.OpenAddressBook(GetParentWindow(), nullptr, flags, Out(book));
+    });
     // The warning says that one of several providers of it failed; the others are there.
     if (hr != mapi::MAPI_W_ERRORS_RETURNED)
         CheckMAPIResult(*this, u"OpenAddressBook", hr);
@@ -190,7 +198,9 @@ TKwComPtr<mapi::IMAPIFormMgr> TSession::GetFormManager()
     if (!KwSameText(ClientName(), OutlookClient))
         CreateKwMAPIException(KwNotSupported, sNoFormManager)->Raise();
     TKwComPtr<mapi::IMAPIFormMgr> manager;
-    CheckMAPIResult(*this, u"GetFormManager", entryOpenFormMgr(&MAPISession(), Out(manager)));
+    CheckMAPIResult(*this, u"GetFormManager", CallSession(u"GetFormManager", [&](auto& session) {
+        return entryOpenFormMgr(&session, Out(manager));
+    }));
     return manager;
 }
 

@@ -32,7 +32,8 @@ TKwComPtr<mapi::IMAPITable> TSession::OpenMsgStoresTable()
     CheckReady(u"GetMsgStoresTable");
     TKwComPtr<mapi::IMAPITable> table;
     CheckMAPIResult(*this, u"GetMsgStoresTable", WithCharWidth(0, [&](mapi::ULONG flags) {
-        return MAPISession().GetMsgStoresTable(flags, Out(table));
+        return CallSession(u"GetMsgStoresTable",
+                           [&](auto& session) { return session.GetMsgStoresTable(flags, Out(table)); });
     }));
     return table;
 }
@@ -73,6 +74,12 @@ void TSession::SetDefaultMsgStore(const TKwMAPIEntryID& entryID)
 TKwRef<IKwMAPIMsgStore> TSession::OpenMsgStore(const TKwMAPIEntryID& entryID, TKwMAPIAccessLevel accessLevel)
 {
     CheckReady(u"OpenMsgStore");
+    return OpenStore(entryID, accessLevel, IsService() ? mapi::MDB_NO_DIALOG : 0);
+}
+
+TKwRef<IKwMAPIMsgStore> TSession::OpenStore(const TKwMAPIEntryID& entryID, TKwMAPIAccessLevel accessLevel,
+                                            mapi::ULONG options)
+{
     TKwMAPIEntryIDArg id(entryID);
     if (id.Empty())
         CreateKwMAPIException(mapi::MAPI_E_INVALID_PARAMETER, sEmptyEntryID)->Raise();
@@ -80,11 +87,11 @@ TKwRef<IKwMAPIMsgStore> TSession::OpenMsgStore(const TKwMAPIEntryID& entryID, TK
     mapi::ULONG flags = accessLevel == alReadWrite ? mapi::MDB_WRITE : 0;
     if (accessLevel == alBestAccess)
         flags = mapi::MAPI_BEST_ACCESS;
-    if (FLogonInfo->Get_NTService())
-        flags |= mapi::MDB_NO_DIALOG;
+    flags |= options;
     TKwComPtr<mapi::IMsgStore> object;
-    const mapi::HRESULT hr =
-        MAPISession().OpenMsgStore(GetParentWindow(), id.Size(), id.Get(), &mapi::IID_IMsgStore, flags, Out(object));
+    const mapi::HRESULT hr = CallSession(u"OpenMsgStore", [&](auto& session) {
+        return session.OpenMsgStore(GetParentWindow(), id.Size(), id.Get(), &mapi::IID_IMsgStore, flags, Out(object));
+    });
     const auto raise = [&](WideView text) { CreateKwMAPIException(hr, text, {GetClassName()})->Raise(); };
     switch (hr) {
     case mapi::MAPI_E_NOT_FOUND:
@@ -98,6 +105,8 @@ TKwRef<IKwMAPIMsgStore> TSession::OpenMsgStore(const TKwMAPIEntryID& entryID, TK
         break;
     case mapi::MAPI_E_FAILONEPROVIDER: // what a client answers that cannot reach its server and keeps no copy
         raise(sStoreNotCached);
+        break;
+    case mapi::MAPI_W_ERRORS_RETURNED: // the store is open; its provider has a remark
         break;
     default:
         CheckMAPIResult(*this, u"OpenMsgStore", hr);

@@ -8,7 +8,9 @@
 #include "support/platform/uKwPlatform.hpp"
 #include "support/uKwFormat.hpp"
 
+#include <algorithm>
 #include <atomic>
+#include <mutex>
 
 namespace deftmapi
 {
@@ -34,6 +36,31 @@ TKwThreadCounts& ThreadSessions()
 constinit std::atomic<std::int32_t> AllSessions = 0;
 
 constinit std::atomic<mapi::ULONG_PTR> AppHandle = 0;
+
+// The sessions that may have MAPI objects without being logged on.
+struct TUsers
+{
+    std::recursive_mutex Lock; // an object that is dropped may be the last one of its session
+    std::vector<TSession*> Sessions;
+
+    /// For ever: a session in a global may end after the statics.
+    static TUsers& Instance()
+    {
+        static TUsers& users = *new TUsers;
+        return users;
+    }
+    void Add(TSession& session)
+    {
+        const std::lock_guard lock(Lock);
+        if (std::find(Sessions.begin(), Sessions.end(), &session) == Sessions.end())
+            Sessions.push_back(&session);
+    }
+    void Remove(TSession& session) noexcept
+    {
+        const std::lock_guard lock(Lock);
+        std::erase(Sessions, &session);
+    }
+};
 
 } // namespace
 
@@ -82,6 +109,7 @@ void TSession::BeforeDestruction() noexcept
     const bool last = ThreadSessions().Lower(FHomeThread) == 0;
     --AllSessions;
     FDestroying = true;
+    TUsers::Instance().Remove(*this);
     // What fails here has no caller left to go to, and keeps nothing after it from being done.
     const auto attempt = [](auto&& step) {
         try {
@@ -108,7 +136,12 @@ mapi::HRESULT TSession::CallGetLastError(mapi::HRESULT result, mapi::ULONG flags
 void TSession::CheckActive(WideView methodName) const
 {
     if (!FActive)
-        CreateKwMAPIException(mapi::MAPI_E_NO_ACCESS, sMustLogon, {methodName})->Raise();
+        RaiseMustLogon(methodName);
+}
+
+void TSession::RaiseMustLogon(WideView methodName)
+{
+    CreateKwMAPIException(mapi::MAPI_E_NO_ACCESS, sMustLogon, {methodName})->Raise();
 }
 
 void TSession::CheckUsingExtendedMAPI(WideView methodName) const
@@ -128,7 +161,7 @@ mapi::IMAPISession& TSession::MAPISession() const
     if (Get_MAPIOBJECT() == nullptr)
         CheckUsingExtendedMAPI(u"MAPIOBJECT");
     if (Get_MAPIOBJECT() == nullptr)
-        CreateKwMAPIException(mapi::MAPI_E_NO_ACCESS, sMustLogon, {u"MAPIOBJECT"})->Raise();
+        RaiseMustLogon(u"MAPIOBJECT");
     return MAPIObjectAs<mapi::IMAPISession>();
 }
 
@@ -162,7 +195,11 @@ void TSession::MAPIInitialize()
     // What was initialised for Simple MAPI is no initialisation for Extended MAPI, though its options are the same.
     if (extended && KwMAPIInitialized() && !KwMAPIThreadState().Extended)
         KwMAPIUninitialize(false);
-    KwMAPIInitialize(FLogonInfo->Get_MultiThreadedNotifications(), FLogonInfo->Get_NTService(), extended, true);
+    // With nothing loaded the one below would take the system's library.
+    if (!FMAPIClient.empty())
+        EnsureLibrary();
+    KwMAPIInitialize(FActive ? FMultiThreadedLogon : FLogonInfo->Get_MultiThreadedNotifications(), IsService(),
+                     extended, true);
 }
 
 bool TSession::MAPIInitialized() const
@@ -177,19 +214,36 @@ void TSession::MAPIUnitialize()
 
 void TSession::MAPIUnload()
 {
-    DropMAPIObjects();
     KwUnloadDLL();
 }
 
-void TSession::DropMAPIObjects()
+/// The code of MAPI objects is about to go: those of profile administrations and message files, which work without a
+/// logon, go before it.
+void TSession::BeforeUnload()
 {
-    // Their code is about to go: profile administrations and message files work without a logon.
-    if (!FActive)
-        TKwMAPISessionBase::Set_Active(false);
+    TUsers& users = TUsers::Instance();
+    const std::lock_guard lock(users.Lock);
+    const std::vector<TSession*> sessions = users.Sessions;
+    for (TSession* session : sessions) {
+        if (std::find(users.Sessions.begin(), users.Sessions.end(), session) == users.Sessions.end())
+            continue; // it went with an object of another one
+        // Only one that has wrappers, which hold it, may be held here: another may be ending on its own thread.
+        if (session->FActive || session->LogoffList().Count() == 0)
+            continue;
+        const TKwRef<TSession> held(session);
+        try {
+            session->TKwMAPISessionBase::Set_Active(false);
+        } catch (...) {
+            KwReportServerException(std::current_exception()); // all the objects are dropped
+        }
+    }
 }
 
 void TSession::EnsureLibrary()
 {
+    static std::once_flag registered;
+    std::call_once(registered, [] { KwRegisterOnUnload(&TSession::BeforeUnload); });
+    TUsers::Instance().Add(*this);
     if (!MAPILoaded())
         LoadLibrary(KwFindMAPIDll(FMAPIClient));
 }
@@ -216,7 +270,6 @@ void TSession::Set_MAPIClient(WideView client)
     if (path.empty() && !client.empty())
         CreateKwMAPIException(mapi::MAPI_E_INVALID_PARAMETER, sClientNotInstalled, {GetClassName(), client})->Raise();
     if (MAPILoaded() && !path.empty() && !KwSameText(path, KwCurrentMAPIDllFileName())) {
-        DropMAPIObjects();
         if (KwMAPIInitialized())
             KwMAPIUninitialize(false);
         MAPIUnload();

@@ -14,9 +14,11 @@
 #include "mapi/headers/uKwMAPISessionH.hpp"
 
 #include <atomic>
+#include <condition_variable>
 #include <functional>
 #include <iosfwd>
 #include <mutex>
+#include <vector>
 
 namespace deftmapi
 {
@@ -168,7 +170,8 @@ public:
 };
 
 /// A stream of the application's as an IStream, for MAPI calls that read from one or write into one. Failures of the
-/// stream are results: STG_E_READFAULT, STG_E_WRITEFAULT, STG_E_SEEKERROR.
+/// stream are results: STG_E_READFAULT, STG_E_WRITEFAULT, STG_E_SEEKERROR. Writing behind the end fills the gap with
+/// zeros, 256 MB of them at most.
 class DEFTMAPI_API TKwMAPIStreamAdapter final
     : public TKwComObject<mapi::IStream, mapi::IID_ISequentialStream, mapi::IID_IStream>
 {
@@ -228,7 +231,10 @@ public:
     // State.
     [[nodiscard]] bool Get_Active() const noexcept override { return FActive; }
     /// Does nothing, and fires nothing, when the session is in that state already. A logon that fails leaves the
-    /// session inactive.
+    /// session inactive, and what needs no logon (message files, profile administration) as it was.
+    ///
+    /// Logon and logoff never overlap. A logoff that is asked for during a logon, by a sink or a notification, is done
+    /// at its end, after AfterLogon. On the session's own thread both wait for a logoff that runs on the client's.
     /// @throws EMAPI_LOGON_FAILED  no such profile, wrong password, …
     /// @throws EMAPI_CALL_FAILED   the client library cannot be loaded or offers no Extended MAPI
     void Set_Active(bool active) override;
@@ -263,10 +269,14 @@ public:
     /// The library stays loaded until MAPIUnload.
     void MAPILoad(const WideString& fileName, bool& extendedMAPI, bool& loaded) override;
     [[nodiscard]] bool MAPILoaded() const override;
-    /// Initialises MAPI for this thread with the logon options.
+    /// Initialises MAPI for this thread with the logon options; while logged on, with those of the logon. Loads the
+    /// library of MAPIClient when none is loaded.
     void MAPIInitialize() override;
     [[nodiscard]] bool MAPIInitialized() const override;
     void MAPIUnitialize() override;
+    /// Sessions that are not logged on drop their MAPI objects, as at a logoff, before the library goes: by this, by
+    /// Set_MAPIClient or with the last thread that is uninitialised. REQUIRES: nobody uses such an object meanwhile.
+    /// @throws EMAPI_CALL_FAILED  a thread is still initialised; nothing has changed
     void MAPIUnload() override;
 
     // Stores and entries.
@@ -322,7 +332,7 @@ public:
     [[nodiscard]] TKwRef<IKwMAPIMessage> CreateMessage(TKwMAPIFolderType folderType, WideView messageClass) override;
     [[nodiscard]] TKwRef<IKwMAPIMessage> CreateMailMessage() override;
     // Compound files need a client library or a system that has structured storage and MAPI's messages on it.
-    // @throws EMAPI_CALL_FAILED  it has not
+    // @throws EMAPI_NO_SUPPORT  there is no structured storage
     [[nodiscard]] TKwRef<IKwMAPIMessage> CreateMsgFile(const WideString& fileName, WideView messageClass) override;
     [[nodiscard]] TKwRef<IKwMAPIMessage> OpenMsgFile(const WideString& fileName,
                                                      TKwMAPIAccessLevel accessLevel) override;
@@ -363,16 +373,36 @@ private:
 
     /// @throws EMAPI_NO_ACCESS  the session has ended, perhaps in the middle of an operation that dispatched its end
     [[nodiscard]] mapi::IMAPISession& MAPISession() const;
+    /// Calls the client's session, which is kept for it. The client may deliver notifications before it returns, so the
+    /// session may have ended: what the call gave is of no use then.
+    /// @throws EMAPI_NO_ACCESS  the session is not, or no longer, logged on
+    template <typename Call>
+    mapi::HRESULT CallSession(WideView methodName, Call&& call)
+    {
+        const TKwComPtr<mapi::IMAPISession> session(&MAPISession());
+        const mapi::HRESULT hr = std::forward<Call>(call)(*session);
+        if (Get_MAPIOBJECT() != session.Get())
+            RaiseMustLogon(methodName);
+        return hr;
+    }
+    [[noreturn]] static void RaiseMustLogon(WideView methodName);
     /// CheckActive and CheckUsingExtendedMAPI.
     void CheckReady(WideView methodName) const;
+    /// Whether to ask nobody anything.
+    [[nodiscard]] bool IsService() const noexcept { return FActive ? FServiceLogon : FLogonInfo->Get_NTService(); }
     [[nodiscard]] bool GetCanUseUnicode() const noexcept { return UsesExtendedMAPI(); }
+    void DoLogon();
+    /// @param fromClient  the client asks, by a notification: it must not be kept waiting
+    void DoLogoff(bool fromClient);
+    void AwaitLogoffElsewhere(std::unique_lock<std::mutex>& lock);
+    void DropOpenedSince(const std::vector<TKwRef<TKwMAPIWrapper>>& before);
     void InternalLogon();
-    void LogonSteps();
+    void LogonSteps(std::vector<TKwRef<TKwMAPIWrapper>>& openBefore);
     void InternalLogoff();
     void InternalLogoff2();
     void ForgetLogon() noexcept;
     void EnsureLibrary();
-    void DropMAPIObjects();
+    static void BeforeUnload();
     void DetachSink() noexcept;
     void LoadLibrary(const WideString& path);
     void AdviseSession();
@@ -380,6 +410,8 @@ private:
     [[nodiscard]] WideString ClientName() const;
     [[nodiscard]] bool DetectExchange();
     [[nodiscard]] bool DetectCachedMode();
+    [[nodiscard]] TKwRef<IKwMAPIMsgStore> OpenStore(const TKwMAPIEntryID& entryID, TKwMAPIAccessLevel accessLevel,
+                                                    mapi::ULONG options);
     [[nodiscard]] TKwRef<IKwMAPIProfSect> OpenSection(const TKwMAPIEntryID& uid, TKwMAPIAccessLevel accessLevel,
                                                       bool mayBeMissing);
     [[nodiscard]] TKwRef<IKwMAPIProfSect> FindGlobalSection();
@@ -406,7 +438,7 @@ private:
     TKwRef<TKwMAPIInfo> FMAPIInfo;
     TKwRef<TKwMAPISessionInfo> FSessionInfo;
     TKwEventConnections<IKwMAPISessionDEvents> FEvents;
-    TKwComPtr<TSink> FSink;
+    TKwComPtr<TSink> FSink; // until the next logon: to wait for a logoff that it has started
     WideString FMAPIClient;
     mapi::ULONG_PTR FParentWindow = 0;
     mapi::ULONG_PTR FLogonWindow = 0;
@@ -416,10 +448,16 @@ private:
     TKwMAPIThread FLogonThread = 0;
     // A notification logs off on the client's thread.
     std::atomic<bool> FActive{false};
-    std::atomic<bool> FLoggingOn{false};
-    std::atomic<bool> FLoggingOff{false};
+    std::mutex FStateLock; // for what follows
+    std::condition_variable FLogoffDone;
+    bool FLoggingOn = false;
+    bool FLoggingOff = false;
+    bool FLogoffAsked = false; // while logging on
+    TKwMAPIThread FLogoffThread = 0;
     std::mutex FSinkLock; // for FSink and FConnection
     bool FExtendedLogon = false;
+    bool FMultiThreadedLogon = false;
+    bool FServiceLogon = false;
     std::atomic<bool> FCounted{false}; // in the logon thread's session count
     bool FJoinedSession = false;
     bool FServiceAlone = false; // logged on as a Windows service that shares its session with nobody

@@ -192,36 +192,45 @@ mapi::HRESULT TScriptedMAPISession::GetLastError(mapi::HRESULT, mapi::ULONG, map
     return mapi::S_OK;
 }
 
+mapi::HRESULT TScriptedMAPISession::Done(const char* method, mapi::HRESULT result)
+{
+    if (OnCall)
+        OnCall(method);
+    return result;
+}
+
 mapi::HRESULT TScriptedMAPISession::GetMsgStoresTable(mapi::ULONG flags, mapi::LPMAPITABLE* table)
 {
     if (const auto result = FCalls->Enter("GetMsgStoresTable", Hex(flags)))
         return *result;
     *table = TKwComPtr<mapi::IMAPITable>(Stores.Get()).Detach();
-    return mapi::S_OK;
+    return Done("GetMsgStoresTable");
 }
 
 mapi::HRESULT TScriptedMAPISession::OpenMsgStore(mapi::ULONG_PTR window, mapi::ULONG size, mapi::LPENTRYID id,
                                                  mapi::LPCIID, mapi::ULONG flags, mapi::LPMDB* store)
 {
-    if (const auto result =
-            FCalls->Enter("OpenMsgStore", std::to_string(window) + "," + HexOf(size, id) + "," + Hex(flags)))
-        return *result;
+    const mapi::HRESULT result =
+        FCalls->Enter("OpenMsgStore", std::to_string(window) + "," + HexOf(size, id) + "," + Hex(flags))
+            .value_or(mapi::S_OK);
+    if (mapi::Failed(result))
+        return result;
     *store = TKwComPtr<mapi::IMsgStore>(Store.Get()).Detach();
-    return mapi::S_OK;
+    return Done("OpenMsgStore", result);
 }
 
 mapi::HRESULT TScriptedMAPISession::OpenAddressBook(mapi::ULONG_PTR window, mapi::LPCIID, mapi::ULONG flags,
                                                     mapi::LPADRBOOK* book)
 {
     *book = TKwComPtr<mapi::IAddrBook>(AddressBook).Detach();
-    return FCalls->Enter("OpenAddressBook", std::to_string(window) + "," + Hex(flags))
-        .value_or(*book != nullptr ? mapi::S_OK : mapi::MAPI_E_NO_SUPPORT);
+    return Done("OpenAddressBook", FCalls->Enter("OpenAddressBook", std::to_string(window) + "," + Hex(flags))
+                                       .value_or(*book != nullptr ? mapi::S_OK : mapi::MAPI_E_NO_SUPPORT));
 }
 
 mapi::HRESULT TScriptedMAPISession::OpenProfileSection(mapi::LPMAPIUID uid, mapi::LPCIID, mapi::ULONG flags,
                                                        mapi::LPPROFSECT* section)
 {
-    return Sections.Open("OpenProfileSection", uid, flags, section);
+    return Done("OpenProfileSection", Sections.Open("OpenProfileSection", uid, flags, section));
 }
 
 mapi::HRESULT TScriptedMAPISession::GetStatusTable(mapi::ULONG flags, mapi::LPMAPITABLE* table)
@@ -229,7 +238,7 @@ mapi::HRESULT TScriptedMAPISession::GetStatusTable(mapi::ULONG flags, mapi::LPMA
     if (const auto result = FCalls->Enter("GetStatusTable", Hex(flags)))
         return *result;
     *table = TKwComPtr<mapi::IMAPITable>(Status.Get()).Detach();
-    return mapi::S_OK;
+    return Done("GetStatusTable");
 }
 
 mapi::HRESULT TScriptedMAPISession::OpenEntry(mapi::ULONG size, mapi::LPENTRYID id, mapi::LPCIID iid, mapi::ULONG flags,
@@ -244,7 +253,7 @@ mapi::HRESULT TScriptedMAPISession::OpenEntry(mapi::ULONG size, mapi::LPENTRYID 
         return mapi::MAPI_E_UNKNOWN_ENTRYID;
     *type = found->second.Type;
     *object = TKwComPtr<mapi::IUnknown>(found->second.Object).Detach();
-    return mapi::S_OK;
+    return Done("OpenEntry");
 }
 
 mapi::HRESULT TScriptedMAPISession::CompareEntryIDs(mapi::ULONG size1, mapi::LPENTRYID id1, mapi::ULONG size2,
@@ -264,7 +273,7 @@ mapi::HRESULT TScriptedMAPISession::Advise(mapi::ULONG size, mapi::LPENTRYID id,
         return *result;
     Sink = TKwComPtr<mapi::IMAPIAdviseSink>(sink);
     *connection = 7;
-    return mapi::S_OK;
+    return Done("Advise");
 }
 
 mapi::HRESULT TScriptedMAPISession::Unadvise(mapi::ULONG_PTR connection)
@@ -317,7 +326,7 @@ mapi::HRESULT TScriptedMAPISession::AdminServices(mapi::ULONG flags, mapi::LPSER
     if (!Services)
         return mapi::MAPI_E_NO_SUPPORT;
     *admin = TKwComPtr<mapi::IMsgServiceAdmin>(Services.Get()).Detach();
-    return mapi::S_OK;
+    return Done("AdminServices");
 }
 
 mapi::HRESULT TScriptedMAPISession::ShowForm(mapi::ULONG_PTR, mapi::LPMDB, mapi::LPMAPIFOLDER, mapi::LPCIID,

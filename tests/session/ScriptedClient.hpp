@@ -84,6 +84,7 @@ public:
     TKwComPtr<mapi::IAddrBook> AddressBook; ///< null: none can be opened
     TScriptedSections Sections;
     std::map<std::string, TScriptedStore::TEntry> Entries; ///< what OpenEntry gives, by the bytes of the identifier
+    std::function<void(const std::string& method)> OnCall; ///< when a call has its result and is about to return
     std::string Identity;                                  ///< of the user; empty: no service supplies one
     TKwComPtr<mapi::IMAPIAdviseSink> Sink;                 ///< the one advised last, until it is unadvised
 
@@ -118,6 +119,8 @@ public:
     mapi::HRESULT DEFTMAPI_STDCALL PrepareForm(mapi::LPCIID, mapi::LPMESSAGE, mapi::ULONG_PTR*) override;
 
 private:
+    mapi::HRESULT Done(const char* method, mapi::HRESULT result = mapi::S_OK);
+
     TCallsRef FCalls;
 };
 

@@ -27,9 +27,25 @@ public:
     void OutlookFlushQueus(IKwMAPISession&, mapi::ULONG) override {}
 };
 
+TScriptedProfAdmin* CurrentAdmin = nullptr;
+
+mapi::HRESULT DEFTMAPI_STDCALL AdminProfiles(mapi::ULONG, mapi::LPPROFADMIN* admin)
+{
+    CurrentAdmin->AddRef();
+    *admin = CurrentAdmin;
+    return mapi::S_OK;
+}
+
 class TSessionLibraryTest : public TScriptedClientTest
 {
 protected:
+    TSessionLibraryTest() : Profiles(new TScriptedProfAdmin(Calls))
+    {
+        CurrentAdmin = Profiles.Get();
+        Module().Export("MAPIAdminProfiles", &AdminProfiles);
+    }
+    const TKwComPtr<TScriptedProfAdmin> Profiles;
+
     [[nodiscard]] static TKwRef<TSession> NewSession()
     {
         auto session = KwMake<TSession>();
@@ -102,6 +118,53 @@ TEST_F(TSessionLibraryTest, TwoSessionsOfOneThreadShareItsOptions)
     EXPECT_EQ(Initializations(), "MAPIUninitialize();MAPIInitialize(0x00000009);");
     EXPECT_EQ(Catch([&] { first->Logon(); }).ClassName, "EMAPI_CALL_FAILED");
     second->Logoff();
+}
+
+TEST_F(TSessionLibraryTest, OptionsThatChangeWhileLoggedOnAreThoseOfTheNextLogon)
+{
+    auto session = NewSession();
+    session->Logon();
+    const auto info = session->Get_LogonInfo();
+    info->Set_MultiThreadedNotifications(true);
+    info->Set_NTService(true);
+    static_cast<void>(Take());
+    EXPECT_NE(session->GetProfileAdmin(), nullptr);
+    const auto store = session->OpenMsgStore(StrToEntryID(u"0A"), alReadOnly);
+    EXPECT_EQ(Calls->Lines().front(), "OpenMsgStore(0,0A,0x00000000)");
+    EXPECT_EQ(Initializations(), "");
+    session->Logoff();
+    session->Logon();
+    EXPECT_EQ(Initializations(), "MAPIUninitialize();MAPIInitialize(0x00010009);");
+}
+
+TEST_F(TSessionLibraryTest, ObjectsGoBeforeTheirLibrary)
+{
+    auto owner = NewSession();
+    auto other = NewSession();
+    other->MAPIInitialize();
+    EXPECT_EQ(KwCurrentMAPIDllFileName(), DllName) << "the library of the client, as for a logon";
+    auto admin = owner->GetProfileAdmin();
+    EXPECT_EQ(Catch([&] { other->MAPIUnload(); }).Message,
+              "MAPI is still initialized!\r\nYou must first unitialize MAPI on all threads!");
+    EXPECT_EQ(admin->Get_MAPIOBJECT(), Profiles.Get()) << "what is refused changes nothing";
+    other->MAPIUnitialize();
+    other->MAPIUnload();
+    EXPECT_EQ(admin->Get_MAPIOBJECT(), nullptr) << "whichever session unloads";
+    EXPECT_EQ(Profiles->RefCount(), 1u);
+
+    // A library that nobody has loaded in so many words goes with the last thread.
+    Platform.SetValue(User, u"Software\\Clients\\Mail\\Microsoft Outlook", u"DLLPathEx", DllName);
+    KwMAPIInitialize(false, false, true, true);
+    admin = owner->GetProfileAdmin();
+    owner->MAPIUnitialize();
+    EXPECT_FALSE(owner->MAPILoaded());
+    EXPECT_EQ(admin->Get_MAPIOBJECT(), nullptr);
+    EXPECT_EQ(Profiles->RefCount(), 1u);
+
+    admin = owner->GetProfileAdmin();
+    AddOther();
+    other->Set_MAPIClient(u"Other");
+    EXPECT_EQ(admin->Get_MAPIOBJECT(), nullptr) << "another client's library has taken its place";
 }
 
 TEST_F(TSessionLibraryTest, AnotherClientWhoseLibraryDoesNotDo)
@@ -256,9 +319,12 @@ TEST_F(TSessionLibraryTest, AnAddressBookThatLacksAProviderIsStillOne)
     EXPECT_EQ(session->OpenAddressBook().Get(), book.Get());
     Calls->Next("OpenAddressBook", mapi::MAPI_W_ERRORS_RETURNED);
     EXPECT_EQ(session->OpenAddressBook().Get(), book.Get());
+    EXPECT_EQ(Take(), "OpenAddressBook(5,0x00000000)\nOpenAddressBook(5,0x00000000)");
+    session->Logoff();
     session->Get_LogonInfo()->Set_NTService(true);
+    session->Logon();
     EXPECT_EQ(session->OpenAddressBook().Get(), book.Get());
-    EXPECT_EQ(Take(), "OpenAddressBook(5,0x00000000)\nOpenAddressBook(5,0x00000000)\nOpenAddressBook(5,0x00000001)");
+    EXPECT_EQ(Calls->Lines().back(), "OpenAddressBook(5,0x00000001)") << "nobody sees the dialogs of a service";
     EXPECT_EQ(book->RefCount(), 2u);
     Client->AddressBook.Reset();
 }

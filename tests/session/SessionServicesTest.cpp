@@ -227,10 +227,16 @@ TEST_F(TSessionServicesTest, CachedModeNeedsBothBitsOrALocalStore)
     const mapi::ULONG support = GetPropTag(PR_STORE_SUPPORT_MASK);
     Client->Store->Bag.Set(LongValue(support, 0x00040000 | 0x00080000));
     EXPECT_TRUE(cached()) << "the store says that it is a local one";
-    Calls->Next("OpenMsgStore", mapi::MAPI_E_FAILONEPROVIDER);
-    Session->Logon();
-    EXPECT_FALSE(Session->Get_CachedExchangeMode()) << "a store that cannot be opened is no reason to refuse the logon";
-    EXPECT_TRUE(Session->GetSessionInfo()->Get_CachedExchangeMode()) << "now it can";
+    for (const mapi::HRESULT failure : {mapi::MAPI_E_FAILONEPROVIDER, mapi::MAPI_E_USER_CANCEL}) {
+        Calls->Next("OpenMsgStore", failure);
+        static_cast<void>(Take());
+        Session->Logon();
+        EXPECT_FALSE(Session->Get_CachedExchangeMode())
+            << "a store that cannot be opened is no reason to refuse the logon";
+        EXPECT_NE(Take().find("OpenMsgStore(0,01,0x00000001)"), std::string::npos) << "nobody is asked anything";
+        EXPECT_TRUE(Session->GetSessionInfo()->Get_CachedExchangeMode()) << "now it can";
+        Session->Logoff();
+    }
 }
 
 TEST_F(TSessionServicesTest, FactsAboutTheSession)
@@ -423,10 +429,17 @@ TEST_F(TSessionServicesTest, ProfileSections)
     section->SaveChanges();
     EXPECT_EQ(Client->Sections.Add(GlobalSection).Bag.Text(), "0x66010003=6");
     static_cast<void>(Take());
+    EXPECT_EQ(Session->OpenProfileSection(global, alBestAccess)->Get_AccessLevel(), alReadWrite);
+    Calls->Next("OpenProfileSection", std::nullopt);
     Calls->Next("OpenProfileSection", mapi::MAPI_E_NO_ACCESS);
+    static_cast<void>(Take());
     EXPECT_EQ(Session->OpenProfileSection(global, alBestAccess)->Get_AccessLevel(), alReadOnly);
-    EXPECT_EQ(Take(), "OpenProfileSection(13DBB0C8AA05101A9BB000AA002FC45A,0x00000001)\n"
-                      "OpenProfileSection(13DBB0C8AA05101A9BB000AA002FC45A,0x00000000)");
+    EXPECT_EQ(Take(), "OpenProfileSection(13DBB0C8AA05101A9BB000AA002FC45A,0x00000000)\n"
+                      "OpenProfileSection(13DBB0C8AA05101A9BB000AA002FC45A,0x00000001)");
+    const TKwMAPIEntryID mistyped = StrToEntryID(u"23DBB0C8AA05101A9BB000AA002FC45A");
+    EXPECT_EQ(Catch([&] { static_cast<void>(Session->OpenProfileSection(mistyped, alBestAccess)); }).ClassName,
+              "EMAPI_NOT_FOUND");
+    EXPECT_EQ(Take(), "OpenProfileSection(23DBB0C8AA05101A9BB000AA002FC45A,0x00000000)") << "none is made";
 }
 
 TEST_F(TSessionServicesTest, WhatOnlyOthersOffer)
@@ -497,6 +510,11 @@ TEST_F(TSessionServicesTest, TheLibraryWithoutASession)
     EXPECT_TRUE(info->Get_ExtendedMAPI());
     EXPECT_EQ(info->GetClients(), std::vector<WideString>{ClientName});
     proxy->MAPIUnitialize();
+    KwMAPIInitialize(false, false, false, true);
+    static_cast<void>(Take());
+    proxy->MAPIInitialize();
+    EXPECT_EQ(Take(), "MAPIInitialize(0x00000008)") << "Simple MAPI had not called it";
+    proxy->MAPIUnitialize();
     proxy->MAPIUnload();
     EXPECT_FALSE(proxy->MAPILoaded());
 }
@@ -528,6 +546,10 @@ TEST(StreamAdapter, ReadsWritesAndSeeksLikeAFile)
     EXPECT_EQ(seek(1, 1), 12);
     EXPECT_EQ(stream->Write("z", 1, &done), mapi::S_OK);
     EXPECT_EQ(text->str(), std::string("012345678xy\0z", 13)) << "a gap is filled with zeros";
+    EXPECT_EQ(seek(std::int64_t{1} << 40, 0), std::int64_t{1} << 40);
+    EXPECT_EQ(stream->Write("z", 1, &done), mapi::STG_E_WRITEFAULT) << "nobody has that many zeros";
+    EXPECT_EQ(text->str().size(), 13u);
+    EXPECT_EQ(seek(13, 0), 13);
     EXPECT_EQ(seek(-14, 1), static_cast<std::int64_t>(mapi::STG_E_INVALIDFUNCTION));
     EXPECT_EQ(seek(0, 3), static_cast<std::int64_t>(mapi::STG_E_INVALIDFUNCTION));
     mapi::STATSTG stat{};

@@ -7,6 +7,7 @@
 
 #include <functional>
 #include <thread>
+#include <tuple>
 
 namespace deftmapi::test
 {
@@ -303,6 +304,126 @@ TEST_F(TSessionTest, TheEndOfASharedSessionLogsOff)
     EXPECT_EQ(kept->OnNotify(1, &late), 0u); // the session is gone
 }
 
+TEST_F(TSessionTest, ALogoffDuringTheLogonIsDoneAtItsEnd)
+{
+    const std::string inOrder = "BeforeLogon()\n%MAPILogonEx(0,null,null,0x80100061)\nAdvise(,0x80000000)\n"
+                                "AdminServices(0x00000000)\nAfterLogon(active)\nBeforeLogoff(active)\n"
+                                "Unadvise(7)\nLogoff(0,0x00000001)\nAfterLogoff()";
+    const auto expected = [&](const char* initialization) {
+        std::string text = inOrder;
+        return text.replace(text.find('%'), 1, initialization);
+    };
+    Session->Get_LogonInfo()->Set_NewSession(false);
+    // The shared session has ended before this one listens: the client tells it at once, here or on its own thread.
+    Client->OnCall = [&](const std::string& method) {
+        if (method == "Advise")
+            Notify(mapi::fnevExtended);
+    };
+    Session->Logon();
+    EXPECT_FALSE(Session->Get_Active());
+    EXPECT_EQ(Take(), expected("MAPIInitialize(0x00000008)\n"));
+    Client->OnCall = [&](const std::string& method) {
+        if (method == "Advise")
+            std::thread([&] { Notify(mapi::fnevExtended); }).join();
+    };
+    Session->Logon();
+    EXPECT_FALSE(Session->Get_Active());
+    EXPECT_EQ(Take(), expected(""));
+    EXPECT_EQ(Client->RefCount(), 1u);
+    // One that no longer counts: the logon for which it was asked has failed.
+    Client->OnCall = nullptr;
+    Events->OnEvent = [](const std::string& event, IKwMAPISession& session) {
+        if (event != "AfterLogon")
+            return;
+        session.Logoff();
+        throw EKwException(u"no", 1);
+    };
+    EXPECT_EQ(Catch([&] { Session->Logon(); }).Message, "no");
+    Events->OnEvent = nullptr;
+    Session->Logon();
+    EXPECT_TRUE(Session->Get_Active());
+}
+
+TEST_F(TSessionTest, ALogoffOnTheClientsThreadIsWaitedFor)
+{
+    Session->Get_LogonInfo()->Set_NewSession(false);
+    LogonQuietly();
+    std::atomic<bool> underway = false;
+    Events->OnEvent = [&](const std::string& event, IKwMAPISession&) {
+        if (event != "BeforeLogoff")
+            return;
+        underway = true;
+        for (int i = 0; i < 10'000; ++i) // for whoever does not wait
+            std::this_thread::yield();
+    };
+    std::thread client([&] { Notify(mapi::fnevExtended); });
+    while (!underway)
+        std::this_thread::yield();
+    Session->Logon();
+    EXPECT_TRUE(Session->Get_Active()) << "after the logoff, and not instead of it";
+    client.join();
+    EXPECT_TRUE(Session->Get_Active());
+    EXPECT_EQ(Calls->Count("AfterLogoff"), 1u);
+    EXPECT_EQ(Calls->Lines().back(), "AfterLogon(active)");
+    Events->OnEvent = nullptr;
+}
+
+TEST_F(TSessionTest, ACallInWhichTheSessionEndsGivesNothing)
+{
+    Session->Get_LogonInfo()->Set_NewSession(false);
+    Client->Services = TKwComPtr<TScriptedServiceAdmin>(new TScriptedServiceAdmin(Calls));
+    Client->AddressBook = TKwComPtr<mapi::IAddrBook>(new TScriptedAddressBook(Calls));
+    Client->Sections.Add("13DBB0C8AA05101A9BB000AA002FC45A");
+    Client->Entries["\x0A"] = {mapi::MAPI_STORE, TKwComPtr<mapi::IUnknown>(Client->Store.Get())};
+    const TKwMAPIEntryID id = StrToEntryID(u"0A");
+    TKwRef<IKwMAPIProp> found;
+    const std::tuple<const char*, const char*, std::function<void()>> operations[] = {
+        {"OpenMsgStore", "OpenMsgStore", [&] { static_cast<void>(Session->OpenMsgStore(id, alReadOnly)); }},
+        {"GetMsgStoresTable", "GetMsgStoresTable", [&] { static_cast<void>(Session->GetMsgStoresTable()); }},
+        {"GetStatusTable", "GetStatusTable", [&] { static_cast<void>(Session->GetStatusTable()); }},
+        {"OpenEntry", "OpenEntry", [&] { static_cast<void>(Session->OpenEntry(id, alReadOnly)); }},
+        {"OpenEntry", "OpenEntry", [&] { static_cast<void>(Session->FindEntry(id, alReadOnly, found)); }},
+        {"AdminServices", "GetAdminServices", [&] { static_cast<void>(Session->GetAdminServices()); }},
+        {"OpenAddressBook", "OpenAddressBook", [&] { static_cast<void>(Session->OpenAddressBook()); }},
+        {"OpenProfileSection", "OpenProfileSection", [&] {
+             static_cast<void>(
+                 Session->OpenProfileSection(StrToEntryID(u"13DBB0C8AA05101A9BB000AA002FC45A"), alReadOnly));
+         }}};
+    for (const auto& [call, method, operation] : operations) {
+        LogonQuietly();
+        Client->OnCall = [&, name = call](const std::string& made) {
+            if (made == name)
+                Notify(mapi::fnevExtended);
+        };
+        EXPECT_EQ(Catch(operation),
+                  Failure("EMAPI_NO_ACCESS", 0x80070005,
+                          ("You must logon before you can execute " + std::string(method) + "!").c_str()));
+        EXPECT_FALSE(Session->Get_Active());
+        EXPECT_EQ(Client->RefCount(), 1u) << call;
+        Client->OnCall = nullptr;
+    }
+    EXPECT_FALSE(found);
+    Client->Entries.clear();
+    EXPECT_EQ(Client->Store->RefCount(), 1u);
+}
+
+TEST_F(TSessionTest, TheSessionInfoIsThatOfOneLogon)
+{
+    TKwRef<IKwMAPISessionInfo> info;
+    Events->OnEvent = [&](const std::string& event, IKwMAPISession& session) {
+        if (event == "BeforeLogoff")
+            info = session.GetSessionInfo();
+    };
+    Session->Logon();
+    const auto first = Session->GetSessionInfo();
+    EXPECT_EQ(Session->GetSessionInfo(), first);
+    Session->Logoff();
+    EXPECT_NE(info, first);
+    Session->Logon();
+    EXPECT_NE(Session->GetSessionInfo(), info) << "asked for at the logoff, and gone with it";
+    Events->OnEvent = nullptr;
+}
+
 TEST_F(TSessionTest, ConnectedToExchange)
 {
     Client->Services = TKwComPtr<TScriptedServiceAdmin>(new TScriptedServiceAdmin(Calls));
@@ -394,8 +515,38 @@ TEST_F(TSessionTest, LibrariesThatDoNotDo)
 
 TEST_F(TSessionTest, StateErrors)
 {
-    EXPECT_EQ(Catch([&] { static_cast<void>(Session->GetMsgStoresTable()); }),
-              Failure("EMAPI_NO_ACCESS", 0x80070005, "You must logon before you can execute GetMsgStoresTable!"));
+    const TKwMAPIEntryID id = StrToEntryID(u"0A");
+    TKwMAPIObjectType type = otUnknown;
+    TKwRef<IKwMAPIProp> found;
+    const std::pair<const char*, std::function<void()>> operations[] = {
+        {"GetMsgStoresTable", [&] { static_cast<void>(Session->GetMsgStoresTable()); }},
+        {"GetDefaultMsgStoreID", [&] { static_cast<void>(Session->GetDefaultMsgStoreID()); }},
+        {"SetDefaultMsgStore", [&] { Session->SetDefaultMsgStore(id); }},
+        {"OpenMsgStore", [&] { static_cast<void>(Session->OpenMsgStore(id, alReadOnly)); }},
+        {"OpenEntry", [&] { static_cast<void>(Session->OpenEntry(id, alReadOnly)); }},
+        {"OpenEntryEx", [&] { static_cast<void>(Session->OpenEntryEx(id, nullptr, 0, type)); }},
+        {"FindEntry", [&] { Session->FindEntry(id, alReadOnly, found); }},
+        {"CompareEntryIDs", [&] { static_cast<void>(Session->CompareEntryIDs(id, id)); }},
+        {"OpenAddressBook", [&] { static_cast<void>(Session->OpenAddressBook()); }},
+        {"GetStatusTable", [&] { static_cast<void>(Session->GetStatusTable()); }},
+        {"GetAdminServices", [&] { static_cast<void>(Session->GetAdminServices()); }},
+        {"OpenProfileSection", [&] { static_cast<void>(Session->OpenProfileSection(id, alReadOnly)); }},
+        {"GetFormManager", [&] { static_cast<void>(Session->GetFormManager()); }},
+        {"FlushQueues", [&] { Session->FlushQueues(0); }}};
+    for (const auto& [name, operation] : operations)
+        EXPECT_EQ(Catch(operation),
+                  Failure("EMAPI_NO_ACCESS", 0x80070005,
+                          ("You must logon before you can execute " + std::string(name) + "!").c_str()));
+    EXPECT_EQ(Catch([&] { static_cast<void>(Session->OpenDefaultMsgStore(alReadOnly)); }).ClassName, "EMAPI_NO_ACCESS");
+    EXPECT_EQ(Take(), "");
+    // Simple MAPI has none of the others.
+    Session->Get_LogonInfo()->Set_UseExtendedMAPI(false);
+    Session->Logon();
+    for (const auto& [name, operation] : operations)
+        EXPECT_EQ(Catch(operation).Message,
+                  "The " + std::string(name) + " can only be used in combination with Extended MAPI!");
+    Session->Logoff();
+    Session->Get_LogonInfo()->Set_UseExtendedMAPI(true);
     EXPECT_EQ(Session->Get_Version(), u"8.2.3.13 64-bit");
     LogonQuietly();
     EXPECT_EQ(Catch([&] { Session->Set_MAPIClient(u""); }),
@@ -456,6 +607,8 @@ TEST_F(TSessionTest, OpenMsgStore)
         EXPECT_EQ(store->Get_AccessLevel(), level);
         static_cast<void>(Take());
     }
+    Calls->Next("OpenMsgStore", mapi::MAPI_W_ERRORS_RETURNED);
+    EXPECT_TRUE(Session->OpenMsgStore(id, alReadOnly)) << "a warning comes with the store";
     const std::pair<mapi::HRESULT, const char*> failures[] = {
         {mapi::MAPI_E_NOT_FOUND, "The message store indicated by MsgStoreID does not exist."},
         {mapi::MAPI_E_NO_ACCESS,
