@@ -17,6 +17,8 @@ namespace
 constexpr std::size_t ReadPiece = 1000;
 constexpr std::size_t FirstSearchPiece = 64;
 constexpr std::size_t LastSearchPiece = 16384;
+/// Packed subjects that are searched in the time of one row.
+constexpr std::size_t SubjectsPerRow = 64;
 /// Finding the place of a changed row costs about as much as making this many rows anew.
 constexpr std::size_t RowsPerUpdate = 100;
 
@@ -139,6 +141,8 @@ public:
 protected:
     std::int64_t Stamp() override { return FRows.State().changes; }
 
+    std::optional<std::int64_t> CountAlone() override { return FInstances ? std::nullopt : FCondition->CountParts(); }
+
     Rows Build() override
     {
         FSeen = LastJournalNumber(FRows.store->Db());
@@ -202,9 +206,16 @@ protected:
     {
         if (InstanceRestriction::Distinguishes(*wanted, FInstances))
             return FindRowByRow(first, backward, wanted);
-        const MessageCondition condition(FRows, wanted);
-        return condition.BestPath() < MessageCondition::Path::Unread ? FindByIndex(first, backward, condition)
-                                                                     : FindInTurn(first, backward, condition);
+        MessageCondition condition(FRows, wanted);
+        if (condition.AsksForPart()) { // one of many is near
+            const std::size_t near = FirstSearchPiece + Keys().size() / SubjectsPerRow;
+            if (const std::size_t found = FindInTurn(first, backward, condition, near); found != Keys().size())
+                return found;
+            condition.TakePartIfFew();
+        }
+        return condition.BestPath() < MessageCondition::Path::Unread
+                   ? FindByIndex(first, backward, condition)
+                   : FindInTurn(first, backward, condition, Keys().size());
     }
 
 private:
@@ -234,7 +245,7 @@ private:
     [[nodiscard]] bool IsRow(RowKey key) const
     {
         SqlPiece statement{"SELECT 1 FROM messages m NOT INDEXED WHERE ", {}};
-        statement.Add(FRows.Membership()).Add(" AND m.id = ?").AddValue(key).Add(FCondition->Sql());
+        statement.Add(FRows.Membership()).Add(" AND m.id = ?").AddValue(key).Add(FCondition->SqlOfRow());
         return FRows.Start(statement).Step();
     }
 
@@ -335,17 +346,19 @@ private:
         return count;
     }
 
-    /// Looks at the rows in the order of the table, in pieces that grow.
-    [[nodiscard]] std::size_t FindInTurn(std::size_t first, bool backward, const MessageCondition& condition) const
+    /// Looks at so many rows in the order of the table, in pieces that grow.
+    [[nodiscard]] std::size_t FindInTurn(std::size_t first, bool backward, const MessageCondition& condition,
+                                         std::size_t most) const
     {
         const std::size_t count = Keys().size();
+        const std::size_t end = backward ? first - std::min(first, most) : first + std::min(count - first, most);
         SqlPiece statement;
         statement.Add("SELECT j.key FROM json_each(?) j CROSS JOIN messages m ON m.id = j.value WHERE ");
-        statement.AddValue(std::monostate()).Add(FRows.Membership()).Add(condition.Sql()).Add(" LIMIT 1");
+        statement.AddValue(std::monostate()).Add(FRows.Membership()).Add(condition.SqlOfRow()).Add(" LIMIT 1");
         std::size_t piece = FirstSearchPiece;
-        while (backward ? first > 0 : first < count) {
-            const std::size_t from = backward ? first - std::min(first, piece) : first;
-            const std::size_t to = backward ? first : std::min(count, first + piece);
+        while (first != end) {
+            const std::size_t from = backward ? first - std::min(first - end, piece) : first;
+            const std::size_t to = backward ? first : std::min(end, first + piece);
             statement.values.front() = List(from, to, backward);
             Query query = FRows.Start(statement);
             if (query.Step()) {
@@ -376,6 +389,8 @@ std::unique_ptr<RowOrder> MakeContentsOrder(const MessageRows& rows, const Table
 {
     auto condition =
         std::make_unique<MessageCondition>(rows, DistinguishesInstances(view) ? nullptr : view.restriction);
+    if (condition->AsksForPart())
+        condition->TakePartIfFew();
     const IndexedKey* key = rows.isSearch ? nullptr : FindIndexedKey(view, condition->BestPath());
     if (key)
         return MakeIndexOrder(rows, view, *key, std::move(condition));

@@ -40,6 +40,7 @@ public:
 
     void Consistently(const std::function<void()>& body) override
     {
+        FRows.store->Db().FlushCommitWork();
         // A statement that has a row holds its snapshot of the file as a transaction does, and this one is needed
         // anyway.
         Query query = FRows.StateQuery();

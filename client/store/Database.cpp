@@ -20,6 +20,7 @@ namespace
 // Texts whose statements are kept. Restrictions make texts of their own; beyond this all that rest are given up.
 constexpr std::size_t StatementTexts = 400;
 constexpr auto PointerType = "deftmapi";
+constexpr auto sUpgraded = u"A newer version of this program has changed the message store while it was open.";
 constexpr auto sDoomed = u"A part of the change has failed, so that nothing of it is written.";
 
 constexpr auto sReports = u"The database reports: ";
@@ -438,12 +439,39 @@ void Database::FailNow(std::string_view doing) const
     Fail(result, text, static_cast<mapi::ULONG>(code));
 }
 
+void Database::FlushCommitWork()
+{
+    if (FDepth == 0 || !FWork)
+        return;
+    try {
+        FWork->Flush();
+    } catch (...) {
+        FDoomed = true;
+        throw;
+    }
+}
+
+void Database::CheckVersion()
+{
+    if (FVersion == 0)
+        return;
+    try {
+        if (Scalar("PRAGMA user_version") > FVersion)
+            Fail(mapi::MAPI_E_VERSION, sUpgraded);
+    } catch (...) {
+        sqlite3_exec(FHandle, "ROLLBACK", nullptr, nullptr, nullptr);
+        throw;
+    }
+}
+
 Transaction::Transaction(Database& database) : FDatabase(database)
 {
-    if (FDatabase.FDepth == 0)
+    if (FDatabase.FDepth == 0) {
         FDatabase.Prepare("BEGIN IMMEDIATE").Run();
-    else if (FDatabase.FDoomed)
+        FDatabase.CheckVersion();
+    } else if (FDatabase.FDoomed) {
         Fail(mapi::MAPI_E_CALL_FAILED, sDoomed);
+    }
     ++FDatabase.FDepth;
 }
 
@@ -483,8 +511,8 @@ Snapshot::Snapshot(Database& database) : FDatabase(database), FOwner(sqlite3_get
 {
     if (FOwner)
         FDatabase.Prepare("BEGIN").Run();
-    else if (FDatabase.FDepth != 0 && FDatabase.FWork)
-        FDatabase.FWork->Flush();
+    else
+        FDatabase.FlushCommitWork();
 }
 
 Snapshot::~Snapshot()

@@ -163,10 +163,18 @@ public:
     [[noreturn]] void FailNow(std::string_view doing) const;
     /// What every transaction from now on does before it commits. @param work  outlives the database; null: nothing
     void SetCommitWork(CommitWork* work) { FWork = work; }
+    /// Does it now, so that what is read next is of one piece. Outside a transaction there is nothing to do; a failure
+    /// dooms the transaction, of which a part may have been written.
+    void FlushCommitWork();
+    [[nodiscard]] bool InTransaction() const { return FDepth != 0; }
+    /// From now on a transaction looks whether another process has brought the file to a newer version than this: rows
+    /// written as before would be missing in what came with it. Then it fails with MAPI_E_VERSION.
+    void SetVersion(std::int64_t version) { FVersion = version; }
 
 private:
     friend class Query;
     friend class Transaction;
+    void CheckVersion();
     friend class Snapshot;
 
     /// Statements of one text: those at rest, and how many there are in all.
@@ -191,6 +199,7 @@ private:
     int FDepth = 0;
     bool FDoomed = false; // a transaction inside the outermost one has failed
     CommitWork* FWork = nullptr;
+    std::int64_t FVersion = 0; // 0: any
 };
 
 /// A write transaction; a transaction inside another joins it. Rolls back unless committed: one that ends otherwise
@@ -198,6 +207,7 @@ private:
 class Transaction
 {
 public:
+    /// @throws Failure  MAPI_E_VERSION, see Database::SetVersion; MAPI_E_TIMEOUT others are writing
     explicit Transaction(Database& database);
     ~Transaction();
     Transaction(const Transaction&) = delete;

@@ -20,6 +20,8 @@ constexpr std::size_t StatementSize = 768;
 /// A search looks through this many rows in the order of the table when its own index finds at least so many that fit.
 constexpr std::int64_t Near = 4096;
 constexpr std::int64_t Many = 64;
+/// Packed subjects that are searched in the time of one row.
+constexpr std::int64_t SubjectsPerRow = 64;
 
 class IndexOrder final : public RowOrder
 {
@@ -47,7 +49,9 @@ public:
         if (FCount < 0) {
             // Nothing has to be in order: the index of the condition, or the rows as they lie in the file.
             const auto best = FCondition->CountingIndex();
-            FCount = Number(Statement("count(*)", best.empty() ? Keys[0].index : best, nullptr, {}, ""));
+            const auto counted = FCondition->CountParts();
+            FCount = counted ? *counted
+                             : Number(Statement("count(*)", best.empty() ? Keys[0].index : best, nullptr, {}, ""));
         }
         return FCount;
     }
@@ -162,18 +166,26 @@ public:
     bool Find(Mark& mark, bool backward, const std::shared_ptr<const Restriction>& wanted) override
     {
         Settle(mark);
-        const MessageCondition condition(FRows, wanted);
+        MessageCondition condition(FRows, wanted);
+        if (condition.AsksForPart()) { // one of many is near
+            const std::int64_t near = std::clamp<std::int64_t>(FRows.State().rows / SubjectsPerRow, Many, Near);
+            if (const auto found = FindNear(mark, !backward, condition, near)) {
+                mark = *found;
+                return true;
+            }
+            condition.TakePartIfFew();
+        }
         std::string_view index = MessageCondition::IndexOf(condition.BestPath());
         if (index.empty() || (condition.BestPath() == MessageCondition::Path::Unread && FKey.tag != tag::DeliveryTime))
             index = FIndex;
         // An index that finds many rows would have all of them sorted for the first one. Where there are many, one of
         // them is near in the order of the table.
-        if (condition.BestPath() > MessageCondition::Path::SearchKey && index != FIndex &&
+        if (condition.BestPath() > MessageCondition::Path::SearchKey &&
+            condition.BestPath() != MessageCondition::Path::Part && index != FIndex &&
             CountUpTo(Many, &condition, index, {}) == Many)
         {
-            const auto near = FindNear(mark, !backward, condition);
-            if (near) {
-                mark = *near;
+            if (const auto found = FindNear(mark, !backward, condition, Near)) {
+                mark = *found;
                 return true;
             }
         }
@@ -307,16 +319,16 @@ private:
         return Number(statement.AddValue(most).Add(")"));
     }
 
-    /// Looks at the next rows in the order of the table, a limited number of them.
-    [[nodiscard]] std::optional<Mark> FindNear(const Mark& mark, bool forward, const MessageCondition& condition) const
+    /// Looks at the next rows in the order of the table, so many of them.
+    [[nodiscard]] std::optional<Mark> FindNear(const Mark& mark, bool forward, const MessageCondition& condition,
+                                               std::int64_t left) const
     {
-        std::int64_t left = Near;
         SqlPiece range;
         for (int n = 0; left > 0 && Range(mark, forward, n, range); ++n) {
             // The inner statement gives its rows one by one, so that the first that fits ends it.
             SqlPiece fits;
             fits.Add("m.id AS id, ").Add(FKey.column ? FKey.column : "NULL").Add(" AS sort_key, (1");
-            fits.Add(condition.Sql()).Add(") AS fits");
+            fits.Add(condition.SqlOfRow()).Add(") AS fits");
             SqlPiece statement;
             statement.Add("SELECT id, sort_key FROM (SELECT ").Add(fits).Add(" FROM messages m").Add(FIndex);
             statement.Add(" WHERE ").Add(FRows.Membership()).Add(FCondition->Sql()).Add(range);

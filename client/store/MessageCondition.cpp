@@ -241,6 +241,14 @@ std::optional<SqlPiece> ColumnCondition(const Restriction& restriction)
     }
 }
 
+/// What a restriction asks for whose operators have one part each.
+const Restriction& OnlyPart(const Restriction& restriction)
+{
+    const ULONG kind = restriction.Kind();
+    const bool passes = kind == RES_AND || kind == RES_OR || kind == RES_COMMENT;
+    return passes && restriction.Children().size() == 1 ? OnlyPart(restriction.Children().front()) : restriction;
+}
+
 /// The row that an identifying property names, 0 when it names none.
 std::int64_t RowNamed(const MessageRows& rows, const Restriction& restriction)
 {
@@ -267,15 +275,48 @@ std::vector<PropertyBag> MessageRows::SubRows(std::int64_t row, ULONG tag) const
 }
 
 MessageCondition::MessageCondition(const MessageRows& rows, std::shared_ptr<const Restriction> restriction)
-    : FRows(rows), FRestriction(std::move(restriction)), FBudget(SqlParts)
+    : FRows(rows), FRestriction(std::move(restriction))
 {
     if (!FRestriction)
         return;
     if (!FRows.isSearch) // the indexes are by folder, and the rows of a search lie in many
         FindPath(*FRestriction);
-    FSql.Add(FNarrowing);
+    Compose();
+}
+
+void MessageCondition::Compose()
+{
+    FBudget = SqlParts;
+    FCalls.clear();
+    FSqlOfRow = {};
     if (FExact != FRestriction.get())
-        FSql.Add(" AND (").Add(Compile(*FRestriction, true, 0)).Add(")");
+        FSqlOfRow.Add(" AND (").Add(Compile(*FRestriction, true, 0)).Add(")");
+    FSql = FNarrowing;
+    FSql.Add(FSqlOfRow);
+}
+
+void MessageCondition::TakePartIfFew()
+{
+    if (!FPart->IsFew())
+        return;
+    FPath = Path::Part;
+    FExact = nullptr;
+    FNarrowing = {" AND m.id IN (SELECT value FROM json_each(deft_call(?)))", {FPart.get()}};
+    Compose();
+}
+
+std::optional<std::int64_t> MessageCondition::CountParts() const
+{
+    if (!FPart || &OnlyPart(*FRestriction) != &FPart->Asked())
+        return std::nullopt;
+    const auto tally = FPart->Count();
+    if (!tally || tally->doubtful.empty())
+        return tally ? std::optional(tally->sure) : std::nullopt;
+    SqlPiece statement{"SELECT count(*) FROM messages m NOT INDEXED WHERE ", {}};
+    statement.Add(FRows.Membership()).Add(" AND m.id IN (SELECT value FROM json_each(?))");
+    statement.AddValue(ListOf(tally->doubtful)).Add(FSqlOfRow);
+    Query query = FRows.Start(statement);
+    return query.Step() ? tally->sure + query.Number(0) : tally->sure;
 }
 
 std::string_view MessageCondition::CountingIndex() const
@@ -297,7 +338,8 @@ std::string_view MessageCondition::IndexOf(Path path)
 {
     switch (path) {
     case Path::Row:
-        return " NOT INDEXED"; // by its row identifier
+    case Path::Part:
+        return " NOT INDEXED"; // by row identifiers
     case Path::SearchKey:
         return " INDEXED BY messages_search_key";
     case Path::Subject:
@@ -341,6 +383,8 @@ void MessageCondition::FindPath(const Restriction& restriction)
         }
         break;
     case RES_CONTENT:
+        if (auto part = SubjectPart::Of(FRows, restriction); part && (!FPart || part->Size() > FPart->Size()))
+            FPart = std::move(part);
         break;
     default:
         return;

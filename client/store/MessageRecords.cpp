@@ -102,6 +102,11 @@ void BindColumn(Query& query, int index, const Prop* prop, std::vector<std::stri
     }
 }
 
+std::optional<std::string> SubjectOf(const Query& query, int column)
+{
+    return query.IsNull(column) ? std::nullopt : std::optional<std::string>(query.Text(column));
+}
+
 bool FolderExists(StoreFile& store, std::int64_t row)
 {
     return store.Db().Prepare("SELECT 1 FROM folders WHERE id = ?1").Bind(1, row).Step();
@@ -193,7 +198,7 @@ private:
 
     void CheckVersion(MessageState& message)
     {
-        Query query = FStore.Db().Prepare("SELECT version, folder, flags, status FROM messages WHERE id = ?1");
+        Query query = FStore.Db().Prepare("SELECT version, folder, flags, status, subject FROM messages WHERE id = ?1");
         query.Bind(1, message.row);
         if (!query.Step())
             Fail(mapi::MAPI_E_OBJECT_DELETED, sDeleted);
@@ -202,6 +207,7 @@ private:
         message.version = query.Number(0);
         message.folder = query.Number(1);
         FFlagsBefore = query.Number(2);
+        FSubjectBefore = SubjectOf(query, 4);
         // These are changed without the message being opened, and an open message does not undo it.
         const std::int64_t flags = message.props.Number(tag::MessageFlags) & ~std::int64_t{mapi::MSGFLAG_READ};
         message.props.Set(LongProp(tag::MessageFlags, flags | (query.Number(2) & mapi::MSGFLAG_READ)));
@@ -243,8 +249,13 @@ private:
         FTexts.clear();
         FTexts.reserve(std::size(Columns)); // what is bound may not move
         int parameter = FirstColumn;
-        for (const auto& column : Columns)
+        FSubject.reset();
+        for (const auto& column : Columns) {
+            const std::size_t texts = FTexts.size();
             BindColumn(query, parameter++, message.props.Find(column.tag >> 16), FTexts);
+            if (column.tag == tag::Subject && FTexts.size() > texts)
+                FSubject = FTexts.back();
+        }
     }
 
     /// Everything in one statement: each index and each listener meets the row once, as it is.
@@ -269,7 +280,7 @@ private:
         BindColumns(insert, message);
         insert.Run();
         message.row = FStore.Db().LastRow();
-        FStore.Changes().Added({message.row, message.folder, message.associated, Flags(message)});
+        FStore.Changes().Added({message.row, message.folder, message.associated, Flags(message)}, FSubject);
     }
 
     void Update(MessageState& message)
@@ -286,7 +297,10 @@ private:
         update.Bind(1, message.row).Bind(3, message.version);
         BindColumns(update, message);
         update.Run();
-        FStore.Changes().Changed({message.row, message.folder, message.associated, FFlagsBefore}, Flags(message));
+        const CountedMessage before{message.row, message.folder, message.associated, FFlagsBefore};
+        FStore.Changes().Changed(before, Flags(message));
+        if (FSubject != FSubjectBefore)
+            FStore.Changes().SubjectChanged(before, FSubject);
     }
 
     std::uint64_t WriteAttachments(MessageState& message)
@@ -358,7 +372,9 @@ private:
     StoreFile& FStore;
     bool FForce;
     std::int64_t FFlagsBefore = 0;
+    std::optional<std::string> FSubjectBefore;
     std::vector<std::string> FTexts; // packed, of the statement that runs
+    StoreChanges::Subject FSubject;  // one of them
     Bytes FRecipients;               // packed by WriteRecipients, written by WriteBag
 };
 
@@ -398,6 +414,14 @@ std::optional<Prop> ReadColumn(const Query& query, int index, const MessageColum
     default:
         return LongProp(column.tag, query.Number(index));
     }
+}
+
+std::string ListOf(std::span<const std::int64_t> rows)
+{
+    std::string list = "[";
+    for (const std::int64_t row : rows)
+        list.append(list.size() == 1 ? "" : ",").append(std::to_string(row));
+    return list.append("]");
 }
 
 MessageState LoadMessage(StoreFile& store, std::int64_t row)
@@ -563,10 +587,7 @@ std::size_t SetReadFlagsOf(StoreFile& store, std::vector<std::int64_t> rows, con
 {
     std::sort(rows.begin(), rows.end());
     rows.erase(std::unique(rows.begin(), rows.end()), rows.end());
-    std::string list = "[";
-    for (const std::int64_t row : rows)
-        list.append(list.size() == 1 ? "" : ",").append(std::to_string(row));
-    list += "]";
+    const std::string list = ListOf(rows);
     const FlagsOfRow flags(store, change);
     PrepareFlags(store, "id IN (SELECT value FROM json_each(?1))", flags, change).BindText(1, list).Run();
     if (store.Db().Changes() == static_cast<std::int64_t>(rows.size()))
@@ -603,16 +624,18 @@ bool MoveMessage(StoreFile& store, std::int64_t row, std::int64_t folder)
     if (!FolderExists(store, folder))
         Fail(mapi::MAPI_E_OBJECT_DELETED, sNoTarget);
     CountedMessage message;
+    std::optional<std::string> subject;
     {
-        Query query = store.Db().Prepare("SELECT id, folder, associated, flags FROM messages "
+        Query query = store.Db().Prepare("SELECT id, folder, associated, flags, subject FROM messages "
                                          "WHERE id = ?1 AND folder IS NOT NULL");
         if (!query.Bind(1, row).Step())
             return false;
         message = {query.Number(0), query.Number(1), query.Number(2) != 0, query.Number(3)};
+        subject = SubjectOf(query, 4);
     }
     Query move = store.Db().Prepare("UPDATE messages SET folder = ?2, version = version + 1 WHERE id = ?1");
     move.Bind(1, row).Bind(2, folder).Run();
-    store.Changes().Moved(message, folder);
+    store.Changes().Moved(message, folder, subject);
     return true;
 }
 

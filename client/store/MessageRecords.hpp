@@ -19,6 +19,9 @@ struct MessageColumn
 /// Reads column number `index` of a running query as that property; nothing for NULL.
 [[nodiscard]] std::optional<Prop> ReadColumn(const Query& query, int index, const MessageColumn& column);
 
+/// Row identifiers as the JSON array that statements take.
+[[nodiscard]] std::string ListOf(std::span<const std::int64_t> rows);
+
 /// @throws Failure  MAPI_E_NOT_FOUND there is no such message
 [[nodiscard]] MessageState LoadMessage(StoreFile& store, std::int64_t row);
 void LoadRecipients(StoreFile& store, MessageState& message);

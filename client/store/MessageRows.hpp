@@ -3,6 +3,7 @@
 #pragma once
 
 #include "client/store/MessageRecords.hpp"
+#include "client/store/SubjectPart.hpp"
 #include "client/table/Restriction.hpp"
 #include "client/table/RowSource.hpp"
 
@@ -104,6 +105,7 @@ public:
         Row,       ///< an entry identifier, record key or instance key is given
         SearchKey, ///< messages_search_key
         Subject,   ///< messages_subject: a beginning or the whole is given
+        Part,      ///< subject_pages: few subjects contain what is given
         Unread,    ///< messages_unread
         None
     };
@@ -120,8 +122,19 @@ public:
     [[nodiscard]] std::string_view CountingIndex() const;
     /// " AND …" the whole condition with what the index of the best path needs to see; or nothing.
     [[nodiscard]] const SqlPiece& Sql() const { return FSql; }
+    /// The same for a statement that has its row: nothing has to find it.
+    [[nodiscard]] const SqlPiece& SqlOfRow() const { return FPath == Path::Part ? FSqlOfRow : FSql; }
+
+    /// Whether a part of the subject is asked for and nothing better than the index of unread messages finds the rows.
+    [[nodiscard]] bool AsksForPart() const { return FPart && FPath >= Path::Unread; }
+    /// Looks how many subjects contain that part; when they are few, they become the best path.
+    /// REQUIRES: AsksForPart()
+    void TakePartIfFew();
+    /// The number of rows that fit, when the subjects in upper case tell it all.
+    [[nodiscard]] std::optional<std::int64_t> CountParts() const;
 
 private:
+    void Compose();
     void FindPath(const Restriction& restriction);
     /// @param exact  the restriction, when the statement with the index decides it whole
     void Consider(Path path, std::string_view sql, std::vector<SqlValue> values, const Restriction* exact);
@@ -133,10 +146,12 @@ private:
     std::shared_ptr<const Restriction> FRestriction;
     std::vector<std::unique_ptr<SqlCallable>> FCalls;
     SqlPiece FSql;
+    SqlPiece FSqlOfRow; // without the narrowing
     SqlPiece FNarrowing;
     Path FPath = Path::None;
     const Restriction* FExact = nullptr;
-    std::size_t FBudget; // parts that may still become SQL
+    std::unique_ptr<SubjectPart> FPart;
+    std::size_t FBudget = 0; // parts that may still become SQL
 };
 
 /// The packed properties of a message, and the same of alias m as an expression.

@@ -3,6 +3,7 @@
 #include "client/entry/Guard.hpp"
 #include "client/store/EntryIds.hpp"
 #include "client/store/PropertyBag.hpp"
+#include "client/store/SubjectPages.hpp"
 
 #include <array>
 #include <cstring>
@@ -208,15 +209,25 @@ constexpr const char* Step5[] = {
     "CREATE INDEX search_links_message ON search_links (message)",
 };
 
-constexpr std::span<const char* const> Steps[] = {Step1, Step2, Step3, Step4, Step5};
+// Step 6: the subjects packed for searches (SubjectPages).
+constexpr const char* Step6[] = {"CREATE TABLE subject_pages (id INTEGER PRIMARY KEY, texts BLOB NOT NULL)"};
+
+struct Step
+{
+    std::span<const char* const> statements;
+    void (*fill)(Database& database) = nullptr; // what statements cannot say
+};
+constexpr Step Steps[] = {{Step1}, {Step2}, {Step3}, {Step4}, {Step5}, {Step6, FillSubjectPages}};
 static_assert(std::size(Steps) == schema::Version);
 
 /// Runs the steps after `from` inside the caller's transaction.
 void RunSteps(Database& database, std::int64_t from)
 {
     for (std::int64_t step = from; step < schema::Version; ++step) {
-        for (const char* statement : Steps[step])
+        for (const char* statement : Steps[step].statements)
             database.Execute(statement);
+        if (Steps[step].fill)
+            Steps[step].fill(database);
     }
     database.Execute("PRAGMA user_version = " + std::to_string(schema::Version));
 }
@@ -433,6 +444,7 @@ void PrepareConnection(Database& database)
         // The header of the file itself must tell the version: CheckStoreFile does not read the log.
         database.Execute("PRAGMA wal_checkpoint(TRUNCATE)");
     }
+    database.SetVersion(schema::Version);
 }
 
 } // namespace deftmapi::client

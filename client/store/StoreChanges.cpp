@@ -109,10 +109,22 @@ void StoreChanges::Relinked(std::int64_t folder, const Counts& difference)
     tally.bulk[0] = true;
 }
 
-void StoreChanges::Added(const CountedMessage& message)
+void StoreChanges::SubjectChanged(const CountedMessage& message, const Subject& subject)
 {
     if (!message.folder)
         return;
+    if (subject)
+        FSubjects.Put({message.folder, message.associated}, message.row, *subject);
+    else
+        FSubjects.Remove({message.folder, message.associated}, message.row);
+}
+
+void StoreChanges::Added(const CountedMessage& message, const Subject& subject)
+{
+    if (!message.folder)
+        return;
+    if (subject)
+        SubjectChanged(message, subject);
     Touch(message);
     Count(Of(message.folder), message, 1);
     Enter(JournalKind::MessageAdded, message, message.folder, 0);
@@ -131,6 +143,7 @@ void StoreChanges::Removed(const CountedMessage& message)
     if (!message.folder)
         return;
     Touch(message);
+    SubjectChanged(message, std::nullopt);
     Count(Of(message.folder), message, -1);
     Enter(JournalKind::MessageDeleted, message, message.folder, 0);
 }
@@ -148,11 +161,16 @@ void StoreChanges::Changed(const CountedMessage& before, std::int64_t flags)
     Enter(JournalKind::MessageModified, before, before.folder, 0);
 }
 
-void StoreChanges::Moved(const CountedMessage& before, std::int64_t folder)
+void StoreChanges::Moved(const CountedMessage& before, std::int64_t folder, const Subject& subject)
 {
     if (folder == before.folder)
         return Changed(before, before.flags);
     Touch(before);
+    CountedMessage after = before;
+    after.folder = folder;
+    SubjectChanged(before, std::nullopt);
+    if (subject)
+        SubjectChanged(after, subject);
     Count(Of(before.folder), before, -1);
     Count(Of(folder), before, 1);
     Enter(JournalKind::MessageMoved, before, folder, before.folder);
@@ -166,6 +184,7 @@ StoreChanges::Counts StoreChanges::Pending(std::int64_t folder) const
 
 void StoreChanges::Flush()
 {
+    FSubjects.Flush();
     if (!FTouched.empty())
         FLinks->Follow(std::exchange(FTouched, {}));
     if (FTallies.empty())
@@ -206,6 +225,7 @@ void StoreChanges::Flush()
 
 void StoreChanges::Discard() noexcept
 {
+    FSubjects.Discard();
     FTallies.clear();
     FEntries.clear();
     FTouched.clear();

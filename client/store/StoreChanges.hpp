@@ -1,9 +1,10 @@
 // What one transaction does to the messages of folders: tallied here as it happens and written in one go before the
 // commit, one statement per folder instead of two per row. A rollback takes the tally with it; nothing else writes the
-// counters of folders or the journal entries of messages.
+// counters of folders, the journal entries of messages or the pages of subjects.
 #pragma once
 
 #include "client/notify/Journal.hpp"
+#include "client/store/SubjectPages.hpp"
 
 #include <optional>
 #include <unordered_map>
@@ -38,14 +39,19 @@ public:
 class StoreChanges final : public CommitWork
 {
 public:
-    explicit StoreChanges(Database& database) : FDatabase(database) {}
+    /// What column subject has; nothing for NULL.
+    using Subject = std::optional<std::string_view>;
 
-    void Added(const CountedMessage& message);
+    explicit StoreChanges(Database& database) : FDatabase(database), FSubjects(database) {}
+
+    void Added(const CountedMessage& message, const Subject& subject);
     /// The message that was added last is a copy of the other one.
     void Copied(std::int64_t row, std::int64_t source);
     void Removed(const CountedMessage& message);
     void Changed(const CountedMessage& before, std::int64_t flags);
-    void Moved(const CountedMessage& before, std::int64_t folder);
+    /// Besides Changed.
+    void SubjectChanged(const CountedMessage& message, const Subject& subject);
+    void Moved(const CountedMessage& before, std::int64_t folder, const Subject& subject);
     /// The message is where it was, but that lies elsewhere now.
     void Rescoped(const CountedMessage& message) { Touch(message); }
 
@@ -90,6 +96,7 @@ private:
     void Touch(const CountedMessage& before);
 
     Database& FDatabase;
+    SubjectPages FSubjects;
     LinkWork* FLinks = nullptr;
     std::optional<bool> FLinksNeeded; // in this transaction
     TouchedMessages FTouched;         // since the last flush; empty when nobody links

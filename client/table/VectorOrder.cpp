@@ -13,10 +13,9 @@ constexpr int SearchesWithoutIndex = 50;
 
 } // namespace
 
-void VectorOrder::Refresh()
+void VectorOrder::Make()
 {
-    const std::int64_t stamp = Stamp();
-    if (FGeneration != 0 && stamp == FSourceStamp)
+    if (FGeneration != 0 && FWanted == FSourceStamp)
         return;
     const bool made = std::exchange(FGeneration, 0) != 0; // should this fail
     if (!made || !FInstances.empty() || !Update(FKeys)) {
@@ -26,8 +25,18 @@ void VectorOrder::Refresh()
     }
     FByKey = {};
     FSearches = 0;
-    FSourceStamp = stamp;
+    FSourceStamp = FWanted;
     FGeneration = ++FGenerations;
+}
+
+std::int64_t VectorOrder::Count()
+{
+    if (FGeneration == 0 || FWanted != FSourceStamp) {
+        if (const auto count = CountAlone())
+            return *count;
+    }
+    Make();
+    return static_cast<std::int64_t>(FKeys.size());
 }
 
 bool VectorOrder::Update(std::vector<RowKey>&)
@@ -81,7 +90,10 @@ void VectorOrder::IndexKeys()
 
 bool VectorOrder::Settle(Mark& mark)
 {
-    if (mark.kind == Mark::Kind::Beginning || mark.kind == Mark::Kind::End || mark.stamp == FGeneration)
+    if (mark.kind == Mark::Kind::Beginning || mark.kind == Mark::Kind::End)
+        return !mark.gone;
+    Make();
+    if (mark.stamp == FGeneration)
         return !mark.gone;
     const std::size_t near = std::min(mark.index, FKeys.size());
     if (mark.kind == Mark::Kind::After) { // at the end as it was: what came since follows
@@ -105,6 +117,7 @@ std::size_t VectorOrder::IndexOf(Mark& mark)
 {
     if (mark.kind == Mark::Kind::Beginning)
         return 0;
+    Make();
     if (mark.kind == Mark::Kind::End)
         return FKeys.size();
     Settle(mark);
@@ -113,6 +126,7 @@ std::size_t VectorOrder::IndexOf(Mark& mark)
 
 void VectorOrder::Anchor(Mark& mark)
 {
+    Make();
     const std::size_t index = IndexOf(mark);
     mark = MarkAt(index);
     if (index == FKeys.size())
@@ -121,6 +135,7 @@ void VectorOrder::Anchor(Mark& mark)
 
 std::int64_t VectorOrder::Move(Mark& mark, std::int64_t rows)
 {
+    Make();
     const auto from = static_cast<std::int64_t>(IndexOf(mark));
     const auto to = std::clamp<std::int64_t>(from + rows, 0, Count());
     mark = MarkAt(static_cast<std::size_t>(to));
@@ -129,6 +144,7 @@ std::int64_t VectorOrder::Move(Mark& mark, std::int64_t rows)
 
 void VectorOrder::Read(Mark& mark, std::int64_t count, std::span<const ULONG> columns, RowSink& sink)
 {
+    Make();
     const auto from = static_cast<std::int64_t>(IndexOf(mark));
     const auto to = std::clamp<std::int64_t>(from + count, 0, Count());
     ReadRows(static_cast<std::size_t>(std::min(from, to)), static_cast<std::size_t>(std::max(from, to)), columns, sink);
@@ -137,6 +153,7 @@ void VectorOrder::Read(Mark& mark, std::int64_t count, std::span<const ULONG> co
 
 bool VectorOrder::Find(Mark& mark, bool backward, const std::shared_ptr<const Restriction>& wanted)
 {
+    Make();
     const std::size_t found = FindFrom(IndexOf(mark), backward, wanted);
     if (found == FKeys.size())
         return false;
@@ -146,6 +163,7 @@ bool VectorOrder::Find(Mark& mark, bool backward, const std::shared_ptr<const Re
 
 bool VectorOrder::Place(RowKey key, Mark& mark)
 {
+    Make();
     const std::size_t at = Search(key, std::nullopt);
     if (at == FKeys.size())
         return false;

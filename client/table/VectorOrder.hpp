@@ -10,8 +10,9 @@ namespace deftmapi::client
 class VectorOrder : public RowOrder
 {
 public:
-    void Refresh() override;
-    std::int64_t Count() override { return static_cast<std::int64_t>(FKeys.size()); }
+    /// The vector is made when something asks for rows or places.
+    void Refresh() override { FWanted = Stamp(); }
+    std::int64_t Count() override;
     bool Settle(Mark& mark) override;
     void Anchor(Mark& mark) override;
     std::int64_t Rank(Mark& mark) override { return static_cast<std::int64_t>(IndexOf(mark)); }
@@ -31,6 +32,8 @@ protected:
     /// A number that is another one when the vector has to be made again.
     [[nodiscard]] virtual std::int64_t Stamp() = 0;
     [[nodiscard]] virtual Rows Build() = 0;
+    /// The number of rows, if it costs less than the rows.
+    [[nodiscard]] virtual std::optional<std::int64_t> CountAlone() { return std::nullopt; }
     /// Brings the keys that Build gave to what it would give now, when that costs less.
     /// @returns false: it does not, or cannot be told; the keys are made again whatever was done to them
     [[nodiscard]] virtual bool Update(std::vector<RowKey>& keys);
@@ -48,6 +51,7 @@ protected:
     [[nodiscard]] std::span<const RowKey> Keys() const { return FKeys; }
 
 private:
+    void Make();
     [[nodiscard]] Mark MarkAt(std::size_t index) const;
     [[nodiscard]] std::size_t IndexOf(Mark& mark);
     /// The first row of a key, or the one that shows this value; Count() when there is none.
@@ -58,7 +62,8 @@ private:
     std::vector<std::uint32_t> FInstances;
     std::vector<std::uint32_t> FByKey; // places sorted by key, empty until many have been searched
     int FSearches = 0;                 // since the vector was made
-    std::int64_t FSourceStamp = 0;
+    std::int64_t FWanted = 0;          // the stamp of the source when it was asked last
+    std::int64_t FSourceStamp = 0;     // the same for the vector
     std::int64_t FGenerations = 0;
     std::int64_t FGeneration = 0; // 0: not made yet
 };

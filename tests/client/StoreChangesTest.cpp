@@ -4,6 +4,7 @@
 #include "client/store/MessageRecords.hpp"
 
 #include <functional>
+#include <map>
 #include <random>
 
 namespace deftmapi::client::test
@@ -26,6 +27,22 @@ protected:
             "(SELECT count(*) FROM messages m WHERE m.folder = f.id AND associated = 0) OR unread_count <> "
             "(SELECT count(*) FROM messages m WHERE m.folder = f.id AND associated = 0 AND (flags & 1) = 0) OR "
             "associated_count <> (SELECT count(*) FROM messages m WHERE m.folder = f.id AND associated = 1)");
+    }
+    /// Whether the packed subjects are what they would be, were they made anew.
+    [[nodiscard]] bool ArePagesRight() const
+    {
+        const auto pages = [this] {
+            std::map<std::int64_t, Bytes> all;
+            Query query = Db().Prepare("SELECT id, texts FROM subject_pages");
+            while (query.Step())
+                all.emplace(query.Number(0), Bytes(query.Blob(1).begin(), query.Blob(1).end()));
+            return all;
+        };
+        const auto kept = pages();
+        const Transaction given(Db()); // up
+        Db().Execute("DELETE FROM subject_pages");
+        FillSubjectPages(Db());
+        return kept == pages();
     }
     [[nodiscard]] std::int64_t Entries() const { return LastJournalNumber(Db()); }
     [[nodiscard]] std::vector<JournalEntry> EntriesAfter(std::int64_t number) const
@@ -112,6 +129,13 @@ public:
     }
 
 private:
+    /// Short, long and too long for a page or a column.
+    std::u16string Subject()
+    {
+        static const std::size_t lengths[] = {0, 5, 40, 252, 253, 254, 255, 256, 2048, 2049};
+        static const std::u16string letters = u"aZéß日ıЖ";
+        return std::u16string(lengths[FRandom() % std::size(lengths)], letters[FRandom() % letters.size()]);
+    }
     template <typename Interface>
     Ptr<Interface> Open(const Bytes& id)
     {
@@ -127,6 +151,8 @@ private:
         Ptr<IMessage> message;
         EXPECT_EQ(folder.CreateMessage(nullptr, FRandom() % 4 == 0 ? MAPI_ASSOCIATED : 0, Out(message)), S_OK);
         Set(*message, {Long(tag::MessageFlags, FRandom() % 2 ? MSGFLAG_READ : 0)});
+        if (FRandom() % 5)
+            Set(*message, {Text(tag::Subject, Subject().c_str())});
         if (FRandom() % 3 == 0) { // a message inside, which no folder counts
             ULONG number = 0;
             Ptr<IAttach> attachment;
@@ -147,7 +173,10 @@ private:
         auto message = Open<IMessage>(id);
         if (!message)
             return; // deleted meanwhile
-        Set(*message, {Text(tag::Subject, u"changed")});
+        if (FRandom() % 8)
+            Set(*message, {Text(tag::Subject, Subject().c_str())});
+        else
+            EXPECT_EQ(message->DeleteProps(Tags{tag::Subject}, nullptr), S_OK);
         EXPECT_EQ(message->SetReadFlag(FRandom() % 2 ? CLEAR_READ_FLAG : 0), S_OK);
         EXPECT_EQ(message->SaveChanges(0), S_OK);
         ULONG before = 0;
@@ -161,7 +190,7 @@ private:
     std::vector<Ptr<IMAPIFolder>> FFolders;
 };
 
-TEST_F(StoreChangesTest, CountersStayRightWhateverTwoUsersDo)
+TEST_F(StoreChangesTest, CountersAndPagesStayRightWhateverTwoUsersDo)
 {
     auto inbox = Inbox();
     auto first = Create(*inbox, u"first");
@@ -183,6 +212,7 @@ TEST_F(StoreChangesTest, CountersStayRightWhateverTwoUsersDo)
             (round % 2 ? one : two).Step(messages);
         }
         EXPECT_EQ(WrongFolders(), 0) << "round " << round;
+        EXPECT_TRUE(ArePagesRight()) << "round " << round;
         if (round % 10 == 9) {
             EXPECT_EQ(Entries(), entries);
         }
@@ -194,8 +224,10 @@ TEST_F(StoreChangesTest, CountersStayRightWhateverTwoUsersDo)
                                 const_cast<char16_t*>(u"copy"), 0, nullptr, MAPI_UNICODE | COPY_SUBFOLDERS),
               S_OK);
     EXPECT_EQ(WrongFolders(), 0);
+    EXPECT_TRUE(ArePagesRight());
     ASSERT_EQ(inbox->DeleteFolder(static_cast<ULONG>(id.size()), AsEntry(id), 0, nullptr, DEL_MESSAGES), S_OK);
     EXPECT_EQ(WrongFolders(), 0);
+    EXPECT_TRUE(ArePagesRight());
     EXPECT_EQ(Db().Scalar("SELECT count(*) FROM messages WHERE folder NOT IN (SELECT id FROM folders)"), 0);
 }
 
@@ -313,7 +345,7 @@ TEST_F(StoreChangesTest, AStoreWhoseTriggersCountedIsTakenOver)
           "journal_message_changed AFTER UPDATE ON messages BEGIN INSERT INTO journal (kind, object, folder) "
           "VALUES (3, NEW.id, NEW.folder); END"})
         Db().Execute("CREATE TRIGGER " + std::string(trigger));
-    for (const char* later : {"searches", "search_scopes", "search_links"})
+    for (const char* later : {"searches", "search_scopes", "search_links", "subject_pages"})
         Db().Execute(std::string("DROP TABLE ") + later);
     Db().Execute("PRAGMA user_version = 3");
     Db().Execute("INSERT INTO messages (folder, flags) VALUES (3, 0)");

@@ -1,0 +1,252 @@
+// Searches inside subjects: what the packed subjects say must be what the rows say, for few rows that fit and for many,
+// in every order, after an upgrade, inside a transaction and after it was given up.
+#include "client/store/MessageRecords.hpp"
+#include "client/table/Restriction.hpp"
+#include "tests/client/StoreFixture.hpp"
+
+#include <algorithm>
+#include <cstring>
+
+namespace deftmapi::client::test
+{
+namespace
+{
+
+using namespace mapi;
+
+class SubjectSearchTest : public StoreTest
+{
+protected:
+    static constexpr auto InboxRow = static_cast<std::int64_t>(SpecialFolder::Inbox);
+
+    void SetUp() override
+    {
+        StoreTest::SetUp();
+        FInbox = Inbox();
+        ASSERT_EQ(FInbox->GetContentsTable(MAPI_UNICODE, Out(FTable)), S_OK);
+    }
+    void TearDown() override
+    {
+        FTable.Reset();
+        FInbox.Reset();
+        StoreTest::TearDown();
+    }
+
+    /// Rows of messages as another program would leave them; the first has the given row identifier.
+    void AddRows(const std::vector<std::u16string>& subjects, std::int64_t first)
+    {
+        Transaction transaction(Db());
+        for (std::size_t i = 0; i < subjects.size(); ++i) {
+            const std::int64_t row = first + static_cast<std::int64_t>(i);
+            Query insert = Db().Prepare("INSERT INTO messages (id, folder, subject, flags, delivery_time, version) "
+                                        "VALUES (?1, ?2, ?3, ?4, ?5, 1)");
+            insert.Bind(1, row).Bind(2, InboxRow).BindText(3, PackText(subjects[i]));
+            insert.Bind(4, row % 3 != 0).Bind(5, row * 7919 % 1009).Run();
+            Db().Prepare("INSERT INTO bags (message, props) VALUES (?1, x'')").Bind(1, row).Run();
+        }
+        Db().Execute("DELETE FROM subject_pages");
+        FillSubjectPages(Db());
+        Db().Execute("UPDATE folders SET changes = changes + 1, content_count = content_count + " +
+                     std::to_string(subjects.size()) + " WHERE id = " + std::to_string(InboxRow));
+        transaction.Commit();
+    }
+    static SRestriction Contains(SPropValue& value, ULONG level)
+    {
+        SRestriction restriction{};
+        restriction.rt = RES_CONTENT;
+        restriction.res.resContent = {FL_SUBSTRING | level, tag::Subject, &value};
+        return restriction;
+    }
+    /// What the evaluator says of every row, by identifier.
+    std::vector<std::int64_t> Expected(const SRestriction& structure)
+    {
+        const Restriction restriction = Restriction::Parse(structure);
+        const Prop missing = ErrorProp(0, MAPI_E_NOT_FOUND);
+        std::vector<std::int64_t> rows;
+        Query query = Db().Prepare("SELECT id FROM messages WHERE folder = ?1 AND associated = 0");
+        query.Bind(1, InboxRow);
+        while (query.Step()) {
+            const PropertyBag props = LoadMessage(*FStoreFile, query.Number(0)).props;
+            if (restriction.Matches([&](ULONG tag) -> const Prop& {
+                    const Prop* prop = props.Find(tag >> 16);
+                    return prop ? *prop : missing;
+                }))
+                rows.push_back(query.Number(0));
+        }
+        return rows;
+    }
+    static std::int64_t RowOf(const SPropValue& key)
+    {
+        std::int64_t row = 0;
+        std::memcpy(&row, key.Value.bin.lpb, sizeof row);
+        return row;
+    }
+    std::vector<std::int64_t> TableRows()
+    {
+        std::vector<std::int64_t> ids;
+        for (const Props& row : Rows(*FTable, {tag::InstanceKey}, 500)) {
+            std::int64_t id = 0;
+            std::memcpy(&id, std::get<Bytes>(row[0].data).data(), sizeof id);
+            ids.push_back(id);
+        }
+        std::sort(ids.begin(), ids.end());
+        return ids;
+    }
+    /// All rows that FindRow comes to, one after the other.
+    std::vector<std::int64_t> Found(SRestriction& wanted, bool backward, std::size_t most)
+    {
+        std::vector<std::int64_t> ids;
+        EXPECT_EQ(FTable->SetColumns(Tags{tag::InstanceKey}, 0), S_OK);
+        BOOKMARK from = backward ? BOOKMARK_END : BOOKMARK_BEGINNING;
+        while (ids.size() < most && FTable->FindRow(&wanted, from, backward ? DIR_BACKWARD : 0) == S_OK) {
+            RowSet rows;
+            EXPECT_EQ(FTable->QueryRows(1, backward ? TBL_NOADVANCE : 0, rows.Out()), S_OK);
+            ids.push_back(RowOf(rows->aRow[0].lpProps[0]));
+            from = BOOKMARK_CURRENT;
+        }
+        return ids;
+    }
+    ULONG Count()
+    {
+        ULONG count = 0;
+        EXPECT_EQ(FTable->GetRowCount(0, &count), S_OK);
+        return count;
+    }
+
+    Ptr<IMAPIFolder> FInbox;
+    Ptr<IMAPITable> FTable;
+};
+
+TEST_F(SubjectSearchTest, FewRowsAndManyAreFoundInEveryOrder)
+{
+    const std::u16string words[] = {u"Grüße aus",    u"ПРИВЕТ мир",         u"Straße",     u"ΣΊΣΥΦΟΣ",
+                                    u"日本語の件名", u"\xD83D\xDE00 smile", u"İstanbul ı", u"plain text"};
+    std::vector<std::u16string> subjects;
+    for (int i = 0; i < 3000; ++i) {
+        const std::string digits = std::to_string(i);
+        std::u16string subject = words[i % 8] + u" " + std::u16string(digits.begin(), digits.end());
+        if (i % 101 == 0) // too long for a page
+            subject = std::u16string(static_cast<std::size_t>(i % 300), u'ü') + subject;
+        subjects.push_back(i % 97 == 0 ? u"" : subject);
+    }
+    AddRows(subjects, 1000);
+    // One whose column has the beginning only, and one that has no subject.
+    Save(*NewMessage(*FInbox, (std::u16string(3000, u'x') + u"grüsse AM ENDE").c_str()));
+    Ptr<IMessage> none;
+    ASSERT_EQ(FInbox->CreateMessage(nullptr, 0, Out(none)), S_OK);
+    Save(*none);
+
+    struct Sort
+    {
+        ULONG cSorts;
+        ULONG cCategories = 0;
+        ULONG cExpanded = 0;
+        SSortOrder aSort[2] = {{tag::DeliveryTime, TABLE_SORT_DESCEND}, {tag::Importance, TABLE_SORT_ASCEND}};
+    } sorts[] = {{0}, {1}, {2}};
+    // Two subjects side by side, or a number and a text, must not make one: "1\u6587", "0GRÜSSE".
+    for (std::u16string text :
+         {u"grüße", u"GRÜSSE", u"привет", u"σίσυφος", u"本語", u"smile 2", u"\xD83D\xDE00", u"ı", u"i", u"12", u" ",
+          u"text 7", u"7plain", u"am ende", u"\xDE00 smile", u"nowhere at all", u"e", u"xxxxxxxx"})
+    {
+        for (const ULONG level : {ULONG{FL_IGNORECASE}, ULONG{0}, ULONG{FL_LOOSE}}) {
+            SPropValue value = Text(tag::Subject, text.c_str());
+            SPropValue unread = Long(tag::MessageFlags, 0);
+            SRestriction parts[2] = {Contains(value, level), {}};
+            parts[1].rt = RES_PROPERTY;
+            parts[1].res.resProperty = {RELOP_EQ, tag::MessageFlags, &unread};
+            SRestriction both{};
+            both.rt = RES_AND;
+            for (ULONG count : {1u, 2u}) {
+                both.res.resAnd = {count, parts};
+                const auto expected = Expected(both);
+                for (Sort& sort : sorts) {
+                    ASSERT_EQ(FTable->SortTable(reinterpret_cast<LPSSortOrderSet>(&sort), 0), S_OK);
+                    ASSERT_EQ(FTable->Restrict(&both, 0), S_OK);
+                    ASSERT_EQ(Count(), expected.size()) << level << " " << PackText(text);
+                    ASSERT_EQ(TableRows(), expected) << level << " " << PackText(text);
+                    ASSERT_EQ(Count(), expected.size());
+                    ASSERT_EQ(FTable->Restrict(nullptr, 0), S_OK);
+                    constexpr std::size_t Steps = 5;
+                    const auto forward = Found(both, false, Steps);
+                    const auto backward = Found(both, true, expected.size() <= Steps ? Steps + 1 : Steps);
+                    ASSERT_EQ(forward.size(), std::min(expected.size(), Steps)) << level << " " << PackText(text);
+                    ASSERT_EQ(backward.size(), std::min(expected.size(), Steps)) << level << " " << PackText(text);
+                    for (const auto& found : {forward, backward})
+                        for (const std::int64_t row : found)
+                            ASSERT_TRUE(std::binary_search(expected.begin(), expected.end(), row));
+                }
+            }
+        }
+    }
+}
+
+TEST_F(SubjectSearchTest, AnOpenTableFollowsItsPart)
+{
+    AddRows(std::vector<std::u16string>(500, u"something else"), 1000);
+    SPropValue value = Text(tag::Subject, u"needle");
+    SRestriction part = Contains(value, FL_IGNORECASE);
+    ASSERT_EQ(FTable->Restrict(&part, 0), S_OK);
+    EXPECT_EQ(Count(), 0u);
+    auto message = NewMessage(*FInbox, u"a NEEDLE in it");
+    const Bytes id = Save(*message);
+    EXPECT_EQ(Count(), 1u);
+    EXPECT_EQ(TableRows().size(), 1u);
+    {
+        Transaction given(Db()); // up: what it wrote and found is forgotten
+        MessageState another = client::NewMessage(InboxRow, false);
+        another.props.Set(TextProp(tag::Subject, u"another needle"));
+        SaveMessage(*FStoreFile, another, false);
+        EXPECT_EQ(Count(), 2u);
+        EXPECT_EQ(TableRows().size(), 2u);
+    }
+    EXPECT_EQ(Count(), 1u);
+    EXPECT_EQ(TableRows().size(), 1u);
+    auto other = OpenAnother(); // another user takes the word out and puts it in
+    ULONG type = 0;
+    Ptr<IMessage> theirs;
+    ASSERT_EQ(other->OpenEntry(static_cast<ULONG>(id.size()), AsEntry(id), nullptr, MAPI_MODIFY, &type,
+                               reinterpret_cast<LPUNKNOWN*>(Out(theirs))),
+              S_OK);
+    for (const auto& [subject, count] : {std::pair{u"nothing", 0u}, std::pair{u"Needles", 1u}}) {
+        Set(*theirs, {Text(tag::Subject, subject)});
+        Save(*theirs);
+        EXPECT_EQ(Count(), count);
+        EXPECT_EQ(TableRows().size(), count);
+    }
+    theirs.Reset();
+}
+
+TEST_F(SubjectSearchTest, AFileWithoutPagesGetsThem)
+{
+    std::vector<std::u16string> subjects;
+    for (int i = 0; i < 20000; ++i) // more than are kept in memory at once
+        subjects.push_back(i % 500 ? u"an ordinary subject" : u"the Wanted one");
+    AddRows(subjects, 5000);
+    auto associated = NewMessage(*FInbox, u"wanted elsewhere");
+    Save(*associated);
+    associated.Reset();
+    Db().Execute("UPDATE messages SET associated = 1 WHERE id = (SELECT max(id) FROM messages)");
+    // Damaged text is no reason not to open the store.
+    Db().Execute("UPDATE messages SET subject = CAST(x'61F0' AS TEXT) WHERE id = 5001");
+    Db().Execute("DROP TABLE subject_pages");
+    Db().Execute("PRAGMA user_version = 5");
+    FTable.Reset();
+    FInbox.Reset();
+    FStore.Reset();
+    FStoreFile.reset();
+
+    FStoreFile = StoreFile::Open(File());
+    FStore = OpenStoreObject(FStoreFile, true, true);
+    FInbox = Inbox();
+    ASSERT_EQ(FInbox->GetContentsTable(MAPI_UNICODE, Out(FTable)), S_OK);
+    EXPECT_EQ(Db().Scalar("PRAGMA user_version"), schema::Version);
+    Db().Execute("UPDATE messages SET subject = 'repaired' WHERE id = 5001");
+    SPropValue value = Text(tag::Subject, u"wanted");
+    SRestriction part = Contains(value, FL_IGNORECASE);
+    ASSERT_EQ(FTable->Restrict(&part, 0), S_OK);
+    EXPECT_EQ(Count(), 40u);
+    EXPECT_EQ(TableRows().size(), 40u);
+}
+
+} // namespace
+} // namespace deftmapi::client::test
