@@ -35,7 +35,7 @@ private:
 
 constexpr auto sTooMany = u"The thread of the sink does not dispatch its notifications.";
 
-/// Notifications that wait at most. A thread that never dispatches must not fill the memory.
+/// Notifications that wait at most, but for one to reload. A thread that never dispatches must not fill the memory.
 constexpr ULONG MaximumWaiting = 2048;
 
 /// Copies that wait for their thread. When they become too many, one event to reload stands for all events of tables.
@@ -49,20 +49,17 @@ public:
         if (FBatch.Count() + batch.Count() <= MaximumWaiting)
             return FBatch.Append(std::move(batch));
         NotificationBatch fewer;
-        bool tables = false;
-        for (NotificationBatch* all : {&FBatch, &batch}) {
-            for (ULONG i = 0; i < all->Count(); ++i) {
-                const bool isTable = all->Data()[i].ulEventType == mapi::fnevTableModified;
-                tables = tables || isTable;
-                if (!isTable)
-                    fewer.AddCopy(all->Data()[i]);
-            }
-        }
-        if (tables)
+        bool tables = TakeOthers(FBatch, fewer);
+        NotificationBatch others;
+        tables = TakeOthers(batch, others) || tables;
+        const bool fits = fewer.Count() + others.Count() <= MaximumWaiting;
+        if (fits)
+            fewer.Append(std::move(others));
+        if (tables) // at last, and whether or not the others fit: nothing else would tell of these rows
             fewer.AddTableEvent(mapi::TABLE_RELOAD);
-        if (fewer.Count() > MaximumWaiting)
-            Fail(mapi::MAPI_E_TOO_BIG, sTooMany);
         FBatch = std::move(fewer);
+        if (!fits)
+            Fail(mapi::MAPI_E_TOO_BIG, sTooMany);
     }
     NotificationBatch Collect() noexcept override
     {
@@ -71,6 +68,19 @@ public:
     }
 
 private:
+    /// Copies the events that are not of tables. @returns whether there are others
+    static bool TakeOthers(NotificationBatch& from, NotificationBatch& to)
+    {
+        bool tables = false;
+        for (ULONG i = 0; i < from.Count(); ++i) {
+            if (from.Data()[i].ulEventType == mapi::fnevTableModified)
+                tables = true;
+            else
+                to.AddCopy(from.Data()[i]);
+        }
+        return tables;
+    }
+
     std::mutex FLock;
     NotificationBatch FBatch;
 };

@@ -1,5 +1,6 @@
 #include "client/notify/Batch.hpp"
 
+#include <algorithm>
 #include <cstring>
 #include <iterator>
 
@@ -53,7 +54,10 @@ mapi::LPTSTR NotificationBatch::KeepText(mapi::LPTSTR text, bool unicode)
     return bytes;
 }
 
-void NotificationBatch::AddTableEvent(ULONG event, mapi::HRESULT result)
+namespace
+{
+
+mapi::NOTIFICATION TableEvent(ULONG event, mapi::HRESULT result)
 {
     mapi::NOTIFICATION item{};
     item.ulEventType = mapi::fnevTableModified;
@@ -62,13 +66,20 @@ void NotificationBatch::AddTableEvent(ULONG event, mapi::HRESULT result)
     table.hResult = result;
     table.propIndex.ulPropTag = mapi::PT_NULL;
     table.propPrior.ulPropTag = mapi::PT_NULL;
-    FItems.push_back(item);
+    return item;
+}
+
+} // namespace
+
+void NotificationBatch::AddTableEvent(ULONG event, mapi::HRESULT result)
+{
+    FItems.push_back(TableEvent(event, result));
 }
 
 void NotificationBatch::AddRowEvent(ULONG event, const Bytes& key, const Bytes* prior, const Props* row)
 {
-    AddTableEvent(event);
-    mapi::TABLE_NOTIFICATION& table = FItems.back().info.tab;
+    mapi::NOTIFICATION item = TableEvent(event, mapi::S_OK);
+    mapi::TABLE_NOTIFICATION& table = item.info.tab;
     const mapi::LPSPropValue keys =
         Keep({BinaryProp(tag::InstanceKey, key), prior ? BinaryProp(tag::InstanceKey, *prior) : NullProp});
     table.propIndex = keys[0];
@@ -77,6 +88,7 @@ void NotificationBatch::AddRowEvent(ULONG event, const Bytes& key, const Bytes* 
         table.row.cValues = static_cast<ULONG>(row->size());
         table.row.lpProps = Keep(*row);
     }
+    FItems.push_back(item);
 }
 
 void NotificationBatch::CopyTable(const mapi::TABLE_NOTIFICATION& from, mapi::TABLE_NOTIFICATION& to)
@@ -148,6 +160,14 @@ void NotificationBatch::AddCopy(const mapi::NOTIFICATION& notification)
 
 void NotificationBatch::Append(NotificationBatch&& more)
 {
+    // Room for everything first: what has been moved must not stay behind with half of its memory.
+    const auto makeRoom = [](auto& list, std::size_t count) {
+        if (list.capacity() - list.size() < count)
+            list.reserve(std::max(list.size() + count, 2 * list.capacity()));
+    };
+    makeRoom(FItems, more.FItems.size());
+    makeRoom(FValues, more.FValues.size());
+    makeRoom(FBytes, more.FBytes.size());
     FItems.insert(FItems.end(), more.FItems.begin(), more.FItems.end());
     std::move(more.FValues.begin(), more.FValues.end(), std::back_inserter(FValues));
     std::move(more.FBytes.begin(), more.FBytes.end(), std::back_inserter(FBytes));

@@ -307,10 +307,10 @@ TEST_F(NotifyTest, WhatWaitsForAThreadKeepsItsFormAndDoesNotGrowForever)
     event.ulEventType = fnevTableModified;
     event.info.tab.ulTableEvent = TABLE_ROW_MODIFIED; // its keys have no type at all
     event.info.tab.row = {0, 1, &value};
-    const auto tell = [&](int times) {
+    const auto tell = [&](int times, HRESULT result = S_OK) {
         std::thread([&] {
             for (int i = 0; i < times; ++i)
-                EXPECT_EQ(outer->OnNotify(1, &event), 0u);
+                EXPECT_EQ(outer->OnNotify(1, &event), static_cast<ULONG>(result));
         }).join();
     };
     tell(2);
@@ -327,6 +327,23 @@ TEST_F(NotifyTest, WhatWaitsForAThreadKeepsItsFormAndDoesNotGrowForever)
     tell(1);
     Dispatch();
     EXPECT_EQ(given.events, std::vector<ULONG>{TABLE_ROW_MODIFIED});
+
+    // Events that nothing can stand for do not push aside the one that stands for those of tables.
+    const NOTIFICATION ofRow = event;
+    NOTIFICATION ofObject{};
+    ofObject.ulEventType = fnevObjectCreated;
+    given.events.clear();
+    event = ofObject;
+    tell(2048);
+    event = ofRow;
+    tell(1);
+    event = ofObject;
+    tell(1, MAPI_E_TOO_BIG);
+    event = ofRow;
+    tell(1);
+    Dispatch();
+    ASSERT_EQ(given.events.size(), 2049u);
+    EXPECT_EQ(given.events.back(), ULONG{TABLE_RELOAD});
 }
 
 } // namespace
