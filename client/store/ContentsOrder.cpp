@@ -106,6 +106,13 @@ bool DistinguishesInstances(const TableView& view)
     return view.restriction && InstanceRestriction::Distinguishes(*view.restriction, view.instances);
 }
 
+/// What rows are sorted by, and how: a collation, a direction.
+struct SortColumn
+{
+    SqlPiece value;
+    std::string how;
+};
+
 class SqlVectorOrder final : public VectorOrder
 {
 public:
@@ -116,7 +123,7 @@ public:
         FStatement.Add("SELECT m.id").Add(FInstances ? ", j.value" : "");
         if (DistinguishesInstances(view)) {
             FRestriction.emplace(view.restriction, FInstances);
-            FReader.emplace(FRows, FRestriction->Tags(), 2);
+            FReader.emplace(FRows, FRestriction->Tags(), 2, true);
             FStatement.Add(FReader->Select());
         }
         FStatement.Add(" FROM messages m");
@@ -130,11 +137,13 @@ public:
         FStatement.Add(" WHERE ").Add(FRows.Membership()).Add(FCondition->Sql());
         if (FIsNatural)
             return;
-        FOrder.Add(" ORDER BY ");
         for (const auto& sort : view.sort)
             AddKey(sort);
-        const bool descending = !view.sort.empty() && view.sort.front().ulOrder == mapi::TABLE_SORT_DESCEND;
-        FOrder.Add("m.id").Add(descending ? " DESC" : "").Add(FInstances ? ", j.value" : "");
+        FDescending = !view.sort.empty() && view.sort.front().ulOrder == mapi::TABLE_SORT_DESCEND;
+        FOrder.Add(" ORDER BY ");
+        for (const SortColumn& column : FSortColumns)
+            FOrder.Add(column.value).Add(column.how).Add(", ");
+        FOrder.Add("m.id").Add(FDescending ? " DESC" : "").Add(FInstances ? ", j.value" : "");
         FStatement.Add(FOrder);
     }
 
@@ -145,7 +154,7 @@ protected:
 
     Rows Build() override
     {
-        FSeen = LastJournalNumber(FRows.store->Db());
+        FSeen = Seen(LastJournalNumber(FRows.store->Db()));
         Rows rows;
         if (FCondition->IsEmpty() && !FInstances) // as much as is needed, and no more while it grows
             rows.keys.reserve(static_cast<std::size_t>(FRows.State().rows));
@@ -177,6 +186,32 @@ protected:
             keys.insert(std::lower_bound(keys.begin(), keys.end(), key, before), key);
         }
         return true;
+    }
+
+    bool KeepsSortKeys() const override { return true; }
+
+    std::vector<SqlValue> SortKeys(std::size_t index) override
+    {
+        std::vector<SqlValue> keys;
+        if (FSortColumns.empty())
+            return keys;
+        Query query = FRows.Start(SelectSortKeys("", KeyAt(index), InstanceAt(index)));
+        const bool there = query.Step();
+        for (std::size_t i = 0; i < FSortColumns.size(); ++i)
+            keys.push_back(there ? query.Value(static_cast<int>(i)) : SqlValue());
+        return keys;
+    }
+
+    std::size_t Behind(const Mark& mark) override
+    {
+        std::size_t first = 0;
+        std::size_t last = Keys().size();
+        while (first < last) {
+            const std::size_t middle = first + (last - first) / 2;
+            const bool behind = FSortColumns.empty() ? IsKeyBehind(middle, mark) : StandsBehind(middle, mark);
+            (behind ? last : first) = behind ? middle : middle + 1;
+        }
+        return first;
     }
 
     void ReadRows(std::size_t first, std::size_t last, std::span<const ULONG> columns, RowSink& sink) override
@@ -225,9 +260,12 @@ private:
     {
         Database& database = FRows.store->Db();
         const std::int64_t last = LastJournalNumber(database);
+        const std::int64_t seen = std::exchange(FSeen, Seen(last));
+        if (seen < 0)
+            return std::nullopt;
         std::set<RowKey> touched;
         bool all = false;
-        const bool complete = ReadJournal(database, FSeen, [&](const JournalEntry& entry) {
+        const bool complete = ReadJournal(database, seen, [&](const JournalEntry& entry) {
             const bool here = entry.folder == FRows.folder || entry.other == FRows.folder;
             if (here && entry.kind == JournalKind::FolderBulk)
                 all = true;
@@ -235,12 +273,13 @@ private:
                 touched.insert(entry.object);
             return !all && touched.size() <= most;
         });
-        FSeen = last;
         if (!complete || all || touched.size() > most)
             return std::nullopt;
         return touched;
     }
 
+    /// Entries of a transaction may be taken back: nobody can go on from there.
+    [[nodiscard]] std::int64_t Seen(std::int64_t last) const { return FRows.store->Db().InTransaction() ? -1 : last; }
     /// Whether the table shows the row.
     [[nodiscard]] bool IsRow(RowKey key) const
     {
@@ -262,22 +301,54 @@ private:
     void AddKey(const mapi::SSortOrder& sort)
     {
         const ULONG id = sort.ulPropTag >> 16;
-        const char* direction = sort.ulOrder == mapi::TABLE_SORT_DESCEND ? " DESC, " : ", ";
+        const std::string direction = sort.ulOrder == mapi::TABLE_SORT_DESCEND ? " DESC" : "";
         if (const MessageColumn* column = FindMessageColumn(id)) {
-            FOrder.Add("m.").Add(column->name);
-            if ((column->tag & 0xFFFF) == mapi::PT_UNICODE)
-                FOrder.Add(" COLLATE deft_fold");
-            FOrder.Add(direction);
+            const bool isText = (column->tag & 0xFFFF) == mapi::PT_UNICODE;
+            FSortColumns.push_back(
+                {{std::string("m.") + column->name, {}}, (isText ? " COLLATE deft_fold" : "") + direction});
         } else if (!MessageRows::IsComputed(id)) {
             FCalls.push_back(std::make_unique<SortValue>(FRows, sort.ulPropTag));
-            FOrder.Add("deft_call(?, ").Add(BagExpression);
-            FOrder.Add(sort.ulPropTag & mapi::MV_INSTANCE ? ", j.value)" : ", 0)");
-            FOrder.AddValue(FCalls.back().get()).Add(" COLLATE deft_fold").Add(direction);
+            SqlPiece value{"deft_call(?, ", {FCalls.back().get()}};
+            value.Add(BagExpression).Add(sort.ulPropTag & mapi::MV_INSTANCE ? ", j.value)" : ", 0)");
+            FSortColumns.push_back({std::move(value), " COLLATE deft_fold" + direction});
         }
         if (FRows.isSearch && id == tag::ParentEntryId >> 16)
-            FOrder.Add("m.folder").Add(direction);
+            FSortColumns.push_back({{"m.folder", {}}, direction});
         // Other computed properties are the same for all rows or follow the row identifier, which is the last key
         // anyway.
+    }
+
+    [[nodiscard]] bool IsKeyBehind(std::size_t at, const Mark& mark) const
+    {
+        if (KeyAt(at) != mark.key)
+            return (KeyAt(at) > mark.key) != FDescending;
+        return InstanceAt(at) > mark.instance;
+    }
+
+    /// SELECT … of what one row sorts by: its values, named k0, k1, …
+    [[nodiscard]] SqlPiece SelectSortKeys(std::string_view before, RowKey key, std::uint32_t instance) const
+    {
+        SqlPiece statement{"SELECT ", {}};
+        statement.Add(before);
+        for (std::size_t i = 0; i < FSortColumns.size(); ++i)
+            statement.Add(i ? ", " : "").Add(FSortColumns[i].value).Add(" AS k").Add(std::to_string(i));
+        statement.Add(" FROM messages m NOT INDEXED CROSS JOIN (SELECT ? AS value) j WHERE m.id = ?");
+        return statement.AddValue(std::int64_t{instance}).AddValue(key);
+    }
+
+    /// Whether the row at a place stands behind the one of the mark, as that was: the database says it.
+    [[nodiscard]] bool StandsBehind(std::size_t at, const Mark& mark) const
+    {
+        SqlPiece both{"SELECT mine FROM (", {}};
+        both.Add(SelectSortKeys("0 AS mine, m.id AS id, j.value AS instance, ", KeyAt(at), InstanceAt(at)));
+        both.Add(" UNION ALL SELECT 1, ?, ?").AddValue(mark.key).AddValue(std::int64_t{mark.instance});
+        for (const SqlValue& value : mark.sortKeys)
+            both.Add(", ?").AddValue(value);
+        both.Add(") ORDER BY ");
+        for (std::size_t i = 0; i < FSortColumns.size(); ++i)
+            both.Add("k").Add(std::to_string(i)).Add(FSortColumns[i].how).Add(", ");
+        Query query = FRows.Start(both.Add("id").Add(FDescending ? " DESC" : "").Add(", instance, mine LIMIT 1"));
+        return query.Step() && query.Number(0) == 1;
     }
 
     /// The keys of some rows as a JSON array.
@@ -320,30 +391,44 @@ private:
         return restriction.Fits(instance, collector.rows.front(), [&](ULONG tag) { return FRows.SubRows(key, tag); });
     }
 
+    /// Cuts the rows between two places into pieces that grow, from the first place on, which may be the higher one.
+    template <typename Visit>
+    static void VisitPieces(std::size_t first, std::size_t end, std::size_t piece, std::size_t growth,
+                            const Visit& visit)
+    {
+        while (first != end) {
+            const std::size_t size = std::min(piece, first < end ? end - first : first - end);
+            const std::size_t next = first < end ? first + size : first - size;
+            if (!visit(std::min(first, next), std::max(first, next)))
+                return;
+            first = next;
+            piece = std::min(piece * growth, LastSearchPiece);
+        }
+    }
+
     /// Rows of one message are decided one by one.
     [[nodiscard]] std::size_t FindRowByRow(std::size_t first, bool backward,
                                            const std::shared_ptr<const Restriction>& wanted) const
     {
         const std::size_t count = Keys().size();
         const InstanceRestriction restriction(wanted, FInstances);
-        RowReader reader(FRows, restriction.Tags(), 2);
+        RowReader reader(FRows, restriction.Tags(), 2, true);
         SqlPiece statement;
         statement.Add("SELECT m.id, j.key").Add(reader.Select());
         statement.Add(" FROM json_each(?) j CROSS JOIN messages m ON m.id = j.value").AddValue(std::monostate());
-        while (backward ? first > 0 : first < count) {
-            const std::size_t from = backward ? first - std::min(first, ReadPiece) : first;
-            const std::size_t to = backward ? first : std::min(count, first + ReadPiece);
+        std::size_t found = count;
+        VisitPieces(first, backward ? 0 : count, ReadPiece, 1, [&](std::size_t from, std::size_t to) {
             statement.values.front() = List(from, to, backward);
             Query query = FRows.Start(statement);
-            while (query.Step()) {
+            while (found == count && query.Step()) {
                 const auto offset = static_cast<std::size_t>(query.Number(1));
                 const std::size_t at = backward ? to - 1 - offset : from + offset;
                 if (Fits(restriction, reader, query, KeyAt(at), InstanceAt(at)))
-                    return at;
+                    found = at;
             }
-            first = backward ? from : to;
-        }
-        return count;
+            return found == count;
+        });
+        return found;
     }
 
     /// Looks at so many rows in the order of the table, in pieces that grow.
@@ -355,20 +440,17 @@ private:
         SqlPiece statement;
         statement.Add("SELECT j.key FROM json_each(?) j CROSS JOIN messages m ON m.id = j.value WHERE ");
         statement.AddValue(std::monostate()).Add(FRows.Membership()).Add(condition.SqlOfRow()).Add(" LIMIT 1");
-        std::size_t piece = FirstSearchPiece;
-        while (first != end) {
-            const std::size_t from = backward ? first - std::min(first - end, piece) : first;
-            const std::size_t to = backward ? first : std::min(end, first + piece);
+        std::size_t found = count;
+        VisitPieces(first, end, FirstSearchPiece, 4, [&](std::size_t from, std::size_t to) {
             statement.values.front() = List(from, to, backward);
             Query query = FRows.Start(statement);
             if (query.Step()) {
                 const auto at = static_cast<std::size_t>(query.Number(0));
-                return backward ? to - 1 - at : from + at;
+                found = backward ? to - 1 - at : from + at;
             }
-            first = backward ? from : to;
-            piece = std::min(piece * 4, LastSearchPiece);
-        }
-        return count;
+            return found == count;
+        });
+        return found;
     }
 
     const MessageRows& FRows;
@@ -377,7 +459,9 @@ private:
     bool FIsNatural; // the order of the row identifiers, which need no sorter of the database
     std::vector<std::unique_ptr<SqlCallable>> FCalls;
     SqlPiece FStatement;
-    SqlPiece FOrder;                                 // its end
+    std::vector<SortColumn> FSortColumns;
+    bool FDescending = false;
+    SqlPiece FOrder;                                 // the end of the statement
     std::int64_t FSeen = 0;                          // of the journal, when the rows were made
     std::optional<InstanceRestriction> FRestriction; // what the statement cannot decide
     std::optional<RowReader> FReader;

@@ -16,15 +16,11 @@ using namespace mapi;
 
 // Columns hold at least this many UTF-16 units of a text, so that comparing with a shorter one decides alike.
 constexpr std::size_t WholeText = limits::TableText;
-// A text column of at least this many characters may have been cut: 255 units are no fewer characters than half.
-constexpr auto sMayBeCut = 127;
 // SQL's own limits on nesting and on the depth of a tree are near; beyond these the evaluator takes the whole branch.
 constexpr int SqlDepth = 12;
 constexpr std::size_t SqlChildren = 200;
 constexpr std::size_t SqlParts =
     400; // of the whole restriction: 1,000 are the levels of a statement, and each part of a chain is one
-// A text of fewer bytes was not cut for its column: it was, then it has at least one byte for each of 254 units.
-constexpr std::size_t WholeBytes = 254;
 // Behind every text that begins with what precedes it.
 constexpr WideView Last = u"\uFFFF\uFFFF\uFFFF\uFFFF";
 constexpr std::size_t SearchKeySize = 256;
@@ -422,10 +418,10 @@ SqlPiece MessageCondition::CallEvaluator(const Restriction& restriction)
         const ULONG type = place.column->tag & 0xFFFF;
         if (type == PT_UNICODE)
             cut.append(cut.empty() ? "" : " OR ")
-                .append("length(")
+                .append("length(CAST(") // of text SQL counts the characters before a NUL
                 .append(name)
-                .append(") >= ")
-                .append(std::to_string(sMayBeCut));
+                .append(" AS BLOB)) >= ")
+                .append(std::to_string(WholeBytes));
         else if (type == PT_BINARY)
             cut.append(cut.empty() ? "" : " OR ").append("length(").append(name).append(") = 0");
     }

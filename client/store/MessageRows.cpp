@@ -3,6 +3,7 @@
 #include "client/store/StoreObjects.hpp"
 
 #include <algorithm>
+#include <atomic>
 #include <cstring>
 
 namespace deftmapi::client
@@ -12,6 +13,8 @@ namespace
 
 constexpr ULONG LongTermEntryId = 0x66700102;
 constexpr ULONG RowType = 0x0FF50003;
+/// Counts down from here: numbers that no folder has.
+constexpr std::int64_t FirstInside = -1000;
 
 /// Every identifier of ours ends with the row.
 void PutIdentity(Bytes& id, std::int64_t row)
@@ -90,7 +93,12 @@ Query MessageRows::StateQuery() const
 
 FolderState MessageRows::ReadState(Query& query) const
 {
-    return query.Step() ? FolderState{query.Number(0), query.Number(associated ? 2 : 1)} : FolderState();
+    static std::atomic<std::int64_t> inside = FirstInside;
+    if (!query.Step())
+        return {};
+    // What a transaction has done may be taken back, and its numbers be given to something else.
+    const std::int64_t changes = store->Db().InTransaction() ? inside-- : query.Number(0);
+    return {changes, query.Number(associated ? 2 : 1)};
 }
 
 FolderState MessageRows::State() const
@@ -108,7 +116,8 @@ Query MessageRows::Start(const SqlPiece& statement) const
     return query;
 }
 
-RowReader::RowReader(const MessageRows& rows, std::span<const ULONG> tags, int first) : FRows(rows)
+RowReader::RowReader(const MessageRows& rows, std::span<const ULONG> tags, int first, bool whole)
+    : FRows(rows), FWhole(whole)
 {
     bool bag = false;
     for (const ULONG tag : tags) {
@@ -151,6 +160,16 @@ Props RowReader::ReadBag(std::span<const std::uint8_t> packed) const
     return found;
 }
 
+std::optional<Prop> RowReader::ReadWhole(std::int64_t row, ULONG tag) const
+{
+    Query bag = FRows.store->Db().Prepare(BagOfMessage);
+    std::optional<Prop> whole;
+    if (bag.Bind(1, row).Step())
+        FRows.store->Unpack(
+            bag.Blob(0), [tag](ULONG id) { return id == tag >> 16; }, [&whole](Prop prop) { whole = std::move(prop); });
+    return whole;
+}
+
 void RowReader::PutColumn(const Query& query, std::int64_t row, std::size_t at, RowSink& sink) const
 {
     const Place& place = FPlaces[at];
@@ -159,6 +178,10 @@ void RowReader::PutColumn(const Query& query, std::int64_t row, std::size_t at, 
     switch (tag & 0xFFFF) {
     case mapi::PT_UNICODE: {
         const auto text = query.Text(place.index);
+        if (FWhole && text.size() >= WholeBytes) {
+            if (auto value = ReadWhole(row, tag))
+                return sink.Value(at, std::move(*value));
+        }
         return text.data() ? sink.Text(at, tag, text) : missing();
     }
     case mapi::PT_BINARY: {
@@ -166,13 +189,7 @@ void RowReader::PutColumn(const Query& query, std::int64_t row, std::size_t at, 
         if (bytes.empty() && query.IsNull(place.index))
             return missing();
         if (bytes.empty()) { // really so, or too large for the column
-            Query bag = FRows.store->Db().Prepare(BagOfMessage);
-            std::optional<Prop> whole;
-            if (bag.Bind(1, row).Step())
-                FRows.store->Unpack(
-                    bag.Blob(0), [tag](ULONG id) { return id == tag >> 16; },
-                    [&whole](Prop prop) { whole = std::move(prop); });
-            if (whole)
+            if (auto whole = ReadWhole(row, tag))
                 return sink.Value(at, std::move(*whole));
         }
         return sink.Binary(at, tag, bytes);

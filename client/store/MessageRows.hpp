@@ -25,7 +25,9 @@ struct SqlPiece
 /// Counters of a folder.
 struct FolderState
 {
-    std::int64_t changes = -1; ///< another number after any change of its messages; -1: the folder is gone
+    /// Another number after any change of its messages, and at each look inside a transaction (negative);
+    /// -1: the folder is gone.
+    std::int64_t changes = -1;
     std::int64_t rows = 0;
 };
 
@@ -62,7 +64,8 @@ class RowReader
 {
 public:
     /// @param first  the number of the first column of the statement that is the reader's
-    RowReader(const MessageRows& rows, std::span<const ULONG> tags, int first);
+    /// @param whole  texts that were cut for their columns are read whole, for who decides on them
+    RowReader(const MessageRows& rows, std::span<const ULONG> tags, int first, bool whole = false);
     /// ", m.subject, …" for the list of results; alias m is the message.
     [[nodiscard]] const std::string& Select() const { return FSelect; }
     /// @param row  the row identifier of the message
@@ -86,6 +89,8 @@ private:
         Prop value; // of computed ones
     };
     void PutColumn(const Query& query, std::int64_t row, std::size_t at, RowSink& sink) const;
+    /// What the packed list has of a property whose column did not take it.
+    [[nodiscard]] std::optional<Prop> ReadWhole(std::int64_t row, ULONG tag) const;
     /// What the packed list has, place by place; tag 0 where it has nothing.
     [[nodiscard]] Props ReadBag(std::span<const std::uint8_t> packed) const;
 
@@ -93,6 +98,7 @@ private:
     std::vector<Place> FPlaces;
     std::string FSelect;
     int FBag = 0; // number of the column with the packed list, 0 when nothing is wanted from it
+    bool FWhole;
 };
 
 /// A restriction as a condition on alias m.
@@ -153,6 +159,9 @@ private:
     std::unique_ptr<SubjectPart> FPart;
     std::size_t FBudget = 0; // parts that may still become SQL
 };
+
+/// A text of fewer bytes was not cut for its column: it was, then it has at least one byte for each of 254 units.
+inline constexpr std::size_t WholeBytes = 254;
 
 /// The packed properties of a message, and the same of alias m as an expression.
 inline constexpr auto BagOfMessage = "SELECT props FROM bags WHERE message = ?1";

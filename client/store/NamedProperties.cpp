@@ -46,8 +46,8 @@ ULONG StoreFile::IdOfName(const mapi::GUID& set, std::int64_t lid, const WideStr
     ULONG id = 0;
     if (Query query = FindName(FDatabase, set, lid, name); query.Step())
         id = static_cast<ULONG>(query.Number(0));
-    // Only what was read is remembered: a new identifier may yet be rolled back with its transaction.
-    if (id != 0)
+    // Only what is there to stay is remembered: an identifier that this transaction gives may yet be rolled back.
+    if (id != 0 && !FDatabase.InTransaction())
         FIdsByName.emplace(key, id);
     if (id == 0 && create) {
         Transaction transaction(FDatabase);
@@ -88,7 +88,8 @@ std::shared_ptr<const StoreFile::Name> StoreFile::NameOfId(ULONG id)
         name->text = UnpackText(query.Text(2));
     else
         name->lid = static_cast<mapi::LONG>(query.Number(1));
-    FNamesById.emplace(id, name);
+    if (!FDatabase.InTransaction()) // a rollback would give the identifier to another name
+        FNamesById.emplace(id, name);
     return name;
 }
 

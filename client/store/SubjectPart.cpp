@@ -65,8 +65,7 @@ bool SubjectPart::Find(std::size_t most) const
     });
     if (FFound.size() > most)
         return false;
-    if (!database.InTransaction()) // a rollback would take the number back, and another change use it again
-        FStamp = stamp;
+    FStamp = stamp;
     return true;
 }
 

@@ -1,5 +1,5 @@
 // A restriction copied from the caller's structures, and the evaluator for rows in memory. Tables over the database
-// turn it into a condition of a statement (client/store/SqlRestriction.hpp), which must decide alike.
+// turn it into a condition of a statement (client/store/MessageCondition.cpp), which must decide alike.
 #pragma once
 
 #include "client/store/PropertyBag.hpp"

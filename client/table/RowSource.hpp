@@ -37,6 +37,7 @@ struct Mark
     RowKey key = 0;
     std::uint32_t instance = 0; ///< which value of the multiple property
     SqlValue sortKey;
+    std::vector<SqlValue> sortKeys; ///< the same in an order by anything
     std::size_t index = 0;
     std::int64_t rank = -1; ///< rows before it, -1 while nobody asked
     std::int64_t stamp = 0; ///< the state of the rows that index, rank and atEnd are about

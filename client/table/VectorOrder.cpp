@@ -20,8 +20,11 @@ void VectorOrder::Make()
     const bool made = std::exchange(FGeneration, 0) != 0; // should this fail
     if (!made || !FInstances.empty() || !Update(FKeys)) {
         Rows rows = Build();
+        FPrevious = {std::move(FKeys), std::move(FInstances)};
         FKeys = std::move(rows.keys);
         FInstances = std::move(rows.instances);
+        if (KeepsSortKeys())
+            FPrevious = {};
     }
     FByKey = {};
     FSearches = 0;
@@ -44,17 +47,41 @@ bool VectorOrder::Update(std::vector<RowKey>&)
     return false;
 }
 
-Mark VectorOrder::MarkAt(std::size_t index) const
+Mark VectorOrder::MarkAt(std::size_t index)
 {
+    if (index == FKeys.size())
+        return index == 0 ? Mark() : MarkAfter(index - 1);
     Mark mark;
-    mark.kind = index < FKeys.size() ? Mark::Kind::Before : Mark::Kind::After;
-    if (index < FKeys.size()) {
-        mark.key = FKeys[index];
-        mark.instance = InstanceAt(index);
-    }
+    mark.kind = Mark::Kind::Before;
+    mark.key = FKeys[index];
+    mark.instance = InstanceAt(index);
+    mark.sortKeys = SortKeys(index);
     mark.index = index;
     mark.stamp = FGeneration;
     return mark;
+}
+
+Mark VectorOrder::MarkAfter(std::size_t index)
+{
+    Mark mark = MarkAt(index);
+    mark.kind = Mark::Kind::After;
+    mark.index = index + 1;
+    return mark;
+}
+
+std::size_t VectorOrder::PlaceOf(const Mark& mark)
+{
+    if (KeepsSortKeys())
+        return Behind(mark);
+    if (mark.stamp == FGeneration - 1) {
+        for (std::size_t before = std::min(mark.index, FPrevious.keys.size()); before > 0; --before) {
+            const std::size_t at = Search(FPrevious.keys[before - 1], FPrevious.InstanceAt(before - 1));
+            if (at < FKeys.size())
+                return at + 1;
+        }
+        return 0;
+    }
+    return std::min(mark.index, FKeys.size());
 }
 
 std::size_t VectorOrder::Search(RowKey key, std::optional<std::uint32_t> instance)
@@ -95,16 +122,16 @@ bool VectorOrder::Settle(Mark& mark)
     Make();
     if (mark.stamp == FGeneration)
         return !mark.gone;
-    const std::size_t near = std::min(mark.index, FKeys.size());
-    if (mark.kind == Mark::Kind::After) { // at the end as it was: what came since follows
-        mark = MarkAt(near);
+    if (mark.kind == Mark::Kind::After) { // what came since in front of it was passed, the rest follows
+        mark.index = PlaceOf(mark);
+        mark.stamp = FGeneration;
         return true;
     }
     const bool stays =
         mark.index < FKeys.size() && FKeys[mark.index] == mark.key && InstanceAt(mark.index) == mark.instance;
     const std::size_t found = stays ? mark.index : Search(mark.key, mark.instance);
     if (found == FKeys.size()) {
-        mark.index = near; // of the lost row it stays a mark: whoever asks again is told again
+        mark.index = PlaceOf(mark); // of the lost row it stays a mark: whoever asks again is told again
         mark.stamp = FGeneration;
         mark.gone = true;
         return false;
@@ -147,8 +174,10 @@ void VectorOrder::Read(Mark& mark, std::int64_t count, std::span<const ULONG> co
     Make();
     const auto from = static_cast<std::int64_t>(IndexOf(mark));
     const auto to = std::clamp<std::int64_t>(from + count, 0, Count());
+    if (from == to)
+        return;
     ReadRows(static_cast<std::size_t>(std::min(from, to)), static_cast<std::size_t>(std::max(from, to)), columns, sink);
-    mark = MarkAt(static_cast<std::size_t>(to));
+    mark = from < to ? MarkAfter(static_cast<std::size_t>(to) - 1) : MarkAt(static_cast<std::size_t>(to));
 }
 
 bool VectorOrder::Find(Mark& mark, bool backward, const std::shared_ptr<const Restriction>& wanted)

@@ -28,12 +28,24 @@ protected:
     {
         std::vector<RowKey> keys;
         std::vector<std::uint32_t> instances;
+        [[nodiscard]] std::uint32_t InstanceAt(std::size_t index) const
+        {
+            return instances.empty() ? 0 : instances[index];
+        }
     };
     /// A number that is another one when the vector has to be made again.
     [[nodiscard]] virtual std::int64_t Stamp() = 0;
     [[nodiscard]] virtual Rows Build() = 0;
     /// The number of rows, if it costs less than the rows.
     [[nodiscard]] virtual std::optional<std::int64_t> CountAlone() { return std::nullopt; }
+    /// Whether marks keep what their rows sort by, so that a place is found again whatever becomes of the row. Else the
+    /// rows that stood before it tell.
+    [[nodiscard]] virtual bool KeepsSortKeys() const { return false; }
+    /// What the row at a place sorts by.
+    [[nodiscard]] virtual std::vector<SqlValue> SortKeys(std::size_t) { return {}; }
+    /// The number of rows that stand before the row of the mark, or are it, by what it sorted by when the mark was
+    /// made.
+    [[nodiscard]] virtual std::size_t Behind(const Mark&) { return 0; }
     /// Brings the keys that Build gave to what it would give now, when that costs less.
     /// @returns false: it does not, or cannot be told; the keys are made again whatever was done to them
     [[nodiscard]] virtual bool Update(std::vector<RowKey>& keys);
@@ -52,13 +64,17 @@ protected:
 
 private:
     void Make();
-    [[nodiscard]] Mark MarkAt(std::size_t index) const;
+    [[nodiscard]] Mark MarkAt(std::size_t index);
+    [[nodiscard]] Mark MarkAfter(std::size_t index);
+    /// Where the row of a mark was, or the place behind it if it is there.
+    [[nodiscard]] std::size_t PlaceOf(const Mark& mark);
     [[nodiscard]] std::size_t IndexOf(Mark& mark);
     /// The first row of a key, or the one that shows this value; Count() when there is none.
     [[nodiscard]] std::size_t Search(RowKey key, std::optional<std::uint32_t> instance);
     void IndexKeys();
 
     std::vector<RowKey> FKeys;
+    Rows FPrevious; // of the generation before, for an order that does not tell Behind
     std::vector<std::uint32_t> FInstances;
     std::vector<std::uint32_t> FByKey; // places sorted by key, empty until many have been searched
     int FSearches = 0;                 // since the vector was made

@@ -279,6 +279,21 @@ TEST_F(StoreChangesTest, AFailureInsideTakesTheWholeTransactionBack)
     EXPECT_EQ(WrongFolders(), 0);
 }
 
+TEST_F(StoreChangesTest, ATallyThatCannotBeWrittenDoomsItsTransaction)
+{
+    {
+        Transaction transaction(Db());
+        AddMany(1);
+        Db().Execute("ALTER TABLE journal RENAME TO elsewhere");
+        EXPECT_THROW(Snapshot snapshot(Db()), Failure);
+        Db().Execute("ALTER TABLE elsewhere RENAME TO journal");
+        EXPECT_THROW(transaction.Commit(), Failure);
+    }
+    EXPECT_EQ(Db().Scalar("SELECT count(*) FROM messages"), 0);
+    AddMany(1);
+    EXPECT_EQ(WrongFolders(), 0);
+}
+
 TEST_F(StoreChangesTest, ManyChangesOfAFolderAreOneEntry)
 {
     auto inbox = Inbox();

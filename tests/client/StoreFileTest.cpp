@@ -308,6 +308,36 @@ TEST_F(StoreFileTest, EveryFailingAllocationIsReportedAndLeavesNothing)
     EXPECT_GE(failures, 4);
 }
 
+TEST_F(StoreFileTest, AStoreThatAnotherProgramUpgradedIsReadAndNotWritten)
+{
+    auto inbox = Inbox();
+    auto message = Numbered(*inbox, 1);
+    Database other(File(), Database::Mode::Open);
+    other.Execute("PRAGMA user_version = " + std::to_string(schema::Version + 1));
+    EXPECT_EQ(message->SaveChanges(KEEP_OPEN_READWRITE), MAPI_E_VERSION);
+    EXPECT_EQ(Get(*inbox, tag::ContentCount).Number(), 0);
+    other.Execute("PRAGMA user_version = " + std::to_string(schema::Version));
+    Save(*message);
+    EXPECT_EQ(Get(*inbox, tag::ContentCount).Number(), 1);
+}
+
+TEST_F(StoreFileTest, NamesThatWereRolledBackAreForgotten)
+{
+    const GUID set{1, 2, 3, {4, 5, 6, 7, 8, 9, 10, 11}};
+    ULONG id = 0;
+    {
+        const Transaction given(Db()); // up
+        id = FStoreFile->IdOfName(set, 1, nullptr, true);
+        EXPECT_EQ(FStoreFile->IdOfName(set, 1, nullptr, false), id);
+        ASSERT_TRUE(FStoreFile->NameOfId(id));
+        EXPECT_EQ(FStoreFile->NameOfId(id)->lid, 1);
+    }
+    EXPECT_EQ(FStoreFile->IdOfName(set, 1, nullptr, false), 0u);
+    EXPECT_FALSE(FStoreFile->NameOfId(id));
+    EXPECT_EQ(FStoreFile->IdOfName(set, 2, nullptr, true), id);
+    EXPECT_EQ(FStoreFile->NameOfId(id)->lid, 2);
+}
+
 TEST_F(StoreFileTest, IdentifiersOfOthersAreToldApart)
 {
     auto inbox = Inbox();

@@ -136,4 +136,32 @@ Bytes StoreTest::Save(mapi::IMessage& message)
     return Get(message, tag::EntryId).Blob();
 }
 
+void ContentsTest::SetUp()
+{
+    StoreTest::SetUp();
+    FInbox = Inbox();
+    ASSERT_EQ(FInbox->GetContentsTable(mapi::MAPI_UNICODE, Out(FTable)), mapi::S_OK);
+}
+
+void ContentsTest::TearDown()
+{
+    FTable.Reset();
+    FInbox.Reset();
+    StoreTest::TearDown();
+}
+
+void ContentsTest::Delete(Bytes id)
+{
+    mapi::SBinary entry{static_cast<ULONG>(id.size()), id.data()};
+    mapi::ENTRYLIST list{1, &entry};
+    ASSERT_EQ(FInbox->DeleteMessages(&list, 0, nullptr, 0), mapi::S_OK);
+}
+
+ULONG ContentsTest::Count()
+{
+    ULONG count = 0;
+    EXPECT_EQ(FTable->GetRowCount(0, &count), mapi::S_OK);
+    return count;
+}
+
 } // namespace deftmapi::client::test

@@ -178,4 +178,17 @@ protected:
     Ptr<mapi::IMsgStore> FStore;
 };
 
+/// The Inbox and its contents table besides.
+class ContentsTest : public StoreTest
+{
+protected:
+    void SetUp() override;
+    void TearDown() override;
+    void Delete(Bytes id);
+    [[nodiscard]] ULONG Count();
+
+    Ptr<mapi::IMAPIFolder> FInbox;
+    Ptr<mapi::IMAPITable> FTable;
+};
+
 } // namespace deftmapi::client::test

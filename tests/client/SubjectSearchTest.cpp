@@ -14,23 +14,10 @@ namespace
 
 using namespace mapi;
 
-class SubjectSearchTest : public StoreTest
+class SubjectSearchTest : public ContentsTest
 {
 protected:
     static constexpr auto InboxRow = static_cast<std::int64_t>(SpecialFolder::Inbox);
-
-    void SetUp() override
-    {
-        StoreTest::SetUp();
-        FInbox = Inbox();
-        ASSERT_EQ(FInbox->GetContentsTable(MAPI_UNICODE, Out(FTable)), S_OK);
-    }
-    void TearDown() override
-    {
-        FTable.Reset();
-        FInbox.Reset();
-        StoreTest::TearDown();
-    }
 
     /// Rows of messages as another program would leave them; the first has the given row identifier.
     void AddRows(const std::vector<std::u16string>& subjects, std::int64_t first)
@@ -73,6 +60,7 @@ protected:
                 }))
                 rows.push_back(query.Number(0));
         }
+        std::sort(rows.begin(), rows.end());
         return rows;
     }
     static std::int64_t RowOf(const SPropValue& key)
@@ -106,15 +94,6 @@ protected:
         }
         return ids;
     }
-    ULONG Count()
-    {
-        ULONG count = 0;
-        EXPECT_EQ(FTable->GetRowCount(0, &count), S_OK);
-        return count;
-    }
-
-    Ptr<IMAPIFolder> FInbox;
-    Ptr<IMAPITable> FTable;
 };
 
 TEST_F(SubjectSearchTest, FewRowsAndManyAreFoundInEveryOrder)

@@ -3,6 +3,8 @@
 #include "tests/client/StoreFixture.hpp"
 
 #include <algorithm>
+#include <map>
+#include <random>
 #include <set>
 
 namespace deftmapi::client::test
@@ -25,21 +27,9 @@ struct Sort
     operator LPSSortOrderSet() { return reinterpret_cast<LPSSortOrderSet>(this); }
 };
 
-class TableOrderTest : public StoreTest
+class TableOrderTest : public ContentsTest
 {
 protected:
-    void SetUp() override
-    {
-        StoreTest::SetUp();
-        FInbox = Inbox();
-        ASSERT_EQ(FInbox->GetContentsTable(MAPI_UNICODE, Out(FTable)), S_OK);
-    }
-    void TearDown() override
-    {
-        FTable.Reset();
-        FInbox.Reset();
-        StoreTest::TearDown();
-    }
     /// @param time  added to noon; negative: not delivered
     Bytes Add(const char16_t* subject, int time, LONG flags = 0)
     {
@@ -48,12 +38,6 @@ protected:
         if (time >= 0)
             Set(*message, {Time(tag::DeliveryTime, Noon + static_cast<ULONG>(time))});
         return Save(*message);
-    }
-    void Delete(Bytes id)
-    {
-        SBinary entry{static_cast<ULONG>(id.size()), id.data()};
-        ENTRYLIST list{1, &entry};
-        ASSERT_EQ(FInbox->DeleteMessages(&list, 0, nullptr, 0), S_OK);
     }
     std::u16string Subjects(LONG batch = 3)
     {
@@ -84,9 +68,6 @@ protected:
         EXPECT_EQ(FTable->QueryPosition(&row, &ignored, &ignored), S_OK);
         return row;
     }
-
-    Ptr<IMAPIFolder> FInbox;
-    Ptr<IMAPITable> FTable;
 };
 
 TEST_F(TableOrderTest, AnIndexOrdersRowsWithEqualAndMissingValues)
@@ -159,6 +140,94 @@ TEST_F(TableOrderTest, PlacesHoldWhileRowsChange)
         Delete(before);
         Delete(last);
         ids[3] = Add(u"d", 30);
+    }
+}
+
+TEST_F(TableOrderTest, ATableThatIsReadToItsEndMeanwhileShowsEachRowOnce)
+{
+    constexpr ULONG Extra = 0x6700001F; // has no column
+    SPropValue some = Text(tag::Subject, u"s");
+    SRestriction part{};
+    part.rt = RES_CONTENT;
+    part.res.resContent = {FL_SUBSTRING | FL_IGNORECASE, tag::Subject, &some};
+    Sort orders[] = {{1, 0, 0, {{tag::DeliveryTime, TABLE_SORT_DESCEND}}},
+                     {2, 0, 0, {{tag::Importance, TABLE_SORT_ASCEND}, {tag::DeliveryTime, TABLE_SORT_DESCEND}}},
+                     {2, 0, 0, {{Extra, TABLE_SORT_DESCEND}, {tag::Subject, TABLE_SORT_ASCEND}}},
+                     {1, 0, 0, {{Keyword, TABLE_SORT_ASCEND}}},
+                     {0, 0, 0, {}}};
+    std::mt19937 random(11);
+    std::u16string words[] = {u"one", u"Two", u"three"};
+    const auto change = [&](IMessage& message) {
+        const std::u16string extra(1 + random() % 3, u'x');
+        Set(message, {Long(tag::Importance, LONG(random() % 3)), Time(tag::DeliveryTime, Noon + random() % 50),
+                      Text(Extra, extra.c_str())});
+        LPWSTR list[] = {words[random() % 3].data(), words[random() % 3].data()};
+        SPropValue value{};
+        value.ulPropTag = Keywords;
+        value.Value.MVszW = {1 + static_cast<ULONG>(random() % 2), list};
+        Set(message, {value});
+        return Save(message);
+    };
+    for (Sort& order : orders) {
+        ASSERT_EQ(FInbox->EmptyFolder(0, nullptr, 0), S_OK);
+        std::vector<Bytes> all;
+        for (int i = 0; i < 60; ++i)
+            all.push_back(change(*NewMessage(*FInbox, i % 2 ? u"a subject" : u"another subject")));
+        ASSERT_EQ(
+            FTable->SetColumns(
+                Tags{order.aSort[0].ulPropTag == Keyword ? Keyword : tag::Subject, tag::EntryId, tag::InstanceKey}, 0),
+            S_OK);
+        ASSERT_EQ(FTable->SortTable(order, 0), S_OK);
+        ASSERT_EQ(FTable->Restrict(order.cSorts ? nullptr : &part, 0), S_OK);
+        std::map<Bytes, int> shown;
+        std::set<Bytes> touched;
+        Bytes last;
+        const auto remove = [&](Bytes id) { // one of all
+            touched.insert(id);
+            std::erase(all, id);
+            Delete(id);
+        };
+        for (;;) {
+            RowSet rows;
+            ASSERT_EQ(FTable->QueryRows(2, 0, rows.Out()), S_OK);
+            if (rows->cRows == 0)
+                break;
+            for (ULONG i = 0; i < rows->cRows; ++i) {
+                const auto bytes = [&](ULONG column) {
+                    const SBinary& value = rows->aRow[i].lpProps[column].Value.bin;
+                    return Bytes(value.lpb, value.lpb + value.cb);
+                };
+                last = bytes(1);
+                ++shown[bytes(2)];
+            }
+            switch (random() % 4) {
+            case 0: // the row that was read last, and others
+                remove(last);
+                remove(all[random() % all.size()]);
+                break;
+            case 1:
+                all.push_back(change(*NewMessage(*FInbox, u"a subject of later")));
+                touched.insert(all.back());
+                break;
+            case 2:
+                touched.insert(last);
+                change(*OpenMessage(last));
+                break;
+            default:
+                break;
+            }
+            ASSERT_LT(shown.size(), 1000u);
+        }
+        int untouched = 0;
+        for (const Props& row : Rows(*FTable, {tag::EntryId, tag::InstanceKey,
+                                               order.aSort[0].ulPropTag == Keyword ? Keyword : tag::Subject}))
+        {
+            if (touched.contains(std::get<Bytes>(row[0].data)))
+                continue;
+            ++untouched;
+            EXPECT_EQ(shown[std::get<Bytes>(row[1].data)], 1) << order.cSorts << " " << untouched;
+        }
+        EXPECT_GT(untouched, 10);
     }
 }
 
@@ -276,6 +345,24 @@ TEST_F(TableOrderTest, RowsOfSingleValuesAreFoundAndRestrictedByTheirOwn)
         ASSERT_EQ(FTable->FindRow(&notRed, BOOKMARK_END, DIR_BACKWARD), S_OK);
         EXPECT_EQ(Position(), 2u);
     }
+    // A text that its column has not whole is decided whole.
+    add((std::u16string(3000, u'x') + u"the end").c_str(), {u"red"});
+    SPropValue end = Text(tag::Subject, u"the end");
+    SRestriction parts[2] = {isRed, {}};
+    parts[1].rt = RES_CONTENT;
+    parts[1].res.resContent = {FL_SUBSTRING, tag::Subject, &end};
+    SRestriction both{};
+    both.rt = RES_AND;
+    both.res.resAnd = {2, parts};
+    ASSERT_EQ(FTable->Restrict(&both, 0), S_OK);
+    EXPECT_EQ(Count(), 1u);
+    ASSERT_EQ(FTable->Restrict(nullptr, 0), S_OK);
+    ASSERT_EQ(FTable->FindRow(&both, BOOKMARK_BEGINNING, 0), S_OK);
+    ASSERT_EQ(FTable->SetColumns(Tags{Keyword, tag::Subject, tag::EntryId}, 0), S_OK);
+    RowSet longOne;
+    ASSERT_EQ(FTable->QueryRows(1, 0, longOne.Out()), S_OK);
+    const SBinary& entry = longOne->aRow[0].lpProps[2].Value.bin;
+    Delete(Bytes(entry.lpb, entry.lpb + entry.cb));
     isRed.res.resProperty.ulPropTag = Keywords; // of the message: any of its values
     ASSERT_EQ(FTable->Restrict(&isRed, 0), S_OK);
     EXPECT_EQ(words(), u"Blue1 green2 red1 red2 ");
@@ -363,6 +450,16 @@ TEST_F(TableOrderTest, EachKindOfQuestionHasItsIndex)
         ASSERT_TRUE(plan.Step());
         EXPECT_NE(plan.Text(3).find(expected[count - 1]), std::string_view::npos) << plan.Text(3);
     }
+    parts[1].res.resContent.ulFuzzyLevel = FL_SUBSTRING;
+    all.res.resAnd = {2, parts};
+    MessageCondition condition(rows, std::make_shared<const Restriction>(Restriction::Parse(all)));
+    ASSERT_TRUE(condition.AsksForPart());
+    condition.TakePartIfFew();
+    SqlPiece statement{"EXPLAIN QUERY PLAN SELECT m.id FROM messages m", {}};
+    statement.Add(MessageCondition::IndexOf(condition.BestPath()));
+    Query plan = rows.Start(statement.Add(" WHERE ").Add(rows.Membership()).Add(condition.Sql()));
+    ASSERT_TRUE(plan.Step());
+    EXPECT_NE(plan.Text(3).find("INTEGER PRIMARY KEY (rowid=?)"), std::string_view::npos) << plan.Text(3);
 }
 
 } // namespace

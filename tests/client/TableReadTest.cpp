@@ -19,21 +19,9 @@ constexpr ULONG BagReal = 0x67030005;
 constexpr ULONG BagTexts = 0x6704101F;
 constexpr ULONG BagShort = 0x67050002;
 
-class TableReadTest : public StoreTest
+class TableReadTest : public ContentsTest
 {
 protected:
-    void SetUp() override
-    {
-        StoreTest::SetUp();
-        FInbox = Inbox();
-        ASSERT_EQ(FInbox->GetContentsTable(MAPI_UNICODE, Out(FTable)), S_OK);
-    }
-    void TearDown() override
-    {
-        FTable.Reset();
-        FInbox.Reset();
-        StoreTest::TearDown();
-    }
     void SortByTime(ULONG direction)
     {
         SSortOrderSet order{1, 0, 0, {{tag::DeliveryTime, direction}}};
@@ -46,9 +34,6 @@ protected:
         EXPECT_EQ(FTable->QueryRows(1, TBL_NOADVANCE, rows.Out()), S_OK);
         return rows->cRows ? rows->aRow[0].lpProps[0].Value.ft.dwLowDateTime : -1;
     }
-
-    Ptr<IMAPIFolder> FInbox;
-    Ptr<IMAPITable> FTable;
 };
 
 TEST_F(TableReadTest, RowsShowValuesInTheTypesThatColumnsAskFor)

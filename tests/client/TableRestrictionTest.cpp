@@ -173,22 +173,9 @@ private:
     std::deque<std::vector<SRestriction>> FChildren;
 };
 
-class TableRestrictionTest : public StoreTest
+class TableRestrictionTest : public ContentsTest
 {
 protected:
-    void SetUp() override
-    {
-        StoreTest::SetUp();
-        FInbox = Inbox();
-        ASSERT_EQ(FInbox->GetContentsTable(MAPI_UNICODE, Out(FTable)), S_OK);
-    }
-    void TearDown() override
-    {
-        FTable.Reset();
-        FInbox.Reset();
-        StoreTest::TearDown();
-    }
-
     /// The rows of the table by row identifier, in its order.
     std::vector<std::int64_t> RowIds()
     {
@@ -215,9 +202,6 @@ protected:
         restriction.res.resContent = {level, tag, &value};
         return restriction;
     }
-
-    Ptr<IMAPIFolder> FInbox;
-    Ptr<IMAPITable> FTable;
 };
 
 TEST_F(TableRestrictionTest, WhatAllMessagesOfAFolderShareNamesNoneOfThem)
@@ -404,6 +388,16 @@ TEST_F(TableRestrictionTest, TextsLongerThanTheirColumnAreSearchedWhole)
     size.rt = RES_SIZE;
     size.res.resSize = {RELOP_GT, tag::DisplayTo, 10000};
     EXPECT_EQ(Count(size), 1u);
+    // A NUL in front does not make the rest of it shorter.
+    std::u16string name = std::u16string(3000, u'x') + u"far behind";
+    name[1] = u'\0';
+    auto streamed = NewMessage(*FInbox, u"streamed");
+    ASSERT_EQ(OpenStream(*streamed, tag::SenderName, MAPI_CREATE | MAPI_MODIFY)
+                  ->Write(name.data(), static_cast<ULONG>(name.size() * 2), nullptr),
+              S_OK);
+    Save(*streamed);
+    SPropValue behind = Text(tag::SenderName, u"FAR behind");
+    EXPECT_EQ(Count(Content(FL_SUBSTRING | FL_IGNORECASE, tag::SenderName, behind)), 1u);
 }
 
 } // namespace
