@@ -17,24 +17,13 @@ constexpr std::int64_t Running = 1;
 constexpr std::int64_t Recursive = 2;
 constexpr std::int64_t Foreground = 4;
 
-/// Keys of a map, or values of a list, as a JSON array.
-template <typename List, typename KeyOf>
-std::string JsonOf(const List& rows, KeyOf keyOf)
-{
-    std::string list = "[";
-    for (const auto& row : rows)
-        list.append(list.size() == 1 ? "" : ",").append(std::to_string(keyOf(row)));
-    return list.append("]");
-}
-
 std::string KeysOf(const TouchedMessages& messages)
 {
-    return JsonOf(messages, [](const auto& item) { return item.first; });
-}
-
-std::string ListOf(const std::vector<std::int64_t>& rows)
-{
-    return JsonOf(rows, [](std::int64_t row) { return row; });
+    std::vector<std::int64_t> rows;
+    rows.reserve(messages.size());
+    for (const auto& [row, message] : messages)
+        rows.push_back(row);
+    return ListOf(rows);
 }
 
 } // namespace
@@ -105,7 +94,9 @@ void SearchFolders::Fill(std::int64_t search)
     database.Prepare("DELETE FROM search_links WHERE search = ?1").Bind(1, search).Run();
     for (const std::int64_t folder : folders) {
         const MessageRows rows{FStore.shared_from_this(), folder, false};
-        const MessageCondition condition(rows, restriction);
+        MessageCondition condition(rows, restriction);
+        if (condition.AsksForPart())
+            condition.TakePartIfFew();
         const auto index = MessageCondition::IndexOf(condition.BestPath());
         SqlPiece statement{"INSERT INTO search_links (search, message) SELECT ?, m.id FROM messages m", {search}};
         statement.Add(index.empty() ? " INDEXED BY messages_folder" : index);
