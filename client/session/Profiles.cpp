@@ -600,7 +600,10 @@ void Profiles::SetStore(ProfileId profile, const Uid& service, const std::filesy
             return;
         // The store first: when it cannot be renamed the profile keeps the old name, too.
         RenameStore(current.store->file, current.store->uid, displayName);
-        FDatabase.Prepare("UPDATE services SET store_name = ?2 WHERE id = ?1")
+        // Other profiles, copies of this one say, may have the same store.
+        FDatabase
+            .Prepare("UPDATE services SET store_name = ?2 WHERE (store_uid, store_file) = "
+                     "(SELECT store_uid, store_file FROM services WHERE id = ?1)")
             .Bind(1, current.row)
             .BindText(2, PackText(displayName))
             .Run();
@@ -631,6 +634,13 @@ void Profiles::DeleteService(ProfileId profile, const Uid& service)
         .BindBlob(3, ToBytes(current.provider))
         .Run();
     FDatabase.Prepare("DELETE FROM services WHERE id = ?1").Bind(1, current.row).Run();
+    // An application that opens its default store finds one as long as there are stores.
+    if (current.isDefault)
+        FDatabase
+            .Prepare("UPDATE services SET is_default = 1 WHERE id = (SELECT min(id) FROM services WHERE profile = ?1 "
+                     "AND store_uid IS NOT NULL)")
+            .Bind(1, profile)
+            .Run();
     Commit(transaction);
 }
 

@@ -99,7 +99,8 @@ public:
     /// MAPI_E_COLLISION another service of the profile has this store; as CheckStoreFile
     void SetStore(ProfileId profile, const Uid& service, const std::filesystem::path& place,
                   const WideString& displayName);
-    /// Removes a service; the file of its store stays. @throws Failure  MAPI_E_NOT_FOUND
+    /// Removes a service; the file of its store stays. The first of the others becomes the default store when this one
+    /// was. @throws Failure  MAPI_E_NOT_FOUND
     void DeleteService(ProfileId profile, const Uid& service);
     /// Makes a store the default store; without one, the profile has none. @throws Failure  MAPI_E_NOT_FOUND
     void SetDefaultStore(ProfileId profile, const Uid* store);

@@ -18,6 +18,7 @@ constexpr auto sNoCopy = u"Message services are not copied; copy the profile.";
 constexpr auto sNoRename = u"Message services are not renamed.";
 constexpr auto sNoTransports = u"There are no transports whose order could be set.";
 constexpr auto sNoService = u"The profile has no message service of this identifier.";
+constexpr auto sNoProvider = u"The message service has no provider of this identifier.";
 constexpr auto sFixedProviders = u"A message service has the one provider that it comes with.";
 constexpr auto sNoPersonalFolders =
     u"Personal-folders files (.pst) cannot be opened by this client; import their messages as .eml or .msg files.";
@@ -186,6 +187,10 @@ public:
         return Guard(FLast, [&] {
             Require(section, u"lppProfSect");
             *section = nullptr;
+            Require(uid, u"lpUID");
+            const StoreService service = Service();
+            if (*uid != service.provider && *uid != service.service)
+                Fail(mapi::MAPI_E_NOT_FOUND, sNoProvider);
             *section = OpenSection(FProfiles, FProfile, uid, iid, flags).Detach();
         });
     }

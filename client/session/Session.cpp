@@ -441,6 +441,8 @@ mapi::HRESULT Session::SetDefaultStore(ULONG flags, ULONG size, mapi::LPENTRYID 
             return;
         }
         const EntryReference entry = RequireEntryId(size, id);
+        if (entry.kind != EntryKind::Store)
+            Fail(mapi::MAPI_E_INVALID_ENTRYID, sNotAStore);
         FProfiles->SetDefaultStore(FProfile, &entry.store);
     });
 }

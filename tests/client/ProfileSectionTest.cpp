@@ -202,6 +202,10 @@ TEST_F(ProfileSectionTest, SectionsGoWithTheirServiceAndCopyWithTheirProfile)
     ASSERT_EQ(providers->OpenProfileSection(&uid, &IID_IProfSect, 0, Out(section)), S_OK);
     EXPECT_EQ(Get(*section, ConfigFlags).Number(), 2);
     EXPECT_EQ(providers->DeleteProvider(&uid), MAPI_E_NO_SUPPORT);
+    for (MAPIUID foreign : {Other(9), Other(7)})
+        EXPECT_EQ(providers->OpenProfileSection(&foreign, nullptr, MAPI_MODIFY, Out(section)), MAPI_E_NOT_FOUND)
+            << "it is of no provider of the service";
+    EXPECT_FALSE(Section(*session, Other(7), 0, MAPI_E_NOT_FOUND)) << "and none is made";
 
     ASSERT_EQ(Admin()->CopyProfile(W(u"p"), nullptr, W(u"copy"), 0, Unicode), S_OK);
     auto copy = LogOnTo(u"copy");

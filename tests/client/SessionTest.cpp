@@ -246,11 +246,13 @@ TEST_F(SessionTest, ServicesBringStoresNewAndOld)
     EXPECT_EQ(Stores(*session).at(1).id, both[1].id);
     EXPECT_EQ(Stores(*session).at(1).name, u"Archive");
 
-    // Configured once more: another name is taken over, by the store, too; another place is not.
+    // Configured once more: another name is taken over, by the store and by who else has it; another place is not.
+    ASSERT_EQ(admin->CopyProfile(W(u"p"), nullptr, W(u"copy"), 0, Unicode), S_OK);
     config[1] = Text(tag::DisplayName, u"Old mail");
     ASSERT_EQ(services->ConfigureMsgService(&third, 0, 0, 2, config), S_OK);
     EXPECT_EQ(Stores(*session).at(1).name, u"Old mail");
     EXPECT_EQ(Get(*OpenStore(*session, both[1].id), tag::DisplayName).Wide(), u"Old mail");
+    EXPECT_EQ(Stores(*LogOnTo(u"copy")).at(1).name, u"Old mail");
     config[0] = Text(PstPath, u"somewhere else.db");
     config[1] = Text(tag::DisplayName, u"Other");
     EXPECT_EQ(services->ConfigureMsgService(&third, 0, 0, 2, config), MAPI_E_NO_ACCESS);
@@ -277,6 +279,10 @@ TEST_F(SessionTest, ServicesBringStoresNewAndOld)
     Bytes unknown = both[1].id;
     unknown[10] ^= 0xFF;
     EXPECT_NE(session->SetDefaultStore(MAPI_DEFAULT_STORE, static_cast<ULONG>(unknown.size()), AsEntry(unknown)), S_OK);
+    const Bytes folder = Get(*OpenStore(*session, both[0].id), tag::IpmSubtree).Blob();
+    EXPECT_EQ(session->SetDefaultStore(MAPI_DEFAULT_STORE, static_cast<ULONG>(folder.size()), AsEntry(folder)),
+              MAPI_E_INVALID_ENTRYID)
+        << "an entry of the store is not the store";
     EXPECT_EQ(session->SetDefaultStore(MAPI_SIMPLE_STORE_PERMANENT, 0, nullptr), MAPI_E_NO_SUPPORT);
     EXPECT_EQ(defaults(), "-*");
     ASSERT_EQ(session->SetDefaultStore(MAPI_DEFAULT_STORE, 0, nullptr), S_OK) << "no store is the default one";
@@ -297,12 +303,12 @@ TEST_F(SessionTest, ServicesBringStoresNewAndOld)
     EXPECT_EQ(Rows(*table, {tag::ProviderUid}).size(), 2u);
     EXPECT_EQ(services->RenameMsgService(&third, 0, A("x")), MAPI_E_NO_SUPPORT);
 
-    // The default store goes with its service, and the first store that comes is the next one.
+    // The default store goes with its service, and another one takes the role.
     ASSERT_EQ(services->DeleteMsgService(&third), S_OK);
-    EXPECT_EQ(defaults(), "-");
+    EXPECT_EQ(defaults(), "*");
     ASSERT_EQ(services2->CreateMsgServiceEx(W(u"DEFTSTORE"), nullptr, 0, Unicode, &third), S_OK);
     ASSERT_EQ(services->ConfigureMsgService(&third, 0, 0, 1, config), S_OK);
-    EXPECT_EQ(defaults(), "-*");
+    EXPECT_EQ(defaults(), "*-");
 }
 
 /// Writes down the events of a table: "+name<before" for a row that came, "*name" for a changed one, "-" for one that
@@ -374,7 +380,7 @@ TEST_F(SessionTest, TheTablesOfStoresAndResourcesTellOfChanges)
     ASSERT_EQ(Create(u"another"), S_OK);
     EXPECT_EQ(told(), both("")) << "a profile that is none of the session's";
     ASSERT_EQ(services->DeleteMsgService(&uid), S_OK);
-    EXPECT_EQ(told(), both("- "));
+    EXPECT_EQ(told(), both("- *Personal Folders ")) << "which is the default store now";
     ASSERT_EQ(Admin()->DeleteProfile(W(u"p"), Unicode), S_OK);
     EXPECT_EQ(told(), both("")) << "the session keeps the stores that it had";
     ASSERT_EQ(session->Logoff(0, 0, 0), S_OK);
