@@ -3,6 +3,7 @@
 // their names.
 #include "client/store/PropertyObject.hpp"
 
+#include "client/store/Folder.hpp"
 #include "client/store/StoreObjects.hpp"
 
 #include <algorithm>
@@ -338,10 +339,14 @@ void CopyObject(mapi::IMAPIProp& from, const mapi::SPropTagArray* tags, const ma
     if (!tags)
         Check(from.GetPropList(mapi::MAPI_UNICODE, list.Out()));
     const mapi::SPropTagArray& all = tags ? *tags : *list.Get();
+    const bool hasFolders = fromFolder || As<mapi::IMsgStore>(from, mapi::IID_IMsgStore);
+    const auto stays = [&](ULONG tag) {
+        return IsIdentity(tag) || (fromFolder && StaysWithFolder(tag)) || (hasFolders && NamesSpecialFolder(tag >> 16));
+    };
     std::vector<ULONG> wanted;
     for (ULONG i = 0; i < all.cValues; ++i) {
         const ULONG tag = all.aulPropTag[i];
-        if (!IsIn(excluded, tag) && (tags || !(IsIdentity(tag) || (fromFolder && StaysWithFolder(tag)))))
+        if (!IsIn(excluded, tag) && (tags || !stays(tag)))
             wanted.push_back(tag);
     }
     Copier copier(from, *to.Get(), flags);

@@ -104,6 +104,17 @@ std::optional<Prop> FolderProperty(const StoreFile& store, const FolderRow& fold
     }
 }
 
+bool NamesSpecialFolder(ULONG id)
+{
+    constexpr ULONG AdditionalRenEx = 0x36D90102; // further folders, and those of free times: others may have set them
+    constexpr ULONG FreeBusy = 0x36E41102;
+    constexpr ULONG Tags[] = {tag::IpmSubtree, tag::IpmOutbox,     tag::IpmWastebasket, tag::IpmSentMail,
+                              tag::Views,      tag::CommonViews,   tag::Finder,         tag::IpmAppointment,
+                              tag::IpmContact, tag::IpmJournal,    tag::IpmNote,        tag::IpmTask,
+                              tag::IpmDrafts,  tag::AdditionalRen, AdditionalRenEx,     FreeBusy};
+    return std::any_of(std::begin(Tags), std::end(Tags), [id](ULONG tag) { return tag >> 16 == id; });
+}
+
 void RequireNoSearch(const FolderRow& folder)
 {
     if (folder.IsSearch())

@@ -33,6 +33,9 @@ class ProgressMeter;
 
 /// The folders that every store has: they are never deleted or moved.
 [[nodiscard]] bool IsSpecialFolder(std::int64_t row);
+/// Properties by which a store or its Inbox finds the special folders: in another store, or at a copy of the Inbox,
+/// they would name folders of somebody else.
+[[nodiscard]] bool NamesSpecialFolder(ULONG id);
 [[nodiscard]] std::vector<std::int64_t> ChildFolders(StoreFile& store, std::int64_t row);
 /// The folder and all below it, parents before their children.
 [[nodiscard]] std::vector<std::int64_t> Subtree(StoreFile& store, std::int64_t row);

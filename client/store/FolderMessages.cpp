@@ -3,6 +3,7 @@
 #include "client/store/Transfer.hpp"
 
 #include <algorithm>
+#include <unordered_set>
 
 namespace deftmapi::client
 {
@@ -25,6 +26,19 @@ std::vector<std::int64_t> OrdinaryMessages(StoreFile& store, std::int64_t folder
     while (query.Step())
         rows.push_back(query.Number(0));
     return rows;
+}
+
+/// False for an embedded message as well: its attachment owns it.
+bool LiesInFolder(StoreFile& store, std::int64_t row)
+{
+    return store.Db().Prepare("SELECT 1 FROM messages WHERE id = ?1 AND folder IS NOT NULL").Bind(1, row).Step();
+}
+
+/// Each row once, where it comes first.
+void DropRepeated(std::vector<std::int64_t>& rows)
+{
+    std::unordered_set<std::int64_t> known;
+    std::erase_if(rows, [&known](std::int64_t row) { return !known.insert(row).second; });
 }
 
 } // namespace
@@ -95,10 +109,7 @@ std::size_t FolderObject::CopyMessagesAcross(const std::vector<std::int64_t>& ro
     }
     if (!move)
         return missed;
-    Transaction transaction(FStore->Db());
-    missed += transfer.RemoveMessages();
-    transaction.Commit();
-    return missed;
+    return missed + transfer.RemoveMessages();
 }
 
 mapi::HRESULT FolderObject::CopyMessages(mapi::LPENTRYLIST list, mapi::LPCIID iid, mapi::LPVOID destination,
@@ -113,7 +124,9 @@ mapi::HRESULT FolderObject::CopyMessages(mapi::LPENTRYLIST list, mapi::LPCIID ii
         const TKwComPtr<FolderObject> target = Destination(destination, iid);
         const BothLocks locks(*FStore, *target->FStore);
         std::size_t missed = 0;
-        const std::vector<std::int64_t> rows = MessageRows(list, missed);
+        std::vector<std::int64_t> rows = MessageRows(list, missed);
+        if (move)
+            DropRepeated(rows); // it moves once, and another store would have it twice
         ProgressMeter meter(progress, static_cast<std::int64_t>(rows.size()));
         if (!IsOfStore(*target)) {
             missed += CopyMessagesAcross(rows, *target, move, meter);
@@ -148,7 +161,7 @@ mapi::HRESULT FolderObject::DeleteMessages(mapi::LPENTRYLIST list, mapi::ULONG_P
         ProgressMeter meter(progress, static_cast<std::int64_t>(rows.size()));
         Transaction transaction(FStore->Db());
         for (const std::int64_t row : rows) {
-            missed += !DeleteMessageRow(*FStore, row);
+            missed += !(LiesInFolder(*FStore, row) && DeleteMessageRow(*FStore, row));
             meter.Step();
         }
         transaction.Commit();
@@ -194,7 +207,7 @@ mapi::HRESULT FolderObject::GetMessageStatus(ULONG size, mapi::LPENTRYID id, ULO
         Require(status, u"lpulMessageStatus");
         *status = 0;
         RequireFlags(flags, 0);
-        Query query = FStore->Db().Prepare("SELECT status FROM messages WHERE id = ?1");
+        Query query = FStore->Db().Prepare("SELECT status FROM messages WHERE id = ?1 AND folder IS NOT NULL");
         if (!query.Bind(1, FStore->RowOf(size, id, EntryKind::Message)).Step())
             Fail(mapi::MAPI_E_NOT_FOUND, sNoMessage);
         *status = static_cast<ULONG>(query.Number(0));

@@ -139,12 +139,7 @@ bool FolderObject::CopyFolderAcross(std::int64_t row, FolderObject& target, cons
         transfer.CopyFolder(row, target.FRow, text, move || (flags & mapi::COPY_SUBFOLDERS) != 0);
         transaction.Commit();
     }
-    if (!move)
-        return true;
-    Transaction transaction(FStore->Db());
-    const bool removed = transfer.RemoveFolder();
-    transaction.Commit();
-    return removed;
+    return !move || transfer.RemoveFolder();
 }
 
 mapi::HRESULT FolderObject::CopyFolder(ULONG size, mapi::LPENTRYID id, mapi::LPCIID iid, mapi::LPVOID destination,
@@ -190,7 +185,8 @@ mapi::HRESULT FolderObject::CopyFolder(ULONG size, mapi::LPENTRYID id, mapi::LPC
         ProgressMeter meter(progress, steps);
         if (move) {
             MoveFolder(store, row, target->FRow, text);
-            store.Searches().FolderMoved(row);
+            if (target->FRow != source.parent) // else it is only renamed
+                store.Searches().FolderMoved(row);
             meter.Step();
         } else {
             Transfer(store, store, meter).CopyFolder(row, target->FRow, text, deep);

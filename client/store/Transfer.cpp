@@ -54,19 +54,26 @@ void Transfer::MapNames(MessageState& message)
     }
 }
 
+std::optional<Transfer::Seen> Transfer::LookAtMessage(std::int64_t row) const
+{
+    Query query =
+        FFrom.Db().Prepare("SELECT version, flags, status FROM messages WHERE id = ?1 AND folder IS NOT NULL");
+    if (!query.Bind(1, row).Step())
+        return std::nullopt;
+    return Seen{row, query.Number(0), 0, query.Number(1), query.Number(2)};
+}
+
 bool Transfer::CopyMessage(std::int64_t row, std::int64_t folder)
 {
-    Query query = FFrom.Db().Prepare("SELECT version FROM messages WHERE id = ?1 AND folder IS NOT NULL");
-    if (!query.Bind(1, row).Step()) {
+    const auto seen = LookAtMessage(row);
+    if (!seen) {
         FMeter.Step();
         return false;
     }
-    const Seen seen{row, query.Number(0), 0};
-    query.Reset();
     MessageState copy = CopyOfMessage(FFrom, row, folder);
     if (!IsWithin()) {
         MapNames(copy);
-        FMessages.push_back(seen);
+        FMessages.push_back(*seen);
     }
     SaveMessage(FTo, copy, false);
     if (IsWithin())
@@ -81,15 +88,20 @@ Transfer::Seen Transfer::Look(std::int64_t folder) const
     return query.Bind(1, folder).Step() ? Seen{folder, query.Number(0), query.Number(1)} : Seen{folder, -1, -1};
 }
 
-std::int64_t Transfer::CopyFolder(std::int64_t row, std::int64_t parent, const WideString& name, bool deep)
+std::int64_t Transfer::CopyOne(std::int64_t row, std::int64_t parent, const WideString& name)
 {
     const FolderRow source = LoadFolder(FFrom, row);
     if (!IsWithin())
         FFolders.push_back(Look(row));
     if (source.IsSearch() && !IsWithin())
         Fail(mapi::MAPI_E_NO_SUPPORT, sSearch);
+    PropertyBag props;
+    for (const auto& [id, prop] : source.props) {
+        if (!NamesSpecialFolder(id))
+            props.Set(prop);
+    }
     const std::int64_t copy = InsertFolder(FTo, parent, source.IsSearch() ? mapi::FOLDER_SEARCH : mapi::FOLDER_GENERIC,
-                                           name, IsWithin() ? source.props : MapNames(source.props));
+                                           name, IsWithin() ? props : MapNames(props));
     if (IsWithin())
         MarkFolderCopied(FTo.Db(), copy, row);
     std::vector<std::int64_t> messages;
@@ -101,44 +113,78 @@ std::int64_t Transfer::CopyFolder(std::int64_t row, std::int64_t parent, const W
     }
     for (const std::int64_t message : messages)
         CopyMessage(message, copy);
-    if (const auto criteria = FFrom.Searches().Load(row)) {
-        FTo.Searches().Save(copy, *criteria);
-        FTo.Searches().Fill(copy);
-    }
+    if (source.IsSearch())
+        CopySearch(row, copy);
     FMeter.Step();
-    if (!deep)
-        return copy;
-    for (const std::int64_t child : ChildFolders(FFrom, row))
-        CopyFolder(child, copy, LoadFolder(FFrom, child).props.Text(tag::DisplayName), true);
     return copy;
 }
 
-std::size_t Transfer::RemoveMessages()
+void Transfer::CopySearch(std::int64_t row, std::int64_t copy)
 {
-    std::size_t kept = 0;
-    for (const Seen& seen : FMessages) {
-        Query query = FFrom.Db().Prepare("SELECT 1 FROM messages WHERE id = ?1 AND version = ?2");
-        const bool same = query.Bind(1, seen.row).Bind(2, seen.version).Step();
-        query.Reset();
-        kept += !(same && DeleteMessageRow(FFrom, seen.row));
-    }
-    return kept;
+    const auto criteria = FFrom.Searches().Load(row);
+    if (!criteria)
+        return;
+    FTo.Changes().Flush(); // the links are what they are to be; from now on both folders follow
+    FTo.Searches().Save(copy, *criteria);
+    // A search that does not run shows what it has, and so does its copy; one that runs and finds the same needs no
+    // second search either.
+    Query links = FTo.Db().Prepare("INSERT INTO search_links (search, message) SELECT ?1, message FROM search_links "
+                                   "WHERE search = ?2");
+    links.Bind(1, copy).Bind(2, row).Run();
+    Query count = FTo.Db().Prepare("SELECT count(*), total((m.flags & 1) = 0) FROM search_links l JOIN messages m "
+                                   "ON m.id = l.message WHERE l.search = ?1");
+    count.Bind(1, copy).Step();
+    FTo.Changes().Relinked(copy, {count.Number(0), count.Number(1), 0});
 }
 
-bool Transfer::RemoveFolder()
+std::int64_t Transfer::CopyFolder(std::int64_t row, std::int64_t parent, const WideString& name, bool deep)
 {
-    std::vector<Seen> now;
-    for (const std::int64_t row : Subtree(FFrom, FFolders.front().row))
-        now.push_back(Look(row));
-    const auto byRow = [](const Seen& one, const Seen& other) { return one.row < other.row; };
-    std::sort(now.begin(), now.end(), byRow);
-    std::vector<Seen> before = FFolders;
-    std::sort(before.begin(), before.end(), byRow);
-    if (now != before)
+    const std::int64_t top = CopyOne(row, parent, name);
+    if (!deep)
+        return top;
+    std::vector<std::pair<std::int64_t, std::int64_t>> copied = {{row, top}};
+    for (std::size_t i = 0; i < copied.size(); ++i) {
+        const auto [from, to] = copied[i];
+        for (const std::int64_t child : ChildFolders(FFrom, from))
+            copied.emplace_back(child, CopyOne(child, to, LoadFolder(FFrom, child).props.Text(tag::DisplayName)));
+    }
+    return top;
+}
+
+std::size_t Transfer::RemoveMessages() noexcept
+{
+    try {
+        Transaction transaction(FFrom.Db());
+        std::size_t kept = 0;
+        for (const Seen& seen : FMessages)
+            kept += !(LookAtMessage(seen.row) == seen && DeleteMessageRow(FFrom, seen.row));
+        transaction.Commit();
+        return kept;
+    } catch (...) {
+        return FMessages.size();
+    }
+}
+
+bool Transfer::RemoveFolder() noexcept
+{
+    try {
+        Transaction transaction(FFrom.Db());
+        std::vector<Seen> now;
+        for (const std::int64_t row : Subtree(FFrom, FFolders.front().row))
+            now.push_back(Look(row));
+        const auto byRow = [](const Seen& one, const Seen& other) { return one.row < other.row; };
+        std::sort(now.begin(), now.end(), byRow);
+        std::vector<Seen> before = FFolders;
+        std::sort(before.begin(), before.end(), byRow);
+        if (now != before)
+            return false;
+        ProgressMeter silent(nullptr, 0);
+        DeleteSubtree(FFrom, FFolders.front().row, silent);
+        transaction.Commit();
+        return true;
+    } catch (...) {
         return false;
-    ProgressMeter silent(nullptr, 0);
-    DeleteSubtree(FFrom, FFolders.front().row, silent);
-    return true;
+    }
 }
 
 } // namespace deftmapi::client

@@ -36,12 +36,13 @@ public:
     /// @returns the row of the copy. @throws Failure  MAPI_E_NO_SUPPORT a search folder for another store
     std::int64_t CopyFolder(std::int64_t row, std::int64_t parent, const WideString& name, bool deep);
 
-    /// Removes from `from` the messages that were copied. REQUIRES: a transaction of `from` is open.
-    /// @returns how many have been changed since, or are gone, and stay as they are
-    [[nodiscard]] std::size_t RemoveMessages();
-    /// Removes the folder that was copied. REQUIRES: the same. @returns false: something in or below it has changed
-    /// since, and all of it stays
-    [[nodiscard]] bool RemoveFolder();
+    /// Removes from `from` the messages that were copied, in a transaction of its own. REQUIRES: the copies are
+    /// durable. Whoever hears of a failure now tries again and has everything twice; so nothing is thrown.
+    /// @returns how many stay: they have been changed since, or are gone, or none could be removed
+    [[nodiscard]] std::size_t RemoveMessages() noexcept;
+    /// Removes the folder that was copied; the rest as above. @returns false: something in or below it has changed
+    /// since, or it could not be removed, and all of it stays
+    [[nodiscard]] bool RemoveFolder() noexcept;
 
 private:
     /// A row as it was when it was copied.
@@ -49,17 +50,25 @@ private:
     {
         std::int64_t row;
         std::int64_t version;
-        std::int64_t changes; // of a folder: of what lies in it
+        std::int64_t changes;   // of a folder: of what lies in it
+        std::int64_t flags = 0; // of a message: these and the status change without a new version
+        std::int64_t status = 0;
 
         friend bool operator==(const Seen&, const Seen&) = default;
     };
 
+    /// A folder with its messages, without what is below it.
+    std::int64_t CopyOne(std::int64_t row, std::int64_t parent, const WideString& name);
+    /// Criteria and links of a search folder.
+    void CopySearch(std::int64_t row, std::int64_t copy);
     [[nodiscard]] bool IsWithin() const { return &FFrom == &FTo; }
     void MapNames(MessageState& message);
     [[nodiscard]] PropertyBag MapNames(const PropertyBag& props);
     /// The identifier that the name of a property has in the other store, 0 when it has no name.
     [[nodiscard]] ULONG MapId(ULONG id);
     [[nodiscard]] Seen Look(std::int64_t folder) const;
+    /// Nothing when no folder has the message.
+    [[nodiscard]] std::optional<Seen> LookAtMessage(std::int64_t row) const;
 
     StoreFile& FFrom;
     StoreFile& FTo;

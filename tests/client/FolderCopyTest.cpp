@@ -154,6 +154,88 @@ TEST_F(FolderCopyTest, WhatSomebodyChangesWhileItMovesToAnotherStoreStays)
     EXPECT_EQ(Contents(*other).size(), 2u);
 }
 
+TEST_F(FolderCopyTest, ReadFlagsThatChangeWhileMessagesMoveAreNotLost)
+{
+    auto inbox = Inbox();
+    auto other = OtherInbox();
+    std::vector<Bytes> ids;
+    for (int i = 0; i < 3; ++i) {
+        auto message = NewMessage(*inbox, u"unread");
+        Set(*message, {Long(tag::MessageFlags, 0)});
+        ids.push_back(Save(*message));
+    }
+    auto second = OpenAnother();
+    Ptr<RecordingProgress> progress(new RecordingProgress);
+    progress->onReport = [&](std::size_t number) { // when all have been copied, but not yet removed
+        if (number != 4)
+            return;
+        ULONG type = 0;
+        Ptr<IMAPIFolder> folder;
+        const Bytes id = IdOf(*inbox);
+        ASSERT_EQ(second->OpenEntry(static_cast<ULONG>(id.size()), AsEntry(id), nullptr, MAPI_MODIFY, &type,
+                                    reinterpret_cast<LPUNKNOWN*>(Out(folder))),
+                  S_OK);
+        std::vector<SBinary> entries;
+        const std::vector<Bytes> read = {ids[0]};
+        ENTRYLIST list = AsList(read, entries);
+        EXPECT_EQ(folder->SetReadFlags(&list, 0, nullptr, 0), S_OK);
+        EXPECT_EQ(folder->SetMessageStatus(static_cast<ULONG>(ids[1].size()), AsEntry(ids[1]), MSGSTATUS_TAGGED,
+                                           MSGSTATUS_TAGGED, nullptr),
+                  S_OK);
+    };
+    EXPECT_EQ(CopyMessages(*inbox, ids, *other, MESSAGE_MOVE, progress.Get()), MAPI_W_PARTIAL_COMPLETION);
+    EXPECT_EQ(Contents(*inbox).size(), 2u);
+    EXPECT_EQ(Get(*inbox, tag::ContentUnread).Number(), 1);
+    EXPECT_EQ(Contents(*other).size(), 3u);
+}
+
+TEST_F(FolderCopyTest, WhatCannotBeRemovedAfterItWasCopiedIsToldAsDoneInPart)
+{
+    auto inbox = Inbox();
+    auto other = OtherInbox();
+    auto folder = Create(*inbox, u"stays");
+    const std::vector<Bytes> ids = {Save(*NewMessage(*folder, u"one")), Save(*NewMessage(*folder, u"two"))};
+    Db().Prepare("CREATE TEMP TRIGGER refuse BEFORE DELETE ON bags BEGIN SELECT raise(ABORT, 'no'); END").Run();
+    EXPECT_EQ(CopyMessages(*folder, ids, *other, MESSAGE_MOVE), MAPI_W_PARTIAL_COMPLETION);
+    EXPECT_EQ(Copy(*folder, *other, nullptr, FOLDER_MOVE), MAPI_W_PARTIAL_COMPLETION);
+    EXPECT_EQ(Contents(*folder).size(), 2u);
+    EXPECT_EQ(Contents(*other).size(), 2u);
+    EXPECT_EQ(Children(*other).size(), 1u);
+    Db().Prepare("DROP TRIGGER refuse").Run();
+    // A message that is named twice moves once.
+    EXPECT_EQ(CopyMessages(*folder, {ids[0], ids[1], ids[0]}, *other, MESSAGE_MOVE), S_OK);
+    EXPECT_EQ(Contents(*folder).size(), 0u);
+    EXPECT_EQ(Contents(*other).size(), 4u);
+}
+
+TEST_F(FolderCopyTest, WhatNamesTheSpecialFoldersIsNotCopied)
+{
+    auto inbox = Inbox();
+    auto other = OtherInbox();
+    const Bytes drafts = Get(*inbox, tag::IpmDrafts).Blob();
+    const Bytes otherDrafts = Get(*other, tag::IpmDrafts).Blob();
+    ASSERT_FALSE(drafts.empty());
+    Set(*inbox, {Text(tag::Comment, u"travels")});
+    EXPECT_EQ(inbox->CopyTo(0, nullptr, nullptr, 0, nullptr, &IID_IMAPIFolder, other.Get(), MAPI_MOVE, nullptr), S_OK);
+    EXPECT_EQ(Get(*other, tag::Comment).Wide(), u"travels");
+    EXPECT_EQ(Get(*other, tag::IpmDrafts).Blob(), otherDrafts);
+    EXPECT_EQ(Get(*inbox, tag::IpmDrafts).Blob(), drafts);
+    EXPECT_FALSE(Get(*inbox, tag::AdditionalRen).IsError());
+    auto parent = Create(*OpenFolder(Get(*FStore, tag::IpmSubtree).Blob()), u"parent");
+    for (IMAPIFolder* target : {parent.Get(), other.Get()}) {
+        EXPECT_EQ(Copy(*inbox, *target, u"copy", 0), S_OK);
+        const StorePtr& store = target == other.Get() ? FOther : FStoreFile;
+        auto copy = OpenFolderRow(store, store->Db().Scalar("SELECT id FROM folders WHERE name = 'copy'"), true);
+        for (const ULONG tag : {tag::IpmDrafts, tag::IpmTask, tag::AdditionalRen})
+            EXPECT_EQ(Get(*copy, tag).Error(), MAPI_E_NOT_FOUND);
+    }
+    // The same of the store itself.
+    auto otherStore = OpenStoreObject(FOther, true, false);
+    const Bytes subtree = Get(*otherStore, tag::IpmSubtree).Blob();
+    EXPECT_EQ(FStore->CopyTo(0, nullptr, nullptr, 0, nullptr, &IID_IMsgStore, otherStore.Get(), 0, nullptr), S_OK);
+    EXPECT_EQ(Get(*otherStore, tag::IpmSubtree).Blob(), subtree);
+}
+
 TEST_F(FolderCopyTest, CopyToTakesContentsAndSubfoldersButNoName)
 {
     auto inbox = Inbox();
