@@ -87,7 +87,40 @@ StoreFeed::StoreFeed(StorePtr store, mapi::ULONG mask, std::optional<EntryRefere
     : FStore(std::move(store)), FMask(mask), FObject(std::move(object))
 {
     const std::lock_guard lock(FStore->Lock());
+    const Snapshot snapshot(FStore->Db());
     FSeen = LastJournalNumber(FStore->Db());
+    if (IsForMessage())
+        FMark = LookAtMessage();
+}
+
+StoreFeed::Mark StoreFeed::LookAtMessage() const
+{
+    Query query = FStore->Db().Prepare("SELECT folder, version, flags, status FROM messages WHERE id = ?1");
+    if (!query.Bind(1, FObject->row).Step())
+        return {};
+    return {query.Number(0), query.Number(1), query.Number(2), query.Number(3)};
+}
+
+void StoreFeed::TellMessage(const Mark& now, NotificationBatch& batch)
+{
+    const mapi::ULONG event = now.folder == 0              ? mapi::fnevObjectDeleted
+                              : now.folder != FMark.folder ? mapi::fnevObjectMoved
+                                                           : mapi::fnevObjectModified;
+    // An entry of its own, before or after the one for all, has told of the same unless it is gone since.
+    if (now == FMark || !(FMask & event) || FOwn & event)
+        return;
+    const Bytes id = FStore->EntryIdOf(EntryKind::Message, FObject->row);
+    ObjectEvent told{event, mapi::MAPI_MESSAGE, id, FolderId(now.folder ? now.folder : FMark.folder)};
+    if (event == mapi::fnevObjectMoved) {
+        told.oldEntry = id;
+        told.oldParent = FolderId(FMark.folder);
+    }
+    Add(batch, std::move(told));
+}
+
+Bytes StoreFeed::FolderId(std::int64_t row) const
+{
+    return row ? FStore->EntryIdOf(EntryKind::Folder, row) : Bytes();
 }
 
 bool StoreFeed::Wants(EntryKind kind, std::int64_t row, std::int64_t parent, std::int64_t oldParent) const
@@ -137,7 +170,11 @@ void StoreFeed::CollectChanges(NotificationBatch& batch)
                            return true;
                        });
     FSeen = last;
+    FBulk = false;
+    FOwn = 0;
+    const Mark now = IsForMessage() ? LookAtMessage() : Mark();
     if (!known) {
+        FMark = now;
         const Bytes id = FStore->EntryIdOf(EntryKind::Store, 0);
         if (FMask & mapi::fnevObjectModified)
             Add(batch, {mapi::fnevObjectModified, mapi::MAPI_STORE, id, {}});
@@ -145,8 +182,11 @@ void StoreFeed::CollectChanges(NotificationBatch& batch)
     }
     for (const JournalEntry& entry : entries)
         Tell(entry, batch);
+    if (IsForMessage() && FBulk)
+        TellMessage(now, batch);
     if (FMask & mapi::fnevObjectModified)
         TellCounters(batch);
+    FMark = now;
 }
 
 void StoreFeed::Tell(const JournalEntry& entry, NotificationBatch& batch)
@@ -157,24 +197,24 @@ void StoreFeed::Tell(const JournalEntry& entry, NotificationBatch& batch)
                 FCounted.emplace(folder, false).first->second |= !entry.associated;
         }
     }
+    FBulk |= entry.kind == JournalKind::FolderBulk;
     if (entry.isLink || entry.kind == JournalKind::FolderBulk)
         return; // the counters of the folder tell of it
     const mapi::ULONG event = EventOf(entry);
     const EntryKind kind =
         entry.IsMessage() || entry.kind == JournalKind::NewMail ? EntryKind::Message : EntryKind::Folder;
+    if (IsForMessage() && kind == EntryKind::Message && entry.object == FObject->row)
+        FOwn |= event;
     const std::int64_t oldParent = entry.source ? ParentOf(FStore->Db(), kind, entry.source) : entry.other;
     if (!(FMask & event) || !Wants(kind, entry.object, entry.folder, oldParent))
         return;
     if (entry.kind == JournalKind::NewMail)
         return TellNewMail(entry, batch);
-    const auto folderId = [this](std::int64_t row) {
-        return row ? FStore->EntryIdOf(EntryKind::Folder, row) : Bytes();
-    };
     ObjectEvent told{event, static_cast<mapi::ULONG>(kind), FStore->EntryIdOf(kind, entry.object),
-                     folderId(entry.folder)};
+                     FolderId(entry.folder)};
     if (event == mapi::fnevObjectMoved || event == mapi::fnevObjectCopied) {
         told.oldEntry = FStore->EntryIdOf(kind, entry.source ? entry.source : entry.object);
-        told.oldParent = folderId(oldParent);
+        told.oldParent = FolderId(oldParent);
     }
     Add(batch, std::move(told));
 }

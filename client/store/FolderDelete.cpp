@@ -27,19 +27,15 @@ void DeleteMessagesIn(StoreFile& store, std::int64_t folder, bool withAssociated
     }
 }
 
-} // namespace
-
-bool IsSpecialFolder(std::int64_t row)
-{
-    return row <= static_cast<std::int64_t>(SpecialFolder::Last);
-}
-
-void DeleteSubtree(StoreFile& store, std::int64_t row, ProgressMeter& meter)
+/// @param rows  with all that lie below them, parents before their children
+void DeleteFolders(StoreFile& store, const std::vector<std::int64_t>& rows, ProgressMeter& meter)
 {
     Database& database = store.Db();
-    const std::vector<std::int64_t> rows = Subtree(store, row);
-    for (auto it = rows.rbegin(); it != rows.rend(); ++it) {
+    for (auto it = rows.rbegin(); it != rows.rend(); ++it)
         DeleteMessagesIn(store, *it, true, meter);
+    // Triggers write the entries of folders at once: listeners hear of what was in a folder before they hear of it.
+    store.Changes().Flush();
+    for (auto it = rows.rbegin(); it != rows.rend(); ++it) {
         store.DropLargeValues({LargeOwner::Folder, *it});
         store.Searches().Drop(*it);
         // Messages without a class of their own always have somewhere to go.
@@ -49,6 +45,18 @@ void DeleteSubtree(StoreFile& store, std::int64_t row, ProgressMeter& meter)
         database.Prepare("DELETE FROM folders WHERE id = ?1").Bind(1, *it).Run();
         meter.Step();
     }
+}
+
+} // namespace
+
+bool IsSpecialFolder(std::int64_t row)
+{
+    return row <= static_cast<std::int64_t>(SpecialFolder::Last);
+}
+
+void DeleteSubtree(StoreFile& store, std::int64_t row, ProgressMeter& meter)
+{
+    DeleteFolders(store, Subtree(store, row), meter);
 }
 
 mapi::HRESULT FolderObject::DeleteFolder(ULONG size, mapi::LPENTRYID id, mapi::ULONG_PTR, mapi::LPMAPIPROGRESS progress,
@@ -85,12 +93,18 @@ mapi::HRESULT FolderObject::EmptyFolder(mapi::ULONG_PTR, mapi::LPMAPIPROGRESS pr
         RequireNoSearch(FState);
         ProgressMeter meter(progress, progress ? CountSteps(*FStore, Subtree(*FStore, FRow)) - 1 : 0);
         bool kept = false;
+        std::vector<std::int64_t> folders;
         for (const std::int64_t child : ChildFolders(*FStore, FRow)) {
             if (IsSpecialFolder(child))
                 kept = true;
             else
-                DeleteSubtree(*FStore, child, meter);
+                folders.push_back(child);
         }
+        for (std::size_t i = 0; i < folders.size(); ++i) {
+            const auto children = ChildFolders(*FStore, folders[i]);
+            folders.insert(folders.end(), children.begin(), children.end());
+        }
+        DeleteFolders(*FStore, folders, meter);
         DeleteMessagesIn(*FStore, FRow, (flags & mapi::DEL_ASSOCIATED) != 0, meter);
         transaction.Commit();
         return kept ? mapi::MAPI_W_PARTIAL_COMPLETION : mapi::S_OK;

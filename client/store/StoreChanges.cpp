@@ -10,6 +10,9 @@ namespace deftmapi::client
 namespace
 {
 
+/// Entries of one transaction that are worth writing one by one: the journal would not keep more of them.
+constexpr std::size_t MostEntries = JournalKept;
+
 bool IsUnread(const CountedMessage& message)
 {
     return !message.associated && (message.flags & mapi::MSGFLAG_READ) == 0;
@@ -43,19 +46,29 @@ bool StoreChanges::IsBulk(std::int64_t folder, bool associated) const
 void StoreChanges::NoteEntry(std::int64_t folder, bool associated)
 {
     Tally& tally = Of(folder);
-    if (++tally.entries[associated] <= JournalBulk)
-        return;
-    tally.bulk[associated] = true;
-    if (tally.entries[associated] == JournalBulk + 1)
-        DropEntries();
+    if (++tally.entries[associated] > JournalBulk)
+        tally.bulk[associated] = true;
 }
 
+/// Drops the entries of folders that one entry stands for. When more are left than the journal would keep, so that
+/// nobody could read them one by one, the same is done for all folders.
 void StoreChanges::DropEntries()
 {
     std::erase_if(FEntries, [this](const JournalEntry& entry) {
         const std::int64_t other = entry.kind == JournalKind::MessageMoved ? entry.other : 0;
         return IsBulk(entry.folder, entry.associated) && (!other || IsBulk(other, entry.associated));
     });
+    if (FEntries.size() <= MostEntries)
+        return;
+    for (const JournalEntry& entry : FEntries) {
+        for (const std::int64_t folder : {entry.folder, entry.kind == JournalKind::MessageMoved ? entry.other : 0}) {
+            if (folder) {
+                Of(folder).entries[entry.associated] = JournalBulk;
+                NoteEntry(folder, entry.associated);
+            }
+        }
+    }
+    FEntries.clear();
 }
 
 void StoreChanges::Enter(JournalKind kind, const CountedMessage& message, std::int64_t folder, std::int64_t other)
@@ -63,8 +76,11 @@ void StoreChanges::Enter(JournalKind kind, const CountedMessage& message, std::i
     NoteEntry(folder, message.associated);
     if (other)
         NoteEntry(other, message.associated);
-    if (!IsBulk(folder, message.associated) || (other && !IsBulk(other, message.associated)))
-        FEntries.push_back({0, kind, message.row, folder, other, message.associated});
+    if (IsBulk(folder, message.associated) && (!other || IsBulk(other, message.associated)))
+        return;
+    FEntries.push_back({0, kind, message.row, folder, other, message.associated});
+    if (FEntries.size() > 2 * MostEntries)
+        DropEntries();
 }
 
 void StoreChanges::Touch(const CountedMessage& before)
@@ -198,6 +214,7 @@ void StoreChanges::Flush()
             entry.Bind(1, static_cast<std::int64_t>(kind)).Bind(2, object).Bind(3, folder).Bind(4, other);
             entry.Bind(5, associated).Run();
         };
+        DropEntries();
         for (const JournalEntry& one : FEntries)
             write(one.kind, one.object, one.folder, one.other, one.associated);
         FEntries.clear();

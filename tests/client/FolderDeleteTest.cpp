@@ -1,4 +1,5 @@
 // Deleting trees of folders: all of it or nothing, whoever is killed or writes at the same time.
+#include "client/notify/StoreFeed.hpp"
 #include "tests/client/FolderFixture.hpp"
 
 #include <csignal>
@@ -152,6 +153,62 @@ TEST_F(FolderDeleteTest, TheDefaultReceiveFolderFallsBackToTheInbox)
     EXPECT_EQ(Delete(*inbox, id, 0), S_OK);
     EXPECT_EQ(InboxId(), IdOf(*inbox));
     EXPECT_EQ(Db().Scalar("SELECT count(*) FROM receive_folders"), 1);
+}
+
+std::vector<ULONG> EventsOf(StoreFeed& feed, ULONG type)
+{
+    NotificationBatch batch = feed.Collect();
+    std::vector<ULONG> events;
+    for (ULONG i = 0; i < batch.Count(); ++i) {
+        if (type == 0 || batch.Data()[i].info.obj.ulObjType == type)
+            events.push_back(type ? batch.Data()[i].ulEventType : batch.Data()[i].info.obj.ulObjType);
+    }
+    return events;
+}
+
+TEST_F(FolderDeleteTest, ListenersHearOfMessagesBeforeTheFoldersThatTheyWereIn)
+{
+    auto inbox = Inbox();
+    const Bytes id = IdOf(*Grow(*inbox, u"tree", 2, 1));
+    StoreFeed feed(FStoreFile->ForListeners(), fnevObjectDeleted, std::nullopt);
+    EXPECT_EQ(Delete(*inbox, id, DEL_FOLDERS | DEL_MESSAGES), S_OK);
+    EXPECT_EQ(EventsOf(feed, 0),
+              (std::vector<ULONG>{MAPI_MESSAGE, MAPI_MESSAGE, MAPI_MESSAGE, MAPI_FOLDER, MAPI_FOLDER, MAPI_FOLDER}));
+}
+
+TEST_F(FolderDeleteTest, ASinkOfOneMessageHearsOfItAmongManyOthers)
+{
+    auto inbox = Inbox();
+    auto folder = Create(*inbox, u"full");
+    auto target = Create(*inbox, u"target");
+    std::vector<Bytes> ids;
+    for (std::size_t i = 0; i <= JournalBulk; ++i)
+        ids.push_back(Save(*NewMessage(*folder, u"m")));
+    StoreFeed feed(FStoreFile->ForListeners(), StoreEvents, ParseEntryId(ids[7]));
+    StoreFeed deletions(FStoreFile->ForListeners(), fnevObjectDeleted, ParseEntryId(ids[7]));
+    EXPECT_EQ(folder->SetReadFlags(nullptr, 0, nullptr, CLEAR_READ_FLAG), S_OK);
+    EXPECT_EQ(EventsOf(feed, MAPI_MESSAGE), std::vector<ULONG>{fnevObjectModified});
+    EXPECT_EQ(CopyMessages(*folder, ids, *target, MESSAGE_MOVE), S_OK);
+    EXPECT_EQ(EventsOf(feed, MAPI_MESSAGE), std::vector<ULONG>{fnevObjectMoved});
+    Save(*NewMessage(*target, u"another"));
+    EXPECT_EQ(EventsOf(feed, MAPI_MESSAGE), std::vector<ULONG>{});
+    EXPECT_EQ(target->EmptyFolder(0, nullptr, 0), S_OK);
+    EXPECT_EQ(EventsOf(feed, MAPI_MESSAGE), std::vector<ULONG>{fnevObjectDeleted});
+    EXPECT_EQ(EventsOf(deletions, MAPI_MESSAGE), std::vector<ULONG>{fnevObjectDeleted});
+}
+
+TEST_F(FolderDeleteTest, MoreChangesThanTheJournalKeepsAreOneEntryForEachFolder)
+{
+    constexpr std::int64_t Folders = 100;
+    const std::int64_t before = LastJournalNumber(Db());
+    {
+        Transaction transaction(Db());
+        for (std::int64_t i = 0; i < 3 * JournalKept; ++i)
+            FStoreFile->Changes().Changed({i, 1000 + i % Folders, false, 0}, 0);
+        transaction.Commit();
+    }
+    EXPECT_EQ(LastJournalNumber(Db()) - before, Folders);
+    EXPECT_EQ(Db().Scalar("SELECT count(*) FROM journal WHERE kind = 9"), Folders);
 }
 
 } // namespace
