@@ -208,9 +208,12 @@ private:
         message.folder = query.Number(1);
         FFlagsBefore = query.Number(2);
         FSubjectBefore = SubjectOf(query, 4);
+        if (message.folder == 0)
+            return; // of an embedded message everything is changed by opening it
         // These are changed without the message being opened, and an open message does not undo it.
-        const std::int64_t flags = message.props.Number(tag::MessageFlags) & ~std::int64_t{mapi::MSGFLAG_READ};
-        message.props.Set(LongProp(tag::MessageFlags, flags | (query.Number(2) & mapi::MSGFLAG_READ)));
+        constexpr std::int64_t Outside = mapi::MSGFLAG_READ | mapi::MSGFLAG_RN_PENDING | mapi::MSGFLAG_NRN_PENDING;
+        const std::int64_t flags = message.props.Number(tag::MessageFlags) & ~Outside;
+        message.props.Set(LongProp(tag::MessageFlags, flags | (query.Number(2) & Outside)));
         message.props.Set(LongProp(tag::MessageStatus, query.Number(3)));
     }
 
@@ -572,7 +575,7 @@ private:
 };
 
 constexpr auto FlagsUpdate = "UPDATE messages SET flags = deft_call(?4, id, folder, associated, flags) "
-                             "WHERE flags <> ((flags & ~?2) | ?3) AND ";
+                             "WHERE flags <> ((flags & ~?2) | ?3) AND folder IS NOT NULL AND ";
 
 Query PrepareFlags(StoreFile& store, const char* which, const FlagsOfRow& flags, const ReadFlagChange& change)
 {
@@ -592,7 +595,8 @@ std::size_t SetReadFlagsOf(StoreFile& store, std::vector<std::int64_t> rows, con
     PrepareFlags(store, "id IN (SELECT value FROM json_each(?1))", flags, change).BindText(1, list).Run();
     if (store.Db().Changes() == static_cast<std::int64_t>(rows.size()))
         return 0;
-    Query count = store.Db().Prepare("SELECT count(*) FROM messages WHERE id IN (SELECT value FROM json_each(?1))");
+    Query count = store.Db().Prepare("SELECT count(*) FROM messages WHERE id IN (SELECT value FROM json_each(?1)) "
+                                     "AND folder IS NOT NULL");
     return count.BindText(1, list).Step() ? rows.size() - static_cast<std::size_t>(count.Number(0)) : rows.size();
 }
 
@@ -607,7 +611,8 @@ std::int64_t SetStatusOf(StoreFile& store, std::int64_t row, std::int64_t status
     CountedMessage message;
     std::int64_t before = 0;
     {
-        Query query = store.Db().Prepare("SELECT id, folder, associated, flags, status FROM messages WHERE id = ?1");
+        Query query = store.Db().Prepare("SELECT id, folder, associated, flags, status FROM messages "
+                                         "WHERE id = ?1 AND folder IS NOT NULL");
         if (!query.Bind(1, row).Step())
             Fail(mapi::MAPI_E_NOT_FOUND, sNoMessage);
         message = {query.Number(0), query.Number(1), query.Number(2) != 0, query.Number(3)};

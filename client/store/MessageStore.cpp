@@ -22,6 +22,7 @@ constexpr auto sNoQueue = u"This store has no outgoing queue.";
 constexpr auto sReadOnly = u"The store was opened for reading only.";
 constexpr auto sBadInterface = u"The object does not support the interface that was asked for.";
 constexpr auto sNoFolder = u"The folder does not exist.";
+constexpr auto sEmbedded = u"An embedded message is opened through its attachment.";
 constexpr auto sStoreEntry = u"A message store is opened through the session.";
 constexpr auto sDefaultClass = u"The default receive folder can be changed but not removed.";
 constexpr auto sBadClass = u"The text is no name of a message class.";
@@ -278,6 +279,7 @@ mapi::HRESULT StoreObject::SetReceiveFolder(mapi::LPTSTR messageClass, ULONG fla
             FStore->Db().Prepare("DELETE FROM receive_folders WHERE class_key = ?1").BindText(1, key).Run();
         } else {
             const FolderRow folder = LoadFolder(*FStore, FStore->RowOf(size, id, EntryKind::Folder));
+            RequireNoSearch(folder);
             Query insert = FStore->Db().Prepare("INSERT OR REPLACE INTO receive_folders VALUES (?1, ?2, ?3)");
             insert.BindText(1, key).BindText(2, PackText(name)).Bind(3, folder.row).Run();
         }
@@ -297,7 +299,10 @@ mapi::HRESULT StoreObject::GetReceiveFolder(mapi::LPTSTR messageClass, ULONG fla
             *explicitClass = nullptr;
         RequireFlags(flags, mapi::MAPI_UNICODE);
         // The longest registered class that the given one equals or begins with, part by part; at last the default "".
-        WideString name = KwUpperCase(TextParameter(messageClass, flags));
+        const WideString given = TextParameter(messageClass, flags);
+        if (!IsClassName(given))
+            Fail(mapi::MAPI_E_INVALID_PARAMETER, sBadClass);
+        WideString name = KwUpperCase(given);
         for (;;) {
             Query query = FStore->Db().Prepare("SELECT folder, class FROM receive_folders WHERE class_key = ?1");
             if (query.BindText(1, PackText(name)).Step()) {
@@ -399,7 +404,10 @@ TKwComPtr<mapi::IMAPIFolder> OpenFolderRow(const StorePtr& store, std::int64_t r
 
 TKwComPtr<mapi::IMessage> OpenMessageRow(const StorePtr& store, std::int64_t row, bool writable)
 {
-    return {new MessageObject(store, LoadMessage(*store, row), writable, nullptr)};
+    MessageState message = LoadMessage(*store, row);
+    if (message.folder == 0)
+        Fail(mapi::MAPI_E_NOT_FOUND, sEmbedded);
+    return {new MessageObject(store, std::move(message), writable, nullptr)};
 }
 
 TKwComPtr<mapi::IMsgStore> OpenStoreObject(const StorePtr& store, bool writable, bool isDefault)

@@ -247,6 +247,13 @@ TEST_F(FolderTest, ReceiveFoldersFollowTheLongestClass)
         EXPECT_EQ(FStore->SetReceiveFolder(const_cast<char16_t*>(bad), MAPI_UNICODE, static_cast<ULONG>(id.size()),
                                            AsEntry(id)),
                   MAPI_E_INVALID_PARAMETER);
+    std::u16string longName = u"a"; // not a query for each of its parts
+    for (int i = 0; i < 1000; ++i)
+        longName += u".a";
+    ULONG size = 0;
+    MapiBuffer<ENTRYID> none;
+    EXPECT_EQ(FStore->GetReceiveFolder(longName.data(), MAPI_UNICODE, &size, none.Out(), nullptr),
+              MAPI_E_INVALID_PARAMETER);
 }
 
 TEST_F(FolderTest, ReceiptsStayPendingUntilTheyAreSuppressed)
@@ -275,6 +282,70 @@ TEST_F(FolderTest, ReceiptsStayPendingUntilTheyAreSuppressed)
             << flags;
     }
     EXPECT_EQ(Get(*inbox, tag::ContentUnread).Number(), 1);
+}
+
+TEST_F(FolderTest, AnOpenMessageDoesNotBringBackAReceiptThatWasCleared)
+{
+    auto inbox = Inbox();
+    auto message = NewMessage(*inbox, u"receipt");
+    Set(*message, {Long(tag::MessageFlags, MSGFLAG_RN_PENDING | MSGFLAG_NRN_PENDING)});
+    const Bytes id = Save(*message);
+    auto open = OpenMessage(id);
+    Set(*open, {Text(tag::Subject, u"changed")});
+    std::vector<SBinary> entries;
+    const std::vector<Bytes> ids = {id};
+    ENTRYLIST list = AsList(ids, entries);
+    EXPECT_EQ(inbox->SetReadFlags(&list, 0, nullptr, CLEAR_RN_PENDING | CLEAR_NRN_PENDING), S_OK);
+    EXPECT_EQ(open->SaveChanges(0), S_OK);
+    EXPECT_EQ(Get(*OpenMessage(id), tag::MessageFlags).Number() & LONG(MSGFLAG_RN_PENDING | MSGFLAG_NRN_PENDING), 0);
+}
+
+TEST_F(FolderTest, AnEmbeddedMessageIsReachedThroughItsAttachmentOnly)
+{
+    auto inbox = Inbox();
+    auto message = NewMessage(*inbox, u"outer");
+    Ptr<IAttach> attach;
+    Ptr<IMessage> inner;
+    ULONG num = 0;
+    const auto openInner = [&](ULONG flags) {
+        return attach->OpenProperty(tag::AttachDataObj, &IID_IMessage, 0, flags,
+                                    reinterpret_cast<LPUNKNOWN*>(Out(inner)));
+    };
+    ASSERT_EQ(message->CreateAttach(nullptr, 0, &num, Out(attach)), S_OK);
+    Set(*attach, {Long(tag::AttachMethod, ATTACH_EMBEDDED_MSG)});
+    ASSERT_EQ(openInner(MAPI_CREATE | MAPI_MODIFY), S_OK);
+    Set(*inner, {Text(tag::Subject, u"inner"), Long(tag::MessageFlags, 0)});
+    EXPECT_EQ(inner->SaveChanges(0), S_OK);
+    EXPECT_EQ(attach->SaveChanges(0), S_OK);
+    const Bytes outer = Save(*message);
+    const std::vector<Bytes> ids = {
+        FStoreFile->EntryIdOf(EntryKind::Message, Db().Scalar("SELECT embedded FROM attachments"))};
+    std::vector<SBinary> entries;
+    ENTRYLIST list = AsList(ids, entries);
+    const auto size = static_cast<ULONG>(ids[0].size());
+    EXPECT_EQ(inbox->DeleteMessages(&list, 0, nullptr, 0), MAPI_W_PARTIAL_COMPLETION);
+    EXPECT_EQ(inbox->SetReadFlags(&list, 0, nullptr, 0), MAPI_W_PARTIAL_COMPLETION);
+    ULONG status = 0;
+    EXPECT_EQ(inbox->GetMessageStatus(size, AsEntry(ids[0]), 0, &status), MAPI_E_NOT_FOUND);
+    EXPECT_EQ(inbox->SetMessageStatus(size, AsEntry(ids[0]), 1, 1, nullptr), MAPI_E_NOT_FOUND);
+    ULONG type = 0;
+    Ptr<IMessage> none;
+    EXPECT_EQ(FStore->OpenEntry(size, AsEntry(ids[0]), nullptr, 0, &type, reinterpret_cast<LPUNKNOWN*>(Out(none))),
+              MAPI_E_NOT_FOUND);
+
+    message = OpenMessage(outer);
+    ASSERT_EQ(message->OpenAttach(num, nullptr, MAPI_MODIFY, Out(attach)), S_OK);
+    ASSERT_EQ(openInner(MAPI_MODIFY), S_OK);
+    EXPECT_EQ(Get(*inner, tag::MessageFlags).Number() & LONG(MSGFLAG_READ), 0);
+    // There its flags change as well.
+    EXPECT_EQ(inner->SetReadFlag(0), S_OK);
+    EXPECT_EQ(inner->SaveChanges(0), S_OK);
+    EXPECT_EQ(attach->SaveChanges(0), S_OK);
+    EXPECT_EQ(message->SaveChanges(0), S_OK);
+    message = OpenMessage(outer);
+    ASSERT_EQ(message->OpenAttach(num, nullptr, 0, Out(attach)), S_OK);
+    ASSERT_EQ(openInner(0), S_OK);
+    EXPECT_NE(Get(*inner, tag::MessageFlags).Number() & LONG(MSGFLAG_READ), 0);
 }
 
 } // namespace
