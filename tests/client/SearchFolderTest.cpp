@@ -315,5 +315,35 @@ TEST_F(SearchFolderTest, CountsAreThoseOfAFreshSearchAfterAnything)
     }
 }
 
+TEST_F(SearchFolderTest, ACopyShowsWhatTheOriginalShows)
+{
+    auto inbox = Inbox();
+    Save(*NewUnread(*inbox, u"red one"));
+    auto search = NewSearch(u"Red");
+    EXPECT_EQ(Search(*search, SubjectContains(u"red").get(), {IdOf(*inbox)}, 0), S_OK);
+    const auto expectCopy = [&](const char* name, const Subjects& subjects) {
+        EXPECT_EQ(Copy(*search, *Finder(), KwFromUtf8(name).c_str(), 0), S_OK);
+        auto copy = OpenFolderRow(FStoreFile,
+                                  Db().Scalar("SELECT id FROM folders WHERE name = '" + std::string(name) + "'"), true);
+        EXPECT_EQ(Shown(*copy), subjects);
+        EXPECT_EQ(Get(*copy, tag::ContentCount).Number(), static_cast<LONG>(subjects.size()));
+        EXPECT_EQ(Get(*copy, tag::ContentUnread).Number(), static_cast<LONG>(subjects.size()));
+        return copy;
+    };
+    auto running = expectCopy("running", {u"red one"});
+    EXPECT_EQ(Search(*search, nullptr, {}, STOP_SEARCH), S_OK);
+    Save(*NewUnread(*inbox, u"red two"));
+    EXPECT_EQ(Shown(*running), (Subjects{u"red one", u"red two"}));
+    expectCopy("stopped", {u"red one"});
+    // Criteria that cannot be read are copied as they are.
+    Db().Prepare("UPDATE searches SET restriction = x'01' WHERE state = 0").Run();
+    expectCopy("damaged", {u"red one"});
+    // A folder that a search shows is not where messages are delivered.
+    const Bytes id = IdOf(*search);
+    EXPECT_EQ(FStore->SetReceiveFolder(const_cast<char16_t*>(u"IPM"), MAPI_UNICODE, static_cast<ULONG>(id.size()),
+                                       AsEntry(id)),
+              MAPI_E_NO_ACCESS);
+}
+
 } // namespace
 } // namespace deftmapi::client::test
