@@ -1,4 +1,4 @@
-// Everything in a store: each folder with its path, each message with its subject.
+// What is in a store: each folder behind the one that it lies in, each message with its subject.
 #include "mapi/DeftMAPI.hpp"
 
 #include <iostream>

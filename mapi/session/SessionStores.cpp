@@ -123,7 +123,7 @@ TKwRef<IKwMAPIMsgStore> TSession::OpenDefaultMsgStore(TKwMAPIAccessLevel accessL
 {
     CheckActive(u"OpenDefaultMsgStore");
     if (!UsesExtendedMAPI())
-        return KwOpenSimpleStore(*this);
+        return KwOpenSimpleStore(*this, accessLevel);
     return OpenMsgStore(GetDefaultMsgStoreID(), accessLevel);
 }
 

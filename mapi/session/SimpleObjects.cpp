@@ -150,13 +150,13 @@ void Know(TKwMAPIProp& prop, TKwMAPIPropDef def, const TKwVariant& value)
 
 } // namespace
 
-TKwRef<IKwMAPIMsgStore> KwOpenSimpleStore(TKwMAPISessionBase& session)
+TKwRef<IKwMAPIMsgStore> KwOpenSimpleStore(TKwMAPISessionBase& session, TKwMAPIAccessLevel accessLevel)
 {
     const auto store = KwMake<TKwMAPIMsgStore>(session);
     store->SetMAPIOBJECT(TKwComPtr<TSimpleStore>(new TSimpleStore).Get());
     Know(*store, PR_DISPLAY_NAME, WideString(StoreName));
     Know(*store, PR_STORE_SUPPORT_MASK, 0);
-    store->SetAccessLevel(alReadWrite);
+    store->SetAccessLevel(accessLevel);
     return store;
 }
 

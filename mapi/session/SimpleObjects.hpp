@@ -10,7 +10,7 @@ namespace deftmapi
 {
 
 /// The one store of a Simple MAPI session.
-[[nodiscard]] TKwRef<IKwMAPIMsgStore> KwOpenSimpleStore(TKwMAPISessionBase& session);
+[[nodiscard]] TKwRef<IKwMAPIMsgStore> KwOpenSimpleStore(TKwMAPISessionBase& session, TKwMAPIAccessLevel accessLevel);
 /// REQUIRES: Simple MAPI has a folder of this type.
 [[nodiscard]] TKwRef<IKwMAPIFolder> KwOpenSimpleFolder(TKwMAPIMsgStore& store, TKwMAPIFolderType folderType,
                                                        TKwMAPIAccessLevel accessLevel);

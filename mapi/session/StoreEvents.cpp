@@ -54,6 +54,14 @@ TKwMAPIMsgStore::TObjectEvent EventOf(const mapi::OBJECT_NOTIFICATION& told)
     return event;
 }
 
+/// A sink may do with its list what it likes: the next one gets another.
+TKwRef<IKwMAPIPropList> CopyOf(const IKwMAPIPropList& properties)
+{
+    const auto copy = KwMake<TKwMAPIPropList>();
+    properties.AssignTo(*copy);
+    return copy;
+}
+
 WideString MessageClassOf(const mapi::NEWMAIL_NOTIFICATION& told)
 {
     if (told.lpszMessageClass == nullptr)
@@ -100,9 +108,11 @@ void TKwMAPIMsgStore::CheckCanAdvise()
 {
     if ((SupportMask() & mapi::STORE_NOTIFY_OK) == 0)
         CreateKwMAPIException(KwNotSupported, sNoNotifications)->Raise();
-    if (auto* session = dynamic_cast<IKwMAPISession*>(Session()))
-        if (session->CompareEntryIDs(Get_EntryID(), session->GetPublicFoldersMsgStoreID()))
+    if (auto* session = dynamic_cast<IKwMAPISession*>(Session())) {
+        const TKwMAPIEntryID publicFolders = session->GetPublicFoldersMsgStoreID();
+        if (!publicFolders.IsNull() && session->CompareEntryIDs(Get_EntryID(), publicFolders))
             CreateKwMAPIException(KwNotSupported, sPublicFolders)->Raise();
+    }
 }
 
 void TKwMAPIMsgStore::Advise()
@@ -242,8 +252,19 @@ template <typename Call>
 void TKwMAPIMsgStore::Dispatch(Call call)
 {
     const TKwRef<TKwMAPIMsgStore> self(this);
-    for (const TKwRef<IKwMAPIMsgStoreDEvents>& sink : FSinks.Snapshot())
-        KwCallServerSink([&] { call(*sink); });
+    // A sink that fails takes nothing from the others.
+    std::exception_ptr failure;
+    for (const TKwRef<IKwMAPIMsgStoreDEvents>& sink : FSinks.Snapshot()) {
+        try {
+            KwCallServerSink([&] { call(*sink); });
+        } catch (...) {
+            if (failure)
+                KwReportServerException(failure);
+            failure = std::current_exception();
+        }
+    }
+    if (failure)
+        std::rethrow_exception(failure);
 }
 
 void TKwMAPIMsgStore::DoOnSessionLogoff()
@@ -260,35 +281,39 @@ void TKwMAPIMsgStore::DoOnNewMessage(const TKwMAPIEntryID& folderID, const TKwMA
 void TKwMAPIMsgStore::DoOnObjectCreated(const TObjectEvent& e)
 {
     Dispatch([&](IKwMAPIMsgStoreDEvents& sink) {
-        sink._OnObjectCreated(*this, e.EntryID, e.ObjectType, e.ParentID, e.OldID, e.OldParentID, *e.Properties);
+        sink._OnObjectCreated(*this, e.EntryID, e.ObjectType, e.ParentID, e.OldID, e.OldParentID,
+                              *CopyOf(*e.Properties));
     });
 }
 
 void TKwMAPIMsgStore::DoOnObjectDeleted(const TObjectEvent& e)
 {
     Dispatch([&](IKwMAPIMsgStoreDEvents& sink) {
-        sink._OnObjectDeleted(*this, e.EntryID, e.ObjectType, e.ParentID, e.OldID, e.OldParentID, *e.Properties);
+        sink._OnObjectDeleted(*this, e.EntryID, e.ObjectType, e.ParentID, e.OldID, e.OldParentID,
+                              *CopyOf(*e.Properties));
     });
 }
 
 void TKwMAPIMsgStore::DoOnObjectModified(const TObjectEvent& e)
 {
     Dispatch([&](IKwMAPIMsgStoreDEvents& sink) {
-        sink._OnObjectModified(*this, e.EntryID, e.ObjectType, e.ParentID, e.OldID, e.OldParentID, *e.Properties);
+        sink._OnObjectModified(*this, e.EntryID, e.ObjectType, e.ParentID, e.OldID, e.OldParentID,
+                               *CopyOf(*e.Properties));
     });
 }
 
 void TKwMAPIMsgStore::DoOnObjectMoved(const TObjectEvent& e)
 {
     Dispatch([&](IKwMAPIMsgStoreDEvents& sink) {
-        sink._OnObjectMoved(*this, e.EntryID, e.ObjectType, e.ParentID, e.OldID, e.OldParentID, *e.Properties);
+        sink._OnObjectMoved(*this, e.EntryID, e.ObjectType, e.ParentID, e.OldID, e.OldParentID, *CopyOf(*e.Properties));
     });
 }
 
 void TKwMAPIMsgStore::DoOnObjectCopied(const TObjectEvent& e)
 {
     Dispatch([&](IKwMAPIMsgStoreDEvents& sink) {
-        sink._OnObjectCopied(*this, e.EntryID, e.ObjectType, e.ParentID, e.OldID, e.OldParentID, *e.Properties);
+        sink._OnObjectCopied(*this, e.EntryID, e.ObjectType, e.ParentID, e.OldID, e.OldParentID,
+                             *CopyOf(*e.Properties));
     });
 }
 

@@ -147,9 +147,21 @@ TKwRef<IKwMAPIFolder> TKwMAPIFolder::CreateFolder(WideView containerClass, WideV
     const auto folder = KwMake<TKwMAPIFolder>(store != nullptr ? *store : *this);
     folder->SetMAPIOBJECT(object.Get());
     folder->SetAccessLevel(alReadWrite);
-    if (!containerClass.empty() && (!openIfExists || folder->Get_ContainerClass().empty())) {
+    if (containerClass.empty() || (openIfExists && !folder->Get_ContainerClass().empty()))
+        return folder;
+    try {
         folder->Set_ContainerClass(containerClass);
         folder->SaveChanges(smKeepReadWrite);
+    } catch (...) {
+        // A folder of no class is not what was asked for, and it would be in the way of the next try.
+        if (!openIfExists) {
+            try {
+                DeleteFolder(folder->Get_EntryID(), false, false, false);
+            } catch (...) {
+                KwReportServerException(std::current_exception());
+            }
+        }
+        throw;
     }
     return folder;
 }

@@ -127,6 +127,13 @@ TEST_F(TFolderTest, CreateFolder)
               Failure("EMAPI_COLLISION", 0x80040604,
                       "TKwMAPIFolder.CreateFolder failed!\r\nA folder with the name given in the AFolderName parameter "
                       "already exists. Folder names must be unique."));
+
+    // A folder that cannot get its class is taken back.
+    static_cast<void>(Take());
+    Calls->Next("NEW.SaveChanges", mapi::MAPI_E_NOT_ENOUGH_DISK);
+    EXPECT_EQ(Catch([&] { static_cast<void>(inbox->CreateFolder(u"IPF.Task", u"B", u"", false)); }).Code,
+              static_cast<std::uint32_t>(mapi::MAPI_E_NOT_ENOUGH_DISK));
+    EXPECT_EQ(Calls->Count("DeleteFolder"), 1u);
 }
 
 TEST_F(TFolderTest, DeleteFolderAndMessage)

@@ -43,6 +43,7 @@ public:
                            " " + Text(oldID) + " " + Text(oldParentID);                                                \
         for (properties.First(); !properties.Get_EOF(); properties.Next())                                             \
             text += " " + KwToUtf8(GetPropName(properties.Get_CurrentRecord()));                                       \
+        properties.Clear(); /* a list of its own */                                                                    \
         Note(text, store);                                                                                             \
     }
     DEFTMAPI_NOTED(Created)
@@ -203,9 +204,12 @@ TEST_F(TStoreEventsTest, SinksThatThrowOrLeave)
 {
     const auto first = Connect();
     first->Then = [](IKwMAPIMsgStore&) { CreateKwMAPIException(mapi::MAPI_E_CALL_FAILED, u"no")->Raise(); };
+    const auto second = Connect();
     Notify({Event(mapi::fnevObjectCreated), Event(mapi::fnevObjectDeleted)});
     EXPECT_EQ(first->Told.size(), 2u) << "one failure does not cost the next notification";
+    EXPECT_EQ(second->Told.size(), 2u) << "nor what is told to others";
     EXPECT_EQ(Reported.size(), 2u);
+    Store->DEventConnect(second, false);
     EXPECT_TRUE(KwSilentServerExceptionsEnabled());
 
     first->Then = [&](IKwMAPIMsgStore& store) {
