@@ -384,6 +384,8 @@ void CreateStoreFile(const std::filesystem::path& file, std::span<const std::uin
     std::filesystem::remove(draft);
     {
         Database database(draft, Database::Mode::Create);
+        // From the beginning: of several connections that switch a file at once, all but one are refused without a wait.
+        database.Execute("PRAGMA journal_mode = WAL");
         database.Execute("PRAGMA synchronous = FULL");
         Transaction transaction(database);
         RunSteps(database, 0);

@@ -63,7 +63,7 @@ TEST_F(NotifyTest, AdvisingIsRefusedWhereNothingCanCome)
     EXPECT_EQ(table->Advise(fnevTableModified, nullptr, &connection), MAPI_E_INVALID_PARAMETER);
     EXPECT_EQ(table->Advise(fnevTableModified, FSink.Get(), nullptr), MAPI_E_INVALID_PARAMETER);
     Ptr<IMAPITable> fixed;
-    ASSERT_EQ(FSession->GetMsgStoresTable(0, Out(fixed)), S_OK);
+    ASSERT_EQ(FStore->GetReceiveFolderTable(0, Out(fixed)), S_OK);
     EXPECT_EQ(fixed->Advise(fnevTableModified, FSink.Get(), &connection), MAPI_E_NO_SUPPORT);
 }
 
