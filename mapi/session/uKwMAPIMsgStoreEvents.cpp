@@ -2,21 +2,15 @@
 // call is running.
 #include "mapi/session/uKwMAPIMsgStoreEvents.hpp"
 
-#include "support/uKwComObj.hpp"
+#include "mapi/core/FunctionSink.hpp"
 
 namespace deftmapi
 {
 
-class TKwMAPIMsgStoreEvents::TSink final : public TKwAutoIntfObject, public virtual IKwMAPIMsgStoreDEvents
+class TKwMAPIMsgStoreEvents::TSink final : public TKwFunctionSink<TKwMAPIMsgStoreEvents, IKwMAPIMsgStoreDEvents>
 {
 public:
-    explicit TSink(TKwMAPIMsgStoreEvents& events) : FEvents(&events) {}
-
-    void Detach() noexcept
-    {
-        const std::lock_guard lock(FLock);
-        FEvents = nullptr;
-    }
+    using TKwFunctionSink::TKwFunctionSink;
 
     void _OnSessionLogoff(IKwMAPIMsgStore& store) override { Pass(&TKwMAPIMsgStoreEvents::_OnSessionLogoff, store); }
     void _OnNewMessage(IKwMAPIMsgStore& store, const TKwMAPIEntryID& folderID, const TKwMAPIEntryID& messageID,
@@ -59,33 +53,7 @@ public:
         Pass(&TKwMAPIMsgStoreEvents::_OnObjectCopied, store, entryID, objectType, parentID, oldID, oldParentID,
              properties);
     }
-
-private:
-    template <typename Method, typename... Args>
-    void Pass(Method method, Args&... args)
-    {
-        const TKwRef<TSink> self(this);
-        const std::lock_guard lock(FLock);
-        if (FEvents != nullptr)
-            (FEvents->*method)(args...);
-    }
-
-    std::recursive_mutex FLock; // a function may stop the events that it is called for
-    TKwMAPIMsgStoreEvents* FEvents;
 };
-
-namespace
-{
-
-/// Calls a copy: the function may destroy the object that holds it.
-template <typename Event, typename... Args>
-void Call(const Event& event, Args&... args)
-{
-    if (const Event copy = event)
-        copy(args...);
-}
-
-} // namespace
 
 TKwMAPIMsgStoreEvents::TKwMAPIMsgStoreEvents() = default;
 
@@ -147,13 +115,13 @@ TKwRef<IKwMAPIMsgStore> TKwMAPIMsgStoreEvents::GetMsgStore() const
 
 void TKwMAPIMsgStoreEvents::_OnSessionLogoff(IKwMAPIMsgStore& store)
 {
-    Call(OnSessionLogoff, store);
+    KwCallFunction(OnSessionLogoff, store);
 }
 
 void TKwMAPIMsgStoreEvents::_OnNewMessage(IKwMAPIMsgStore& store, const TKwMAPIEntryID& folderID,
                                           const TKwMAPIEntryID& messageID, const WideString& messageClass)
 {
-    Call(OnNewMessage, store, folderID, messageID, messageClass);
+    KwCallFunction(OnNewMessage, store, folderID, messageID, messageClass);
 }
 
 void TKwMAPIMsgStoreEvents::_OnObjectCreated(IKwMAPIMsgStore& store, const TKwMAPIEntryID& entryID,
@@ -161,7 +129,7 @@ void TKwMAPIMsgStoreEvents::_OnObjectCreated(IKwMAPIMsgStore& store, const TKwMA
                                              const TKwMAPIEntryID& oldID, const TKwMAPIEntryID& oldParentID,
                                              IKwMAPIPropList& properties)
 {
-    Call(OnObjectCreated, store, entryID, objectType, parentID, oldID, oldParentID, properties);
+    KwCallFunction(OnObjectCreated, store, entryID, objectType, parentID, oldID, oldParentID, properties);
 }
 
 void TKwMAPIMsgStoreEvents::_OnObjectDeleted(IKwMAPIMsgStore& store, const TKwMAPIEntryID& entryID,
@@ -169,7 +137,7 @@ void TKwMAPIMsgStoreEvents::_OnObjectDeleted(IKwMAPIMsgStore& store, const TKwMA
                                              const TKwMAPIEntryID& oldID, const TKwMAPIEntryID& oldParentID,
                                              IKwMAPIPropList& properties)
 {
-    Call(OnObjectDeleted, store, entryID, objectType, parentID, oldID, oldParentID, properties);
+    KwCallFunction(OnObjectDeleted, store, entryID, objectType, parentID, oldID, oldParentID, properties);
 }
 
 void TKwMAPIMsgStoreEvents::_OnObjectModified(IKwMAPIMsgStore& store, const TKwMAPIEntryID& entryID,
@@ -177,7 +145,7 @@ void TKwMAPIMsgStoreEvents::_OnObjectModified(IKwMAPIMsgStore& store, const TKwM
                                               const TKwMAPIEntryID& oldID, const TKwMAPIEntryID& oldParentID,
                                               IKwMAPIPropList& properties)
 {
-    Call(OnObjectModified, store, entryID, objectType, parentID, oldID, oldParentID, properties);
+    KwCallFunction(OnObjectModified, store, entryID, objectType, parentID, oldID, oldParentID, properties);
 }
 
 void TKwMAPIMsgStoreEvents::_OnObjectMoved(IKwMAPIMsgStore& store, const TKwMAPIEntryID& entryID,
@@ -185,7 +153,7 @@ void TKwMAPIMsgStoreEvents::_OnObjectMoved(IKwMAPIMsgStore& store, const TKwMAPI
                                            const TKwMAPIEntryID& oldID, const TKwMAPIEntryID& oldParentID,
                                            IKwMAPIPropList& properties)
 {
-    Call(OnObjectMoved, store, entryID, objectType, parentID, oldID, oldParentID, properties);
+    KwCallFunction(OnObjectMoved, store, entryID, objectType, parentID, oldID, oldParentID, properties);
 }
 
 void TKwMAPIMsgStoreEvents::_OnObjectCopied(IKwMAPIMsgStore& store, const TKwMAPIEntryID& entryID,
@@ -193,7 +161,7 @@ void TKwMAPIMsgStoreEvents::_OnObjectCopied(IKwMAPIMsgStore& store, const TKwMAP
                                             const TKwMAPIEntryID& oldID, const TKwMAPIEntryID& oldParentID,
                                             IKwMAPIPropList& properties)
 {
-    Call(OnObjectCopied, store, entryID, objectType, parentID, oldID, oldParentID, properties);
+    KwCallFunction(OnObjectCopied, store, entryID, objectType, parentID, oldID, oldParentID, properties);
 }
 
 } // namespace deftmapi

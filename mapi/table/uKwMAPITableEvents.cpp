@@ -2,23 +2,15 @@
 // call is running.
 #include "mapi/table/uKwMAPITableEvents.hpp"
 
-#include "support/uKwComObj.hpp"
-
-#include <mutex>
+#include "mapi/core/FunctionSink.hpp"
 
 namespace deftmapi
 {
 
-class TKwMAPITableEvents::TSink final : public TKwAutoIntfObject, public virtual IKwMAPITableDEvents
+class TKwMAPITableEvents::TSink final : public TKwFunctionSink<TKwMAPITableEvents, IKwMAPITableDEvents>
 {
 public:
-    explicit TSink(TKwMAPITableEvents& events) : FEvents(&events) {}
-
-    void Detach() noexcept
-    {
-        const std::lock_guard lock(FLock);
-        FEvents = nullptr;
-    }
+    using TKwFunctionSink::TKwFunctionSink;
 
     void _OnChanged(IKwMAPITable& table) override { Pass(&TKwMAPITableEvents::_OnChanged, table); }
     void _OnError(IKwMAPITable& table) override { Pass(&TKwMAPITableEvents::_OnError, table); }
@@ -39,33 +31,7 @@ public:
     {
         Pass(&TKwMAPITableEvents::_OnRowModified, table, key, row);
     }
-
-private:
-    template <typename Method, typename... Args>
-    void Pass(Method method, Args&... args)
-    {
-        const TKwRef<TSink> self(this);
-        const std::lock_guard lock(FLock);
-        if (FEvents != nullptr)
-            (FEvents->*method)(args...);
-    }
-
-    std::recursive_mutex FLock; // a function may stop the events that it is called for
-    TKwMAPITableEvents* FEvents;
 };
-
-namespace
-{
-
-/// Calls a copy: the function may destroy the object that holds it.
-template <typename Event, typename... Args>
-void Call(const Event& event, Args&... args)
-{
-    if (const Event copy = event)
-        copy(args...);
-}
-
-} // namespace
 
 TKwMAPITableEvents::TKwMAPITableEvents() = default;
 
@@ -141,52 +107,52 @@ TKwRef<IKwMAPITable> TKwMAPITableEvents::Table() const
 
 void TKwMAPITableEvents::_OnChanged(IKwMAPITable& table)
 {
-    Call(OnChanged, table);
+    KwCallFunction(OnChanged, table);
 }
 
 void TKwMAPITableEvents::_OnError(IKwMAPITable& table)
 {
-    Call(OnError, table);
+    KwCallFunction(OnError, table);
 }
 
 void TKwMAPITableEvents::_OnReload(IKwMAPITable& table)
 {
-    Call(OnReload, table);
+    KwCallFunction(OnReload, table);
 }
 
 void TKwMAPITableEvents::_OnRestrictDone(IKwMAPITable& table)
 {
-    Call(OnRestrictDone, table);
+    KwCallFunction(OnRestrictDone, table);
 }
 
 void TKwMAPITableEvents::_OnSetColDone(IKwMAPITable& table)
 {
-    Call(OnSetColDone, table);
+    KwCallFunction(OnSetColDone, table);
 }
 
 void TKwMAPITableEvents::_OnSortDone(IKwMAPITable& table)
 {
-    Call(OnSortDone, table);
+    KwCallFunction(OnSortDone, table);
 }
 
 void TKwMAPITableEvents::_OnRowAdded(IKwMAPITable& table, const TKwBytes& key, IKwMAPIMemoryTable& row)
 {
-    Call(OnRowAdded, table, key, row);
+    KwCallFunction(OnRowAdded, table, key, row);
 }
 
 void TKwMAPITableEvents::_OnRowDeleted(IKwMAPITable& table, const TKwBytes& key, IKwMAPIMemoryTable& row)
 {
-    Call(OnRowDeleted, table, key, row);
+    KwCallFunction(OnRowDeleted, table, key, row);
 }
 
 void TKwMAPITableEvents::_OnRowModified(IKwMAPITable& table, const TKwBytes& key, IKwMAPIMemoryTable& row)
 {
-    Call(OnRowModified, table, key, row);
+    KwCallFunction(OnRowModified, table, key, row);
 }
 
 void TKwMAPITableEvents::_OnClose(IKwMAPITable& table)
 {
-    Call(OnClose, table);
+    KwCallFunction(OnClose, table);
 }
 
 } // namespace deftmapi
