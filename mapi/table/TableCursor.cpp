@@ -118,8 +118,10 @@ mapi::HRESULT TKwMAPITable::ApplyColumns()
 {
     std::vector<mapi::ULONG> tags = Fields().CreatePropTagArray();
     const mapi::HRESULT hr = MAPITable()->SetColumns(reinterpret_cast<mapi::SPropTagArray*>(tags.data()), 0);
-    if (hr == mapi::S_OK)
+    if (hr == mapi::S_OK) {
         Fields().LocateIn(std::span(tags).subspan(1));
+        TellColumns();
+    }
     return hr;
 }
 
@@ -138,6 +140,7 @@ void TKwMAPITable::QueryColumns()
         else if (const mapi::MAPINAMEID* name = names.NameOf(tag))
             Fields().Add3(tag, name);
     Fields().LocateIn(columns);
+    TellColumns();
 }
 
 void TKwMAPITable::First()

@@ -14,6 +14,7 @@
 #include "mapi/table/MAPISide.hpp"
 #include "mapi/table/uKwMAPIMemoryTable.hpp"
 
+#include <algorithm>
 #include <cstring>
 
 namespace deftmapi
@@ -45,16 +46,29 @@ TKwBytes KeyOf(const mapi::SPropValue& index)
     }
 }
 
+/// The column behind the value at a place of a row. A value need not have the column's type: where a row lacks the
+/// property it is an error, and of a multiple one it is a single value.
+TEventColumn ColumnOf(const TEventColumns& columns, mapi::ULONG place, mapi::ULONG tag)
+{
+    const auto same = [tag](const TEventColumn& column) { return mapi::PROP_ID(column.Tag) == mapi::PROP_ID(tag); };
+    auto column = columns.begin() + std::min<std::ptrdiff_t>(place, std::ssize(columns));
+    if (column == columns.end() || !same(*column))
+        column = std::find_if(columns.begin(), columns.end(), same);
+    if (column == columns.end())
+        return {&GetProp(tag, true), tag};
+    return {column->Info, mapi::PROP_TYPE(tag) == mapi::PT_ERROR ? column->Tag : tag};
+}
+
 /// A memory table of one row. It has no owner: it is made on the client's thread and belongs to whoever keeps it.
-TKwRef<TKwMAPIMemoryTable> TableOf(const mapi::SRow& row)
+TKwRef<TKwMAPIMemoryTable> TableOf(const mapi::SRow& row, const TEventColumns& columns)
 {
     const auto table = KwMake<TKwMAPIMemoryTable>();
     const auto fields = table->Get_Fields();
     table->Insert();
     for (mapi::ULONG i = 0; row.lpProps != nullptr && i < row.cValues; ++i) {
         const mapi::SPropValue& value = row.lpProps[i];
-        const mapi::ULONG tag = value.ulPropTag;
-        const auto field = dynamic_cast<TKwMAPITableFields&>(*fields).AddField(GetProp(tag, true), tag);
+        const TEventColumn column = ColumnOf(columns, i, value.ulPropTag);
+        const auto field = dynamic_cast<TKwMAPITableFields&>(*fields).AddField(*column.Info, column.Tag);
         table->SetFieldValue(*field, KwPropValueToVariant(value));
     }
     table->SetModified(false);
@@ -175,6 +189,16 @@ void TKwMAPITable::BeforeDestruction() noexcept
     TKwMAPITableBase::BeforeDestruction();
 }
 
+void TKwMAPITable::TellColumns()
+{
+    const std::vector<mapi::ULONG> tags = Fields().CreatePropTagArray();
+    TEventColumns columns;
+    for (std::int32_t i = 0; i < Fields().Get_Count(); ++i)
+        columns.push_back({&GetPropInfo(Fields().Get_Item(i)->Get_PropDef()), tags[static_cast<std::size_t>(i) + 1]});
+    const std::lock_guard lock(FEvents->AdviseLock);
+    FEvents->Columns = std::move(columns);
+}
+
 void TKwMAPITable::DEventConnect(const TKwRef<IKwMAPITableDEvents>& sink, bool connect)
 {
     FEvents->Sinks.Connect(sink, connect);
@@ -211,17 +235,21 @@ void TKwMAPITable::OnNotify(mapi::ULONG count, const mapi::NOTIFICATION* notific
 
 void TKwMAPITable::OnTableEvent(const mapi::TABLE_NOTIFICATION& event)
 {
+    const auto columns = [this] {
+        const std::lock_guard lock(FEvents->AdviseLock);
+        return FEvents->Columns;
+    };
     switch (event.ulTableEvent) {
     case mapi::TABLE_CHANGED:
         return DoChanged();
     case mapi::TABLE_ERROR:
         return DoError();
     case mapi::TABLE_ROW_ADDED:
-        return DoRowAdded(KeyOf(event.propIndex), *TableOf(event.row));
+        return DoRowAdded(KeyOf(event.propIndex), *TableOf(event.row, columns()));
     case mapi::TABLE_ROW_DELETED:
-        return DoRowDeleted(KeyOf(event.propIndex), *TableOf(event.row));
+        return DoRowDeleted(KeyOf(event.propIndex), *TableOf(event.row, columns()));
     case mapi::TABLE_ROW_MODIFIED:
-        return DoRowModified(KeyOf(event.propIndex), *TableOf(event.row));
+        return DoRowModified(KeyOf(event.propIndex), *TableOf(event.row, columns()));
     case mapi::TABLE_SORT_DONE:
         return DoSortDone();
     case mapi::TABLE_RESTRICT_DONE:

@@ -6,9 +6,18 @@
 #include "mapi/table/uKwMAPITable.hpp"
 
 #include <mutex>
+#include <vector>
 
 namespace deftmapi
 {
+
+/// What the rows of events are read by: definitions and tags of a table's columns, in their order.
+struct TEventColumn
+{
+    const TKwMAPIPropInfo* Info; // owned by the registry
+    mapi::ULONG Tag;
+};
+using TEventColumns = std::vector<TEventColumn>;
 
 /// The sinks of a table. It outlives the table while a notification is being delivered, so that a sink may destroy the
 /// table.
@@ -20,6 +29,7 @@ struct TKwMAPITable::TEvents
     TKwMAPITable* Table;       ///< null once it is destroyed; under Lock
     std::mutex
         AdviseLock; ///< for what Advise keeps, as a sink may end notifications; not held during calls of the client
+    TEventColumns Columns; ///< as last set on the MAPI table; under AdviseLock
     TKwEventConnections<IKwMAPITableDEvents> Sinks;
 };
 

@@ -283,6 +283,7 @@ private:
     template <typename Call>
     void Dispatch(Call call);
     void SeekMAPI(mapi::BOOKMARK origin, std::int32_t rows, std::int32_t& sought);
+    void TellColumns();
     void ReadRowCount(WideView methodName);
     [[nodiscard]] std::int32_t CountByWalking();
     [[nodiscard]] std::int32_t DistanceTo(TKwMapiTableBookmark origin, std::int32_t count) const noexcept;

@@ -148,6 +148,8 @@ TEST_F(TEmbeddedTableTest, Searches)
 TEST_F(TEmbeddedTableTest, EventsOfRows)
 {
     OpenTable();
+    Table->Get_Fields()->Add(PR_SENDER_NAME);
+    Table->Get_Fields()->Add(NPR_NAMEINTERNETKEYWORDS);
     Table->First();
     std::vector<std::string> seen;
     TKwBytes lastKey;
@@ -155,6 +157,8 @@ TEST_F(TEmbeddedTableTest, EventsOfRows)
     events.OnRowAdded = [&](IKwMAPITable&, const TKwBytes& key, IKwMAPIMemoryTable& row) {
         seen.push_back("added " + KwToUtf8(row.GetFieldValue(PR_SUBJECT).AsStringW()));
         EXPECT_EQ(row.GetFieldValue(PR_INSTANCE_KEY).AsBytes(), key);
+        EXPECT_TRUE(row.GetFieldValue(PR_SENDER_NAME).IsEmpty() &&
+                    row.GetFieldValue(NPR_NAMEINTERNETKEYWORDS).IsEmpty());
         lastKey = key;
     };
     events.OnRowModified = [&](IKwMAPITable&, const TKwBytes& key, IKwMAPIMemoryTable& row) {

@@ -5,6 +5,7 @@
 #include "mapi/table/uKwMAPITableEvents.hpp"
 #include "tests/table/TableFixture.hpp"
 
+#include <algorithm>
 #include <atomic>
 #include <future>
 #include <gtest/gtest.h>
@@ -177,6 +178,34 @@ TEST_F(TTableEventsTest, RowEventsCarryTheKeyAndTheRow)
     events.Stop();
     EXPECT_FALSE(events.GetActive());
     EXPECT_EQ(kept->Get_RowCount(), 1);
+}
+
+TEST_F(TTableEventsTest, RowsOfEventsAreReadByTheColumnsOfTheTable)
+{
+    const mapi::ULONG named = 0x8000001F; // the first that the owner's store gives
+    Table->Get_Fields()->Add(PR_SENDER_NAME);
+    Table->Get_Fields()->Add(NPR_NAMEINTERNETKEYWORDS);
+    Table->Open();
+    TKwRef<IKwMAPIMemoryTable> row;
+    TKwMAPITableEvents events;
+    events.OnRowModified = [&](IKwMAPITable&, const TKwBytes&, IKwMAPIMemoryTable& given) {
+        row = TKwRef<IKwMAPIMemoryTable>(&given);
+    };
+    events.Start(*Table);
+    std::vector<mapi::SPropValue> values{LongValue(GetPropTag(PR_MESSAGE_SIZE), 5),
+                                         ErrorValue(GetPropTag(PR_SENDER_NAME), mapi::MAPI_E_NOT_FOUND),
+                                         TextValue(named, u"word")};
+    for (int turn = 0; turn < 2; ++turn) { // in the order of the columns and in another one
+        mapi::NOTIFICATION modified = TableEvent(mapi::TABLE_ROW_MODIFIED);
+        modified.info.tab.row = {0, static_cast<mapi::ULONG>(values.size()), values.data()};
+        row.Reset();
+        Notify({modified});
+        ASSERT_TRUE(row);
+        EXPECT_EQ(row->GetFieldValue(PR_MESSAGE_SIZE).AsInteger(), 5);
+        EXPECT_TRUE(row->GetFieldValue(PR_SENDER_NAME).IsEmpty());
+        EXPECT_EQ(row->GetFieldValue(NPR_NAMEINTERNETKEYWORDS).AsStringW(), u"word");
+        std::reverse(values.begin(), values.end());
+    }
 }
 
 TEST_F(TTableEventsTest, SinksMayDisconnectWhileTheyAreCalled)
