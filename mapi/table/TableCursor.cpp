@@ -59,7 +59,7 @@ void TKwMAPITable::MAPIObjectReplaced(bool active) noexcept
     EndAdviseQuietly();
     FMustRestore = false;
     ClearRowSet();
-    FSearchBookmark = 0; // goes with the old object
+    FFoundBookmark = FSearchBookmark = 0; // they go with the old object
     FActive = FActive && active;
 }
 
@@ -86,7 +86,7 @@ mapi::HRESULT TKwMAPITable::CloseCursor()
 {
     ClearRowSet();
     FActive = false;
-    return FreeSearchBookmark();
+    return FreeBookmarks();
 }
 
 void TKwMAPITable::Close()

@@ -1,8 +1,7 @@
 // Filtering and searching.
 //
-// After a search that finds a row the MAPI table has a bookmark behind that row, where the next search goes on. A
-// search backwards begins with the row before its origin, which from that bookmark would be the row found last;
-// FindPrevious steps over it first.
+// A search that finds a row leaves two bookmarks on the MAPI table: on that row, where FindPrevious goes on, and behind
+// it, where FindNext does. Whichever rows are deleted meanwhile, neither meets the found row again nor misses one.
 #include "mapi/core/uKwMAPIExceptions.hpp"
 #include "mapi/headers/uKwMAPICodeH.hpp"
 #include "mapi/headers/uKwMAPITableConstantsH.hpp"
@@ -88,12 +87,13 @@ void TKwMAPITable::FindNext(const TKwRef<IKwMAPIRestriction>& restriction, bool&
 void TKwMAPITable::FindPrevious(const TKwRef<IKwMAPIRestriction>& restriction, bool& found)
 {
     found = false;
-    if (FSearchBookmark == 0)
+    if (FFoundBookmark == 0)
         return Search(restriction, mapi::BOOKMARK_END, false, found);
     CheckUnfiltered();
+    // A search backwards begins before its origin. Of the row found last only the place counts: it may be gone.
     std::int32_t sought = 0;
     FEOF = false;
-    SeekMAPI(FSearchBookmark, -1, sought);
+    SeekMAPI(FFoundBookmark, 0, sought, true);
     if (!FEOF)
         Search(restriction, mapi::BOOKMARK_CURRENT, false, found);
 }
@@ -104,7 +104,8 @@ void TKwMAPITable::FindRow(const TKwRef<IKwMAPIRestriction>& restriction, TKwMap
     if (origin == tbkCurrentRelative && FRowSet) {
         CheckUnfiltered();
         std::int32_t sought = 0;
-        SeekMAPI(mapi::BOOKMARK_CURRENT, DistanceTo(tbkCurrentRelative, 0), sought);
+        if (!(forward && FIsFound)) // behind a row that a search found the MAPI position is where the next one begins
+            SeekMAPI(mapi::BOOKMARK_CURRENT, DistanceTo(tbkCurrentRelative, 0), sought);
     }
     Search(restriction, static_cast<mapi::BOOKMARK>(origin), forward, found);
 }
@@ -133,26 +134,41 @@ void TKwMAPITable::Search(const TKwRef<IKwMAPIRestriction>& restriction, mapi::B
     }
     found = true;
     FEOF = false;
+    ReadFoundRow();
+}
+
+void TKwMAPITable::ReadFoundRow()
+{
+    ReplaceBookmark(FFoundBookmark, true);
     if (!GetRowset(1, true, true))
         FEOF = true;
-    MarkFoundRow();
+    if (FEOF)
+        ReplaceBookmark(FFoundBookmark, false);
+    ReplaceBookmark(FSearchBookmark, !FEOF);
+    FIsFound = !FEOF;
 }
 
-void TKwMAPITable::MarkFoundRow()
+void TKwMAPITable::ReplaceBookmark(mapi::BOOKMARK& bookmark, bool create)
 {
-    CheckMAPIResult(GetClassName(), u"FreeBookmark", FreeSearchBookmark(), FMAPISide.Get());
-    if (!FEOF)
-        CheckMAPIResult(GetClassName(), u"CreateBookmark", MAPITable()->CreateBookmark(&FSearchBookmark),
-                        FMAPISide.Get());
+    CheckMAPIResult(GetClassName(), u"FreeBookmark", FreeBookmark(bookmark), FMAPISide.Get());
+    if (create)
+        CheckMAPIResult(GetClassName(), u"CreateBookmark", MAPITable()->CreateBookmark(&bookmark), FMAPISide.Get());
 }
 
-mapi::HRESULT TKwMAPITable::FreeSearchBookmark()
+mapi::HRESULT TKwMAPITable::FreeBookmark(mapi::BOOKMARK& held)
 {
-    const mapi::BOOKMARK bookmark = std::exchange(FSearchBookmark, 0);
+    const mapi::BOOKMARK bookmark = std::exchange(held, 0);
     if (bookmark == 0 || MAPITable() == nullptr)
         return mapi::S_OK;
     const mapi::HRESULT hr = MAPITable()->FreeBookmark(bookmark);
     return hr == mapi::MAPI_E_INVALID_BOOKMARK ? mapi::S_OK : hr; // the client has dropped it already
+}
+
+mapi::HRESULT TKwMAPITable::FreeBookmarks()
+{
+    const mapi::HRESULT found = FreeBookmark(FFoundBookmark);
+    const mapi::HRESULT behind = FreeBookmark(FSearchBookmark);
+    return found != mapi::S_OK ? found : behind;
 }
 
 } // namespace deftmapi

@@ -42,6 +42,7 @@ void TKwMAPITable::ClearRowSet() noexcept
     FRowSet.Reset();
     FCurrentIndex = -1;
     FBeyondFirst = 0;
+    FIsFound = false;
 }
 
 bool TKwMAPITable::Refetch()
@@ -155,7 +156,7 @@ void TKwMAPITable::MAPISeekRow(TKwMapiTableBookmark origin, std::int32_t rows, s
     SeekMAPI(static_cast<mapi::BOOKMARK>(origin), rows, sought);
 }
 
-void TKwMAPITable::SeekMAPI(mapi::BOOKMARK origin, std::int32_t rows, std::int32_t& sought)
+void TKwMAPITable::SeekMAPI(mapi::BOOKMARK origin, std::int32_t rows, std::int32_t& sought, bool mayHaveMoved)
 {
     sought = 0;
     if (MAPITable() == nullptr)
@@ -177,6 +178,8 @@ void TKwMAPITable::SeekMAPI(mapi::BOOKMARK origin, std::int32_t rows, std::int32
         sought = 0;
         return;
     case mapi::MAPI_W_POSITION_CHANGED:
+        if (mayHaveMoved)
+            return;
         if (auto* prop = dynamic_cast<TKwMAPIProp*>(TableOwner()))
             prop->CheckLastError(u"MAPISeekRow", hr);
         else

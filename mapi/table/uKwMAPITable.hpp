@@ -214,7 +214,8 @@ public:
     void FindLast(const TKwRef<IKwMAPIRestriction>& restriction, bool& found) override;
     void FindNext(const TKwRef<IKwMAPIRestriction>& restriction, bool& found) override;
     void FindPrevious(const TKwRef<IKwMAPIRestriction>& restriction, bool& found) override;
-    /// tbkCurrentRelative searches from the current row: forward it counts as the first, backward it is left out.
+    /// tbkCurrentRelative searches from the current row: forward it counts as the first, unless a search has found it;
+    /// backward it is left out.
     void FindRow(const TKwRef<IKwMAPIRestriction>& restriction, TKwMapiTableBookmark origin, bool forward,
                  bool& found) override;
 
@@ -275,14 +276,16 @@ private:
     [[nodiscard]] mapi::HRESULT Restrict(mapi::SRestriction* restriction);
     void CheckUnfiltered() const;
     void Search(const TKwRef<IKwMAPIRestriction>& restriction, mapi::BOOKMARK origin, bool forward, bool& found);
-    void MarkFoundRow();
-    [[nodiscard]] mapi::HRESULT FreeSearchBookmark();
+    void ReadFoundRow();
+    void ReplaceBookmark(mapi::BOOKMARK& bookmark, bool create);
+    [[nodiscard]] mapi::HRESULT FreeBookmark(mapi::BOOKMARK& bookmark);
+    [[nodiscard]] mapi::HRESULT FreeBookmarks();
     [[nodiscard]] mapi::HRESULT EndAdvise();
     void EndAdviseQuietly() noexcept;
     void OnTableEvent(const mapi::TABLE_NOTIFICATION& event);
     template <typename Call>
     void Dispatch(Call call);
-    void SeekMAPI(mapi::BOOKMARK origin, std::int32_t rows, std::int32_t& sought);
+    void SeekMAPI(mapi::BOOKMARK origin, std::int32_t rows, std::int32_t& sought, bool mayHaveMoved = false);
     void TellColumns();
     void ReadRowCount(WideView methodName);
     [[nodiscard]] std::int32_t CountByWalking();
@@ -306,7 +309,9 @@ private:
     std::int32_t FBeyondFirst = 0; // MAPI position less the position of the first cached row
     std::vector<mapi::SSortOrder> FSortOrder;
     TKwRef<IKwMAPIRestrictionEx> FFilter;
-    mapi::BOOKMARK FSearchBookmark = 0;     // behind the row found last; 0: none
+    bool FIsFound = false;                  // a search found the current row
+    mapi::BOOKMARK FFoundBookmark = 0;      // on the row found last; 0: none
+    mapi::BOOKMARK FSearchBookmark = 0;     // behind it; 0: none
     bool FMustRestore = false;              // the table was fetched again and does not have its order and filter yet
     std::atomic<bool> FAdviseAgain = false; // nor its notifications
     TKwComPtr<TAdviseSink> FAdviseSink;     // null while not advised; this and the next under TEvents::AdviseLock

@@ -137,12 +137,41 @@ TEST_F(TEmbeddedTableTest, Searches)
     for (Table->FindLast(node, found); found; Table->FindPrevious(node, found))
         texts += KwToUtf8(Subject->Get_AsString());
     EXPECT_EQ(texts, "b2b1");
+    texts.clear();
+    for (Table->FindRow(node, tbkBeginning, true, found); found; Table->FindRow(node, tbkCurrentRelative, true, found))
+        texts += KwToUtf8(Subject->Get_AsString());
+    EXPECT_EQ(texts, "b1b2");
     Table->FindFirst(node, found);
     Table->Next();
     EXPECT_EQ(Subject->Get_AsString(), u"b2");
     Table->FindFirst(StartsWith(u"c"), found);
     EXPECT_FALSE(found);
     EXPECT_TRUE(Table->Get_EOF());
+}
+
+TEST_F(TEmbeddedTableTest, SearchesGoOnWhereAFoundRowWasDeleted)
+{
+    OpenTable();
+    Table->Sort(PR_SUBJECT, false);
+    const auto deletedBy = [this](auto&& first, auto&& next) {
+        for (const char16_t* subject : {u"a1", u"b1", u"b2", u"b3", u"c1"})
+            AddMessage(subject, 1);
+        const auto node = StartsWith(u"b");
+        std::string texts;
+        bool found = false;
+        for (first(node, found); found; next(node, found)) {
+            texts += KwToUtf8(Subject->Get_AsString());
+            Inbox->DeleteMessage(Table->GetFieldValue(PR_ENTRYID));
+        }
+        return texts;
+    };
+    IKwMAPITable& table = *Table;
+    EXPECT_EQ(deletedBy([&](auto& node, bool& found) { table.FindLast(node, found); },
+                        [&](auto& node, bool& found) { table.FindPrevious(node, found); }),
+              "b3b2b1");
+    EXPECT_EQ(deletedBy([&](auto& node, bool& found) { table.FindFirst(node, found); },
+                        [&](auto& node, bool& found) { table.FindNext(node, found); }),
+              "b1b2b3");
 }
 
 TEST_F(TEmbeddedTableTest, EventsOfRows)

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <set>
 
 namespace deftmapi::test
 {
@@ -37,6 +38,18 @@ public:
         for (const mapi::SPropValue& value : values)
             row.emplace_back(value);
         Rows.push_back(std::move(row));
+    }
+
+    /// Somebody deletes a row: what stands on it then stands on the next one.
+    void Delete(mapi::LONG row)
+    {
+        Rows.erase(Rows.begin() + row);
+        FPosition -= FPosition > row ? 1 : 0;
+        for (auto& [bookmark, position] : Bookmarks)
+            if (position > row)
+                --position;
+            else if (position == row)
+                FMoved.insert(bookmark);
     }
 
     mapi::HRESULT DEFTMAPI_STDCALL GetLastError(mapi::HRESULT, mapi::ULONG, mapi::LPMAPIERROR* error) override
@@ -84,7 +97,7 @@ public:
         FPosition = static_cast<mapi::LONG>(std::clamp<std::int64_t>(std::int64_t{base} + rows, 0, size));
         if (sought != nullptr)
             *sought = FPosition - base;
-        return mapi::S_OK;
+        return FMoved.contains(origin) ? mapi::MAPI_W_POSITION_CHANGED : mapi::S_OK;
     }
     mapi::HRESULT DEFTMAPI_STDCALL QueryRows(mapi::LONG count, mapi::ULONG flags, mapi::LPSRowSet* rows) override
     {
@@ -244,6 +257,7 @@ private:
     std::shared_ptr<TScriptedCalls> FCalls;
     mapi::LONG FPosition = 0;
     mapi::BOOKMARK FNextBookmark = 3;
+    std::set<mapi::BOOKMARK> FMoved; // their rows are gone
 };
 
 } // namespace deftmapi::test

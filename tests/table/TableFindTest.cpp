@@ -36,14 +36,15 @@ protected:
 TEST_F(TTableFindTest, SearchesGoOnFromTheRowFoundLast)
 {
     EXPECT_EQ(Found(&TKwMAPITable::FindFirst), 10);
-    EXPECT_EQ(Calls->Take(), "FindRow(exist(0x0037001F),0,0)\nQueryRows(1,0)\nCreateBookmark()");
+    EXPECT_EQ(Calls->Take(), "FindRow(exist(0x0037001F),0,0)\nCreateBookmark()\nQueryRows(1,0)\nCreateBookmark()");
     EXPECT_EQ(Found(&TKwMAPITable::FindNext), 20);
-    EXPECT_EQ(Calls->Take(), "FindRow(exist(0x0037001F),3,0)\nQueryRows(1,0)\nFreeBookmark(3)\nCreateBookmark()");
+    EXPECT_EQ(Calls->Take(), "FindRow(exist(0x0037001F),4,0)\nFreeBookmark(3)\nCreateBookmark()\nQueryRows(1,0)\n"
+                             "FreeBookmark(4)\nCreateBookmark()");
     EXPECT_EQ(Found(&TKwMAPITable::FindNext), 30);
     static_cast<void>(Calls->Take());
     EXPECT_EQ(Found(&TKwMAPITable::FindPrevious), 20);
-    EXPECT_EQ(Calls->Take(),
-              "SeekRow(5,-1)\nFindRow(exist(0x0037001F),1,1)\nQueryRows(1,0)\nFreeBookmark(5)\nCreateBookmark()");
+    EXPECT_EQ(Calls->Take(), "SeekRow(7,0)\nFindRow(exist(0x0037001F),1,1)\nFreeBookmark(7)\nCreateBookmark()\n"
+                             "QueryRows(1,0)\nFreeBookmark(8)\nCreateBookmark()");
     EXPECT_EQ(Found(&TKwMAPITable::FindNext), 30);
     EXPECT_EQ(Found(&TKwMAPITable::FindNext), 40);
     EXPECT_FALSE(Table->Get_EOF());
@@ -51,7 +52,7 @@ TEST_F(TTableFindTest, SearchesGoOnFromTheRowFoundLast)
     EXPECT_TRUE(Table->Get_EOF());
     EXPECT_EQ(Found(&TKwMAPITable::FindPrevious), 30); // the last success counts
     EXPECT_FALSE(Table->Get_EOF());
-    EXPECT_EQ(Object->Bookmarks.size(), 1u);
+    EXPECT_EQ(Object->Bookmarks.size(), 2u);
     Table->Close();
     EXPECT_TRUE(Object->Bookmarks.empty());
 }
@@ -59,12 +60,12 @@ TEST_F(TTableFindTest, SearchesGoOnFromTheRowFoundLast)
 TEST_F(TTableFindTest, SearchesWithoutABookmarkBeginAtTheirEnd)
 {
     EXPECT_EQ(Found(&TKwMAPITable::FindLast), 40);
-    EXPECT_EQ(Calls->Take(), "FindRow(exist(0x0037001F),2,1)\nQueryRows(1,0)\nCreateBookmark()");
+    EXPECT_EQ(Calls->Take(), "FindRow(exist(0x0037001F),2,1)\nCreateBookmark()\nQueryRows(1,0)\nCreateBookmark()");
     Table->Close();
     static_cast<void>(Calls->Take());
     EXPECT_EQ(Found(&TKwMAPITable::FindPrevious), 40);
     EXPECT_EQ(Calls->Take(), "SetColumns([0x0E080003],0)\nGetRowCount(0)\nFindRow(exist(0x0037001F),2,1)\n"
-                             "QueryRows(1,0)\nCreateBookmark()");
+                             "CreateBookmark()\nQueryRows(1,0)\nCreateBookmark()");
     std::vector<std::int32_t> backwards;
     for (std::int32_t row = Row(); row != 0; row = Found(&TKwMAPITable::FindPrevious))
         backwards.push_back(row);
@@ -89,6 +90,23 @@ TEST_F(TTableFindTest, FindRowFromTheCurrentRow)
     EXPECT_EQ(Row(), 20);
     Table->FindRow(Node, tbkEnd, false, found);
     EXPECT_EQ(Row(), 40);
+    // Only what was moved to counts as the first row: a loop goes on behind what it has found.
+    std::vector<std::int32_t> forwards;
+    for (Table->FindRow(Node, tbkBeginning, true, found); found; Table->FindRow(Node, tbkCurrentRelative, true, found))
+        forwards.push_back(Row());
+    EXPECT_EQ(forwards, (std::vector<std::int32_t>{10, 20, 30, 40}));
+}
+
+TEST_F(TTableFindTest, FindPreviousNeedsThePlaceOfTheRowOnly)
+{
+    Object->Rows.resize(40);
+    FindRowsDivisibleBy(1);
+    std::vector<std::int32_t> deleted;
+    for (std::int32_t row = Found(&TKwMAPITable::FindLast); row > 35; row = Found(&TKwMAPITable::FindPrevious)) {
+        deleted.push_back(row);
+        Object->Delete(row - 1);
+    }
+    EXPECT_EQ(deleted, (std::vector<std::int32_t>{40, 39, 38, 37, 36}));
 }
 
 TEST_F(TTableFindTest, SearchFailures)
@@ -125,8 +143,8 @@ TEST_F(TTableFindTest, FilterOpensTheTableAnew)
     EXPECT_EQ(Found(&TKwMAPITable::FindFirst), 10);
     static_cast<void>(Calls->Take());
     Table->Filter(Node);
-    EXPECT_EQ(Calls->Take(), "FreeBookmark(3)\nRestrict(exist(0x0037001F),0)\nSetColumns([0x0E080003],0)\n"
-                             "GetRowCount(0)");
+    EXPECT_EQ(Calls->Take(), "FreeBookmark(3)\nFreeBookmark(4)\nRestrict(exist(0x0037001F),0)\n"
+                             "SetColumns([0x0E080003],0)\nGetRowCount(0)");
     EXPECT_TRUE(Table->Get_Active());
     EXPECT_FALSE(Table->Get_EOF());
     Table->Next();
@@ -202,7 +220,7 @@ TEST_F(TTableFindTest, ABookmarkGoesWithItsTable)
     Table->First();
     EXPECT_EQ(Found(&TKwMAPITable::FindNext), 10) << "as nothing was found in this one";
     EXPECT_EQ(Found(&TKwMAPITable::FindNext), 20);
-    EXPECT_EQ(Calls->Count("FreeBookmark"), 1u) << "its own";
+    EXPECT_EQ(Calls->Count("FreeBookmark"), 2u) << "its own";
 }
 
 TEST_F(TTableFindTest, NoCallThatFailsLeaksOrLosesABookmark)
