@@ -109,9 +109,12 @@ TEST_F(TTableCursorTest, RelativeMovesCountFromTheCurrentRow)
     Start();
     Table->MoveBy(tbkCurrentRelative, 18);
     EXPECT_EQ(Row(), 19);
+    EXPECT_EQ(Calls->Take(), "");
     Table->MoveBy(tbkCurrentRelative, 5); // leaves the batch, whose end the MAPI position stands at
+    EXPECT_EQ(Calls->Take(), "SeekRow(1,3)\nQueryRows(20,1)");
     EXPECT_EQ(Row(), 24);
     Table->MoveBy(tbkCurrentRelative, -10);
+    EXPECT_EQ(Calls->Take(), "SeekRow(1,-10)\nQueryRows(20,1)");
     EXPECT_EQ(Row(), 14);
     // The batch was read without advancing; what comes after it must still come after it.
     for (std::int32_t row = 14; row <= 45; ++row, Table->Next())
@@ -119,21 +122,34 @@ TEST_F(TTableCursorTest, RelativeMovesCountFromTheCurrentRow)
     EXPECT_TRUE(Table->Get_EOF());
 }
 
-TEST_F(TTableCursorTest, MovesPastTheEndsStopThere)
+TEST_F(TTableCursorTest, MovesFromEachOriginAndPastTheEnds)
 {
+    struct TMove
+    {
+        TKwMapiTableBookmark Origin;
+        std::int32_t Count;
+        const char* Calls;
+        std::int32_t Row;
+        bool EOFSet;
+    };
+    const TMove moves[] = {
+        {tbkCurrentRelative, -3, "SeekRow(1,-23)\nSeekRow(0,0)\nQueryRows(20,1)", 1, false},
+        {tbkBeginning, 30, "SeekRow(0,30)\nQueryRows(20,0)", 31, false},
+        {tbkCurrentRelative, -30, "SeekRow(1,-45)\nQueryRows(20,1)", 1, false},
+        {tbkEnd, -5, "SeekRow(2,-5)\nQueryRows(20,1)", 41, false},
+        {tbkCurrentRelative, 100, "SeekRow(1,100)\nSeekRow(2,0)\nQueryRows(20,1)\nQueryRows(-1,1)", 45, true},
+        {tbkEnd, 1, "SeekRow(2,1)\nQueryRows(20,1)\nQueryRows(-1,1)", 45, true},
+        {tbkBeginning, 50, "SeekRow(0,50)\nQueryRows(20,0)\nQueryRows(-1,0)", 45, true},
+    };
     Start();
-    Table->MoveBy(tbkCurrentRelative, -3);
-    EXPECT_FALSE(Table->Get_EOF());
-    EXPECT_EQ(Row(), 1);
-    Table->MoveBy(tbkBeginning, 30);
-    EXPECT_EQ(Row(), 31);
-    Table->MoveBy(tbkCurrentRelative, 100);
-    EXPECT_TRUE(Table->Get_EOF());
-    EXPECT_EQ(Row(), 45);
-    Table->First();
-    Table->MoveBy(tbkEnd, -5);
-    EXPECT_FALSE(Table->Get_EOF());
-    EXPECT_EQ(Row(), 41);
+    for (const TMove& move : moves) {
+        if (Table->Get_EOF())
+            Start();
+        Table->MoveBy(move.Origin, move.Count);
+        EXPECT_EQ(Calls->Take(), move.Calls) << move.Origin << ' ' << move.Count;
+        EXPECT_EQ(Row(), move.Row) << move.Origin << ' ' << move.Count;
+        EXPECT_EQ(Table->Get_EOF(), move.EOFSet) << move.Origin << ' ' << move.Count;
+    }
 }
 
 TEST_F(TTableCursorTest, EveryMoveOpensAnInactiveTable)
