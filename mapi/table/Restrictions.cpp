@@ -217,7 +217,9 @@ TKwRef<IKwMAPIRestriction> TKwSimpleMAPIRestrictionBitMask::Create(TKwMAPITableB
     return KwMake<TKwSimpleMAPIRestrictionBitMask>(table);
 }
 
-TKwSimpleMAPIRestrictionBitMask::TKwSimpleMAPIRestrictionBitMask(TKwMAPITableBase& table) : TKwMAPIObject(&table) {}
+TKwSimpleMAPIRestrictionBitMask::TKwSimpleMAPIRestrictionBitMask(TKwMAPITableBase& table)
+    : TKwMAPIObject(&table), FPropDef(PR_MESSAGE_FLAGS), FBitMask(mmfRead)
+{}
 
 void TKwSimpleMAPIRestrictionBitMask::Set_PropDef(TKwMAPIPropDef def)
 {

@@ -305,7 +305,8 @@ private:
     TKwMAPIRestrictionTag FProp;
 };
 
-/// What the contents table of a Simple MAPI folder can filter by: messages that have been read, or have not.
+/// What the contents table of a Simple MAPI folder can filter by: messages that have been read, or have not. Property
+/// and mask are set from the beginning: PR_MESSAGE_FLAGS, mmfRead.
 class DEFTMAPI_API TKwSimpleMAPIRestrictionBitMask final : public TKwMAPIObject,
                                                            public virtual IKwSimpleMAPIRestrictionBitMask
 {
@@ -327,8 +328,8 @@ public:
 
 private:
     TKwMAPIBitmaskOperator FOperator = bmoEqualsZero;
-    TKwMAPIPropDef FPropDef = 0;
-    std::int32_t FBitMask = 0;
+    TKwMAPIPropDef FPropDef;
+    std::int32_t FBitMask;
 };
 
 } // namespace deftmapi

@@ -231,11 +231,11 @@ TEST_F(TRestrictionTest, UnknownKindsAndKindsOfTables)
               Failure("EMAPI_NOT_SUPPORTED", 26, "Only the mmfRead bitmask is supported by Simple MAPI!"));
     EXPECT_EQ(Catch([&] { simple->Set_PropDef(PR_IMPORTANCE); }),
               Failure("EMAPI_NOT_SUPPORTED", 26, "Only the PR_MESSAGE_FLAGS property is supported by Simple MAPI!"));
+    EXPECT_EQ(simple->Get_BitMask(), 1) << "there is no other";
+    EXPECT_EQ(simple->Get_PropDef(), PR_MESSAGE_FLAGS);
     simple->Set_BitMask(1);
     simple->Set_PropDef(PR_MESSAGE_FLAGS);
     simple->Set_Operator(bmoNotZero);
-    EXPECT_EQ(simple->Get_BitMask(), 1);
-    EXPECT_EQ(simple->Get_PropDef(), PR_MESSAGE_FLAGS);
     EXPECT_EQ(simple->Get_Operator(), bmoNotZero);
 }
 
