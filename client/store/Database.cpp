@@ -21,6 +21,7 @@ namespace
 constexpr std::size_t StatementTexts = 400;
 constexpr auto PointerType = "deftmapi";
 constexpr auto sUpgraded = u"A newer version of this program has changed the message store while it was open.";
+constexpr auto sRefused = u"The message store cannot be changed while a call on it tells its progress.";
 constexpr auto sDoomed = u"A part of the change has failed, so that nothing of it is written.";
 
 constexpr auto sReports = u"The database reports: ";
@@ -321,6 +322,14 @@ SqlValue Query::Value(int column) const
     }
 }
 
+std::vector<std::int64_t> Query::Numbers()
+{
+    std::vector<std::int64_t> numbers;
+    while (Step())
+        numbers.push_back(Number(0));
+    return numbers;
+}
+
 Database::Database(const std::filesystem::path& file, Mode mode)
 {
     const int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX | (mode == Mode::Create ? SQLITE_OPEN_CREATE : 0);
@@ -466,6 +475,8 @@ void Database::CheckVersion()
 
 Transaction::Transaction(Database& database) : FDatabase(database)
 {
+    if (FDatabase.FRefusals != 0)
+        Fail(mapi::MAPI_E_BUSY, sRefused);
     if (FDatabase.FDepth == 0) {
         FDatabase.Prepare("BEGIN IMMEDIATE").Run();
         FDatabase.CheckVersion();

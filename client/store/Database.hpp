@@ -104,6 +104,8 @@ public:
     [[nodiscard]] std::string_view Text(int column) const;
     [[nodiscard]] std::span<const std::uint8_t> Blob(int column) const;
     [[nodiscard]] SqlValue Value(int column) const;
+    /// The first column of all rows that are left.
+    [[nodiscard]] std::vector<std::int64_t> Numbers();
 
 private:
     friend class Database;
@@ -170,6 +172,9 @@ public:
     /// From now on a transaction looks whether another process has brought the file to a newer version than this: rows
     /// written as before would be missing in what came with it. Then it fails with MAPI_E_VERSION.
     void SetVersion(std::int64_t version) { FVersion = version; }
+    /// Transactions fail with MAPI_E_BUSY until as many calls have allowed them again.
+    void RefuseWrites() noexcept { ++FRefusals; }
+    void AllowWrites() noexcept { --FRefusals; }
 
 private:
     friend class Query;
@@ -200,6 +205,7 @@ private:
     bool FDoomed = false; // a transaction inside the outermost one has failed
     CommitWork* FWork = nullptr;
     std::int64_t FVersion = 0; // 0: any
+    int FRefusals = 0;
 };
 
 /// A write transaction; a transaction inside another joins it. Rolls back unless committed: one that ends otherwise
@@ -207,7 +213,8 @@ private:
 class Transaction
 {
 public:
-    /// @throws Failure  MAPI_E_VERSION, see Database::SetVersion; MAPI_E_TIMEOUT others are writing
+    /// @throws Failure  MAPI_E_VERSION, see Database::SetVersion; MAPI_E_TIMEOUT others are writing; MAPI_E_BUSY, see
+    /// Database::RefuseWrites
     explicit Transaction(Database& database);
     ~Transaction();
     Transaction(const Transaction&) = delete;

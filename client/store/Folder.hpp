@@ -122,7 +122,7 @@ private:
     /// The folder object handed in by the caller. @throws Failure  MAPI_E_NO_SUPPORT it belongs to another provider,
     /// MAPI_E_NO_ACCESS it was opened for reading only
     [[nodiscard]] static TKwComPtr<FolderObject> Destination(mapi::LPVOID destination, mapi::LPCIID iid);
-    [[nodiscard]] bool IsOfStore(const FolderObject& other) const { return FStore->Id() == other.FStore->Id(); }
+    [[nodiscard]] bool IsOfStore(const FolderObject& other) const { return FStore->IsSameFile(*other.FStore); }
     [[nodiscard]] bool CopyFolderAcross(std::int64_t row, FolderObject& target, const WideString& name, ULONG flags,
                                         ProgressMeter& meter);
     [[nodiscard]] std::size_t CopyMessagesAcross(const std::vector<std::int64_t>& rows, FolderObject& target, bool move,

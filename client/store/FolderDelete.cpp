@@ -2,6 +2,8 @@
 // killed in the middle has deleted nothing, and nobody can move a folder out of what is being deleted.
 #include "client/store/Transfer.hpp"
 
+#include <algorithm>
+
 namespace deftmapi::client
 {
 namespace
@@ -9,22 +11,25 @@ namespace
 
 constexpr auto sSpecial = u"The folders that every store has cannot be deleted.";
 constexpr auto sHasFolders = u"The folder has subfolders.";
-constexpr auto sHasMessages = u"The folder has messages.";
+constexpr auto sHasMessages = u"The folder, or one below it, has messages.";
 constexpr auto sNoFolder = u"The folder does not exist.";
 
 void DeleteMessagesIn(StoreFile& store, std::int64_t folder, bool withAssociated, ProgressMeter& meter)
 {
-    std::vector<std::int64_t> rows;
-    {
-        Query query = store.Db().Prepare("SELECT id FROM messages WHERE folder = ?1 AND associated <= ?2");
-        query.Bind(1, folder).Bind(2, std::int64_t{withAssociated});
-        while (query.Step())
-            rows.push_back(query.Number(0));
-    }
+    Query query = store.Db().Prepare("SELECT id FROM messages WHERE folder = ?1 AND associated <= ?2");
+    const auto rows = query.Bind(1, folder).Bind(2, std::int64_t{withAssociated}).Numbers();
     for (const std::int64_t row : rows) {
         DeleteMessageRow(store, row);
         meter.Step();
     }
+}
+
+bool HasMessages(StoreFile& store, const std::vector<std::int64_t>& folders)
+{
+    return std::any_of(folders.begin(), folders.end(), [&store](std::int64_t row) {
+        const FolderRow folder = LoadFolder(store, row);
+        return folder.contents != 0 && !folder.IsSearch();
+    });
 }
 
 /// @param rows  with all that lie below them, parents before their children
@@ -75,10 +80,11 @@ mapi::HRESULT FolderObject::DeleteFolder(ULONG size, mapi::LPENTRYID id, mapi::U
             Fail(mapi::MAPI_E_NOT_FOUND, sNoFolder);
         if (folder.hasSubfolders && !(flags & mapi::DEL_FOLDERS))
             Fail(mapi::MAPI_E_HAS_FOLDERS, sHasFolders);
-        if (folder.contents != 0 && !folder.IsSearch() && !(flags & mapi::DEL_MESSAGES))
+        const auto folders = Subtree(*FStore, row);
+        if (!(flags & mapi::DEL_MESSAGES) && HasMessages(*FStore, folders))
             Fail(mapi::MAPI_E_HAS_MESSAGES, sHasMessages);
-        ProgressMeter meter(progress, progress ? CountSteps(*FStore, Subtree(*FStore, row)) : 0);
-        DeleteSubtree(*FStore, row, meter);
+        ProgressMeter meter(progress, progress ? CountSteps(*FStore, folders) : 0, {&FStore->Db()});
+        DeleteFolders(*FStore, folders, meter);
         transaction.Commit();
     });
 }
@@ -91,7 +97,6 @@ mapi::HRESULT FolderObject::EmptyFolder(mapi::ULONG_PTR, mapi::LPMAPIPROGRESS pr
         Transaction transaction(FStore->Db());
         Refresh();
         RequireNoSearch(FState);
-        ProgressMeter meter(progress, progress ? CountSteps(*FStore, Subtree(*FStore, FRow)) - 1 : 0);
         bool kept = false;
         std::vector<std::int64_t> folders;
         for (const std::int64_t child : ChildFolders(*FStore, FRow)) {
@@ -104,8 +109,11 @@ mapi::HRESULT FolderObject::EmptyFolder(mapi::ULONG_PTR, mapi::LPMAPIPROGRESS pr
             const auto children = ChildFolders(*FStore, folders[i]);
             folders.insert(folders.end(), children.begin(), children.end());
         }
+        const bool withAssociated = (flags & mapi::DEL_ASSOCIATED) != 0;
+        const std::int64_t here = FState.contents + (withAssociated ? FState.associated : 0);
+        ProgressMeter meter(progress, progress ? CountSteps(*FStore, folders) + here : 0, {&FStore->Db()});
         DeleteFolders(*FStore, folders, meter);
-        DeleteMessagesIn(*FStore, FRow, (flags & mapi::DEL_ASSOCIATED) != 0, meter);
+        DeleteMessagesIn(*FStore, FRow, withAssociated, meter);
         transaction.Commit();
         return kept ? mapi::MAPI_W_PARTIAL_COMPLETION : mapi::S_OK;
     });

@@ -20,12 +20,7 @@ constexpr std::size_t FlagsPiece = 64;
 
 std::vector<std::int64_t> OrdinaryMessages(StoreFile& store, std::int64_t folder)
 {
-    std::vector<std::int64_t> rows;
-    Query query = store.Db().Prepare("SELECT id FROM messages WHERE folder = ?1 AND associated = 0");
-    query.Bind(1, folder);
-    while (query.Step())
-        rows.push_back(query.Number(0));
-    return rows;
+    return store.Db().Prepare("SELECT id FROM messages WHERE folder = ?1 AND associated = 0").Bind(1, folder).Numbers();
 }
 
 /// False for an embedded message as well: its attachment owns it.
@@ -127,7 +122,7 @@ mapi::HRESULT FolderObject::CopyMessages(mapi::LPENTRYLIST list, mapi::LPCIID ii
         std::vector<std::int64_t> rows = MessageRows(list, missed);
         if (move)
             DropRepeated(rows); // it moves once, and another store would have it twice
-        ProgressMeter meter(progress, static_cast<std::int64_t>(rows.size()));
+        ProgressMeter meter(progress, static_cast<std::int64_t>(rows.size()), {&FStore->Db(), &target->FStore->Db()});
         if (!IsOfStore(*target)) {
             missed += CopyMessagesAcross(rows, *target, move, meter);
             return missed ? mapi::MAPI_W_PARTIAL_COMPLETION : mapi::S_OK;
@@ -158,7 +153,7 @@ mapi::HRESULT FolderObject::DeleteMessages(mapi::LPENTRYLIST list, mapi::ULONG_P
         RequireWritable();
         std::size_t missed = 0;
         const std::vector<std::int64_t> rows = MessageRows(list, missed);
-        ProgressMeter meter(progress, static_cast<std::int64_t>(rows.size()));
+        ProgressMeter meter(progress, static_cast<std::int64_t>(rows.size()), {&FStore->Db()});
         Transaction transaction(FStore->Db());
         for (const std::int64_t row : rows) {
             missed += !(LiesInFolder(*FStore, row) && DeleteMessageRow(*FStore, row));
@@ -187,7 +182,7 @@ mapi::HRESULT FolderObject::SetReadFlags(mapi::LPENTRYLIST list, mapi::ULONG_PTR
             const auto rows = list                ? MessageRows(list, missed)
                               : FState.IsSearch() ? FStore->Searches().Messages(FRow)
                                                   : OrdinaryMessages(*FStore, FRow);
-            ProgressMeter meter(progress, static_cast<std::int64_t>(rows.size()));
+            ProgressMeter meter(progress, static_cast<std::int64_t>(rows.size()), {&FStore->Db()});
             const std::size_t piece = progress ? FlagsPiece : std::max<std::size_t>(rows.size(), 1);
             for (std::size_t at = 0; at < rows.size(); at += piece) {
                 const auto from = rows.begin() + static_cast<std::ptrdiff_t>(at);

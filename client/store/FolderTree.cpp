@@ -42,12 +42,7 @@ void MoveFolder(StoreFile& store, std::int64_t row, std::int64_t parent, const W
 
 std::vector<std::int64_t> ChildFolders(StoreFile& store, std::int64_t row)
 {
-    std::vector<std::int64_t> rows;
-    Query query = store.Db().Prepare("SELECT id FROM folders WHERE parent = ?1");
-    query.Bind(1, row);
-    while (query.Step())
-        rows.push_back(query.Number(0));
-    return rows;
+    return store.Db().Prepare("SELECT id FROM folders WHERE parent = ?1").Bind(1, row).Numbers();
 }
 
 std::vector<std::int64_t> Subtree(StoreFile& store, std::int64_t row)
@@ -159,9 +154,10 @@ mapi::HRESULT FolderObject::CopyFolder(ULONG size, mapi::LPENTRYID id, mapi::LPC
         if (move && IsSpecialFolder(row))
             Fail(mapi::MAPI_E_NO_ACCESS, sSpecial);
         WideString text = TextParameter(name, flags);
+        const std::vector<Database*> stores = {&FStore->Db(), &target->FStore->Db()};
         if (!IsOfStore(*target)) {
             const auto folders = move || deep ? Subtree(*FStore, row) : std::vector{row};
-            ProgressMeter meter(progress, progress ? CountSteps(*FStore, folders) : 0);
+            ProgressMeter meter(progress, progress ? CountSteps(*FStore, folders) : 0, stores);
             return CopyFolderAcross(row, *target, text, flags, meter) ? mapi::S_OK : mapi::MAPI_W_PARTIAL_COMPLETION;
         }
         // From here on nobody else moves a folder: what is looked at stays as it is until the end.
@@ -182,7 +178,7 @@ mapi::HRESULT FolderObject::CopyFolder(ULONG size, mapi::LPENTRYID id, mapi::LPC
         std::int64_t steps = 1;
         if (progress && !move)
             steps = CountSteps(store, deep ? Subtree(store, row) : std::vector{row});
-        ProgressMeter meter(progress, steps);
+        ProgressMeter meter(progress, steps, stores);
         if (move) {
             MoveFolder(store, row, target->FRow, text);
             if (target->FRow != source.parent) // else it is only renamed

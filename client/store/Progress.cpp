@@ -1,6 +1,7 @@
 #include "client/store/Progress.hpp"
 
 #include "client/entry/Guard.hpp"
+#include "client/store/Database.hpp"
 
 #include <algorithm>
 #include <limits>
@@ -22,6 +23,28 @@ void Check(mapi::HRESULT code)
         Fail(code, sNoLimits);
 }
 
+/// While the application's object is called. What it wrote would be part of the call, and undone with it though it was
+/// told that it is there; between two stores it could not be written at all.
+class Refusal
+{
+public:
+    explicit Refusal(const std::vector<Database*>& stores) : FStores(stores)
+    {
+        for (Database* store : FStores)
+            store->RefuseWrites();
+    }
+    ~Refusal()
+    {
+        for (Database* store : FStores)
+            store->AllowWrites();
+    }
+    Refusal(const Refusal&) = delete;
+    Refusal& operator=(const Refusal&) = delete;
+
+private:
+    const std::vector<Database*>& FStores;
+};
+
 mapi::ULONG AsCount(std::int64_t number)
 {
     return static_cast<mapi::ULONG>(std::min<std::int64_t>(number, std::numeric_limits<mapi::ULONG>::max()));
@@ -29,11 +52,12 @@ mapi::ULONG AsCount(std::int64_t number)
 
 } // namespace
 
-ProgressMeter::ProgressMeter(mapi::IMAPIProgress* progress, std::int64_t total)
-    : FProgress(progress), FTotal(std::max<std::int64_t>(total, 1))
+ProgressMeter::ProgressMeter(mapi::IMAPIProgress* progress, std::int64_t total, std::vector<Database*> stores)
+    : FProgress(progress), FStores(std::move(stores)), FTotal(std::max<std::int64_t>(total, 1))
 {
     if (!FProgress)
         return;
+    const Refusal refusal(FStores);
     mapi::ULONG flags = 0;
     Check(FProgress->GetFlags(&flags));
     FTopLevel = (flags & mapi::MAPI_TOP_LEVEL) != 0;
@@ -58,6 +82,7 @@ void ProgressMeter::Step(std::int64_t items)
 
 void ProgressMeter::Report()
 {
+    const Refusal refusal(FStores);
     const auto way = static_cast<double>(FMost - FLeast) * static_cast<double>(FDone) / static_cast<double>(FTotal);
     const mapi::ULONG value = FLeast + static_cast<mapi::ULONG>(way);
     const mapi::HRESULT answer = FTopLevel ? FProgress->Progress(value, AsCount(FDone), AsCount(FTotal))

@@ -6,12 +6,16 @@
 #include "support/uKwRef.hpp"
 
 #include <cstdint>
+#include <vector>
 
 namespace deftmapi::client
 {
 
-/// The object is called inside the call's transaction and under the lock of the store: what it does on its own thread
-/// works, but it must not wait for another thread that uses the store.
+class Database;
+
+/// The object is called inside the call's transaction and under the locks of the stores: it may read them on its own
+/// thread, but whatever it would write there is refused with MAPI_E_BUSY, and it must not wait for another thread that
+/// uses them.
 class ProgressMeter
 {
 public:
@@ -19,8 +23,9 @@ public:
     /// given limits where it has none.
     /// @param progress  may be null
     /// @param total     the items that there are, at least
+    /// @param stores    those that the call is about; they outlive the meter
     /// @throws Failure  with the code that the object answers with
-    ProgressMeter(mapi::IMAPIProgress* progress, std::int64_t total);
+    ProgressMeter(mapi::IMAPIProgress* progress, std::int64_t total, std::vector<Database*> stores = {});
 
     [[nodiscard]] bool IsShown() const { return static_cast<bool>(FProgress); }
     /// So many more items are done.
@@ -31,6 +36,7 @@ private:
     void Report();
 
     TKwComPtr<mapi::IMAPIProgress> FProgress;
+    std::vector<Database*> FStores;
     std::int64_t FTotal;
     std::int64_t FDone = 0;
     mapi::ULONG FLeast = 0;

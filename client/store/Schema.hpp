@@ -76,6 +76,8 @@ public:
     /// @throws Failure  as CheckStoreFile
     explicit StoreFileUse(const std::filesystem::path& file);
     ~StoreFileUse();
+    /// Alike for all connections to a file.
+    [[nodiscard]] const std::string& Key() const { return FKey; }
     StoreFileUse(const StoreFileUse&) = delete;
     StoreFileUse& operator=(const StoreFileUse&) = delete;
 

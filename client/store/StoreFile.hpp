@@ -44,6 +44,8 @@ public:
     [[nodiscard]] StoreChanges& Changes() { return FChanges; }
     [[nodiscard]] SearchFolders& Searches() { return FSearches; }
     [[nodiscard]] const Uid& Id() const { return FId; }
+    /// Whether both are connections to one file; a copy of a file has the same identifier.
+    [[nodiscard]] bool IsSameFile(const StoreFile& other) const { return FUse.Key() == other.FUse.Key(); }
     /// The same store over another connection, for those who listen to it: it sees only what is durable. All who listen
     /// share it. REQUIRES: the lock is held.
     [[nodiscard]] std::shared_ptr<StoreFile> ForListeners();

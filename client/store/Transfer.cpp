@@ -104,14 +104,8 @@ std::int64_t Transfer::CopyOne(std::int64_t row, std::int64_t parent, const Wide
                                            name, IsWithin() ? props : MapNames(props));
     if (IsWithin())
         MarkFolderCopied(FTo.Db(), copy, row);
-    std::vector<std::int64_t> messages;
-    {
-        Query query = FFrom.Db().Prepare("SELECT id FROM messages WHERE folder = ?1");
-        query.Bind(1, row);
-        while (query.Step())
-            messages.push_back(query.Number(0));
-    }
-    for (const std::int64_t message : messages)
+    for (const std::int64_t message :
+         FFrom.Db().Prepare("SELECT id FROM messages WHERE folder = ?1").Bind(1, row).Numbers())
         CopyMessage(message, copy);
     if (source.IsSearch())
         CopySearch(row, copy);

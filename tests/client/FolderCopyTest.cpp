@@ -1,6 +1,8 @@
 // Copying and moving between two stores, copies of whole folders through CopyTo, and what the progress object is told.
 #include "tests/client/FolderFixture.hpp"
 
+#include <thread>
+
 namespace deftmapi::client::test
 {
 namespace
@@ -123,6 +125,70 @@ TEST_F(FolderCopyTest, FoldersGoToAnotherStoreWithAllBelowThem)
     EXPECT_EQ(Get(*moved, tag::Comment).Wide(), u"why");
     EXPECT_EQ(Get(*moved, Named(*moved, u"Owner")).Wide(), u"Cem");
     EXPECT_EQ(Contents(*moved, MAPI_ASSOCIATED).size(), 1u);
+}
+
+TEST_F(FolderCopyTest, ACopyOfTheFileIsAnotherStore)
+{
+    auto inbox = Inbox();
+    const Bytes old = Save(*NewMessage(*inbox, u"in both"));
+    Db().Execute("VACUUM INTO '" + (FFolder.Path() / "other.store").string() + "'");
+    FOther = StoreFile::Open(FFolder.Path() / "other.store");
+    ASSERT_EQ(FOther->Id(), FStoreFile->Id());
+    auto other = OtherInbox();
+    auto folder = Create(*inbox, u"new");
+    Create(*folder, u"below");
+    const Bytes id = SaveRich(*folder, u"here only");
+    Create(*other, u"has the row of the new folder");
+    EXPECT_EQ(CopyMessages(*folder, {id}, *other, 0), S_OK);
+    EXPECT_EQ(Copy(*folder, *other, nullptr, FOLDER_MOVE), S_OK);
+    EXPECT_EQ(CopyMessages(*inbox, {old}, *other, MESSAGE_MOVE), S_OK);
+    EXPECT_EQ(Children(*inbox).size() + Contents(*inbox).size(), 0u);
+    EXPECT_EQ(Children(*other, CONVENIENT_DEPTH).size(), 3u);
+    ASSERT_EQ(Contents(*other).size(), 3u);
+    // Another connection to the same file is the same store.
+    auto again = OpenFolderRow(StoreFile::Open(File()), static_cast<std::int64_t>(SpecialFolder::Drafts), true);
+    const Bytes kept = Save(*NewMessage(*inbox, u"moves"));
+    EXPECT_EQ(CopyMessages(*inbox, {kept}, *again, MESSAGE_MOVE), S_OK);
+    EXPECT_EQ(IdOf(*Open(*again, kept)), kept);
+}
+
+TEST_F(FolderCopyTest, TwoUsersMoveBetweenTwoStoresInOppositeDirections)
+{
+    constexpr int Messages = 40;
+    constexpr auto InboxRow = static_cast<std::int64_t>(SpecialFolder::Inbox);
+    constexpr auto OutboxRow = static_cast<std::int64_t>(SpecialFolder::Outbox);
+    OtherInbox();
+    for (const StorePtr& store : {FStoreFile, FOther})
+        for (int i = 0; i < Messages; ++i)
+            Save(*NewMessage(*OpenFolderRow(store, InboxRow, true), u"m"));
+    const auto user = [&](bool there, bool ownConnections) {
+        return std::thread([this, there, ownConnections] {
+            const StorePtr one = ownConnections ? StoreFile::Open(File()) : FStoreFile;
+            const StorePtr two = ownConnections ? StoreFile::Open(FFolder.Path() / "other.store") : FOther;
+            auto from = OpenFolderRow(there ? one : two, InboxRow, true);
+            auto to = OpenFolderRow(there ? two : one, OutboxRow, true);
+            const auto rows = Contents(*from);
+            ASSERT_GE(rows.size(), static_cast<std::size_t>(Messages));
+            for (int i = 0; i < Messages; ++i) {
+                const auto at = static_cast<std::size_t>(i);
+                EXPECT_EQ(CopyMessages(*from, {BytesAt(rows[at], 1)}, *to, MESSAGE_MOVE), S_OK);
+            }
+        });
+    };
+    for (const bool own : {false, true}) {
+        std::thread users[] = {user(true, own), user(false, own)};
+        for (auto& one : users)
+            one.join();
+        for (const StorePtr& store : {FStoreFile, FOther}) {
+            EXPECT_EQ(Contents(*OpenFolderRow(store, InboxRow, true)).size(), 0u);
+            auto outbox = OpenFolderRow(store, OutboxRow, true);
+            std::vector<Bytes> ids;
+            for (const Props& row : Contents(*outbox))
+                ids.push_back(BytesAt(row, 1));
+            EXPECT_EQ(ids.size(), static_cast<std::size_t>(Messages));
+            EXPECT_EQ(CopyMessages(*outbox, ids, *OpenFolderRow(store, InboxRow, true), MESSAGE_MOVE), S_OK);
+        }
+    }
 }
 
 TEST_F(FolderCopyTest, WhatSomebodyChangesWhileItMovesToAnotherStoreStays)
@@ -344,6 +410,14 @@ TEST_F(FolderCopyTest, ProgressIsToldItemByItemAndCancelsAll)
         EXPECT_EQ(nested->reports.at(0).value, 100u);
         EXPECT_EQ(nested->reports.at(0).total, 0u);
         Ptr<RecordingProgress> progress(new RecordingProgress);
+        const bool across = std::string_view(name).ends_with("there");
+        progress->onReport = [&](std::size_t) { // it may look, but write nothing
+            SPropValue comment = Text(tag::Comment, u"from inside");
+            for (IMAPIFolder* store : {inbox.Get(), across ? other.Get() : inbox.Get()}) {
+                EXPECT_EQ(Get(*store, tag::DisplayName).Wide(), u"Inbox");
+                EXPECT_EQ(store->SetProps(1, &comment, nullptr), MAPI_E_BUSY);
+            }
+        };
         EXPECT_EQ(call(progress.Get()), S_OK);
         EXPECT_EQ(progress->reports.size(), items + 1);
         EXPECT_EQ(progress->reports.back().value, 1000u);

@@ -1,9 +1,9 @@
 // Deleting trees of folders: all of it or nothing, whoever is killed or writes at the same time.
 #include "client/notify/StoreFeed.hpp"
+#include "client/store/MessageRecords.hpp"
 #include "tests/client/FolderFixture.hpp"
 
 #include <csignal>
-#include <random>
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
@@ -31,15 +31,32 @@ protected:
 
 TEST_F(FolderDeleteTest, AKillLeavesAllOfATreeOrNothing)
 {
-    std::mt19937 random(7);
+    constexpr int Folders = 3000;
     auto inbox = Inbox();
-    int gone = 0;
-    for (int round = 0; round < 6; ++round) {
-        const Bytes id = IdOf(*Grow(*inbox, u"tree", 3, 3));
-        const auto count = [&] {
-            return std::pair(Db().Scalar("SELECT count(*) FROM folders"), Db().Scalar("SELECT count(*) FROM messages"));
-        };
-        const auto before = count();
+    const std::int64_t top = [&] {
+        Transaction transaction(Db());
+        std::vector<std::int64_t> rows = {static_cast<std::int64_t>(SpecialFolder::Inbox)};
+        for (std::size_t i = 0; i < Folders; ++i) {
+            const WideString name = KwFromUtf8(std::to_string(i));
+            rows.push_back(InsertFolder(*FStoreFile, rows[(i + 8) / 9], FOLDER_GENERIC, name, {}));
+            if (i % 4 == 0) {
+                MessageState message = client::NewMessage(rows.back(), i % 8 == 0);
+                SaveMessage(*FStoreFile, message, false);
+            }
+        }
+        transaction.Commit();
+        return rows[1];
+    }();
+    const Bytes id = FStoreFile->EntryIdOf(EntryKind::Folder, top);
+    const auto count = [&] {
+        return std::pair(Db().Scalar("SELECT count(*) FROM folders"), Db().Scalar("SELECT count(*) FROM messages"));
+    };
+    const auto before = count();
+    constexpr std::size_t Steps = Folders + Folders / 4;
+    // Where the call stands when its process is killed: at the beginning, among the messages, among the folders, before
+    // the commit; at last it has returned.
+    for (const std::size_t report : {std::size_t{1}, Steps / 9, Steps / 2, Steps + 1, Steps + 2}) {
+        SCOPED_TRACE(report);
         inbox.Reset();
         FStore.Reset();
         FStoreFile.reset(); // no connection crosses the fork
@@ -48,39 +65,39 @@ TEST_F(FolderDeleteTest, AKillLeavesAllOfATreeOrNothing)
         const pid_t child = ::fork();
         ASSERT_GE(child, 0);
         if (child == 0) {
+            const auto wait = [&pipes](char state) {
+                if (::write(pipes[1], &state, 1) == 1)
+                    for (;;)
+                        ::pause();
+                ::_exit(1);
+            };
             auto file = StoreFile::Open(File());
             auto parent = OpenFolderRow(file, static_cast<std::int64_t>(SpecialFolder::Inbox), true);
-            if (::write(pipes[1], "x", 1) != 1)
-                ::_exit(1);
-            const HRESULT result = round % 2 ? Delete(*parent, id, DEL_FOLDERS | DEL_MESSAGES)
-                                             : parent->EmptyFolder(0, nullptr, DEL_ASSOCIATED);
-            if (result != S_OK)
-                ::_exit(2);
-            for (;;)
-                ::pause();
+            Ptr<RecordingProgress> progress(new RecordingProgress);
+            progress->onReport = [&](std::size_t number) {
+                if (number == report)
+                    wait('i');
+            };
+            const HRESULT result = report % 2 ? Delete(*parent, id, DEL_FOLDERS | DEL_MESSAGES, progress.Get())
+                                              : parent->EmptyFolder(0, progress.Get(), DEL_ASSOCIATED);
+            wait(result == S_OK ? 'r' : 'f');
         }
-        char ready = 0;
-        ASSERT_EQ(::read(pipes[0], &ready, 1), 1);
-        for (auto spin = random() % 40000; spin > 0; --spin)
-            std::this_thread::yield();
-        ::kill(child, SIGKILL);
-        int status = 0;
-        ::waitpid(child, &status, 0);
-        ::close(pipes[0]);
         ::close(pipes[1]);
-        ASSERT_TRUE(WIFSIGNALED(status)) << "the deleting process failed by itself";
+        char state = 0;
+        EXPECT_EQ(::read(pipes[0], &state, 1), 1);
+        EXPECT_EQ(state, report > Steps + 1 ? 'r' : 'i');
+        ::kill(child, SIGKILL);
+        ::waitpid(child, nullptr, 0);
+        ::close(pipes[0]);
         FStoreFile = StoreFile::Open(File());
         FStore = OpenStoreObject(FStoreFile, true, true);
         inbox = Inbox();
         ExpectWhole(*FStoreFile);
-        if (count() != before) {
-            ++gone;
-            EXPECT_EQ(Db().Scalar("SELECT count(*) FROM messages"), 0);
-            EXPECT_EQ(Children(*inbox).size(), 0u);
-        }
-        EXPECT_EQ(inbox->EmptyFolder(0, nullptr, 0), S_OK);
+        if (report > Steps + 1)
+            EXPECT_EQ(count(), std::pair(before.first - Folders, std::int64_t{0}));
+        else
+            EXPECT_EQ(count(), before);
     }
-    RecordProperty("gone", gone);
 }
 
 TEST_F(FolderDeleteTest, NobodyWritesIntoWhatIsBeingDeleted)
@@ -139,6 +156,43 @@ TEST_F(FolderDeleteTest, NobodyWritesIntoWhatIsBeingDeleted)
         stop = true;
     }
     ExpectWhole(*FStoreFile);
+}
+
+TEST_F(FolderDeleteTest, WhatASearchShowsIsNoMessageOfTheTree)
+{
+    auto inbox = Inbox();
+    auto top = Create(*inbox, u"top");
+    auto search = Create(*top, u"search", 0, S_OK, FOLDER_SEARCH);
+    Save(*NewMessage(*inbox, u"elsewhere"));
+    SRestriction any{};
+    any.rt = RES_EXIST;
+    any.res.resExist.ulPropTag = tag::Subject;
+    std::vector<SBinary> entries;
+    const std::vector<Bytes> folders = {IdOf(*inbox)};
+    ENTRYLIST list = AsList(folders, entries);
+    ASSERT_EQ(search->SetSearchCriteria(&any, &list, 0), S_OK);
+    ASSERT_EQ(Get(*search, tag::ContentCount).Number(), 1);
+    EXPECT_EQ(Delete(*inbox, IdOf(*top), DEL_FOLDERS), S_OK);
+}
+
+TEST_F(FolderDeleteTest, EmptyingAFolderTellsItsProgressToTheEndWhateverIsKept)
+{
+    auto subtree = OpenFolder(Get(*FStore, tag::IpmSubtree).Blob());
+    Grow(*subtree, u"tree", 2, 1);
+    Save(*NewMessage(*Inbox(), u"stays with its folder"));
+    Save(*NewMessage(*subtree, u"goes"));
+    Ptr<IMessage> hidden;
+    ASSERT_EQ(subtree->CreateMessage(nullptr, MAPI_ASSOCIATED, Out(hidden)), S_OK);
+    Save(*hidden);
+    hidden.Reset();
+    for (const auto& [flags, steps] : {std::pair{ULONG{0}, 7u}, std::pair{DEL_ASSOCIATED, 1u}}) {
+        Ptr<RecordingProgress> progress(new RecordingProgress);
+        EXPECT_EQ(subtree->EmptyFolder(0, progress.Get(), flags), MAPI_W_PARTIAL_COMPLETION);
+        EXPECT_EQ(progress->reports.back().value, 1000u);
+        EXPECT_EQ(progress->reports.back().count, steps);
+        EXPECT_EQ(progress->reports.back().total, steps);
+    }
+    EXPECT_EQ(Contents(*Inbox()).size(), 1u);
 }
 
 TEST_F(FolderDeleteTest, TheDefaultReceiveFolderFallsBackToTheInbox)

@@ -1,8 +1,11 @@
-// Random work on folders and messages by two processes, compared with a model in memory: results of calls, counters,
-// and what the tables of a third connection show.
+// Random work on folders and messages of two stores by two processes at once, compared with a model in memory: results
+// of calls, counters, and what tables and a search folder show. While both work, each keeps to folders of its own, so
+// that the model knows what comes of it; they are compared when both have come to rest.
 #include "tests/client/FolderFixture.hpp"
 
+#include <optional>
 #include <random>
+#include <set>
 #include <sstream>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -14,11 +17,20 @@ namespace
 
 using namespace mapi;
 
+struct Entry
+{
+    bool read = false;
+    bool tagged = false;
+
+    [[nodiscard]] std::string Marks() const { return std::string(read ? "+" : "-") + (tagged ? "!" : ""); }
+};
+
 /// A folder of the model. Messages are known by their subjects; copies in one folder have the same one.
 struct Node
 {
     std::map<std::string, Node> children;
-    std::map<std::string, std::vector<bool>> messages; // whether each is read
+    std::map<std::string, std::vector<Entry>> messages;
+    std::multiset<std::string> hidden; // associated messages
 
     [[nodiscard]] std::string Describe(const std::string& path) const
     {
@@ -28,21 +40,36 @@ struct Node
         std::vector<std::string> rows;
         for (const auto& [subject, copies] : messages) {
             count += copies.size();
-            for (const bool read : copies) {
-                unread += !read;
-                rows.push_back(subject + (read ? "+" : "-"));
+            for (const Entry& entry : copies) {
+                unread += !entry.read;
+                rows.push_back(subject + entry.Marks());
             }
         }
         std::sort(rows.begin(), rows.end());
         out << path << " " << count << " " << unread << ":";
         for (const auto& row : rows)
             out << " " << row;
+        for (const auto& subject : hidden)
+            out << " (" << subject << ")";
         out << "\n";
         for (const auto& [name, child] : children)
             out << child.Describe(path + "/" + name);
         return out.str();
     }
+    void CollectUnread(std::multiset<std::string>& subjects) const
+    {
+        for (const auto& [subject, copies] : messages) {
+            for (const Entry& entry : copies)
+                if (!entry.read)
+                    subjects.insert(subject);
+        }
+        for (const auto& [name, child] : children)
+            child.CollectUnread(subjects);
+    }
 };
+
+/// More messages than have events of their own.
+constexpr int Many = static_cast<int>(JournalBulk) + 8;
 
 /// One call: what to do, where, with which subject or name, and to where.
 struct Command
@@ -58,7 +85,9 @@ struct Command
 class Worker
 {
 public:
-    explicit Worker(const std::filesystem::path& file) : FFile(StoreFile::Open(file)) {}
+    explicit Worker(const std::filesystem::path& folder)
+        : FFile(StoreFile::Open(folder / "test.store")), FOther(StoreFile::Open(folder / "other.store"))
+    {}
 
     HRESULT Do(const Command& command)
     {
@@ -70,9 +99,16 @@ public:
         auto* text = const_cast<char16_t*>(name.c_str());
         if (command.verb == "message") {
             Ptr<IMessage> message;
-            EXPECT_EQ(folder->CreateMessage(nullptr, 0, Out(message)), S_OK);
+            EXPECT_EQ(folder->CreateMessage(nullptr, command.flags, Out(message)), S_OK);
             Set(*message, {Text(tag::Subject, text), Long(tag::MessageFlags, 0)});
             return message->SaveChanges(0);
+        }
+        if (command.verb == "many") {
+            Transaction transaction(StoreOf(command.path)->Db());
+            for (int i = 0; i < Many; ++i)
+                EXPECT_EQ(Do({"message", command.path, command.name, command.to}), S_OK);
+            transaction.Commit();
+            return S_OK;
         }
         if (command.verb == "folder") {
             Ptr<IMAPIFolder> made;
@@ -91,6 +127,13 @@ public:
                                                                nullptr, MAPI_UNICODE | command.flags);
         }
         const auto ids = Named(*folder, name);
+        if (command.verb == "tag") {
+            for (const Bytes& id : ids)
+                EXPECT_EQ(folder->SetMessageStatus(static_cast<ULONG>(id.size()), AsEntry(id), command.flags,
+                                                   MSGSTATUS_TAGGED, nullptr),
+                          S_OK);
+            return S_OK;
+        }
         std::vector<SBinary> entries;
         for (const Bytes& id : ids)
             entries.push_back({static_cast<ULONG>(id.size()), const_cast<std::uint8_t*>(id.data())});
@@ -102,22 +145,55 @@ public:
         return folder->CopyMessages(&list, nullptr, target.Get(), 0, nullptr, command.flags);
     }
 
+    /// Makes a folder that shows what is unread in the first store.
+    void Search()
+    {
+        Ptr<IMAPIFolder> search;
+        const auto finder = OpenFolderRow(FFile, static_cast<std::int64_t>(SpecialFolder::Finder), true);
+        ASSERT_EQ(finder->CreateFolder(FOLDER_SEARCH, const_cast<char16_t*>(u"unread"), nullptr, nullptr, MAPI_UNICODE,
+                                       Out(search)),
+                  S_OK);
+        SRestriction unread{};
+        unread.rt = RES_BITMASK;
+        unread.res.resBitMask = {BMR_EQZ, tag::MessageFlags, MSGFLAG_READ};
+        Bytes inbox = FFile->EntryIdOf(EntryKind::Folder, static_cast<std::int64_t>(SpecialFolder::Inbox));
+        SBinary entry{static_cast<ULONG>(inbox.size()), inbox.data()};
+        ENTRYLIST list{1, &entry};
+        ASSERT_EQ(search->SetSearchCriteria(&unread, &list, RECURSIVE_SEARCH), S_OK);
+        FSearch = FFile->RowOf(48, AsEntry(Get(*search, tag::EntryId).Blob()), EntryKind::Folder);
+    }
+    std::multiset<std::string> Found()
+    {
+        Ptr<IMAPITable> table;
+        const auto search = OpenFolderRow(FFile, FSearch, true);
+        EXPECT_EQ(search->GetContentsTable(MAPI_UNICODE, Out(table)), S_OK);
+        std::multiset<std::string> subjects;
+        for (const Props& row : Rows(*table, {tag::Subject}))
+            subjects.insert(KwToUtf8(WideAt(row, 0)));
+        EXPECT_EQ(Get(*search, tag::ContentUnread).Number(), static_cast<LONG>(subjects.size()));
+        return subjects;
+    }
     /// What the tables show, in the words of the model.
-    std::string Describe() { return Describe(*Open("root"), "root"); }
+    std::string Describe() { return Describe(*Open("root"), "root") + Describe(*Open("other"), "other"); }
 
 private:
-    /// "root/a/b": below the Inbox.
+    [[nodiscard]] const StorePtr& StoreOf(const std::string& path) const
+    {
+        return path.starts_with("other") ? FOther : FFile;
+    }
+    /// "root/a/b": below the Inbox of the first store; "other/a": below that of the second one.
     Ptr<IMAPIFolder> Open(const std::string& path)
     {
+        const StorePtr& store = StoreOf(path);
         std::istringstream parts(path);
         std::string name;
         std::getline(parts, name, '/');
-        auto folder = OpenFolderRow(FFile, static_cast<std::int64_t>(SpecialFolder::Inbox), true);
+        auto folder = OpenFolderRow(store, static_cast<std::int64_t>(SpecialFolder::Inbox), true);
         while (std::getline(parts, name, '/')) {
             Ptr<IMAPIFolder> next;
             ForChildren(*folder, [&](const std::string& child, const Bytes& id) {
                 if (child == name)
-                    next = OpenId(id);
+                    next = OpenId(store, id);
             });
             if (!next)
                 return nullptr;
@@ -125,9 +201,9 @@ private:
         }
         return folder;
     }
-    Ptr<IMAPIFolder> OpenId(const Bytes& id)
+    static Ptr<IMAPIFolder> OpenId(const StorePtr& store, const Bytes& id)
     {
-        return OpenFolderRow(FFile, FFile->RowOf(static_cast<ULONG>(id.size()), AsEntry(id), EntryKind::Folder), true);
+        return OpenFolderRow(store, store->RowOf(static_cast<ULONG>(id.size()), AsEntry(id), EntryKind::Folder), true);
     }
     static void ForChildren(IMAPIFolder& folder, const std::function<void(const std::string&, const Bytes&)>& visit)
     {
@@ -149,12 +225,20 @@ private:
     }
     std::string Describe(IMAPIFolder& folder, const std::string& path)
     {
-        Ptr<IMAPITable> table;
-        EXPECT_EQ(folder.GetContentsTable(MAPI_UNICODE, Out(table)), S_OK);
         std::vector<std::string> rows;
-        for (const Props& row : Rows(*table, {tag::Subject, tag::MessageFlags}))
-            rows.push_back(KwToUtf8(WideAt(row, 0)) + (NumberAt(row, 1) & MSGFLAG_READ ? "+" : "-"));
+        std::vector<std::string> hidden;
+        for (const ULONG flags : {ULONG{0}, MAPI_ASSOCIATED}) {
+            Ptr<IMAPITable> table;
+            EXPECT_EQ(folder.GetContentsTable(MAPI_UNICODE | flags, Out(table)), S_OK);
+            for (const Props& row : Rows(*table, {tag::Subject, tag::MessageFlags, tag::MessageStatus})) {
+                const Entry entry{(NumberAt(row, 1) & MSGFLAG_READ) != 0, (NumberAt(row, 2) & MSGSTATUS_TAGGED) > 0};
+                const std::string subject = KwToUtf8(WideAt(row, 0));
+                (flags ? hidden : rows).push_back(flags ? "(" + subject + ")" : subject + entry.Marks());
+            }
+        }
         std::sort(rows.begin(), rows.end());
+        std::sort(hidden.begin(), hidden.end());
+        rows.insert(rows.end(), hidden.begin(), hidden.end());
         std::ostringstream out;
         out << path << " " << Get(folder, tag::ContentCount).Number() << " " << Get(folder, tag::ContentUnread).Number()
             << ":";
@@ -164,19 +248,21 @@ private:
         std::map<std::string, Bytes> children;
         ForChildren(folder, [&](const std::string& name, const Bytes& id) { children.emplace(name, id); });
         for (const auto& [name, id] : children)
-            out << Describe(*OpenId(id), path + "/" + name);
+            out << Describe(*OpenId(StoreOf(path), id), path + "/" + name);
         return out.str();
     }
 
     StorePtr FFile;
+    StorePtr FOther;
+    std::int64_t FSearch = 0;
 };
 
 /// A worker in a process of its own.
 class RemoteWorker
 {
 public:
-    /// REQUIRES: this process has no connection to the file
-    explicit RemoteWorker(const std::filesystem::path& file)
+    /// REQUIRES: this process has no connection to the files
+    explicit RemoteWorker(const std::filesystem::path& folder)
     {
         int in[2];
         int out[2];
@@ -186,8 +272,8 @@ public:
         if (FProcess == 0) {
             ::close(in[1]);
             ::close(out[0]);
-            Serve(file, in[0], out[1]);
-            ::_exit(0);
+            Serve(folder, in[0], out[1]);
+            ::_exit(::testing::Test::HasFailure());
         }
         ::close(in[0]);
         ::close(out[1]);
@@ -205,20 +291,24 @@ public:
     RemoteWorker(const RemoteWorker&) = delete;
     RemoteWorker& operator=(const RemoteWorker&) = delete;
 
-    HRESULT Do(const Command& command)
+    void Send(const Command& command) const
     {
         const std::string line = command.verb + "|" + command.path + "|" + command.name + "|" + command.to + "|" +
                                  std::to_string(command.flags) + "\n";
-        HRESULT result = MAPI_E_CALL_FAILED;
         EXPECT_EQ(::write(FIn, line.data(), line.size()), static_cast<ssize_t>(line.size()));
+    }
+    /// Of the command that was sent first and has not been answered.
+    [[nodiscard]] HRESULT Receive() const
+    {
+        HRESULT result = MAPI_E_CALL_FAILED;
         EXPECT_EQ(::read(FOut, &result, sizeof result), static_cast<ssize_t>(sizeof result));
         return result;
     }
 
 private:
-    static void Serve(const std::filesystem::path& file, int in, int out)
+    static void Serve(const std::filesystem::path& folder, int in, int out)
     {
-        Worker worker(file);
+        Worker worker(folder);
         std::string line;
         for (char c = 0; ::read(in, &c, 1) == 1;) {
             if (c != '\n') {
@@ -249,40 +339,54 @@ private:
 class Model
 {
 public:
-    Node root;
+    std::map<std::string, Node> roots = {{"root", {}}, {"other", {}}};
 
     Node& At(const std::string& path)
     {
         std::istringstream parts(path);
         std::string name;
         std::getline(parts, name, '/');
-        Node* node = &root;
+        Node* node = &roots.at(name);
         while (std::getline(parts, name, '/'))
             node = &node->children.at(name);
         return *node;
     }
-    void Paths(const Node& node, const std::string& path, std::vector<std::string>& paths) const
+    void Paths(const std::string& path, std::vector<std::string>& paths)
     {
         paths.push_back(path);
-        for (const auto& [name, child] : node.children)
-            Paths(child, path + "/" + name, paths);
+        for (const auto& [name, child] : At(path).children)
+            Paths(path + "/" + name, paths);
+    }
+    [[nodiscard]] std::string Describe() const
+    {
+        return roots.at("root").Describe("root") + roots.at("other").Describe("other");
     }
 
     HRESULT Do(const Command& command)
     {
         Node& node = At(command.path);
         if (command.verb == "message") {
-            node.messages[command.name].push_back(false);
+            if (command.flags & MAPI_ASSOCIATED)
+                node.hidden.insert(command.name);
+            else
+                node.messages[command.name].push_back({});
+        } else if (command.verb == "many") {
+            node.messages[command.name].resize(Many);
         } else if (command.verb == "folder") {
             if (!node.children.try_emplace(command.name).second)
                 return MAPI_E_COLLISION;
         } else if (command.verb == "empty") {
-            node = Node();
+            node.children.clear();
+            node.messages.clear();
         } else if (command.verb == "read all" || command.verb == "read") {
             for (auto& [subject, copies] : node.messages) {
                 if (command.verb == "read all" || subject == command.name)
-                    copies.assign(copies.size(), !(command.flags & CLEAR_READ_FLAG));
+                    for (Entry& entry : copies)
+                        entry.read = !(command.flags & CLEAR_READ_FLAG);
             }
+        } else if (command.verb == "tag") {
+            for (Entry& entry : node.messages[command.name])
+                entry.tagged = command.flags != 0;
         } else if (command.verb == "delete") {
             node.messages.erase(command.name);
         } else if (command.verb == "take") {
@@ -301,7 +405,7 @@ private:
         const auto found = from.messages.find(command.name);
         if (found == from.messages.end() || (&from == &to && command.flags & MESSAGE_MOVE))
             return;
-        const std::vector<bool> copies = found->second;
+        const std::vector<Entry> copies = found->second;
         if (command.flags & MESSAGE_MOVE)
             from.messages.erase(found);
         auto& there = to.messages[command.name];
@@ -309,12 +413,17 @@ private:
     }
     Node& ParentOf(const std::string& path) { return At(path.substr(0, path.rfind('/'))); }
     static std::string NameOf(const std::string& path) { return path.substr(path.rfind('/') + 1); }
+    static bool HasMessages(const Node& node)
+    {
+        return !node.messages.empty() || std::any_of(node.children.begin(), node.children.end(),
+                                                     [](const auto& child) { return HasMessages(child.second); });
+    }
     HRESULT Drop(const Command& command)
     {
         const Node& node = At(command.path);
         if (!node.children.empty() && !(command.flags & DEL_FOLDERS))
             return MAPI_E_HAS_FOLDERS;
-        if (!node.messages.empty() && !(command.flags & DEL_MESSAGES))
+        if (HasMessages(node) && !(command.flags & DEL_MESSAGES))
             return MAPI_E_HAS_MESSAGES;
         ParentOf(command.path).children.erase(NameOf(command.path));
         return S_OK;
@@ -339,69 +448,150 @@ private:
     }
 };
 
-TEST_F(FolderCalls, TwoProcessesAndAModelAgreeAfterRandomWork)
+/// Thinks up calls that make sense, and what comes of them.
+class Author
 {
-    FStore.Reset();
-    FStoreFile.reset(); // no connection crosses the fork
-    RemoteWorker there(File());
-    Worker here(File());
-    Model model;
-    std::mt19937 random(11);
-    const auto pick = [&random](std::size_t n) { return static_cast<std::size_t>(random() % n); };
-    int number = 0;
-    std::map<HRESULT, int> results;
-    for (int step = 0; step < 500; ++step) {
-        std::vector<std::string> paths;
-        model.Paths(model.root, "root", paths);
+public:
+    explicit Author(Model& model) : FModel(model) {}
+
+    struct Call
+    {
         Command command;
-        command.path = paths[pick(paths.size())];
-        command.to = paths[pick(paths.size())];
-        const auto& messages = model.At(command.path).messages;
-        if (!messages.empty())
-            command.name = std::next(messages.begin(), static_cast<std::ptrdiff_t>(pick(messages.size())))->first;
-        const std::size_t what = pick(24);
-        if (what < 7) {
-            command.verb = "message";
-            command.name = "m" + std::to_string(++number);
-        } else if (what < 11) {
-            command.verb = "folder";
-            command.name = "f" + std::to_string(pick(6));
-        } else if (what < 14 && !messages.empty()) {
-            command.verb = "take";
-            command.flags = pick(2) ? MESSAGE_MOVE : 0;
-        } else if (what < 17 && !messages.empty()) {
-            command.verb = pick(3) ? "read" : "read all";
-            command.flags = pick(2) ? CLEAR_READ_FLAG : 0;
-        } else if (what == 17 && !messages.empty()) {
-            command.verb = "delete";
-        } else if (what < 21 && paths.size() > 1 && paths.size() < 60) {
-            command.path = paths[1 + pick(paths.size() - 1)];
-            command.verb = "carry";
-            command.name = pick(2) ? "" : "f" + std::to_string(pick(6));
-            command.flags = (pick(2) ? FOLDER_MOVE : 0) | (pick(2) ? COPY_SUBFOLDERS : 0);
-        } else if (what < 23 && paths.size() > 1) {
-            command.path = paths[1 + pick(paths.size() - 1)];
-            command.verb = "drop";
-            command.flags = (pick(2) ? DEL_FOLDERS : 0) | (pick(2) ? DEL_MESSAGES : 0);
-        } else if (pick(3) == 0 && paths.size() > 1) {
-            command.path = paths[1 + pick(paths.size() - 1)];
-            command.verb = "empty";
-        } else {
-            continue;
-        }
-        const HRESULT expected = model.Do(command);
-        ++results[expected];
-        ASSERT_EQ(pick(2) ? here.Do(command) : there.Do(command), expected)
-            << step << ": " << command.verb << " " << command.path << " " << command.name << " " << command.to << " "
-            << command.flags;
-        if (step % 25 == 24) {
-            ASSERT_EQ(here.Describe(), model.root.Describe("root")) << step;
+        HRESULT expected;
+    };
+    /// A call on what is at or below these paths; they themselves stay.
+    Call Next(const std::vector<std::string>& tops)
+    {
+        for (;;) {
+            std::vector<std::string> paths;
+            for (const auto& top : tops)
+                FModel.Paths(top, paths);
+            if (auto command = Think(paths)) {
+                const HRESULT expected = FModel.Do(*command);
+                ++results[expected];
+                return {*command, expected};
+            }
         }
     }
-    EXPECT_EQ(Worker(File()).Describe(), model.root.Describe("root"));
+    std::size_t Pick(std::size_t n) { return static_cast<std::size_t>(FRandom() % n); }
+
+    std::map<HRESULT, int> results;
+
+private:
+    std::optional<Command> Think(const std::vector<std::string>& paths)
+    {
+        Command command;
+        command.path = paths[Pick(paths.size())];
+        command.to = paths[Pick(paths.size())];
+        const auto& messages = FModel.At(command.path).messages;
+        if (!messages.empty())
+            command.name = std::next(messages.begin(), static_cast<std::ptrdiff_t>(Pick(messages.size())))->first;
+        const bool stays = std::count(command.path.begin(), command.path.end(), '/') < 2;
+        const std::size_t what = Pick(26);
+        if (what < 7) {
+            command.verb = "message";
+            command.name = "m" + std::to_string(++FNumber);
+            command.flags = Pick(5) ? 0 : MAPI_ASSOCIATED;
+        } else if (what < 11) {
+            command.verb = "folder";
+            command.name = "f" + std::to_string(Pick(6));
+        } else if (what < 14 && !messages.empty()) {
+            command.verb = "take";
+            command.flags = Pick(2) ? MESSAGE_MOVE : 0;
+        } else if (what < 17 && !messages.empty()) {
+            command.verb = Pick(3) ? "read" : "read all";
+            command.flags = Pick(2) ? CLEAR_READ_FLAG : 0;
+        } else if (what < 19 && !messages.empty()) {
+            command.verb = "tag";
+            command.flags = Pick(3) ? MSGSTATUS_TAGGED : 0;
+        } else if (what == 19 && !messages.empty()) {
+            command.verb = "delete";
+        } else if (what < 23 && !stays && paths.size() < 40) {
+            command.verb = "carry";
+            command.name = Pick(2) ? "" : "f" + std::to_string(Pick(6));
+            command.flags = (Pick(2) ? FOLDER_MOVE : 0) | (Pick(2) ? COPY_SUBFOLDERS : 0);
+        } else if (what < 25 && !stays) {
+            command.verb = "drop";
+            command.flags = (Pick(2) ? DEL_FOLDERS : 0) | (Pick(2) ? DEL_MESSAGES : 0);
+        } else if (Pick(3) == 0 && paths.size() > 5) {
+            command.verb = "empty";
+        } else {
+            return std::nullopt;
+        }
+        return command;
+    }
+
+    Model& FModel;
+    std::mt19937 FRandom{11};
+    int FNumber = 0;
+};
+
+TEST_F(FolderCalls, TwoProcessesAndAModelAgreeAfterRandomWork)
+{
+    CreateStoreFile(FFolder.Path() / "other.store", ToBytes(NewUid()), u"Other store");
+    FStore.Reset();
+    FStoreFile.reset(); // no connection crosses the fork
+    RemoteWorker there(FFolder.Path());
+    Worker here(FFolder.Path());
+    here.Search();
+    Model model;
+    Author author(model);
+    const auto rest = [&] {
+        std::multiset<std::string> unread;
+        model.roots.at("root").CollectUnread(unread);
+        ASSERT_EQ(here.Describe(), model.Describe());
+        ASSERT_EQ(here.Found(), unread);
+    };
+    const auto one = [&](const Command& command, bool remote, HRESULT expected) {
+        SCOPED_TRACE(command.verb + " " + command.path + " " + command.name + " " + command.to + " " +
+                     std::to_string(command.flags));
+        if (remote)
+            there.Send(command);
+        ASSERT_EQ(remote ? there.Receive() : here.Do(command), expected);
+    };
+    for (const char* root : {"root", "other"})
+        for (const char* name : {"here", "there"}) {
+            const Command make{"folder", root, name, root};
+            one(make, false, model.Do(make));
+        }
+    const std::vector<std::string> own[] = {{"root/here", "other/here"}, {"root/there", "other/there"}};
+    for (int round = 0; round < 12; ++round) {
+        SCOPED_TRACE(round);
+        std::vector<Author::Call> calls[2];
+        for (int i = 0; i < 24; ++i)
+            for (const int side : {0, 1})
+                calls[side].push_back(author.Next(own[side]));
+        for (const auto& call : calls[1])
+            there.Send(call.command);
+        for (const auto& call : calls[0])
+            one(call.command, false, call.expected);
+        for (const auto& call : calls[1])
+            ASSERT_EQ(there.Receive(), call.expected) << call.command.verb << " " << call.command.path;
+        rest();
+        for (int i = 0; i < 8; ++i) { // in turns, on everything
+            const auto call = author.Next({"root/here", "other/here", "root/there", "other/there"});
+            one(call.command, author.Pick(2) != 0, call.expected);
+        }
+        if (HasFatalFailure())
+            return;
+    }
+    const Command bulk[] = {{"folder", "root", "bulk", "root"},
+                            {"many", "root/bulk", "b", "root"},
+                            {"read all", "root/bulk", "", "root"},
+                            {"take", "root/bulk", "b", "root/here", MESSAGE_MOVE},
+                            {"read", "root/here", "b", "root", CLEAR_READ_FLAG},
+                            {"take", "root/here", "b", "other/there", MESSAGE_MOVE}};
+    bool remote = false;
+    for (const Command& command : bulk) {
+        one(command, remote = !remote, model.Do(command));
+        rest();
+        if (HasFatalFailure())
+            return;
+    }
     for (const HRESULT result : {S_OK, MAPI_E_COLLISION, MAPI_E_FOLDER_CYCLE, MAPI_E_HAS_FOLDERS, MAPI_E_HAS_MESSAGES})
-        EXPECT_GT(results[result], 0) << std::hex << result; // the work was of every kind
-    ExpectWhole(*StoreFile::Open(File()));
+        EXPECT_GT(author.results[result], 0) << std::hex << result; // the work was of every kind
+    for (const char* file : {"test.store", "other.store"})
+        ExpectWhole(*StoreFile::Open(FFolder.Path() / file));
 }
 
 } // namespace
