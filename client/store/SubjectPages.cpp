@@ -45,6 +45,8 @@ std::int64_t PageOf(const MessageList& list, std::int64_t row)
     return FirstPage(list) + (row >> SlotBits);
 }
 
+struct PackedPage;
+
 /// A page taken apart; the texts stay where they are.
 struct Page
 {
@@ -55,7 +57,7 @@ struct Page
     };
     std::array<Entry, Slots> entries;
 
-    void Read(std::span<const std::uint8_t> packed);
+    void Read(const PackedPage& page);
     [[nodiscard]] Bytes Pack() const;
 };
 
@@ -92,9 +94,8 @@ struct PackedPage
     std::array<std::uint32_t, Slots> ends; // of the texts
 };
 
-void Page::Read(std::span<const std::uint8_t> packed)
+void Page::Read(const PackedPage& page)
 {
-    const PackedPage page(packed);
     std::size_t start = 0;
     for (std::size_t i = 0; i < page.count; ++i) {
         entries[page.Slot(i)] = {page.text + start, page.Size(i)};
@@ -198,6 +199,39 @@ void WritePage(Database& database, std::int64_t number, const Bytes& packed)
     write.Bind(1, number).BindBlob(2, packed).Run();
 }
 
+/// The page as the rows of its messages say.
+Bytes MakePage(Database& database, std::int64_t number)
+{
+    const std::int64_t list = number >> PageBits;
+    const std::int64_t first = (number & ((std::int64_t{1} << PageBits) - 1)) << SlotBits;
+    Page page;
+    std::array<std::string, Slots> texts;
+    Query query = database.Prepare("SELECT id, subject FROM messages WHERE id BETWEEN ?1 AND ?2 AND folder = ?3 AND "
+                                   "associated = ?4 AND subject IS NOT NULL");
+    query.Bind(1, first).Bind(2, first + static_cast<std::int64_t>(Slots) - 1).Bind(3, list / 2).Bind(4, list % 2);
+    while (query.Step()) {
+        const auto slot = static_cast<std::size_t>(query.Number(0) - first);
+        const auto folded = Fold(query.Text(1));
+        if (folded && folded->size() < Absent)
+            texts[slot] = *folded;
+        page.entries[slot] = {texts[slot].data(),
+                              folded && folded->size() < Absent ? static_cast<std::uint8_t>(folded->size()) : Unknown};
+    }
+    return page.Pack();
+}
+
+/// The parts of a page; of a damaged one those that it should have, which `made` keeps. Nothing for an empty one.
+std::optional<PackedPage> TakeApart(Database& database, std::int64_t number, std::span<const std::uint8_t> packed,
+                                    Bytes& made)
+{
+    try {
+        return PackedPage(packed);
+    } catch (const Failure&) {
+        made = MakePage(database, number);
+        return made[0] == 0 ? std::nullopt : std::optional(PackedPage(made));
+    }
+}
+
 } // namespace
 
 std::string FoldSubject(std::string_view packed)
@@ -244,9 +278,12 @@ void SubjectPages::Flush()
     for (auto edit = FEdits.begin(); edit != FEdits.end();) {
         const std::int64_t number = edit->page;
         Page page;
+        Bytes made;
         read.Reset();
-        if (read.Bind(1, number).Step())
-            page.Read(read.Blob(0));
+        if (read.Bind(1, number).Step()) {
+            if (const auto parts = TakeApart(FDatabase, number, read.Blob(0), made))
+                page.Read(*parts);
+        }
         for (; edit != FEdits.end() && edit->page == number; ++edit)
             page.entries[edit->slot] = {FTexts.data() + edit->text, edit->size};
         const Bytes packed = page.Pack();
@@ -271,8 +308,9 @@ void SearchSubjects(Database& database, const MessageList& list, std::string_vie
     query.Bind(1, first).Bind(2, first + (std::int64_t{1} << PageBits) - 1);
     while (query.Step()) {
         const std::int64_t row = (query.Number(0) - first) << SlotBits;
-        if (!needle.Search(PackedPage(query.Blob(1)),
-                           [&](std::uint8_t slot, bool sure) { return visit(row + slot, sure); }))
+        Bytes made;
+        const auto page = TakeApart(database, query.Number(0), query.Blob(1), made);
+        if (page && !needle.Search(*page, [&](std::uint8_t slot, bool sure) { return visit(row + slot, sure); }))
             return;
     }
 }

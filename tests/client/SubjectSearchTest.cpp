@@ -227,5 +227,30 @@ TEST_F(SubjectSearchTest, AFileWithoutPagesGetsThem)
     EXPECT_EQ(TableRows().size(), 40u);
 }
 
+TEST_F(SubjectSearchTest, ADamagedPageIsMadeAnewFromItsMessages)
+{
+    const char* damages[] = {"x''", "x'FF'", "x'0101'", "substr(texts, 2)"};
+    for (const char* damage : damages) {
+        const Bytes first = Save(*NewMessage(*FInbox, u"needle one"));
+        const Bytes second = Save(*NewMessage(*FInbox, u"needle two"));
+        Save(*NewMessage(*FInbox, (std::u16string(260, u'x') + u"needle").c_str()));
+        Db().Execute(std::string("UPDATE subject_pages SET texts = ") + damage);
+        SPropValue value = Text(tag::Subject, u"NEEDLE");
+        SRestriction part = Contains(value, FL_IGNORECASE);
+        ASSERT_EQ(FTable->Restrict(&part, 0), S_OK);
+        EXPECT_EQ(TableRows(), Expected(part)) << damage; // as long as nobody writes, too
+        Delete(first);
+        auto message = OpenMessage(second);
+        Set(*message, {Text(tag::Subject, u"something else")});
+        Save(*message);
+        Save(*NewMessage(*FInbox, u"another needle"));
+        ASSERT_EQ(FTable->Restrict(&part, 0), S_OK);
+        EXPECT_EQ(TableRows(), Expected(part)) << damage;
+        EXPECT_EQ(Count(), Expected(part).size());
+        EXPECT_EQ(FInbox->EmptyFolder(0, nullptr, 0), S_OK);
+        EXPECT_EQ(Db().Scalar("SELECT count(*) FROM subject_pages"), 0);
+    }
+}
+
 } // namespace
 } // namespace deftmapi::client::test
