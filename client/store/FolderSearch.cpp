@@ -77,8 +77,12 @@ mapi::HRESULT FolderObject::SetSearchCriteria(mapi::LPSRestriction restriction, 
         }
         criteria.recursive = Choose(flags, mapi::RECURSIVE_SEARCH, mapi::SHALLOW_SEARCH, criteria.recursive);
         criteria.foreground = Choose(flags, mapi::FOREGROUND_SEARCH, mapi::BACKGROUND_SEARCH, criteria.foreground);
-        const bool start = Choose(flags, mapi::RESTART_SEARCH, mapi::STOP_SEARCH, true);
-        criteria.running = start && !(flags & mapi::STATIC_SEARCH);
+        // What was searched for once is not searched for again because its priority or its depth is set.
+        const bool isAsked = restriction || containers || (flags & (mapi::RESTART_SEARCH | mapi::STATIC_SEARCH));
+        const bool stays = criteria.isStatic && !isAsked;
+        criteria.isStatic = stays || (flags & mapi::STATIC_SEARCH) != 0;
+        const bool start = Choose(flags, mapi::RESTART_SEARCH, mapi::STOP_SEARCH, !stays);
+        criteria.running = start && !criteria.isStatic;
         searches.Save(FRow, criteria);
         if (start)
             searches.Fill(FRow);
@@ -115,9 +119,9 @@ mapi::HRESULT FolderObject::GetSearchCriteria(ULONG flags, mapi::LPSRestriction*
         if (restriction)
             *restriction = wanted.Detach();
         if (state)
-            *state = (criteria->running ? mapi::SEARCH_RUNNING : 0) |
-                     (criteria->recursive ? mapi::SEARCH_RECURSIVE : 0) |
-                     (criteria->foreground ? mapi::SEARCH_FOREGROUND : 0);
+            *state =
+                (criteria->running ? mapi::SEARCH_RUNNING : 0) | (criteria->recursive ? mapi::SEARCH_RECURSIVE : 0) |
+                (criteria->foreground ? mapi::SEARCH_FOREGROUND : 0) | (criteria->isStatic ? mapi::SEARCH_STATIC : 0);
     });
 }
 

@@ -1,6 +1,7 @@
 // Restrictions as conditions of a statement. What compares a column with a number or a text becomes SQL, so that
 // indexes are used; everything else calls the evaluator from inside the statement, with the columns it asks for and,
 // where one of its properties has no column, the packed list.
+#include "client/entry/Guard.hpp"
 #include "client/store/MessageRows.hpp"
 
 #include <algorithm>
@@ -87,6 +88,13 @@ Prop ColumnValue(const MessageColumn& column, const SqlArguments& arguments, int
     }
 }
 
+/// A value that is damaged, or whose row another user has taken away.
+bool TellsOfDamage(const Failure& failure)
+{
+    return failure.Code() == MAPI_E_CORRUPT_DATA || failure.Code() == MAPI_E_CORRUPT_STORE ||
+           failure.Code() == MAPI_E_OBJECT_CHANGED;
+}
+
 /// deft_call(this, row, packed list or NULL, columns…): whether the row fits.
 class Evaluator final : public SqlCallable
 {
@@ -111,6 +119,17 @@ public:
     [[nodiscard]] const std::vector<Place>& Places() const { return FPlaces; }
 
     void Call(const SqlArguments& arguments, const SqlResult& result) const override
+    {
+        try {
+            Decide(arguments, result);
+        } catch (const Failure& failure) {
+            if (!FRows.tolerant || !TellsOfDamage(failure))
+                throw; // without a result it is NULL: neither this nor the opposite
+        }
+    }
+
+private:
+    void Decide(const SqlArguments& arguments, const SqlResult& result) const
     {
         const std::int64_t row = arguments.Number(0);
         PropertyBag bag;
@@ -143,7 +162,6 @@ public:
         result.Set(std::int64_t{FRestriction.Matches(lookup, subRows)});
     }
 
-private:
     const MessageRows& FRows;
     const Restriction& FRestriction;
     std::vector<Place> FPlaces;
@@ -154,7 +172,7 @@ private:
 class TextSearch final : public SqlCallable
 {
 public:
-    explicit TextSearch(const Restriction& restriction) : FRestriction(restriction) {}
+    TextSearch(const MessageRows& rows, const Restriction& restriction) : FRows(rows), FRestriction(restriction) {}
 
     /// The column when the restriction looks for a text in one, else null.
     [[nodiscard]] static const MessageColumn* ColumnOf(const Restriction& restriction)
@@ -168,11 +186,18 @@ public:
     void Call(const SqlArguments& arguments, const SqlResult& result) const override
     {
         const std::string_view text = arguments.Text(0);
-        if (text.size() < WholeBytes)
+        if (text.size() >= WholeBytes)
+            return;
+        try {
             result.Set(std::int64_t{text.data() && FRestriction.MatchesPackedText(text)});
+        } catch (const Failure& failure) {
+            if (!FRows.tolerant || !TellsOfDamage(failure))
+                throw; // the evaluator says the same of it
+        }
     }
 
 private:
+    const MessageRows& FRows;
     const Restriction& FRestriction;
 };
 
@@ -432,7 +457,7 @@ SqlPiece MessageCondition::CallEvaluator(const Restriction& restriction)
         bag = "CASE WHEN " + cut + " THEN " + std::string(BagExpression) + " END";
     const MessageColumn* column = TextSearch::ColumnOf(restriction);
     if (column) {
-        FCalls.push_back(std::make_unique<TextSearch>(restriction));
+        FCalls.push_back(std::make_unique<TextSearch>(FRows, restriction));
         piece.Add("ifnull(deft_call(?, m.").Add(column->name).Add("), ").AddValue(FCalls.back().get());
     }
     piece.Add("deft_call(?, m.id, ").Add(bag).Add(columns).Add(column ? "))" : ")").AddValue(evaluator.get());

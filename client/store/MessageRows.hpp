@@ -39,6 +39,7 @@ struct MessageRows
     bool associated = false;
     bool isSearch = false;                 ///< the messages are those that a search folder shows
     std::optional<FolderState> state = {}; ///< of the snapshot in which a call reads, while there is one
+    bool tolerant = false; ///< a row of which a condition cannot read what it asks for does not fit; else that fails
 
     /// A statement whose first row is the state.
     [[nodiscard]] Query StateQuery() const;

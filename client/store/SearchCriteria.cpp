@@ -122,8 +122,9 @@ private:
     }
     ULONG Shown(ULONG tag) const
     {
-        const ULONG type = PROP_TYPE(tag) & ~MV_FLAG;
-        return FUnicode || type != PT_UNICODE ? tag : tag - 1; // PT_STRING8 comes right before it
+        const ULONG wide = WideTag(tag); // 8-bit criteria keep their tags; their values are kept as UTF-16
+        const ULONG type = PROP_TYPE(wide) & ~MV_FLAG;
+        return FUnicode || type != PT_UNICODE ? wide : wide - 1; // PT_STRING8 comes right before it
     }
     LPSPropValue Values(ULONG count, ULONG size)
     {

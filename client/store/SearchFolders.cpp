@@ -16,6 +16,7 @@ namespace
 constexpr std::int64_t Running = 1;
 constexpr std::int64_t Recursive = 2;
 constexpr std::int64_t Foreground = 4;
+constexpr std::int64_t Static = 8;
 
 std::string KeysOf(const TouchedMessages& messages)
 {
@@ -47,11 +48,10 @@ std::optional<SearchCriteria> SearchFolders::Load(std::int64_t search)
         criteria.running = (query.Number(1) & Running) != 0;
         criteria.recursive = (query.Number(1) & Recursive) != 0;
         criteria.foreground = (query.Number(1) & Foreground) != 0;
+        criteria.isStatic = (query.Number(1) & Static) != 0;
     }
-    Query query = FStore.Db().Prepare("SELECT folder FROM search_scopes WHERE search = ?1");
-    query.Bind(1, search);
-    while (query.Step())
-        criteria.folders.push_back(query.Number(0));
+    criteria.folders =
+        FStore.Db().Prepare("SELECT folder FROM search_scopes WHERE search = ?1").Bind(1, search).Numbers();
     return criteria;
 }
 
@@ -59,7 +59,7 @@ void SearchFolders::Save(std::int64_t search, const SearchCriteria& criteria)
 {
     Database& database = FStore.Db();
     const std::int64_t state = (criteria.running ? Running : 0) | (criteria.recursive ? Recursive : 0) |
-                               (criteria.foreground ? Foreground : 0);
+                               (criteria.foreground ? Foreground : 0) | (criteria.isStatic ? Static : 0);
     Query save = database.Prepare("INSERT OR REPLACE INTO searches (folder, restriction, state) VALUES (?1, ?2, ?3)");
     save.Bind(1, search).BindBlob(2, criteria.restriction).Bind(3, state).Run();
     database.Prepare("DELETE FROM search_scopes WHERE search = ?1").Bind(1, search).Run();
@@ -93,7 +93,8 @@ void SearchFolders::Fill(std::int64_t search)
     const StoreChanges::Counts before = count();
     database.Prepare("DELETE FROM search_links WHERE search = ?1").Bind(1, search).Run();
     for (const std::int64_t folder : folders) {
-        const MessageRows rows{FStore.shared_from_this(), folder, false};
+        MessageRows rows{FStore.shared_from_this(), folder, false};
+        rows.tolerant = true;
         MessageCondition condition(rows, restriction);
         if (condition.AsksForPart())
             condition.TakePartIfFew();
@@ -131,12 +132,7 @@ void SearchFolders::FolderMoved(std::int64_t folder)
 
 std::vector<std::int64_t> SearchFolders::Messages(std::int64_t search)
 {
-    std::vector<std::int64_t> rows;
-    Query query = FStore.Db().Prepare("SELECT message FROM search_links WHERE search = ?1");
-    query.Bind(1, search);
-    while (query.Step())
-        rows.push_back(query.Number(0));
-    return rows;
+    return FStore.Db().Prepare("SELECT message FROM search_links WHERE search = ?1").Bind(1, search).Numbers();
 }
 
 bool SearchFolders::IsNeeded()
@@ -147,11 +143,8 @@ bool SearchFolders::IsNeeded()
 std::vector<SearchFolders::Search> SearchFolders::LoadAll()
 {
     std::vector<Search> searches;
-    {
-        Query query = FStore.Db().Prepare("SELECT folder FROM searches");
-        while (query.Step())
-            searches.push_back({query.Number(0), {}, nullptr});
-    }
+    for (const std::int64_t folder : FStore.Db().Prepare("SELECT folder FROM searches").Numbers())
+        searches.push_back({folder, {}, nullptr});
     for (Search& search : searches) {
         if (auto criteria = Load(search.folder))
             search.criteria = std::move(*criteria);
@@ -218,14 +211,11 @@ std::vector<std::int64_t> SearchFolders::Fitting(const Search& search, const Tou
         return rows;
     MessageRows all{FStore.shared_from_this(), search.folder, false};
     all.isSearch = true;
+    all.tolerant = true; // else nobody could change a message of which something else is damaged
     const MessageCondition condition(all, search.restriction);
     SqlPiece statement{"SELECT m.id FROM messages m NOT INDEXED WHERE m.id IN (SELECT value FROM json_each(?))",
                        {ListOf(rows)}};
-    Query query = all.Start(statement.Add(condition.Sql()));
-    rows.clear();
-    while (query.Step())
-        rows.push_back(query.Number(0));
-    return rows;
+    return all.Start(statement.Add(condition.Sql())).Numbers();
 }
 
 void SearchFolders::Follow(const Search& search, const std::vector<std::int64_t>& shown, const TouchedMessages& before,

@@ -21,7 +21,8 @@ struct SearchCriteria
     std::vector<std::int64_t> folders; ///< of those that were named, the ones that are still there
     bool recursive = false;
     bool foreground = false;
-    bool running = false; ///< it follows changes; else it shows what it has until that is deleted
+    bool running = false;  ///< it follows changes; else it shows what it has until that is deleted
+    bool isStatic = false; ///< it is never running
 };
 
 /// REQUIRES for all that change something: a transaction is open.

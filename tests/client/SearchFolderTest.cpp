@@ -208,6 +208,21 @@ TEST_F(SearchFolderTest, CriteriaComeBackAsTheyWereGiven)
     EXPECT_EQ(PROP_TYPE(restriction->res.resOr.lpRes[0].res.resContent.ulPropTag), PT_STRING8);
     freeAll();
 
+    // Criteria that were given in 8 bits come back of one piece as well.
+    Wanted narrow;
+    narrow.value.ulPropTag = CHANGE_PROP_TYPE(tag::Subject, PT_STRING8);
+    narrow.value.Value.lpszA = const_cast<char*>("\xC4rger");
+    narrow.restriction.rt = RES_PROPERTY;
+    narrow.restriction.res.resProperty = {RELOP_EQ, narrow.value.ulPropTag, &narrow.value};
+    EXPECT_EQ(Search(*search, &narrow, {}, 0), S_OK);
+    for (const ULONG flags : {ULONG{0}, ULONG{MAPI_UNICODE}}) {
+        ASSERT_EQ(get(flags), S_OK);
+        const auto& property = restriction->res.resProperty;
+        EXPECT_EQ(property.ulPropTag, property.lpProp->ulPropTag);
+        EXPECT_EQ(PROP_TYPE(property.ulPropTag), flags ? PT_UNICODE : PT_STRING8);
+        freeAll();
+    }
+
     // The rest stays when one is left out; a deleted folder falls out.
     EXPECT_EQ(Search(*search, nullptr, {}, RECURSIVE_SEARCH | BACKGROUND_SEARCH | STOP_SEARCH), S_OK);
     EXPECT_EQ(Delete(*inbox, IdOf(*sub), 0), S_OK);
@@ -258,6 +273,57 @@ TEST_F(SearchFolderTest, KeepsNothingOfItsOwn)
     EXPECT_EQ(Shown(*copy), (Subjects{u"n"}));
     EXPECT_EQ(Search(*search, nullptr, {}, RESTART_SEARCH), S_OK);
     EXPECT_EQ(Shown(*search), (Subjects{u"n", u"o"}));
+    // What was searched once is not searched again until that is asked for.
+    const auto state = [&] {
+        ULONG bits = 0;
+        EXPECT_EQ(copy->GetSearchCriteria(0, nullptr, nullptr, &bits), S_OK);
+        return bits;
+    };
+    EXPECT_EQ(state(), SEARCH_STATIC);
+    EXPECT_EQ(Search(*copy, nullptr, {}, FOREGROUND_SEARCH | RECURSIVE_SEARCH), S_OK);
+    EXPECT_EQ(Shown(*copy), (Subjects{u"n"}));
+    EXPECT_EQ(state(), SEARCH_STATIC | SEARCH_FOREGROUND | SEARCH_RECURSIVE);
+    EXPECT_EQ(Search(*copy, nullptr, {}, RESTART_SEARCH | SHALLOW_SEARCH), S_OK);
+    EXPECT_EQ(Shown(*copy), (Subjects{u"n", u"o"}));
+    EXPECT_EQ(state(), SEARCH_RUNNING | SEARCH_FOREGROUND);
+}
+
+TEST_F(SearchFolderTest, AMessageThatIsDamagedIsNotFoundAndCanStillBeChanged)
+{
+    auto inbox = Inbox();
+    std::vector<Bytes> ids;
+    for (const char16_t* subject : {u"whole", u"no pieces", u"no list"}) {
+        auto message = NewUnread(*inbox, subject);
+        Set(*message, {Text(tag::Body, (std::u16string(20000, u'.') + u"needle").c_str())});
+        ids.push_back(Save(*message));
+    }
+    std::vector<Ptr<IMAPIFolder>> searches;
+    for (const bool opposite : {false, true}) {
+        Wanted wanted;
+        wanted.value = Text(tag::Body, opposite ? u"nowhere" : u"needle");
+        SRestriction content{};
+        content.rt = RES_CONTENT;
+        content.res.resContent = {FL_SUBSTRING, tag::Body, &wanted.value};
+        wanted.restriction = content;
+        if (opposite) {
+            wanted.restriction.rt = RES_NOT;
+            wanted.restriction.res.resNot = {0, &content};
+        }
+        searches.push_back(NewSearch(opposite ? u"without" : u"with"));
+        ASSERT_EQ(Search(*searches.back(), &wanted, {IdOf(*inbox)}, 0), S_OK);
+        EXPECT_EQ(Shown(*searches.back()).size(), 3u);
+    }
+    const auto row = [&](std::size_t i) { return std::to_string(ParseEntryId(ids[i])->row); };
+    Db().Execute("CREATE TEMP TABLE kept AS SELECT message, props FROM bags");
+    Db().Execute("DELETE FROM chunks WHERE id >> 20 IN (SELECT id FROM large_values WHERE owner = 4 * " + row(1) + ")");
+    Db().Execute("UPDATE bags SET props = x'01FFFFFFFF02' WHERE message = " + row(2));
+    EXPECT_EQ(inbox->SetReadFlags(nullptr, 0, nullptr, 0), S_OK);
+    for (const auto& search : searches) {
+        EXPECT_EQ(Shown(*search), Subjects{u"whole"});
+        EXPECT_EQ(Search(*search, nullptr, {}, RESTART_SEARCH), S_OK);
+        EXPECT_EQ(Shown(*search), Subjects{u"whole"});
+    }
+    Db().Execute("UPDATE bags SET props = (SELECT props FROM kept WHERE kept.message = bags.message)");
 }
 
 TEST_F(SearchFolderTest, CountsAreThoseOfAFreshSearchAfterAnything)
