@@ -19,6 +19,10 @@ void Translate(JournalEntry& entry)
     case JournalKind::LinkAdded:
     case JournalKind::LinkDeleted:
     case JournalKind::LinkModified:
+        if (entry.folder == 0) {
+            entry.kind = JournalKind::StoreModified;
+            break;
+        }
         entry.isLink = true;
         entry.kind = entry.kind == JournalKind::LinkAdded     ? JournalKind::MessageAdded
                      : entry.kind == JournalKind::LinkDeleted ? JournalKind::MessageDeleted
@@ -44,6 +48,11 @@ void AddToJournal(Database& database, JournalKind kind, std::int64_t object, std
 {
     Query insert = database.Prepare("INSERT INTO journal (kind, object, folder) VALUES (?1, ?2, ?3)");
     insert.Bind(1, static_cast<std::int64_t>(kind)).Bind(2, object).Bind(3, folder).Run();
+}
+
+void AddStoreModified(Database& database)
+{
+    AddToJournal(database, JournalKind::LinkModified, 0, 0);
 }
 
 std::int64_t LastJournalNumber(Database& database)

@@ -29,7 +29,9 @@ enum class JournalKind : std::int64_t
     SearchDone = 13,    ///< a search folder has been filled
     LinkAdded = 14,     ///< these three are read as those of the message, with the search folder as its folder
     LinkDeleted = 15,
-    LinkModified = 16
+    LinkModified = 16,
+    StoreModified = 17 ///< properties of the store; in the file it is LinkModified of nothing, which programs that do
+                       ///< not know this kind pass over
 };
 
 struct JournalEntry
@@ -59,6 +61,8 @@ inline constexpr std::int64_t JournalKept = 16384;
 void MarkFolderCopied(Database& database, std::int64_t folder, std::int64_t source);
 /// Adds an entry of kind NewMail or SearchDone. REQUIRES: a transaction is open.
 void AddToJournal(Database& database, JournalKind kind, std::int64_t object, std::int64_t folder);
+/// Adds an entry of kind StoreModified. REQUIRES: a transaction is open.
+void AddStoreModified(Database& database);
 
 /// The number of the latest entry, 0 in a journal that never had one.
 [[nodiscard]] std::int64_t LastJournalNumber(Database& database);

@@ -175,10 +175,7 @@ void StoreFeed::CollectChanges(NotificationBatch& batch)
     const Mark now = IsForMessage() ? LookAtMessage() : Mark();
     if (!known) {
         FMark = now;
-        const Bytes id = FStore->EntryIdOf(EntryKind::Store, 0);
-        if (FMask & mapi::fnevObjectModified)
-            Add(batch, {mapi::fnevObjectModified, mapi::MAPI_STORE, id, {}});
-        return;
+        return TellStore(batch);
     }
     for (const JournalEntry& entry : entries)
         Tell(entry, batch);
@@ -189,8 +186,19 @@ void StoreFeed::CollectChanges(NotificationBatch& batch)
     FMark = now;
 }
 
+void StoreFeed::TellStore(NotificationBatch& batch) const
+{
+    if (FMask & mapi::fnevObjectModified)
+        Add(batch, {mapi::fnevObjectModified, mapi::MAPI_STORE, FStore->EntryIdOf(EntryKind::Store, 0), {}});
+}
+
 void StoreFeed::Tell(const JournalEntry& entry, NotificationBatch& batch)
 {
+    if (entry.kind == JournalKind::StoreModified) {
+        if (!FObject)
+            TellStore(batch);
+        return;
+    }
     if (entry.IsMessage()) {
         for (const std::int64_t folder : {entry.folder, entry.other}) {
             if (folder)

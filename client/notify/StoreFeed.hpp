@@ -16,7 +16,8 @@ inline constexpr mapi::ULONG StoreEvents = mapi::fnevCriticalError | mapi::fnevN
 
 /// A copy is told as copied, not as created besides. What happens to messages of a folder changes its counters: the
 /// folder is told as modified, once for all that is collected together, with the tags of its counters. When more has
-/// happened than the journal keeps, the store itself is told as modified: whoever shows it reads it anew. More than 512
+/// happened than the journal keeps, the store itself is told as modified: whoever shows it reads it anew. The same is
+/// told, to sinks for the whole store, when its own properties were changed, be it its name. More than 512
 /// changes of a folder in one transaction are the event of the folder alone: a sink that asks for created, deleted and
 /// moved objects, but not for modified ones, does not hear of them. A sink for one message hears of it in any case.
 class StoreFeed final : public Listener
@@ -32,6 +33,7 @@ public:
 private:
     void CollectChanges(NotificationBatch& batch);
     void Tell(const JournalEntry& entry, NotificationBatch& batch);
+    void TellStore(NotificationBatch& batch) const;
     void TellNewMail(const JournalEntry& entry, NotificationBatch& batch);
     void TellCounters(NotificationBatch& batch);
     [[nodiscard]] bool Wants(EntryKind kind, std::int64_t row, std::int64_t parent, std::int64_t oldParent) const;

@@ -6,6 +6,7 @@
 #include "client/table/VectorOrder.hpp"
 
 #include <algorithm>
+#include <atomic>
 
 namespace deftmapi::client
 {
@@ -18,6 +19,9 @@ const std::vector<ULONG> DefaultTags = {tag::EntryId,       tag::InstanceKey,   
                                         tag::ParentEntryId, tag::RecordKey,      tag::Access,          tag::AccessLevel,
                                         tag::StoreEntryId,  tag::StoreRecordKey, tag::MappingSignature};
 
+/// Counts down from here: numbers that no journal has.
+constexpr std::int64_t FirstInside = -1000;
+
 class HierarchySource final : public ScanSource, public LiveRows
 {
 public:
@@ -28,9 +32,10 @@ public:
     std::recursive_mutex& Lock() override { return FStore->Lock(); }
     std::int64_t Stamp() override
     {
+        static std::atomic<std::int64_t> inside = FirstInside;
         // The counters of a folder are columns too: what happens to its messages changes its row. All of it is in the
-        // journal, whose numbers only grow.
-        return LastJournalNumber(FStore->Db());
+        // journal. What a transaction has done may be taken back, and its numbers be given to something else.
+        return FStore->Db().InTransaction() ? inside-- : LastJournalNumber(FStore->Db());
     }
     std::vector<ULONG> DefaultColumns() override { return DefaultTags; }
 
@@ -94,7 +99,8 @@ public:
     }
     void Touched(const JournalEntry& entry, TouchedRows& rows) const override
     {
-        if (entry.kind == JournalKind::NewMail || entry.kind == JournalKind::SearchDone)
+        if (entry.kind == JournalKind::NewMail || entry.kind == JournalKind::SearchDone ||
+            entry.kind == JournalKind::StoreModified)
             return; // what they tell of changes nothing
         // What happens in a folder changes its counters, what happens below it PR_SUBFOLDERS.
         for (const std::int64_t folder : {entry.folder, entry.other}) {

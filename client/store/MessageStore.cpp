@@ -23,6 +23,7 @@ constexpr auto sReadOnly = u"The store was opened for reading only.";
 constexpr auto sBadInterface = u"The object does not support the interface that was asked for.";
 constexpr auto sNoFolder = u"The folder does not exist.";
 constexpr auto sEmbedded = u"An embedded message is opened through its attachment.";
+constexpr auto sSoftDeletes = u"The store does not keep deleted items.";
 constexpr auto sStoreEntry = u"A message store is opened through the session.";
 constexpr auto sDefaultClass = u"The default receive folder can be changed but not removed.";
 constexpr auto sBadClass = u"The text is no name of a message class.";
@@ -41,6 +42,9 @@ constexpr ULONG AllFoldersValid = mapi::FOLDER_IPM_SUBTREE_VALID | mapi::FOLDER_
                                   mapi::FOLDER_IPM_OUTBOX_VALID | mapi::FOLDER_IPM_WASTEBASKET_VALID |
                                   mapi::FOLDER_IPM_SENTMAIL_VALID | mapi::FOLDER_VIEWS_VALID |
                                   mapi::FOLDER_COMMON_VIEWS_VALID | mapi::FOLDER_FINDER_VALID;
+
+constexpr ULONG OpenEntryFlags = mapi::MAPI_BEST_ACCESS | mapi::MAPI_DEFERRED_ERRORS | mapi::MAPI_MODIFY |
+                                 mapi::MAPI_CACHE_ONLY | mapi::MAPI_NO_CACHE | mapi::SHOW_SOFT_DELETES;
 
 /// Parts of printable ASCII characters with dots between them, 255 characters at most; or nothing, for the default.
 bool IsClassName(const WideString& name)
@@ -137,6 +141,7 @@ protected:
         PutOntoStored(ids);
         const Bytes packed = FStore->Pack({LargeOwner::Store, 0}, FProps);
         FStore->Db().Prepare("UPDATE store SET props = ?1").BindBlob(1, packed).Run();
+        AddStoreModified(FStore->Db());
         transaction.Commit();
     }
     std::optional<Prop> Computed(ULONG id) override;
@@ -430,6 +435,9 @@ bool SameEntry(ULONG size1, const mapi::ENTRYID* id1, ULONG size2, const mapi::E
 TKwComPtr<mapi::IUnknown> OpenStoreEntry(const StorePtr& store, bool writable, ULONG size, const mapi::ENTRYID* id,
                                          mapi::LPCIID iid, ULONG flags, ULONG* type)
 {
+    RequireFlags(flags, OpenEntryFlags);
+    if (flags & mapi::SHOW_SOFT_DELETES)
+        Fail(mapi::MAPI_E_NO_SUPPORT, sSoftDeletes);
     EntryReference entry{store->Id(), EntryKind::Folder, static_cast<std::int64_t>(SpecialFolder::Root)};
     if (size != 0)
         entry = RequireEntryId(size, id);
@@ -439,13 +447,16 @@ TKwComPtr<mapi::IUnknown> OpenStoreEntry(const StorePtr& store, bool writable, U
     if (entry.kind == EntryKind::Store)
         Fail(mapi::MAPI_E_INVALID_ENTRYID, sStoreEntry);
     const std::int64_t row = size == 0 ? entry.row : store->RowOf(size, id, entry.kind);
-    *type = static_cast<ULONG>(entry.kind);
+    TKwComPtr<mapi::IUnknown> object;
     if (entry.kind == EntryKind::Folder) {
         RequireInterface(iid, {&mapi::IID_IMAPIFolder, &mapi::IID_IMAPIContainer, &mapi::IID_IMAPIProp});
-        return OpenFolderRow(store, row, modify);
+        object = OpenFolderRow(store, row, modify);
+    } else {
+        RequireInterface(iid, {&mapi::IID_IMessage, &mapi::IID_IMAPIProp});
+        object = OpenMessageRow(store, row, modify);
     }
-    RequireInterface(iid, {&mapi::IID_IMessage, &mapi::IID_IMAPIProp});
-    return OpenMessageRow(store, row, modify);
+    *type = static_cast<ULONG>(entry.kind);
+    return object;
 }
 
 } // namespace deftmapi::client

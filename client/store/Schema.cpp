@@ -3,6 +3,7 @@
 #include "client/entry/Guard.hpp"
 #include "client/store/EntryIds.hpp"
 #include "client/store/PropertyBag.hpp"
+#include "client/store/SchemaVersions.hpp"
 #include "client/store/SubjectPages.hpp"
 
 #include <array>
@@ -220,16 +221,16 @@ struct Step
 constexpr Step Steps[] = {{Step1}, {Step2}, {Step3}, {Step4}, {Step5}, {Step6, FillSubjectPages}};
 static_assert(std::size(Steps) == schema::Version);
 
-/// Runs the steps after `from` inside the caller's transaction.
-void RunSteps(Database& database, std::int64_t from)
+/// Runs the steps after `from` up to `to` inside the caller's transaction.
+void RunSteps(Database& database, std::int64_t from, std::int64_t to = schema::Version)
 {
-    for (std::int64_t step = from; step < schema::Version; ++step) {
+    for (std::int64_t step = from; step < to; ++step) {
         for (const char* statement : Steps[step].statements)
             database.Execute(statement);
         if (Steps[step].fill)
             Steps[step].fill(database);
     }
-    database.Execute("PRAGMA user_version = " + std::to_string(schema::Version));
+    database.Execute("PRAGMA user_version = " + std::to_string(to));
 }
 
 struct SpecialFolderRow
@@ -378,17 +379,24 @@ std::string KeyOf(const std::filesystem::path& file)
 void CreateStoreFile(const std::filesystem::path& file, std::span<const std::uint8_t> storeUid,
                      const std::u16string& displayName)
 {
+    CreateStoreFileOfVersion(file, storeUid, displayName, schema::Version);
+}
+
+void CreateStoreFileOfVersion(const std::filesystem::path& file, std::span<const std::uint8_t> storeUid,
+                              const std::u16string& displayName, std::int64_t version)
+{
     Uid uid;
     std::memcpy(&uid, storeUid.data(), sizeof uid);
     const std::filesystem::path draft = file.string() + "." + std::to_string(::getpid()) + ".new";
     std::filesystem::remove(draft);
     {
         Database database(draft, Database::Mode::Create);
-        // From the beginning: of several connections that switch a file at once, all but one are refused without a wait.
+        // From the beginning: of several connections that switch a file at once, all but one are refused without a
+        // wait.
         database.Execute("PRAGMA journal_mode = WAL");
         database.Execute("PRAGMA synchronous = FULL");
         Transaction transaction(database);
-        RunSteps(database, 0);
+        RunSteps(database, 0, version);
         Populate(database, uid, displayName);
         database.Execute("PRAGMA application_id = " + std::to_string(schema::ApplicationId));
         transaction.Commit();

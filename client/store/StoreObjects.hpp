@@ -23,7 +23,9 @@ void RequireInterface(mapi::LPCIID iid, std::initializer_list<const mapi::IID*> 
 
 /// IMsgStore::OpenEntry, IMAPIContainer::OpenEntry and IMAPISession::OpenEntry for folders and messages. An empty
 /// identifier opens the root folder. `writable`: the store was opened for writing.
-/// @throws Failure  MAPI_E_NOT_FOUND, MAPI_E_NO_ACCESS, MAPI_E_UNKNOWN_ENTRYID, MAPI_E_INVALID_ENTRYID
+/// @param type  set when the object is there
+/// @throws Failure  MAPI_E_NOT_FOUND, MAPI_E_NO_ACCESS, MAPI_E_UNKNOWN_ENTRYID, MAPI_E_INVALID_ENTRYID,
+/// MAPI_E_UNKNOWN_FLAGS; MAPI_E_NO_SUPPORT deleted items are asked for
 [[nodiscard]] TKwComPtr<mapi::IUnknown> OpenStoreEntry(const StorePtr& store, bool writable, ULONG size,
                                                        const mapi::ENTRYID* id, mapi::LPCIID iid, ULONG flags,
                                                        ULONG* type);

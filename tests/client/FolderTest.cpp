@@ -76,6 +76,8 @@ TEST_F(FolderTest, DeletingAsksForMessagesAndSubfolders)
     auto sub = Create(*folder, u"Sub");
     Save(*NewMessage(*sub, u"in sub"));
     EXPECT_EQ(Delete(*inbox, id, 0), MAPI_E_HAS_FOLDERS);
+    EXPECT_EQ(Delete(*inbox, id, DEL_MESSAGES), MAPI_E_HAS_FOLDERS);
+    EXPECT_EQ(Delete(*inbox, id, DEL_FOLDERS), MAPI_E_HAS_MESSAGES); // though they lie deeper
     Save(*NewMessage(*folder, u"in folder"));
     EXPECT_EQ(Delete(*inbox, id, DEL_FOLDERS), MAPI_E_HAS_MESSAGES);
     EXPECT_EQ(Delete(*OpenFolder({}), id, DEL_FOLDERS | DEL_MESSAGES), MAPI_E_NOT_FOUND); // not its subfolder
@@ -125,6 +127,29 @@ TEST_F(FolderTest, AHierarchyTableSeesAFolderGoWhateverItsCountersWere)
     ASSERT_EQ(Delete(*inbox, id, DEL_MESSAGES), S_OK);
     ASSERT_EQ(table->GetRowCount(0, &count), S_OK);
     EXPECT_EQ(count, 0u);
+}
+
+TEST_F(FolderTest, AHierarchyTableForgetsWhatWasTakenBack)
+{
+    auto inbox = Inbox();
+    Ptr<IMAPITable> table;
+    ASSERT_EQ(inbox->GetHierarchyTable(MAPI_UNICODE, Out(table)), S_OK);
+    const auto count = [&] {
+        ULONG rows = 0;
+        EXPECT_EQ(table->GetRowCount(0, &rows), S_OK);
+        return rows;
+    };
+    {
+        Transaction given(Db()); // up
+        Create(*inbox, u"never");
+        EXPECT_EQ(count(), 1u);
+        Create(*inbox, u"nor this");
+        EXPECT_EQ(count(), 2u);
+    }
+    auto folder = Create(*inbox, u"real"); // as many entries of the journal, with the same numbers
+    Set(*folder, {Text(tag::Comment, u"changed")});
+    EXPECT_EQ(count(), 1u);
+    EXPECT_EQ(WideAt(Rows(*table, {tag::DisplayName}).at(0), 0), u"real");
 }
 
 TEST_F(FolderTest, NoMessageIsSavedIntoAFolderThatIsGone)

@@ -32,6 +32,12 @@ public:
                 Set(*message, {Text(tag::Subject, (KwFromUtf8(subject) + u"'").c_str())}), message->SaveChanges(0);
             return true;
         }
+        if (command == "delete" || command == "copy" || command == "move" || command == "mail") {
+            for (const auto& message : Named(subject))
+                if (!Do(command, Get(*message, tag::EntryId).Blob()))
+                    return false;
+            return true;
+        }
         if (command == "burst") { // that many messages in one transaction
             Transaction transaction(FFile->Db());
             for (int left = std::stoi(subject); left > 0; --left)
@@ -44,6 +50,23 @@ public:
     }
 
 private:
+    bool Do(const std::string& command, Bytes id)
+    {
+        mapi::SBinary entry{static_cast<ULONG>(id.size()), id.data()};
+        mapi::ENTRYLIST list{1, &entry};
+        if (command == "delete")
+            return FInbox->DeleteMessages(&list, 0, nullptr, 0) == mapi::S_OK;
+        if (command == "mail") {
+            mapi::NOTIFICATION mail{};
+            mail.ulEventType = mapi::fnevNewMail;
+            mail.info.newmail.cbEntryID = entry.cb;
+            mail.info.newmail.lpEntryID = AsEntry(id);
+            return OpenStoreObject(FFile, true, false)->NotifyNewMail(&mail) == mapi::S_OK;
+        }
+        const auto drafts = OpenFolderRow(FFile, static_cast<std::int64_t>(SpecialFolder::Drafts), true);
+        return FInbox->CopyMessages(&list, nullptr, drafts.Get(), 0, nullptr,
+                                    command == "move" ? mapi::MESSAGE_MOVE : 0) == mapi::S_OK;
+    }
     bool Add(const std::u16string& subject)
     {
         Ptr<mapi::IMessage> message;

@@ -209,6 +209,25 @@ TEST_F(StoreEventsTest, ASinkIsToldOfWhatItAskedForOnly)
     EXPECT_EQ(Told(*created.sink), Lines());
 }
 
+TEST_F(StoreEventsTest, AStoreThatIsRenamedTellsItsSinksInEverySession)
+{
+    Start(false);
+    auto all = Listen({});
+    auto byName = Listen(Get(*FStore, tag::EntryId).Blob());
+    auto folder = Listen(Get(*FInbox, tag::EntryId).Blob());
+    auto session = LogOnTo(u"p");
+    auto store = OpenStore(*session, Stores(*session).at(0).id);
+    auto table = Contents();
+    const ULONG_PTR connection = Advise(*table, FSink.Get());
+    Set(*store, {Text(tag::DisplayName, u"renamed")});
+    EXPECT_EQ(Told(*all.sink), Lines{"modified store0 in -"});
+    EXPECT_EQ(Told(*byName.sink), Lines{"modified store0 in -"});
+    EXPECT_EQ(Told(*folder.sink), Lines());
+    EXPECT_TRUE(FSink->Take().empty());
+    EXPECT_EQ(Get(*FStore, tag::DisplayName).Wide(), u"renamed");
+    EXPECT_EQ(table->Unadvise(connection), S_OK);
+}
+
 TEST_F(StoreEventsTest, AnotherProcessIsHeardByTheClientsThreadOnceItsChangeIsDurable)
 {
     Start(true);
@@ -228,6 +247,38 @@ TEST_F(StoreEventsTest, AnotherProcessIsHeardByTheClientsThreadOnceItsChangeIsDu
     ASSERT_TRUE(all.sink->WaitForOne());
     EXPECT_EQ(all.sink->Take().at(0),
               "created " + Name(own) + " in " + Name(*FInbox)); // nothing of what was not committed
+}
+
+TEST_F(StoreEventsTest, AnotherProcessIsHeardWhateverItDoes)
+{
+    Start(true);
+    auto all = Listen({}, All & ~fnevObjectModified);
+    OtherProcess other(StorePath());
+    const auto told = [&](const std::string& command) {
+        EXPECT_EQ(other.Do(command), "ok");
+        EXPECT_TRUE(all.sink->WaitForOne());
+        const Lines lines = all.sink->Take();
+        EXPECT_EQ(lines.size(), 1u) << command;
+        return lines.at(0);
+    };
+    const std::string inbox = Name(*FInbox);
+    const std::string drafts = Name(Get(*FInbox, tag::IpmDrafts).Blob());
+    const std::string created = told("add x");
+    const std::string m = created.substr(8, created.find(" in ") - 8);
+    EXPECT_EQ(created, "created " + m + " in " + inbox);
+    EXPECT_EQ(told("mail x"), "mail " + m + " in " + inbox + " IPM.Note");
+    EXPECT_EQ(told("move x"), "moved " + m + " in " + drafts + " from " + m + " in " + inbox);
+    const std::string copied = told("copy x");
+    const std::string copy = copied.substr(7, copied.find(" in ") - 7);
+    EXPECT_EQ(copied, "copied " + copy + " in " + drafts + " from " + m + " in " + drafts);
+    ASSERT_EQ(other.Do("delete x"), "ok"); // both, in a transaction each
+    Lines lines;
+    while (lines.size() < 2) {
+        ASSERT_TRUE(all.sink->WaitForOne());
+        const Lines more = all.sink->Take();
+        lines.insert(lines.end(), more.begin(), more.end());
+    }
+    EXPECT_EQ(lines, (Lines{"deleted " + m + " in " + drafts, "deleted " + copy + " in " + drafts}));
 }
 
 TEST_F(StoreEventsTest, ASearchIsToldWhenItIsDoneAndItsTableFollows)

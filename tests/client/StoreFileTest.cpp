@@ -1,5 +1,6 @@
 // The file under the store: damaged, foreign and newer files, a full disk, a killed writer, two writers, failing
 // memory.
+#include "client/store/SchemaVersions.hpp"
 #include "tests/client/StoreFixture.hpp"
 
 #include <csignal>
@@ -321,6 +322,67 @@ TEST_F(StoreFileTest, AStoreThatAnotherProgramUpgradedIsReadAndNotWritten)
     EXPECT_EQ(Get(*inbox, tag::ContentCount).Number(), 1);
 }
 
+TEST_F(StoreFileTest, StoresOfEarlierVersionsAreBroughtUpToDate)
+{
+    for (std::int64_t version = 1; version < schema::Version; ++version) {
+        SCOPED_TRACE(version);
+        FStore.Reset();
+        FStoreFile.reset();
+        std::filesystem::remove(File());
+        CreateStoreFileOfVersion(File(), ToBytes(NewUid()), u"Old store", version);
+        {
+            Database old(File(), Database::Mode::Open);
+            Transaction transaction(old);
+            for (int i = 1; i <= 200; ++i) { // 150 ordinary ones, 100 of which are unread
+                Query insert = old.Prepare("INSERT INTO messages (id, folder, associated, flags, subject, version, "
+                                           "delivery_time) VALUES (?1, 3, ?2, ?3, ?4, 1, ?5)");
+                insert.Bind(1, i).Bind(2, i > 150).Bind(3, i % 3 == 0).Bind(5, 1000 - i);
+                insert.BindText(4, i % 10 == 0 ? "the Wanted one" : "another").Run();
+                old.Prepare("INSERT INTO bags (message, props) VALUES (?1, x'')").Bind(1, i).Run();
+            }
+            if (version >= 4) // until then triggers counted
+                old.Execute("UPDATE folders SET content_count = 150, unread_count = 100, associated_count = 50, "
+                            "changes = 200 WHERE id = 3");
+            transaction.Commit();
+        }
+        FStoreFile = StoreFile::Open(File());
+        FStore = OpenStoreObject(FStoreFile, true, true);
+        EXPECT_EQ(Db().Scalar("PRAGMA user_version"), schema::Version);
+        auto inbox = Inbox();
+        const auto expect = [&](LONG contents, LONG unread, std::size_t wanted) {
+            EXPECT_EQ(Get(*inbox, tag::ContentCount).Number(), contents);
+            EXPECT_EQ(Get(*inbox, tag::ContentUnread).Number(), unread);
+            EXPECT_EQ(Get(*inbox, tag::AssociatedCount).Number(), 50);
+            Ptr<IMAPITable> table;
+            ASSERT_EQ(inbox->GetContentsTable(MAPI_UNICODE, Out(table)), S_OK);
+            SSortOrderSet order{1, 0, 0, {{tag::DeliveryTime, TABLE_SORT_ASCEND}}};
+            EXPECT_EQ(table->SortTable(&order, 0), S_OK);
+            EXPECT_EQ(Rows(*table, {tag::Subject}, 50).size(), static_cast<std::size_t>(contents));
+            SPropValue value = Text(tag::Subject, u"WANTED");
+            SRestriction restriction{};
+            restriction.rt = RES_CONTENT;
+            restriction.res.resContent = {FL_SUBSTRING | FL_IGNORECASE, tag::Subject, &value};
+            EXPECT_EQ(table->Restrict(&restriction, 0), S_OK);
+            EXPECT_EQ(Rows(*table, {tag::Subject}, 50).size(), wanted);
+            restriction.rt = RES_BITMASK;
+            restriction.res.resBitMask = {BMR_EQZ, tag::MessageFlags, MSGFLAG_READ};
+            EXPECT_EQ(table->Restrict(&restriction, 0), S_OK);
+            EXPECT_EQ(Rows(*table, {tag::Subject}, 50).size(), static_cast<std::size_t>(unread));
+        };
+        expect(150, 100, 15);
+        const std::int64_t entries = Db().Scalar("SELECT max(seq) FROM journal");
+        auto message = NewMessage(*inbox, u"also wanted");
+        Set(*message, {Long(tag::MessageFlags, 0)});
+        Save(*message);
+        expect(151, 101, 16);
+        EXPECT_EQ(inbox->SetReadFlags(nullptr, 0, nullptr, 0), S_OK);
+        expect(151, 0, 16);
+        EXPECT_GT(Db().Scalar("SELECT max(seq) FROM journal"), entries);
+        EXPECT_EQ(inbox->EmptyFolder(0, nullptr, 0), S_OK);
+        expect(0, 0, 0);
+    }
+}
+
 TEST_F(StoreFileTest, NamesThatWereRolledBackAreForgotten)
 {
     const GUID set{1, 2, 3, {4, 5, 6, 7, 8, 9, 10, 11}};
@@ -358,6 +420,20 @@ TEST_F(StoreFileTest, IdentifiersOfOthersAreToldApart)
     other = id;
     other[40] = 99; // no such row
     EXPECT_EQ(open(other), MAPI_E_NOT_FOUND);
+    // Flags that are wrong; what kind it is is only told of what was opened.
+    for (const bool ofFolder : {false, true}) {
+        for (const auto& [flags, result] :
+             {std::pair{ULONG{0x80}, MAPI_E_UNKNOWN_FLAGS}, std::pair{SHOW_SOFT_DELETES, MAPI_E_NO_SUPPORT},
+              std::pair{ULONG{MAPI_DEFERRED_ERRORS}, MAPI_E_NOT_FOUND}})
+        {
+            ULONG type = 77;
+            Ptr<IUnknown> object;
+            EXPECT_EQ(ofFolder ? inbox->OpenEntry(48, AsEntry(other), nullptr, flags, &type, Out(object))
+                               : FStore->OpenEntry(48, AsEntry(other), nullptr, flags, &type, Out(object)),
+                      result);
+            EXPECT_EQ(type, 77u);
+        }
+    }
     ULONG same = 0;
     EXPECT_EQ(FStore->CompareEntryIDs(48, AsEntry(id), 48, AsEntry(other), 0, &same), S_OK);
     EXPECT_EQ(same, 0u);
