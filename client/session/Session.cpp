@@ -13,6 +13,7 @@
 
 #include <algorithm>
 #include <map>
+#include <optional>
 #include <set>
 
 namespace deftmapi::client
@@ -217,17 +218,40 @@ public:
 
 private:
     template <typename Body>
+    mapi::HRESULT RunLocked(Body&& body) noexcept
+    {
+        const std::lock_guard lock(FLock);
+        return Guard(FLast, [&] {
+            if (FEnded)
+                Fail(mapi::MAPI_E_INVALID_OBJECT, sEnded);
+            return body();
+        });
+    }
+    template <typename Body>
     mapi::HRESULT Run(Body&& body) noexcept
     {
-        const mapi::HRESULT result = [&] {
-            const std::lock_guard lock(FLock);
-            return Guard(FLast, [&] {
-                if (FEnded)
-                    Fail(mapi::MAPI_E_INVALID_OBJECT, sEnded);
-                return body();
-            });
-        }();
+        const mapi::HRESULT result = RunLocked(std::forward<Body>(body));
         Dispatcher::Instance().DeliverInPassing(); // at last: a sink may release the session
+        return result;
+    }
+    /// A store of the profile.
+    struct Opened
+    {
+        StorePtr file;
+        bool isDefault;
+    };
+    /// `find` under the lock of the session, `open` under that of the store which it gave, if any: never both, since
+    /// who holds the store's may be in a call that tells its progress and use the session from there.
+    template <typename Find, typename Open>
+    mapi::HRESULT RunInStore(Find&& find, Open&& open) noexcept
+    {
+        std::optional<Opened> opened;
+        mapi::HRESULT result = RunLocked([&] { opened = find(); });
+        if (opened) {
+            const std::lock_guard lock(opened->file->Lock());
+            result = Guard(FLast, [&] { open(*opened); });
+        }
+        Dispatcher::Instance().DeliverInPassing();
         return result;
     }
     mapi::HRESULT NoSupport(WideView text) noexcept
@@ -245,7 +269,7 @@ private:
     /// The services as they are now; after the profile was deleted those that it had.
     const std::vector<StoreService>& Services();
     [[nodiscard]] const StoreService& ServiceOf(const Uid& store);
-    [[nodiscard]] StorePtr OpenFile(const StoreService& service);
+    [[nodiscard]] Opened OpenFile(const Uid& store);
     using RowsOf = std::function<std::vector<Props>(const std::vector<StoreService>& services)>;
     /// A table over the profile's services that tells of their changes.
     [[nodiscard]] TKwComPtr<mapi::IMAPITable> Watch(std::vector<ULONG> columns, RowsOf rowsOf, ULONG flags);
@@ -278,15 +302,16 @@ const StoreService& Session::ServiceOf(const Uid& store)
     Fail(mapi::MAPI_E_NOT_FOUND, sNoStore);
 }
 
-StorePtr Session::OpenFile(const StoreService& service)
+Session::Opened Session::OpenFile(const Uid& store)
 {
-    const Bytes key = ToBytes(service.store->uid);
+    const StoreService& service = ServiceOf(store);
+    const Bytes key = ToBytes(store);
     if (const auto open = FStores.find(key); open != FStores.end())
-        return open->second;
+        return {open->second, service.isDefault};
     StorePtr opened = StoreFile::Open(service.store->file);
-    if (opened->Id() != service.store->uid)
+    if (opened->Id() != store)
         Fail(mapi::MAPI_E_NOT_FOUND, sReplaced);
-    return FStores.emplace(key, std::move(opened)).first->second;
+    return {FStores.emplace(key, std::move(opened)).first->second, service.isDefault};
 }
 
 mapi::HRESULT Session::GetMsgStoresTable(ULONG flags, mapi::LPMAPITABLE* table) noexcept
@@ -313,7 +338,7 @@ TKwComPtr<mapi::IMAPITable> Session::Watch(std::vector<ULONG> columns, RowsOf ro
 mapi::HRESULT Session::OpenMsgStore(mapi::ULONG_PTR, ULONG size, mapi::LPENTRYID id, mapi::LPCIID iid, ULONG flags,
                                     mapi::LPMDB* store) noexcept
 {
-    return Run([&] {
+    const auto find = [&]() -> Opened {
         Require(store, u"lppMDB");
         *store = nullptr;
         RequireFlags(flags, OpenStoreFlags);
@@ -321,18 +346,19 @@ mapi::HRESULT Session::OpenMsgStore(mapi::ULONG_PTR, ULONG size, mapi::LPENTRYID
         if (entry.kind != EntryKind::Store)
             Fail(mapi::MAPI_E_INVALID_ENTRYID, sNotAStore);
         RequireInterface(iid, {&mapi::IID_IMsgStore, &mapi::IID_IMAPIProp});
-        const StoreService& service = ServiceOf(entry.store);
-        const StorePtr file = OpenFile(service);
+        return OpenFile(entry.store);
+    };
+    return RunInStore(find, [&](const Opened& opened) {
         const bool writable = (flags & (mapi::MDB_WRITE | mapi::MAPI_BEST_ACCESS)) != 0;
-        const std::lock_guard lock(file->Lock());
-        *store = OpenStoreObject(file, writable, service.isDefault).Detach();
+        *store = OpenStoreObject(opened.file, writable, opened.isDefault).Detach();
     });
 }
 
 mapi::HRESULT Session::OpenEntry(ULONG size, mapi::LPENTRYID id, mapi::LPCIID iid, ULONG flags, ULONG* type,
                                  mapi::LPUNKNOWN* object) noexcept
 {
-    return Run([&] {
+    std::optional<EntryReference> entry;
+    const auto find = [&]() -> std::optional<Opened> {
         Require(type, u"lpulObjType");
         Require(object, u"lppUnk");
         *type = 0;
@@ -340,26 +366,25 @@ mapi::HRESULT Session::OpenEntry(ULONG size, mapi::LPENTRYID id, mapi::LPCIID ii
         RequireFlags(flags, OpenEntryFlags);
         if (!id || size == 0)
             Fail(mapi::MAPI_E_INVALID_ENTRYID, sUnknownProvider);
-        const auto entry = ParseEntryId(Span(size, id));
+        entry = ParseEntryId(Span(size, id));
         if (!entry)
             Fail(mapi::MAPI_E_UNKNOWN_ENTRYID, sUnknownProvider);
         if (entry->kind == EntryKind::Status) {
             *object = OpenStatus(FName, Services(), *entry, iid).Detach();
             *type = mapi::MAPI_STATUS;
-            return;
+            return std::nullopt;
         }
-        const StoreService& service = ServiceOf(entry->store);
-        const StorePtr file = OpenFile(service);
-        const std::lock_guard lock(file->Lock());
-        ULONG found = mapi::MAPI_STORE;
+        return OpenFile(entry->store);
+    };
+    return RunInStore(find, [&](const Opened& opened) {
         if (entry->kind == EntryKind::Store) {
             RequireInterface(iid, {&mapi::IID_IMsgStore, &mapi::IID_IMAPIProp});
             const bool writable = (flags & (mapi::MAPI_MODIFY | mapi::MAPI_BEST_ACCESS)) != 0;
-            *object = OpenStoreObject(file, writable, service.isDefault).Detach();
+            *object = OpenStoreObject(opened.file, writable, opened.isDefault).Detach();
+            *type = mapi::MAPI_STORE;
         } else {
-            *object = OpenStoreEntry(file, true, size, id, iid, flags, &found).Detach();
+            *object = OpenStoreEntry(opened.file, true, size, id, iid, flags, type).Detach();
         }
-        *type = found;
     });
 }
 

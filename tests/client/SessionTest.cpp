@@ -1,5 +1,6 @@
 // Logging on, stores of a session, entry identifiers through the session, message services.
 #include "client/store/Database.hpp"
+#include "tests/client/FolderFixture.hpp"
 #include "tests/client/SessionFixture.hpp"
 
 #include <array>
@@ -492,6 +493,41 @@ TEST_F(SessionTest, ASessionOutlivesItsProfile)
     Ptr<IMAPITable> status;
     EXPECT_EQ(session->GetStatusTable(Unicode, Out(status)), S_OK);
     EXPECT_EQ(Rows(*status, {tag::DisplayName}).size(), 3u);
+}
+
+TEST_F(SessionTest, ACallThatTellsItsProgressUsesTheSessionWhileOthersOpenItsStore)
+{
+    ASSERT_EQ(Create(u"p"), S_OK);
+    auto session = LogOnTo(u"p");
+    const Bytes id = Stores(*session).at(0).id;
+    auto store = OpenStore(*session, id);
+    const Bytes drafts = Get(*store, tag::IpmOutbox).Blob();
+    const auto open = [&](const Bytes& entry) {
+        ULONG type = 0;
+        Ptr<IUnknown> object;
+        EXPECT_EQ(session->OpenEntry(static_cast<ULONG>(entry.size()), AsEntry(entry), nullptr, MAPI_MODIFY, &type,
+                                     Out(object)),
+                  S_OK);
+        return object;
+    };
+    const Ptr<IUnknown> folder = open(drafts);
+    std::atomic<int> opening{0};
+    std::vector<std::thread> others;
+    Ptr<RecordingProgress> progress(new RecordingProgress);
+    progress->onReport = [&](std::size_t) {
+        if (!others.empty())
+            return;
+        others.emplace_back([&] { ++opening, OpenStore(*session, id); }); // both wait until the call is over
+        others.emplace_back([&] { ++opening, open(drafts); });
+        while (opening < 2)
+            std::this_thread::yield();
+        for (int i = 0; i < 3000; ++i)
+            EXPECT_EQ(session->Unadvise(7), MAPI_E_NOT_FOUND);
+    };
+    EXPECT_EQ(static_cast<IMAPIFolder*>(folder.Get())->EmptyFolder(0, progress.Get(), 0), S_OK);
+    for (auto& other : others)
+        other.join();
+    EXPECT_EQ(others.size(), 2u);
 }
 
 TEST_F(SessionTest, ThreadsWorkWithSessionsOfTheirOwn)
