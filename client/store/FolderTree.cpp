@@ -30,6 +30,15 @@ bool IsBelow(StoreFile& store, std::int64_t row, std::int64_t ancestor)
     return row == ancestor;
 }
 
+/// The search folders that are to look in this folder or in one above it.
+std::vector<std::int64_t> SearchesAbove(StoreFile& store, std::int64_t folder)
+{
+    Query query = store.Db().Prepare(
+        "WITH RECURSIVE up(id) AS (SELECT ?1 UNION ALL SELECT f.parent FROM up JOIN folders f ON f.id = up.id WHERE "
+        "f.parent IS NOT NULL) SELECT DISTINCT search FROM search_scopes WHERE folder IN up ORDER BY search");
+    return query.Bind(1, folder).Numbers();
+}
+
 void MoveFolder(StoreFile& store, std::int64_t row, std::int64_t parent, const WideString& name)
 {
     Query update = store.Db().Prepare("UPDATE folders SET parent = ?2, name = ?3, name_key = ?4, modified = ?5, "
@@ -181,7 +190,7 @@ mapi::HRESULT FolderObject::CopyFolder(ULONG size, mapi::LPENTRYID id, mapi::LPC
         ProgressMeter meter(progress, steps, stores);
         if (move) {
             MoveFolder(store, row, target->FRow, text);
-            if (target->FRow != source.parent) // else it is only renamed
+            if (SearchesAbove(store, target->FRow) != SearchesAbove(store, source.parent))
                 store.Searches().FolderMoved(row);
             meter.Step();
         } else {

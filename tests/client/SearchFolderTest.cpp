@@ -108,6 +108,11 @@ TEST_F(SearchFolderTest, FindsWhatIsThereAndFollowsWhatChanges)
     expect({u"red one", u"two red"}, 1);
     EXPECT_EQ(Copy(*outside, *sub, nullptr, FOLDER_MOVE), S_OK); // what lies in it comes along
     expect({u"red elsewhere", u"red one", u"two red", u"two red"}, 2);
+    const auto changes = [&] { return Db().Scalar("SELECT changes FROM folders WHERE name = 'Red'"); };
+    const std::int64_t before = changes();
+    EXPECT_EQ(Copy(*outside, *inbox, u"still inside", FOLDER_MOVE), S_OK);
+    EXPECT_EQ(Copy(*outside, *sub, nullptr, FOLDER_MOVE), S_OK);
+    EXPECT_EQ(changes(), before); // nothing is looked at again for that
     EXPECT_EQ(sub->SetReadFlags(nullptr, 0, nullptr, 0), S_OK);
     EXPECT_EQ(search->SetReadFlags(nullptr, 0, nullptr, 0), S_OK); // all that it shows
     expect({u"red elsewhere", u"red one", u"two red", u"two red"}, 0);
