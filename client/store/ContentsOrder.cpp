@@ -314,8 +314,9 @@ private:
         }
         if (FRows.isSearch && id == tag::ParentEntryId >> 16)
             FSortColumns.push_back({{"m.folder", {}}, direction});
-        // Other computed properties are the same for all rows or follow the row identifier, which is the last key
-        // anyway.
+        else if (FRows.IsIdentity(id))
+            FSortColumns.push_back({{"m.id", {}}, direction});
+        // Other computed properties are the same for all rows.
     }
 
     [[nodiscard]] bool IsKeyBehind(std::size_t at, const Mark& mark) const

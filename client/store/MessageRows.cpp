@@ -51,6 +51,15 @@ bool MessageRows::IsComputed(ULONG id)
            std::any_of(identity.begin(), identity.end(), [id](ULONG t) { return t >> 16 == id; });
 }
 
+bool MessageRows::IsIdentity(ULONG id) const
+{
+    if (!IsComputed(id))
+        return false;
+    const auto one = Computed(1, id);
+    const auto two = Computed(2, id);
+    return one && two && one->data != two->data;
+}
+
 std::optional<Prop> MessageRows::Computed(std::int64_t row, ULONG id) const
 {
     switch (id) {
@@ -133,8 +142,7 @@ RowReader::RowReader(const MessageRows& rows, std::span<const ULONG> tags, int f
             bag = true;
         } else {
             auto one = rows.Computed(1, id);
-            const auto two = rows.Computed(2, id);
-            const Kind kind = one && two && one->data != two->data ? Kind::Identity : Kind::Constant;
+            const Kind kind = rows.IsIdentity(id) ? Kind::Identity : Kind::Constant;
             FPlaces.push_back({tag, kind, nullptr, 0, one ? std::move(*one) : ErrorProp(tag, mapi::MAPI_E_NOT_FOUND)});
         }
     }

@@ -50,6 +50,8 @@ struct MessageRows
     /// What is not stored: identity, parent, access; nothing for other identifiers.
     [[nodiscard]] std::optional<Prop> Computed(std::int64_t row, ULONG id) const;
     [[nodiscard]] static bool IsComputed(ULONG id);
+    /// Computed, of every row another value, in the order of the rows' identifiers.
+    [[nodiscard]] bool IsIdentity(ULONG id) const;
     /// The folder in which a message lies.
     [[nodiscard]] std::int64_t FolderOf(std::int64_t row) const;
     /// The recipients or attachments of a message, as a restriction on them asks.

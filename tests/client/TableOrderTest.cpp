@@ -303,6 +303,21 @@ TEST_F(TableOrderTest, EachValueOfAMultiplePropertyMakesARow)
     EXPECT_EQ(Rows(*FTable, {Keyword}).size(), 5u);
 }
 
+TEST_F(TableOrderTest, IdentifiersAreKeysLikeOthers)
+{
+    for (const char16_t* subject : {u"b", u"a", u"c"})
+        Add(subject, 7);
+    for (const ULONG identity : {tag::EntryId, tag::InstanceKey, tag::RecordKey}) {
+        Sort order{
+            3, 0, 0, {{tag::DeliveryTime, TABLE_SORT_ASCEND}, {identity, TABLE_SORT_DESCEND}, {tag::Subject, 0}}};
+        ASSERT_EQ(FTable->SortTable(order, 0), S_OK);
+        EXPECT_EQ(Subjects(), u"cab") << identity;
+        order.aSort[1].ulOrder = TABLE_SORT_ASCEND;
+        ASSERT_EQ(FTable->SortTable(order, 0), S_OK);
+        EXPECT_EQ(Subjects(), u"bac") << "the subjects come after it";
+    }
+}
+
 TEST_F(TableOrderTest, RowsOfSingleValuesAreFoundAndRestrictedByTheirOwn)
 {
     const auto add = [&](const char16_t* subject, std::vector<const char16_t*> words) {
