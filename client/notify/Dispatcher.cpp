@@ -26,10 +26,13 @@ void Dispatcher::ThreadInitialized(bool multiThreaded)
     const std::lock_guard lock(FLock);
     const auto self = std::this_thread::get_id();
     const auto it = std::find_if(FThreads.begin(), FThreads.end(), [self](const auto& t) { return t.thread == self; });
-    if (it != FThreads.end())
-        ++it->count;
-    else
-        FThreads.push_back({self, 1, multiThreaded});
+    ThreadRecord record{self, 0, multiThreaded};
+    if (it != FThreads.end()) {
+        record.count = it->count;
+        FThreads.erase(it);
+    }
+    ++record.count;
+    FThreads.push_back(record);
 }
 
 void Dispatcher::ThreadUninitialized()
@@ -46,13 +49,13 @@ void Dispatcher::ThreadUninitialized()
 Dispatcher::Connection Dispatcher::Add(std::shared_ptr<Listener> listener, mapi::IMAPIAdviseSink* sink,
                                        const void* owner)
 {
-    std::thread::id thread = std::this_thread::get_id();
+    const std::thread::id self = std::this_thread::get_id();
+    std::thread::id thread = self;
     {
         const std::lock_guard lock(FLock);
-        auto it =
-            std::find_if(FThreads.begin(), FThreads.end(), [thread](const auto& t) { return t.thread == thread; });
-        if (it == FThreads.end())
-            it = FThreads.begin();
+        auto it = std::find_if(FThreads.begin(), FThreads.end(), [self](const auto& t) { return t.thread == self; });
+        if (it == FThreads.end() && !FThreads.empty())
+            it = FThreads.end() - 1;
         if (it != FThreads.end())
             thread = it->multiThreaded ? std::thread::id() : it->thread;
     }
@@ -72,6 +75,7 @@ Dispatcher::Connection Dispatcher::AddFor(std::thread::id thread, std::shared_pt
     entry->sink = TKwComPtr<mapi::IMAPIAdviseSink>(sink);
     entry->owner = owner;
     entry->thread = thread;
+    entry->adder = std::this_thread::get_id();
     const std::lock_guard lock(FLock);
     if (thread == std::thread::id())
         StartThread();
@@ -154,6 +158,10 @@ void Dispatcher::RemoveAll(const void* owner) noexcept
 
 void Dispatcher::End() noexcept
 {
+    {
+        const std::lock_guard lock(FLock);
+        FThreads.clear(); // those that ended without a word
+    }
     for (;;) {
         Connection connection = 0;
         {
@@ -216,7 +224,7 @@ void Dispatcher::DeliverTo(std::thread::id thread, Worker* worker) noexcept
     try {
         const std::lock_guard lock(FLock);
         for (const auto& [connection, entry] : FEntries) {
-            if (entry->thread == thread)
+            if (entry->thread == thread || (entry->adder == thread && entry->thread != std::thread::id()))
                 entries.push_back(entry);
         }
     } catch (...) {

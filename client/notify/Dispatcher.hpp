@@ -35,14 +35,15 @@ public:
 
     [[nodiscard]] static Dispatcher& Instance();
 
-    /// MAPIInitialize on this thread. The first one of a thread decides how the thread is notified.
+    /// MAPIInitialize on this thread. The last one of a thread decides how the thread is notified by connections that
+    /// are added from then on: MAPIUninitialize may have been left out, by this thread or by one whose id it has.
     void ThreadInitialized(bool multiThreaded);
     /// MAPIUninitialize on this thread.
     void ThreadUninitialized();
 
     /// Adds a connection; keeps a reference to the sink. Its events come to this thread when this thread has
-    /// initialised MAPI without multi-threaded notifications; a thread that has not initialised MAPI shares the choice
-    /// of the one that did so first. Never 0.
+    /// initialised MAPI without multi-threaded notifications. A thread that has not shares the choice of the one that
+    /// did so last: its events come to whichever of the two dispatches first, as the other may have ended. Never 0.
     /// @param owner  what RemoveAll knows the connection by
     [[nodiscard]] Connection Add(std::shared_ptr<Listener> listener, mapi::IMAPIAdviseSink* sink, const void* owner);
     /// The same, always for this thread.
@@ -54,7 +55,7 @@ public:
     /// Removes all connections of an owner.
     void RemoveAll(const void* owner) noexcept;
 
-    /// The last MAPIUninitialize: removes all connections, so that the module can be unloaded.
+    /// The last MAPIUninitialize: forgets all threads and removes all connections, so that the module can be unloaded.
     void End() noexcept;
 
     /// HrDispatchNotifications: delivers what there is for this thread. Inside a callback it does nothing.
@@ -74,6 +75,7 @@ private:
         TKwComPtr<mapi::IMAPIAdviseSink> sink;
         const void* owner = nullptr;
         std::thread::id thread; // none: the client's own thread
+        std::thread::id adder;  // may take the events, too, unless they are for the client's own
         std::thread::id runner; // the thread that calls the sink now
         bool removed = false;
         bool orphaned = false; // removed, and nobody waits for the runner
@@ -115,7 +117,7 @@ private:
     std::condition_variable FReturned; // a sink has returned
     std::map<Connection, EntryPtr> FEntries;
     std::map<std::thread::id, std::thread::id> FWaiting; // inside a callback: which thread's callback it waits for
-    std::vector<ThreadRecord> FThreads;
+    std::vector<ThreadRecord> FThreads;                  // the one that initialised last is the last
     Connection FNext = 1;
     std::size_t FOwnCount = 0;               // connections of the client's own thread
     WorkerPtr FWorker;                       // null: there is no thread of the client's own
