@@ -101,10 +101,13 @@ void TKwMAPISessionBase::Set_Active(bool active)
 
 void TKwMAPISessionBase::SetExecutingEvents(bool executing) noexcept
 {
-    if (executing)
+    if (executing) {
         ++FExecutingEvents;
-    else if (FExecutingEvents > 0)
-        --FExecutingEvents;
+        return;
+    }
+    int calls = FExecutingEvents;
+    while (calls > 0 && !FExecutingEvents.compare_exchange_weak(calls, calls - 1)) {
+    }
 }
 
 void* TKwMAPISessionBase::AllocateBuffer(mapi::ULONG size)

@@ -15,6 +15,7 @@
 #include "mapi/uKwMAPIInterfaces.hpp"
 #include "support/uKwComObj.hpp"
 
+#include <atomic>
 #include <functional>
 #include <span>
 #include <unordered_map>
@@ -208,7 +209,7 @@ private:
 
     TKwMAPIWrapperList FDirectWrappers;
     TKwMAPIWrapperList FLogoffList;
-    int FExecutingEvents = 0;
+    std::atomic<int> FExecutingEvents{0}; // a logoff on the client's thread fires events, too
 };
 
 /// Wraps an object with properties (IMAPIProp or an interface derived from it).

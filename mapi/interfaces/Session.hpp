@@ -117,7 +117,13 @@ public:
     [[nodiscard]] virtual TKwRef<IKwMAPILogoffInfo> Get_LogoffInfo() = 0;
     [[nodiscard]] virtual TKwRef<IKwMAPIInfo> Get_MAPIInfo() = 0;
     [[nodiscard]] virtual TKwRef<IKwMAPISessionInfo> GetSessionInfo() = 0;
+    /// As set; 0 when none is. GetParentWindow is the one that dialogs get.
+    [[nodiscard]] virtual mapi::ULONG_PTR Get_ParentWindow() const = 0;
+    /// The window that MAPI dialogs get as parent; 0 for the application's (GetAppHandle). Set while logged on, it
+    /// counts at once.
     virtual void Set_ParentWindow(mapi::ULONG_PTR window) = 0;
+    /// The same as GetAppHandle.
+    [[nodiscard]] virtual mapi::ULONG_PTR Get_AppHandle() const = 0;
     [[nodiscard]] virtual WideString Get_MAPIClient() const = 0;
     virtual void Set_MAPIClient(WideView client) = 0;
     /// For example "8.2.3.13 64-bit".

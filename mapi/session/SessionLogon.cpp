@@ -2,6 +2,7 @@
 #include "mapi/admin/uKwMAPIAdmin.hpp"
 #include "mapi/core/uKwMAPILib.hpp"
 #include "mapi/headers/uKwMAPIStoreConstantsH.hpp"
+#include "mapi/session/FirstFailure.hpp"
 #include "mapi/session/SessionSink.hpp"
 #include "mapi/table/uKwMAPITable.hpp"
 
@@ -21,30 +22,6 @@ constexpr auto ExchangeService = u"MSEMS";
 // Both set: the profile works with a local copy of its mailbox.
 constexpr std::int32_t ConnectedWithCache = 0x8000; // in PR_PROFILE_CONNECT_FLAGS
 constexpr std::int32_t StateWithCache = 0x4000;     // in PR_PROFILE_UI_STATE
-
-/// A session ends whatever fails on the way; the caller learns of the first failure when it has ended.
-class TFirstFailure
-{
-public:
-    template <typename Step>
-    void Keep(Step&& step) noexcept
-    {
-        try {
-            step();
-        } catch (...) {
-            if (!FFailure)
-                FFailure = std::current_exception();
-        }
-    }
-    void Raise() const
-    {
-        if (FFailure)
-            std::rethrow_exception(FFailure);
-    }
-
-private:
-    std::exception_ptr FFailure;
-};
 
 } // namespace
 
@@ -77,19 +54,20 @@ void TSession::DoLogon()
         FLoggingOn = true;
         FLogoffAsked = false;
     }
-    const auto finish = [this] {
+    const auto finish = [this](bool loggedOn) {
         const std::lock_guard lock(FStateLock);
         FLoggingOn = false;
+        FLoggedOnInLogoff = FLoggingOff && loggedOn;
         return std::exchange(FLogoffAsked, false);
     };
     try {
         TKwMAPISessionBase::Set_Active(true);
         InternalLogon();
     } catch (...) {
-        finish();
+        finish(false);
         throw;
     }
-    if (finish())
+    if (finish(true))
         DoLogoff(false);
 }
 
@@ -99,23 +77,31 @@ void TSession::DoLogoff(bool fromClient)
         std::unique_lock lock(FStateLock);
         if (!fromClient)
             AwaitLogoffElsewhere(lock);
-        if (!FActive || FLoggingOff)
+        if (!FActive)
             return;
         if (FLoggingOn) {
             FLogoffAsked = true; // the logon has calls under way that need what a logoff clears
+            return;
+        }
+        if (FLoggingOff) {
+            // What is logged on now is what is being logged off, unless a sink has logged on once more.
+            FLogoffAsked = FLogoffAsked || FLoggedOnInLogoff;
             return;
         }
         FLoggingOff = true;
         FLogoffThread = KwMAPIThread();
     }
     TFirstFailure failure;
-    failure.Keep([this] { TKwMAPISessionBase::Set_Active(false); });
-    failure.Keep([this] { InternalLogoff(); });
-    {
+    for (bool again = true; again;) {
+        failure.Keep([this] { TKwMAPISessionBase::Set_Active(false); });
+        failure.Keep([this] { InternalLogoff(); });
         const std::lock_guard lock(FStateLock);
-        FLoggingOff = false;
+        FLoggedOnInLogoff = false;
+        again = std::exchange(FLogoffAsked, false);
+        FLoggingOff = again;
         // Under the lock: whoever waits may end the session.
-        FLogoffDone.notify_all();
+        if (!again)
+            FLogoffDone.notify_all();
     }
     failure.Raise();
 }
@@ -163,7 +149,7 @@ void TSession::LogonSteps(std::vector<TKwRef<TKwMAPIWrapper>>& openBefore)
     DoBeforeLogon();
     EnsureLibrary();
     MAPIInitialize();
-    FLogonWindow = GetParentWindow();
+    FLogonWindow = FreshWindow();
 
     mapi::ULONG flags = FLogonInfo->Flags();
     if (GetCanUseUnicode())

@@ -223,6 +223,7 @@ TKwRef<IKwMAPIMessage> TSession::CreateMessage(TKwMAPIFolderType folderType, Wid
 
 TKwRef<IKwMAPIMessage> TSession::CreateMailMessage()
 {
+    CheckActive(u"CreateMailMessage");
     return CreateMessage(ftOutbox, MailClass);
 }
 

@@ -67,8 +67,9 @@ void TSession::SetDefaultMsgStore(const TKwMAPIEntryID& entryID)
 {
     CheckReady(u"SetDefaultMsgStore");
     TKwMAPIEntryIDArg id(entryID);
-    CheckMAPIResult(*this, u"SetDefaultStore",
-                    MAPISession().SetDefaultStore(mapi::MAPI_DEFAULT_STORE, id.Size(), id.Get()));
+    CheckMAPIResult(*this, u"SetDefaultStore", CallSession(u"SetDefaultMsgStore", [&](auto& session) {
+        return session.SetDefaultStore(mapi::MAPI_DEFAULT_STORE, id.Size(), id.Get());
+    }));
 }
 
 TKwRef<IKwMAPIMsgStore> TSession::OpenMsgStore(const TKwMAPIEntryID& entryID, TKwMAPIAccessLevel accessLevel)
@@ -132,9 +133,9 @@ bool TSession::CompareEntryIDs(const TKwMAPIEntryID& a, const TKwMAPIEntryID& b)
     CheckReady(u"CompareEntryIDs");
     return TKwMAPIEntryIDArg::Equal(a, b, [this](TKwMAPIEntryIDArg& first, TKwMAPIEntryIDArg& second) {
         mapi::ULONG equal = 0;
-        CheckMAPIResult(
-            *this, u"CompareEntryIDs",
-            MAPISession().CompareEntryIDs(first.Size(), first.Get(), second.Size(), second.Get(), 0, &equal));
+        CheckMAPIResult(*this, u"CompareEntryIDs", CallSession(u"CompareEntryIDs", [&](auto& session) {
+            return session.CompareEntryIDs(first.Size(), first.Get(), second.Size(), second.Get(), 0, &equal);
+        }));
         return equal != 0;
     });
 }

@@ -4,6 +4,7 @@
 #include "mapi/core/MAPIModule.hpp"
 #include "mapi/core/uKwMAPILists.hpp"
 #include "mapi/core/uKwMAPIProps.hpp"
+#include "mapi/session/FirstFailure.hpp"
 #include "mapi/session/SessionSink.hpp"
 #include "support/platform/uKwPlatform.hpp"
 #include "support/uKwFormat.hpp"
@@ -167,7 +168,18 @@ mapi::IMAPISession& TSession::MAPISession() const
 
 mapi::ULONG_PTR TSession::GetParentWindow() const
 {
+    return FActive ? FLogonWindow : FreshWindow();
+}
+
+mapi::ULONG_PTR TSession::FreshWindow() const
+{
     return FParentWindow != 0 ? FParentWindow : GetAppHandle();
+}
+
+void TSession::Set_ParentWindow(mapi::ULONG_PTR window)
+{
+    FParentWindow = window;
+    FLogonWindow = FreshWindow();
 }
 
 WideString TSession::Get_Version() const
@@ -270,9 +282,13 @@ void TSession::Set_MAPIClient(WideView client)
     if (path.empty() && !client.empty())
         CreateKwMAPIException(mapi::MAPI_E_INVALID_PARAMETER, sClientNotInstalled, {GetClassName(), client})->Raise();
     if (MAPILoaded() && !path.empty() && !KwSameText(path, KwCurrentMAPIDllFileName())) {
-        if (KwMAPIInitialized())
+        TKwMAPIModuleState& state = KwMAPIModuleState();
+        const TKwMAPILibraryGuard guard(state.Lock);
+        // Where another thread is initialised the unloading is refused: this thread must not lose its own for it.
+        if (KwMAPIInitialized() && state.InitializeCount == 1)
             KwMAPIUninitialize(false);
-        MAPIUnload();
+        if (MAPILoaded()) // it may have gone with its last thread
+            MAPIUnload();
         LoadLibrary(path);
     }
     FMAPIClient = client;
@@ -335,8 +351,10 @@ void TSession::TriggerEvent(TEventHandler handler, void* data)
         TExecuting& operator=(const TExecuting&) = delete;
         TKwRef<TSession> FSession;
     } const executing(*this);
+    TFirstFailure failure;
     for (const auto& sink : FEvents.Snapshot())
-        handler(*sink, *this, data);
+        failure.Keep([&] { handler(*sink, *this, data); });
+    failure.Raise();
 }
 
 void TSession::DoBeforeLogon()

@@ -140,8 +140,9 @@ public:
     /// As the row of the MAPI subsystem in the status table names it.
     [[nodiscard]] WideString Get_ProfileName() override;
     [[nodiscard]] bool Get_ConnectedToExchange() override;
-    /// As the profile has it now, connected to Exchange: its connection flags say it (0x8000 of PR_PROFILE_CONNECT_FLAGS
-    /// and 0x4000 of PR_PROFILE_UI_STATE), or the default store says that it is a local one (STORE_LOCALSTORE).
+    /// As the profile has it now, connected to Exchange: its connection flags say it (0x8000 of
+    /// PR_PROFILE_CONNECT_FLAGS and 0x4000 of PR_PROFILE_UI_STATE), or the default store says that it is a local one
+    /// (STORE_LOCALSTORE).
     [[nodiscard]] bool Get_CachedExchangeMode() override;
     /// PR_PROFILE_HOME_SERVER of the profile's global section.
     /// @throws EMAPI_NOT_SUPPORTED  "The ServerName can only be used when connected to an Exchange Server!"
@@ -233,8 +234,11 @@ public:
     /// Does nothing, and fires nothing, when the session is in that state already. A logon that fails leaves the
     /// session inactive, and what needs no logon (message files, profile administration) as it was.
     ///
-    /// Logon and logoff never overlap. A logoff that is asked for during a logon, by a sink or a notification, is done
-    /// at its end, after AfterLogon. On the session's own thread both wait for a logoff that runs on the client's.
+    /// Logon and logoff never overlap. A logoff that is asked for during a logon (once the session is active), by a
+    /// sink or a notification, is done at its end, after AfterLogon; when the logon was a sink's in a logoff, at the
+    /// end of that. On the session's own thread both wait for a logoff that runs on the client's.
+    ///
+    /// Each event is told to all sinks. What the first one of them raises is raised when all have been told.
     /// @throws EMAPI_LOGON_FAILED  no such profile, wrong password, …
     /// @throws EMAPI_CALL_FAILED   the client library cannot be loaded or offers no Extended MAPI
     void Set_Active(bool active) override;
@@ -253,13 +257,21 @@ public:
     [[nodiscard]] TKwRef<IKwMAPISessionInfo> GetSessionInfo() override;
     /// As found at logon.
     [[nodiscard]] bool Get_CachedExchangeMode() const noexcept { return FCachedExchangeMode; }
+    /// The one window of every call that may show a dialog: ParentWindow, else the application's (GetAppHandle). It is
+    /// fetched at logon and kept until the logoff; only Set_ParentWindow changes it meanwhile.
     [[nodiscard]] mapi::ULONG_PTR GetParentWindow() const override;
+    [[nodiscard]] mapi::ULONG_PTR Get_ParentWindow() const override { return FParentWindow; }
+    void Set_ParentWindow(mapi::ULONG_PTR window) override;
     /// As set with SetAppHandle.
     [[nodiscard]] mapi::ULONG_PTR GetAppHandle() const override;
-    void Set_ParentWindow(mapi::ULONG_PTR window) override { FParentWindow = window; }
+    [[nodiscard]] mapi::ULONG_PTR Get_AppHandle() const override { return GetAppHandle(); }
     [[nodiscard]] WideString Get_MAPIClient() const override { return FMAPIClient; }
-    /// Another client's library than the loaded one replaces it at once.
-    /// @throws EMAPI_CALL_FAILED        the session is active
+    /// Another client's library than the loaded one replaces it at once. This thread is then no longer initialised, and
+    /// stays so until the next logon or MAPIInitialize.
+    /// @throws EMAPI_CALL_FAILED        the session is active; or the loaded library is in use, by another session of
+    /// this
+    ///                                  thread or by another thread that is initialised: nothing has changed then; or
+    ///                                  the other library does not do: none is loaded then
     /// @throws EMAPI_INVALID_PARAMETER  there is no such client on this system
     void Set_MAPIClient(WideView client) override;
     [[nodiscard]] WideString Get_Version() const override;
@@ -394,6 +406,7 @@ private:
     void DoLogon();
     /// @param fromClient  the client asks, by a notification: it must not be kept waiting
     void DoLogoff(bool fromClient);
+    [[nodiscard]] mapi::ULONG_PTR FreshWindow() const;
     void AwaitLogoffElsewhere(std::unique_lock<std::mutex>& lock);
     void DropOpenedSince(const std::vector<TKwRef<TKwMAPIWrapper>>& before);
     void InternalLogon();
@@ -452,7 +465,8 @@ private:
     std::condition_variable FLogoffDone;
     bool FLoggingOn = false;
     bool FLoggingOff = false;
-    bool FLogoffAsked = false; // while logging on
+    bool FLogoffAsked = false;      // while logging on, or for what follows
+    bool FLoggedOnInLogoff = false; // by a sink
     TKwMAPIThread FLogoffThread = 0;
     std::mutex FSinkLock; // for FSink and FConnection
     bool FExtendedLogon = false;

@@ -10,15 +10,6 @@ namespace deftmapi::test
 namespace
 {
 
-TScriptedProfAdmin* CurrentAdmin = nullptr;
-
-mapi::HRESULT DEFTMAPI_STDCALL AdminProfiles(mapi::ULONG, mapi::LPPROFADMIN* admin)
-{
-    CurrentAdmin->AddRef();
-    *admin = CurrentAdmin;
-    return mapi::S_OK;
-}
-
 TKwMAPIEntryID Uid(char digit)
 {
     return StrToEntryID(std::string(32, digit));
@@ -27,10 +18,8 @@ TKwMAPIEntryID Uid(char digit)
 class TAdminServicesTest : public TScriptedClientTest
 {
 protected:
-    TAdminServicesTest() : Profiles(new TScriptedProfAdmin(Calls)), Session(KwMake<TSession>())
+    TAdminServicesTest() : Session(KwMake<TSession>())
     {
-        CurrentAdmin = Profiles.Get();
-        Module().Export("MAPIAdminProfiles", &AdminProfiles);
         Client->Services = TKwComPtr<TScriptedServiceAdmin>(new TScriptedServiceAdmin(Calls));
         Session->Set_MAPIClient(ClientName);
         Session->Logon();
@@ -56,7 +45,6 @@ protected:
         return text;
     }
 
-    TKwComPtr<TScriptedProfAdmin> Profiles;
     TKwRef<TSession> Session;
     TKwRef<IKwMAPIAdminServices> Services;
 };
@@ -90,7 +78,7 @@ TEST_F(TAdminServicesTest, ServicesOfANamedProfile)
 {
     const auto named = Session->GetProfileAdmin()->GetAdminServices(u"Other", u"pw", true);
     EXPECT_NE(Take().find("profile.AdminServices(\"Other\",\"pw\",0,0x80000008)"), std::string::npos);
-    Profiles->Services->OnCreate = [&] { AddService(*Profiles->Services, '7'); };
+    ProfAdmin->Services->OnCreate = [&] { AddService(*ProfAdmin->Services, '7'); };
     EXPECT_EQ(named->CreateMsgService(u"CONTAB", u"", false), Uid('7'));
     EXPECT_EQ(Calls->Count("AdminServices"), 0u) << "the session's profile is another one";
     Session->Logoff();
@@ -99,7 +87,7 @@ TEST_F(TAdminServicesTest, ServicesOfANamedProfile)
     // Without a logon the profile is administered all the same.
     const auto again = Session->GetProfileAdmin()->GetAdminServices(u"Other", u"", false);
     EXPECT_EQ(again->GetMsgServiceTable()->Get_RowCount(), 1);
-    const auto unbound = KwMake<TKwMAPIAdminServices>(*Session, Profiles->Services.Get(), false);
+    const auto unbound = KwMake<TKwMAPIAdminServices>(*Session, ProfAdmin->Services.Get(), false);
     unbound->SetSession(nullptr);
     EXPECT_EQ(Catch([&] { static_cast<void>(unbound->GetMsgServiceTable()); }),
               (TCaught{"EMAPI_UNCONFIGURED", "No session has been assigned (TKwMAPIAdminServices.GetMsgServiceTable)!",
@@ -143,6 +131,32 @@ TEST_F(TAdminServicesTest, ConfiguringAService)
     EXPECT_EQ(TakeCalls(), "");
     Services->DeleteMsgService(Uid('2'));
     EXPECT_EQ(TakeCalls(), "DeleteMsgService(22222222222222222222222222222222)\n");
+}
+
+TEST_F(TAdminServicesTest, FailuresNameTheOperation)
+{
+    Client->Services->Providers->AddRow({BinaryValue(GetPropTag(PR_PROVIDER_UID), std::string(16, '\x11')),
+                                         BinaryValue(GetPropTag(PR_SERVICE_UID), std::string(16, '\x22'))});
+    const auto properties = Session->CreatePropValueList();
+    const std::tuple<const char*, const char*, std::function<void()>> operations[] = {
+        {"GetMsgServiceTable", "GetMsgServiceTable", [&] { static_cast<void>(Services->GetMsgServiceTable()); }},
+        {"GetProviderTable", "GetProviderTable", [&] { static_cast<void>(Services->GetProviderTable()); }},
+        {"CreateMsgService", "CreateMsgService",
+         [&] { static_cast<void>(Services->CreateMsgService(u"X", u"", false)); }},
+        {"ConfigureMsgService", "ConfigureMsgService",
+         [&] { Services->ConfigureMsgService(Uid('1'), {}, *properties); }},
+        {"DeleteMsgService", "DeleteMsgService", [&] { Services->DeleteMsgService(Uid('1')); }},
+        {"services.OpenProfileSection", "OpenProfileSection",
+         [&] { static_cast<void>(Services->OpenProfileSection(Uid('1'), alReadOnly)); }},
+        {"AdminProviders", "OpenProviderProfileSection",
+         [&] { static_cast<void>(Services->OpenProviderProfileSection(Uid('1'), alReadOnly)); }}};
+    for (const auto& [call, method, operation] : operations) {
+        Calls->Next(call, mapi::MAPI_E_NO_SUPPORT);
+        const TCaught caught = Catch(operation);
+        EXPECT_EQ(caught.ClassName, "EMAPI_NO_SUPPORT") << method;
+        EXPECT_TRUE(caught.Message.starts_with("TKwMAPIAdminServices." + std::string(method) + " has raised"))
+            << caught.Message;
+    }
 }
 
 TEST_F(TAdminServicesTest, PersonalFolders)

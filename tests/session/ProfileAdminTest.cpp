@@ -9,29 +9,16 @@ namespace deftmapi::test
 namespace
 {
 
-/// What MAPIAdminProfiles gives; set for the life of a fixture.
-TScriptedProfAdmin* CurrentAdmin = nullptr;
-
-mapi::HRESULT DEFTMAPI_STDCALL AdminProfiles(mapi::ULONG, mapi::LPPROFADMIN* admin)
-{
-    CurrentAdmin->AddRef();
-    *admin = CurrentAdmin;
-    return mapi::S_OK;
-}
-
 class TProfileAdminTest : public TScriptedClientTest
 {
 protected:
-    TProfileAdminTest() : Admin(new TScriptedProfAdmin(Calls)), Session(KwMake<TSession>())
+    TProfileAdminTest() : Session(KwMake<TSession>())
     {
-        CurrentAdmin = Admin.Get();
-        Module().Export("MAPIAdminProfiles", &AdminProfiles);
         Session->Set_MAPIClient(ClientName);
         Profiles = Session->GetProfileAdmin();
         static_cast<void>(Take());
     }
 
-    TKwComPtr<TScriptedProfAdmin> Admin;
     TKwRef<TSession> Session;
     TKwRef<IKwMAPIProfileAdmin> Profiles;
 };
@@ -62,7 +49,7 @@ TEST_F(TProfileAdminTest, ProfilesAreRenamedAndCopiedAndGetOtherPasswords)
 
 TEST_F(TProfileAdminTest, TheClientIsAskedForItWhenTheSessionIsSet)
 {
-    Module().Exports.erase("MAPIAdminProfiles");
+    auto entry = Module().Exports.extract("MAPIAdminProfiles");
     Profiles.Reset();
     Session->MAPIUnitialize();
     Session->MAPIUnload(); // forgets the entry point
@@ -71,9 +58,9 @@ TEST_F(TProfileAdminTest, TheClientIsAskedForItWhenTheSessionIsSet)
     Session->Get_LogonInfo()->Set_UseExtendedMAPI(false);
     EXPECT_NE(Session->GetProfileAdmin(), nullptr);
     Session->Get_LogonInfo()->Set_UseExtendedMAPI(true);
-    Module().Export("MAPIAdminProfiles", &AdminProfiles);
+    Module().Exports.insert(std::move(entry));
     const auto admin = KwMake<TKwMAPIProfileAdmin>(*Session);
-    EXPECT_EQ(admin->Get_MAPIOBJECT(), Admin.Get());
+    EXPECT_EQ(admin->Get_MAPIOBJECT(), ProfAdmin.Get());
     admin->SetSession(nullptr);
     EXPECT_EQ(admin->Get_MAPIOBJECT(), nullptr);
     EXPECT_EQ(Catch([&] { static_cast<void>(admin->GetProfiles()); }).ClassName, "EMAPI_UNCONFIGURED");
@@ -89,11 +76,11 @@ TEST_F(TProfileAdminTest, ProfilesAndTheDefaultOneAreRowsOfTheTable)
         flag.Value.b = isDefault ? 1 : 0;
         return std::vector{TextValue(GetPropTag(PR_DISPLAY_NAME), name), flag};
     };
-    Admin->Profiles->AddRow(row(u"Anna", false));
+    ProfAdmin->Profiles->AddRow(row(u"Anna", false));
     EXPECT_FALSE(Profiles->HasDefaultProfile());
     EXPECT_EQ(Profiles->GetDefaultProfile(), u"");
-    Admin->Profiles->AddRow(row(u"Bert", true));
-    Admin->Profiles->AddRow(row(u"Carl", false));
+    ProfAdmin->Profiles->AddRow(row(u"Bert", true));
+    ProfAdmin->Profiles->AddRow(row(u"Carl", false));
     EXPECT_TRUE(Session->HasDefaultProfile());
     EXPECT_EQ(Session->GetDefaultProfile(), u"Bert");
     EXPECT_EQ(Session->GetProfiles(u", "), u"Anna, Bert, Carl");
@@ -103,14 +90,11 @@ TEST_F(TProfileAdminTest, ProfilesAndTheDefaultOneAreRowsOfTheTable)
 TEST_F(TProfileAdminTest, NothingOfALibraryIsKeptWhenItGoes)
 {
     const auto table = Profiles->GetProfileTable();
-    Platform.SetValue(TKwRegistryRoot::rrCurrentUser, u"Software\\Clients\\Mail\\Other", u"DLLPathEx",
-                      u"C:\\other.dll");
-    Platform.SetFile(u"C:\\other.dll", MakePeImage(true, {"MAPIInitialize", "MAPILogonEx"}));
-    Platform.AddModule(u"C:\\other.dll").Exports = Module().Exports;
+    AddOther();
     Session->Set_MAPIClient(u"Other");
     EXPECT_EQ(Module().Open(), 0);
-    EXPECT_EQ(Admin->RefCount(), 1u);
-    EXPECT_EQ(Admin->Profiles->RefCount(), 1u);
+    EXPECT_EQ(ProfAdmin->RefCount(), 1u);
+    EXPECT_EQ(ProfAdmin->Profiles->RefCount(), 1u);
     KwMAPIInitialize(false, false, true, true);
     EXPECT_EQ(Profiles->GetProfiles().size(), 0u) << "asked of the other one from now on";
 }
@@ -142,9 +126,33 @@ TEST_F(TProfileAdminTest, SimpleMAPIReadsTheRegistry)
         (TCaught{"EMAPI_NOT_SUPPORTED", "TKwMAPIProfileAdmin.CreateProfile is not supported by Simple MAPI!", 26}));
 }
 
+TEST_F(TProfileAdminTest, FailuresNameTheOperationAndTheClientsText)
+{
+    const std::tuple<const char*, const char*, std::function<void()>> operations[] = {
+        {"CreateProfile", "CreateProfile", [&] { Profiles->CreateProfile(u"x", u""); }},
+        {"DeleteProfile", "DeleteProfile", [&] { Profiles->DeleteProfile(u"x"); }},
+        {"GetProfileTable", "GetProfileTable", [&] { static_cast<void>(Profiles->GetProfileTable()); }},
+        {"GetProfileTable", "HasDefaultProfile", [&] { static_cast<void>(Profiles->HasDefaultProfile()); }},
+        {"GetProfileTable", "GetProfiles", [&] { static_cast<void>(Profiles->GetProfiles()); }},
+        {"profile.AdminServices", "GetAdminServices",
+         [&] { static_cast<void>(Profiles->GetAdminServices(u"x", u"", false)); }}};
+    for (const auto& [call, method, operation] : operations) {
+        Calls->Next(call, mapi::MAPI_E_NO_SUPPORT);
+        const TCaught caught = Catch(operation);
+        EXPECT_EQ(caught.ClassName, "EMAPI_NO_SUPPORT") << method;
+        EXPECT_TRUE(caught.Message.starts_with("TKwMAPIProfileAdmin." + std::string(method) + " has raised"))
+            << caught.Message;
+    }
+    ProfAdmin->Error = u"No room";
+    EXPECT_EQ(Catch([&] {
+                  KwMake<TKwMAPIProfileAdmin>(*Session)->CheckLastError(u"CopyProfile", mapi::MAPI_E_BUSY);
+              }).Message,
+              "Component Profiles caused: No room (TKwMAPIProfileAdmin.CopyProfile)");
+}
+
 TEST_F(TProfileAdminTest, RefusalsSayWhichProfileIsMeant)
 {
-    Admin->Profiles->AddRow({TextValue(GetPropTag(PR_DISPLAY_NAME), u"X")});
+    ProfAdmin->Profiles->AddRow({TextValue(GetPropTag(PR_DISPLAY_NAME), u"X")});
     const std::pair<mapi::HRESULT, const char*> taken[] = {{mapi::MAPI_E_NO_ACCESS, "EMAPI_NO_ACCESS"},
                                                            {mapi::MAPI_E_COLLISION, "EMAPI_COLLISION"}};
     const std::pair<const char*, std::function<void(WideView)>> calls[] = {

@@ -176,9 +176,9 @@ TScriptedProfAdmin::TScriptedProfAdmin(TCallsRef calls)
       Services(new TScriptedServiceAdmin(calls)), FCalls(std::move(calls))
 {}
 
-mapi::HRESULT TScriptedProfAdmin::GetLastError(mapi::HRESULT, mapi::ULONG, mapi::LPMAPIERROR* error)
+mapi::HRESULT TScriptedProfAdmin::GetLastError(mapi::HRESULT, mapi::ULONG flags, mapi::LPMAPIERROR* error)
 {
-    *error = nullptr;
+    *error = ErrorRecord(Error, u"Profiles", flags);
     return mapi::S_OK;
 }
 

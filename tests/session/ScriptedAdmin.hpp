@@ -71,6 +71,7 @@ public:
 
     TKwComPtr<TScriptedTable> Profiles;
     TKwComPtr<TScriptedServiceAdmin> Services; ///< of every profile
+    WideString Error;                          ///< the text of the last failure
 
     mapi::HRESULT DEFTMAPI_STDCALL GetLastError(mapi::HRESULT, mapi::ULONG, mapi::LPMAPIERROR* error) override;
     mapi::HRESULT DEFTMAPI_STDCALL GetProfileTable(mapi::ULONG flags, mapi::LPMAPITABLE* table) override;

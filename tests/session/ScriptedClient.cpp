@@ -13,6 +13,7 @@ namespace
 // What the exported functions work on; set for the life of a fixture.
 TScriptedCalls* CurrentCalls = nullptr;
 TScriptedMAPISession* CurrentSession = nullptr;
+TScriptedProfAdmin* CurrentAdmin = nullptr;
 
 mapi::HRESULT DEFTMAPI_STDCALL Initialize(mapi::LPVOID options)
 {
@@ -37,6 +38,13 @@ mapi::HRESULT DEFTMAPI_STDCALL LogonEx(mapi::ULONG_PTR window, mapi::LPTSTR prof
     return mapi::S_OK;
 }
 
+mapi::HRESULT DEFTMAPI_STDCALL AdminProfiles(mapi::ULONG, mapi::LPPROFADMIN* admin)
+{
+    CurrentAdmin->AddRef();
+    *admin = CurrentAdmin;
+    return mapi::S_OK;
+}
+
 mapi::ULONG DEFTMAPI_STDCALL SimpleLogon(mapi::ULONG_PTR, mapi::LPSTR, mapi::LPSTR, mapi::FLAGS flags, mapi::ULONG,
                                          mapi::LPLHANDLE handle)
 {
@@ -55,21 +63,39 @@ mapi::ULONG DEFTMAPI_STDCALL SimpleLogoff(mapi::LHANDLE handle, mapi::ULONG_PTR,
 // ---- TScriptedClientTest
 
 TScriptedClientTest::TScriptedClientTest()
-    : Calls(std::make_shared<TScriptedCalls>()), Client(new TScriptedMAPISession(Calls))
+    : Calls(std::make_shared<TScriptedCalls>()), Client(new TScriptedMAPISession(Calls)),
+      ProfAdmin(new TScriptedProfAdmin(Calls))
 {
     CurrentCalls = Calls.get();
     CurrentSession = Client.Get();
-    Platform.SetValue(TKwRegistryRoot::rrCurrentUser, u"Software\\Clients\\Mail\\TestMail", u"DLLPathEx", DllName);
+    CurrentAdmin = ProfAdmin.Get();
+    RegisterClient(ClientName);
     Platform.SetFile(DllName, MakePeImage(true, {"MAPIInitialize", "MAPILogonEx"}));
     TFakeModule& module = Module();
     module.Export("MAPIInitialize", &Initialize);
     module.Export("MAPIUninitialize", &Uninitialize);
     module.Export("MAPILogonEx", &LogonEx);
+    module.Export("MAPIAdminProfiles", &AdminProfiles);
     module.Export("MAPILogon", &SimpleLogon);
     module.Export("MAPILogoff", &SimpleLogoff);
     module.Export("MAPIAllocateBuffer", &TScriptedAllocator::MAPIAllocateBuffer);
     module.Export("MAPIAllocateMore", &TScriptedAllocator::MAPIAllocateMore);
     module.Export("MAPIFreeBuffer", &TScriptedAllocator::MAPIFreeBuffer);
+}
+
+void TScriptedClientTest::RegisterClient(const WideString& name, const WideString& path)
+{
+    Platform.SetValue(TKwRegistryRoot::rrCurrentUser, u"Software\\Clients\\Mail\\" + name, u"DLLPathEx", path);
+}
+
+TFakeModule& TScriptedClientTest::AddOther()
+{
+    constexpr auto path = u"C:\\other.dll";
+    RegisterClient(u"Other", path);
+    Platform.SetFile(path, MakePeImage(true, {"MAPIInitialize", "MAPILogonEx"}));
+    TFakeModule& other = Platform.AddModule(path);
+    other.Exports = Module().Exports;
+    return other;
 }
 
 TScriptedClientTest::~TScriptedClientTest()
@@ -81,104 +107,6 @@ TScriptedClientTest::~TScriptedClientTest()
     EXPECT_EQ(Platform.OpenModules(), 0);
 }
 
-// ---- TScriptedAddressBook
-
-mapi::HRESULT TScriptedAddressBook::OpenEntry(mapi::ULONG, mapi::LPENTRYID, mapi::LPCIID, mapi::ULONG, mapi::ULONG*,
-                                              mapi::LPUNKNOWN*)
-{
-    return mapi::MAPI_E_NO_SUPPORT;
-}
-
-mapi::HRESULT TScriptedAddressBook::CompareEntryIDs(mapi::ULONG, mapi::LPENTRYID, mapi::ULONG, mapi::LPENTRYID,
-                                                    mapi::ULONG, mapi::ULONG*)
-{
-    return mapi::MAPI_E_NO_SUPPORT;
-}
-
-mapi::HRESULT TScriptedAddressBook::Advise(mapi::ULONG, mapi::LPENTRYID, mapi::ULONG, mapi::LPMAPIADVISESINK,
-                                           mapi::ULONG_PTR*)
-{
-    return mapi::MAPI_E_NO_SUPPORT;
-}
-
-mapi::HRESULT TScriptedAddressBook::Unadvise(mapi::ULONG_PTR)
-{
-    return mapi::MAPI_E_NO_SUPPORT;
-}
-
-mapi::HRESULT TScriptedAddressBook::CreateOneOff(mapi::LPTSTR, mapi::LPTSTR, mapi::LPTSTR, mapi::ULONG, mapi::ULONG*,
-                                                 mapi::LPENTRYID*)
-{
-    return mapi::MAPI_E_NO_SUPPORT;
-}
-
-mapi::HRESULT TScriptedAddressBook::NewEntry(mapi::ULONG_PTR, mapi::ULONG, mapi::ULONG, mapi::LPENTRYID, mapi::ULONG,
-                                             mapi::LPENTRYID, mapi::ULONG*, mapi::LPENTRYID*)
-{
-    return mapi::MAPI_E_NO_SUPPORT;
-}
-
-mapi::HRESULT TScriptedAddressBook::ResolveName(mapi::ULONG_PTR, mapi::ULONG, mapi::LPTSTR, mapi::LPADRLIST)
-{
-    return mapi::MAPI_E_NO_SUPPORT;
-}
-
-mapi::HRESULT TScriptedAddressBook::Address(mapi::ULONG_PTR*, mapi::LPADRPARM, mapi::LPADRLIST*)
-{
-    return mapi::MAPI_E_NO_SUPPORT;
-}
-
-mapi::HRESULT TScriptedAddressBook::Details(mapi::ULONG_PTR*, mapi::LPFNDISMISS, mapi::LPVOID, mapi::ULONG,
-                                            mapi::LPENTRYID, mapi::LPFNBUTTON, mapi::LPVOID, mapi::LPTSTR, mapi::ULONG)
-{
-    return mapi::MAPI_E_NO_SUPPORT;
-}
-
-mapi::HRESULT TScriptedAddressBook::RecipOptions(mapi::ULONG_PTR, mapi::ULONG, mapi::LPADRENTRY)
-{
-    return mapi::MAPI_E_NO_SUPPORT;
-}
-
-mapi::HRESULT TScriptedAddressBook::QueryDefaultRecipOpt(mapi::LPTSTR, mapi::ULONG, mapi::ULONG*, mapi::LPSPropValue*)
-{
-    return mapi::MAPI_E_NO_SUPPORT;
-}
-
-mapi::HRESULT TScriptedAddressBook::GetPAB(mapi::ULONG*, mapi::LPENTRYID*)
-{
-    return mapi::MAPI_E_NO_SUPPORT;
-}
-
-mapi::HRESULT TScriptedAddressBook::SetPAB(mapi::ULONG, mapi::LPENTRYID)
-{
-    return mapi::MAPI_E_NO_SUPPORT;
-}
-
-mapi::HRESULT TScriptedAddressBook::GetDefaultDir(mapi::ULONG*, mapi::LPENTRYID*)
-{
-    return mapi::MAPI_E_NO_SUPPORT;
-}
-
-mapi::HRESULT TScriptedAddressBook::SetDefaultDir(mapi::ULONG, mapi::LPENTRYID)
-{
-    return mapi::MAPI_E_NO_SUPPORT;
-}
-
-mapi::HRESULT TScriptedAddressBook::GetSearchPath(mapi::ULONG, mapi::LPSRowSet*)
-{
-    return mapi::MAPI_E_NO_SUPPORT;
-}
-
-mapi::HRESULT TScriptedAddressBook::SetSearchPath(mapi::ULONG, mapi::LPSRowSet)
-{
-    return mapi::MAPI_E_NO_SUPPORT;
-}
-
-mapi::HRESULT TScriptedAddressBook::PrepareRecips(mapi::ULONG, mapi::LPSPropTagArray, mapi::LPADRLIST)
-{
-    return mapi::MAPI_E_NO_SUPPORT;
-}
-
 // ---- TScriptedMAPISession
 
 TScriptedMAPISession::TScriptedMAPISession(TCallsRef calls)
@@ -186,9 +114,9 @@ TScriptedMAPISession::TScriptedMAPISession(TCallsRef calls)
       Status(new TScriptedTable(calls)), Sections(calls), FCalls(std::move(calls))
 {}
 
-mapi::HRESULT TScriptedMAPISession::GetLastError(mapi::HRESULT, mapi::ULONG, mapi::LPMAPIERROR* error)
+mapi::HRESULT TScriptedMAPISession::GetLastError(mapi::HRESULT, mapi::ULONG flags, mapi::LPMAPIERROR* error)
 {
-    *error = nullptr;
+    *error = ErrorRecord(Error, u"Client", flags);
     return mapi::S_OK;
 }
 
@@ -263,7 +191,7 @@ mapi::HRESULT TScriptedMAPISession::CompareEntryIDs(mapi::ULONG size1, mapi::LPE
             FCalls->Enter("CompareEntryIDs", HexOf(size1, id1) + "," + HexOf(size2, id2) + "," + Hex(flags)))
         return *failure;
     *result = 1; // a provider may call identifiers of different bytes the same
-    return mapi::S_OK;
+    return Done("CompareEntryIDs");
 }
 
 mapi::HRESULT TScriptedMAPISession::Advise(mapi::ULONG size, mapi::LPENTRYID id, mapi::ULONG mask,
@@ -306,7 +234,7 @@ mapi::HRESULT TScriptedMAPISession::QueryIdentity(mapi::ULONG* size, mapi::LPENT
     *size = static_cast<mapi::ULONG>(Identity.size());
     *id = static_cast<mapi::LPENTRYID>(TScriptedAllocator::Allocate(*size));
     std::memcpy(*id, Identity.data(), Identity.size());
-    return mapi::S_OK;
+    return Done("QueryIdentity");
 }
 
 mapi::HRESULT TScriptedMAPISession::Logoff(mapi::ULONG_PTR window, mapi::ULONG flags, mapi::ULONG)
@@ -314,9 +242,10 @@ mapi::HRESULT TScriptedMAPISession::Logoff(mapi::ULONG_PTR window, mapi::ULONG f
     return FCalls->Enter("Logoff", std::to_string(window) + "," + Hex(flags)).value_or(mapi::S_OK);
 }
 
-mapi::HRESULT TScriptedMAPISession::SetDefaultStore(mapi::ULONG, mapi::ULONG, mapi::LPENTRYID)
+mapi::HRESULT TScriptedMAPISession::SetDefaultStore(mapi::ULONG flags, mapi::ULONG size, mapi::LPENTRYID id)
 {
-    return mapi::MAPI_E_NO_SUPPORT;
+    return Done("SetDefaultStore",
+                FCalls->Enter("SetDefaultStore", HexOf(size, id) + "," + Hex(flags)).value_or(mapi::S_OK));
 }
 
 mapi::HRESULT TScriptedMAPISession::AdminServices(mapi::ULONG flags, mapi::LPSERVICEADMIN* admin)

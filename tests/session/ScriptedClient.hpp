@@ -14,6 +14,17 @@ namespace deftmapi::test
 
 class TScriptedMAPISession;
 
+/// A sink that does nothing; tests override what they need.
+class TQuietSessionSink : public TKwAutoIntfObject, public virtual IKwMAPISessionDEvents
+{
+public:
+    void BeforeLogon(IKwMAPISession&) override {}
+    void AfterLogon(IKwMAPISession&) override {}
+    void BeforeLogoff(IKwMAPISession&) override {}
+    void AfterLogoff(IKwMAPISession&) override {}
+    void OutlookFlushQueus(IKwMAPISession&, mapi::ULONG) override {}
+};
+
 /// A platform on which the client "TestMail" is registered; its library logs on to a scripted session. Ends with the
 /// library unloaded.
 class TScriptedClientTest : public TLeakChecked
@@ -27,10 +38,15 @@ protected:
 
     [[nodiscard]] TFakeModule& Module() { return Platform.AddModule(DllName); }
     [[nodiscard]] std::string Take() { return Calls->Take(); }
+    /// Registers a client of that name whose library is at that place.
+    void RegisterClient(const WideString& name, const WideString& path = DllName);
+    /// A second client, "Other", with a library of its own (C:\\other.dll) that can do the same.
+    TFakeModule& AddOther();
 
     TCallsRef Calls;
     TTestPlatform Platform;
-    TKwComPtr<TScriptedMAPISession> Client; ///< what MAPILogonEx gives out
+    TKwComPtr<TScriptedMAPISession> Client;  ///< what MAPILogonEx gives out
+    TKwComPtr<TScriptedProfAdmin> ProfAdmin; ///< what MAPIAdminProfiles gives out
 
 private:
     TKwPlatformOverride FOverride{Platform};
@@ -44,32 +60,53 @@ public:
         : TScriptedPropOf(std::move(calls), {mapi::IID_IAddrBook, mapi::IID_IMAPIProp}, "book.")
     {}
 
-    mapi::HRESULT DEFTMAPI_STDCALL OpenEntry(mapi::ULONG, mapi::LPENTRYID, mapi::LPCIID, mapi::ULONG, mapi::ULONG*,
-                                             mapi::LPUNKNOWN*) override;
-    mapi::HRESULT DEFTMAPI_STDCALL CompareEntryIDs(mapi::ULONG, mapi::LPENTRYID, mapi::ULONG, mapi::LPENTRYID,
-                                                   mapi::ULONG, mapi::ULONG*) override;
-    mapi::HRESULT DEFTMAPI_STDCALL Advise(mapi::ULONG, mapi::LPENTRYID, mapi::ULONG, mapi::LPMAPIADVISESINK,
-                                          mapi::ULONG_PTR*) override;
-    mapi::HRESULT DEFTMAPI_STDCALL Unadvise(mapi::ULONG_PTR) override;
-    mapi::HRESULT DEFTMAPI_STDCALL CreateOneOff(mapi::LPTSTR, mapi::LPTSTR, mapi::LPTSTR, mapi::ULONG, mapi::ULONG*,
-                                                mapi::LPENTRYID*) override;
-    mapi::HRESULT DEFTMAPI_STDCALL NewEntry(mapi::ULONG_PTR, mapi::ULONG, mapi::ULONG, mapi::LPENTRYID, mapi::ULONG,
-                                            mapi::LPENTRYID, mapi::ULONG*, mapi::LPENTRYID*) override;
-    mapi::HRESULT DEFTMAPI_STDCALL ResolveName(mapi::ULONG_PTR, mapi::ULONG, mapi::LPTSTR, mapi::LPADRLIST) override;
-    mapi::HRESULT DEFTMAPI_STDCALL Address(mapi::ULONG_PTR*, mapi::LPADRPARM, mapi::LPADRLIST*) override;
-    mapi::HRESULT DEFTMAPI_STDCALL Details(mapi::ULONG_PTR*, mapi::LPFNDISMISS, mapi::LPVOID, mapi::ULONG,
-                                           mapi::LPENTRYID, mapi::LPFNBUTTON, mapi::LPVOID, mapi::LPTSTR,
-                                           mapi::ULONG) override;
-    mapi::HRESULT DEFTMAPI_STDCALL RecipOptions(mapi::ULONG_PTR, mapi::ULONG, mapi::LPADRENTRY) override;
-    mapi::HRESULT DEFTMAPI_STDCALL QueryDefaultRecipOpt(mapi::LPTSTR, mapi::ULONG, mapi::ULONG*,
-                                                        mapi::LPSPropValue*) override;
-    mapi::HRESULT DEFTMAPI_STDCALL GetPAB(mapi::ULONG*, mapi::LPENTRYID*) override;
-    mapi::HRESULT DEFTMAPI_STDCALL SetPAB(mapi::ULONG, mapi::LPENTRYID) override;
-    mapi::HRESULT DEFTMAPI_STDCALL GetDefaultDir(mapi::ULONG*, mapi::LPENTRYID*) override;
-    mapi::HRESULT DEFTMAPI_STDCALL SetDefaultDir(mapi::ULONG, mapi::LPENTRYID) override;
-    mapi::HRESULT DEFTMAPI_STDCALL GetSearchPath(mapi::ULONG, mapi::LPSRowSet*) override;
-    mapi::HRESULT DEFTMAPI_STDCALL SetSearchPath(mapi::ULONG, mapi::LPSRowSet) override;
-    mapi::HRESULT DEFTMAPI_STDCALL PrepareRecips(mapi::ULONG, mapi::LPSPropTagArray, mapi::LPADRLIST) override;
+    using R = mapi::HRESULT;
+    static constexpr R No = mapi::MAPI_E_NO_SUPPORT;
+    R DEFTMAPI_STDCALL OpenEntry(mapi::ULONG, mapi::LPENTRYID, mapi::LPCIID, mapi::ULONG, mapi::ULONG*,
+                                 mapi::LPUNKNOWN*) override
+    {
+        return No;
+    }
+    R DEFTMAPI_STDCALL CompareEntryIDs(mapi::ULONG, mapi::LPENTRYID, mapi::ULONG, mapi::LPENTRYID, mapi::ULONG,
+                                       mapi::ULONG*) override
+    {
+        return No;
+    }
+    R DEFTMAPI_STDCALL Advise(mapi::ULONG, mapi::LPENTRYID, mapi::ULONG, mapi::LPMAPIADVISESINK,
+                              mapi::ULONG_PTR*) override
+    {
+        return No;
+    }
+    R DEFTMAPI_STDCALL Unadvise(mapi::ULONG_PTR) override { return No; }
+    R DEFTMAPI_STDCALL CreateOneOff(mapi::LPTSTR, mapi::LPTSTR, mapi::LPTSTR, mapi::ULONG, mapi::ULONG*,
+                                    mapi::LPENTRYID*) override
+    {
+        return No;
+    }
+    R DEFTMAPI_STDCALL NewEntry(mapi::ULONG_PTR, mapi::ULONG, mapi::ULONG, mapi::LPENTRYID, mapi::ULONG,
+                                mapi::LPENTRYID, mapi::ULONG*, mapi::LPENTRYID*) override
+    {
+        return No;
+    }
+    R DEFTMAPI_STDCALL ResolveName(mapi::ULONG_PTR, mapi::ULONG, mapi::LPTSTR, mapi::LPADRLIST) override { return No; }
+    R DEFTMAPI_STDCALL Address(mapi::ULONG_PTR*, mapi::LPADRPARM, mapi::LPADRLIST*) override { return No; }
+    R DEFTMAPI_STDCALL Details(mapi::ULONG_PTR*, mapi::LPFNDISMISS, mapi::LPVOID, mapi::ULONG, mapi::LPENTRYID,
+                               mapi::LPFNBUTTON, mapi::LPVOID, mapi::LPTSTR, mapi::ULONG) override
+    {
+        return No;
+    }
+    R DEFTMAPI_STDCALL RecipOptions(mapi::ULONG_PTR, mapi::ULONG, mapi::LPADRENTRY) override { return No; }
+    R DEFTMAPI_STDCALL QueryDefaultRecipOpt(mapi::LPTSTR, mapi::ULONG, mapi::ULONG*, mapi::LPSPropValue*) override
+    {
+        return No;
+    }
+    R DEFTMAPI_STDCALL GetPAB(mapi::ULONG*, mapi::LPENTRYID*) override { return No; }
+    R DEFTMAPI_STDCALL SetPAB(mapi::ULONG, mapi::LPENTRYID) override { return No; }
+    R DEFTMAPI_STDCALL GetDefaultDir(mapi::ULONG*, mapi::LPENTRYID*) override { return No; }
+    R DEFTMAPI_STDCALL SetDefaultDir(mapi::ULONG, mapi::LPENTRYID) override { return No; }
+    R DEFTMAPI_STDCALL GetSearchPath(mapi::ULONG, mapi::LPSRowSet*) override { return No; }
+    R DEFTMAPI_STDCALL SetSearchPath(mapi::ULONG, mapi::LPSRowSet) override { return No; }
+    R DEFTMAPI_STDCALL PrepareRecips(mapi::ULONG, mapi::LPSPropTagArray, mapi::LPADRLIST) override { return No; }
 };
 
 class TScriptedMAPISession final : public TScriptedUnknown<mapi::IMAPISession>
@@ -85,6 +122,7 @@ public:
     TScriptedSections Sections;
     std::map<std::string, TScriptedStore::TEntry> Entries; ///< what OpenEntry gives, by the bytes of the identifier
     std::function<void(const std::string& method)> OnCall; ///< when a call has its result and is about to return
+    WideString Error;                                      ///< the text of the last failure
     std::string Identity;                                  ///< of the user; empty: no service supplies one
     TKwComPtr<mapi::IMAPIAdviseSink> Sink;                 ///< the one advised last, until it is unadvised
 

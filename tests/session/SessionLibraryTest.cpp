@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <future>
 #include <thread>
 
 namespace deftmapi::test
@@ -16,50 +17,21 @@ constexpr auto User = TKwRegistryRoot::rrCurrentUser;
 constexpr auto Machine = TKwRegistryRoot::rrLocalMachine;
 
 /// Runs when the session has logged off.
-class TAfterLogoff final : public TKwAutoIntfObject, public virtual IKwMAPISessionDEvents
+class TAfterLogoff final : public TQuietSessionSink
 {
 public:
     std::function<void()> Action;
-    void BeforeLogon(IKwMAPISession&) override {}
-    void AfterLogon(IKwMAPISession&) override {}
-    void BeforeLogoff(IKwMAPISession&) override {}
     void AfterLogoff(IKwMAPISession&) override { Action(); }
-    void OutlookFlushQueus(IKwMAPISession&, mapi::ULONG) override {}
 };
-
-TScriptedProfAdmin* CurrentAdmin = nullptr;
-
-mapi::HRESULT DEFTMAPI_STDCALL AdminProfiles(mapi::ULONG, mapi::LPPROFADMIN* admin)
-{
-    CurrentAdmin->AddRef();
-    *admin = CurrentAdmin;
-    return mapi::S_OK;
-}
 
 class TSessionLibraryTest : public TScriptedClientTest
 {
 protected:
-    TSessionLibraryTest() : Profiles(new TScriptedProfAdmin(Calls))
-    {
-        CurrentAdmin = Profiles.Get();
-        Module().Export("MAPIAdminProfiles", &AdminProfiles);
-    }
-    const TKwComPtr<TScriptedProfAdmin> Profiles;
-
     [[nodiscard]] static TKwRef<TSession> NewSession()
     {
         auto session = KwMake<TSession>();
         session->Set_MAPIClient(ClientName);
         return session;
-    }
-    /// A second client with a library of its own.
-    TFakeModule& AddOther()
-    {
-        Platform.SetValue(User, u"Software\\Clients\\Mail\\Other", u"DLLPathEx", u"C:\\other.dll");
-        Platform.SetFile(u"C:\\other.dll", MakePeImage(true, {"MAPIInitialize", "MAPILogonEx"}));
-        TFakeModule& other = Platform.AddModule(u"C:\\other.dll");
-        other.Exports = Module().Exports;
-        return other;
     }
     static mapi::ULONG Tell(mapi::IMAPIAdviseSink& sink)
     {
@@ -146,25 +118,58 @@ TEST_F(TSessionLibraryTest, ObjectsGoBeforeTheirLibrary)
     auto admin = owner->GetProfileAdmin();
     EXPECT_EQ(Catch([&] { other->MAPIUnload(); }).Message,
               "MAPI is still initialized!\r\nYou must first unitialize MAPI on all threads!");
-    EXPECT_EQ(admin->Get_MAPIOBJECT(), Profiles.Get()) << "what is refused changes nothing";
+    EXPECT_EQ(admin->Get_MAPIOBJECT(), ProfAdmin.Get()) << "what is refused changes nothing";
     other->MAPIUnitialize();
     other->MAPIUnload();
     EXPECT_EQ(admin->Get_MAPIOBJECT(), nullptr) << "whichever session unloads";
-    EXPECT_EQ(Profiles->RefCount(), 1u);
+    EXPECT_EQ(ProfAdmin->RefCount(), 1u);
 
     // A library that nobody has loaded in so many words goes with the last thread.
-    Platform.SetValue(User, u"Software\\Clients\\Mail\\Microsoft Outlook", u"DLLPathEx", DllName);
+    RegisterClient(u"Microsoft Outlook");
     KwMAPIInitialize(false, false, true, true);
     admin = owner->GetProfileAdmin();
     owner->MAPIUnitialize();
     EXPECT_FALSE(owner->MAPILoaded());
     EXPECT_EQ(admin->Get_MAPIOBJECT(), nullptr);
-    EXPECT_EQ(Profiles->RefCount(), 1u);
+    EXPECT_EQ(ProfAdmin->RefCount(), 1u);
 
     admin = owner->GetProfileAdmin();
     AddOther();
     other->Set_MAPIClient(u"Other");
     EXPECT_EQ(admin->Get_MAPIOBJECT(), nullptr) << "another client's library has taken its place";
+}
+
+TEST_F(TSessionLibraryTest, ALibraryInUseElsewhereIsNotReplaced)
+{
+    auto session = NewSession();
+    session->MAPIInitialize();
+    AddOther();
+    static_cast<void>(Take());
+    std::promise<void> initialized;
+    std::promise<void> leave;
+    std::thread elsewhere([&] {
+        KwMAPIInitialize(false, false, true, true);
+        initialized.set_value();
+        leave.get_future().wait();
+        KwMAPIUninitialize(false);
+    });
+    initialized.get_future().wait();
+    EXPECT_EQ(Catch([&] { session->Set_MAPIClient(u"Other"); }).Message,
+              "MAPI is still initialized!\r\nYou must first unitialize MAPI on all threads!");
+    EXPECT_TRUE(session->MAPIInitialized()) << "nothing has changed";
+    EXPECT_EQ(session->Get_MAPIClient(), ClientName);
+    EXPECT_EQ(Calls->Count("MAPIUninitialize"), 0u);
+    leave.set_value();
+    elsewhere.join();
+    session->Set_MAPIClient(u"Other");
+    EXPECT_EQ(KwCurrentMAPIDllFileName(), u"C:\\other.dll");
+    EXPECT_FALSE(session->MAPIInitialized());
+    // A library that goes with its last thread is gone before it is unloaded.
+    session->MAPIUnload();
+    RegisterClient(u"Microsoft Outlook");
+    KwMAPIInitialize(false, false, true, true);
+    session->Set_MAPIClient(u"Other");
+    EXPECT_EQ(KwCurrentMAPIDllFileName(), u"C:\\other.dll");
 }
 
 TEST_F(TSessionLibraryTest, AnotherClientWhoseLibraryDoesNotDo)
@@ -290,9 +295,19 @@ mapi::HRESULT DEFTMAPI_STDCALL OpenFormMgr(mapi::LPMAPISESSION session, mapi::IM
     return mapi::S_OK;
 }
 
+mapi::HRESULT DEFTMAPI_STDCALL OpenFormMgrAsTheSessionEnds(mapi::LPMAPISESSION session, mapi::IMAPIFormMgr** manager)
+{
+    const mapi::HRESULT hr = OpenFormMgr(session, manager);
+    mapi::NOTIFICATION end{};
+    end.ulEventType = mapi::fnevExtended;
+    const TKwComPtr<mapi::IMAPIAdviseSink> sink = dynamic_cast<TScriptedMAPISession&>(*session).Sink;
+    sink->OnNotify(1, &end);
+    return hr;
+}
+
 TEST_F(TSessionLibraryTest, OutlookHasAFormManager)
 {
-    Platform.SetValue(User, u"Software\\Clients\\Mail\\Microsoft OUTLOOK", u"DLLPathEx", DllName);
+    RegisterClient(u"Microsoft OUTLOOK");
     auto session = NewSession();
     session->Set_MAPIClient(u"Microsoft OUTLOOK");
     session->Logon();
@@ -305,6 +320,19 @@ TEST_F(TSessionLibraryTest, OutlookHasAFormManager)
     EXPECT_EQ(session->GetFormManager().Get(), forms.Get());
     EXPECT_EQ(AskedForForms, Client.Get());
     EXPECT_EQ(forms->RefCount(), 1u) << "what was given out has been released";
+
+    // Outlook as the system's default client does as well. The session ends in the middle of the call.
+    session->Logoff();
+    session->Set_MAPIClient(u"");
+    Platform.SetValue(User, u"Software\\Clients\\Mail", u"", u"Microsoft Outlook");
+    session->Get_LogonInfo()->Set_NewSession(false);
+    session->MAPIUnitialize();
+    session->MAPIUnload(); // forgets the entry point
+    Module().Export("MAPIOpenFormMgr", &OpenFormMgrAsTheSessionEnds);
+    session->Logon();
+    EXPECT_EQ(Catch([&] { static_cast<void>(session->GetFormManager()); }).Message,
+              "You must logon before you can execute GetFormManager!");
+    EXPECT_EQ(forms->RefCount(), 1u);
     CurrentForms = nullptr;
 }
 

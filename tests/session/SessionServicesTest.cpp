@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <sstream>
 #include <thread>
 
@@ -16,14 +17,10 @@ namespace
 
 constexpr auto GlobalSection = "13DBB0C8AA05101A9BB000AA002FC45A";
 
-class TFlushSink final : public TKwAutoIntfObject, public virtual IKwMAPISessionDEvents
+class TFlushSink final : public TQuietSessionSink
 {
 public:
     std::string Log;
-    void BeforeLogon(IKwMAPISession&) override {}
-    void AfterLogon(IKwMAPISession&) override {}
-    void BeforeLogoff(IKwMAPISession&) override {}
-    void AfterLogoff(IKwMAPISession&) override {}
     void OutlookFlushQueus(IKwMAPISession& session, mapi::ULONG flags) override
     {
         Log += (session.Get_Active() ? "active " : "inactive ") + Hex(flags);
@@ -45,11 +42,6 @@ protected:
     {
         Client->Services = TKwComPtr<TScriptedServiceAdmin>(new TScriptedServiceAdmin(Calls));
         Client->Services->Services->AddRow({TextValue(GetPropTag(PR_SERVICE_NAME_A), "MSEMS")});
-    }
-    /// A client of that name with the library of the test.
-    void RegisterClient(const WideString& name)
-    {
-        Platform.SetValue(TKwRegistryRoot::rrCurrentUser, u"Software\\Clients\\Mail\\" + name, u"DLLPathEx", DllName);
     }
     void AddStatusRow(std::int32_t type, std::string_view id, const char16_t* name = u"")
     {
@@ -174,6 +166,7 @@ TEST_F(TSessionServicesTest, FindingAsksEveryStoreAndSaysNo)
     EXPECT_TRUE(Session->FindEntry(StrToEntryID(u"02"), alReadOnly, found));
     EXPECT_NE(KwAs<IKwMAPIFolder>(found), nullptr);
     EXPECT_EQ(Calls->Count("OpenMsgStore"), 2u);
+    EXPECT_NE(Take().find("OpenMsgStore(0,0A,0x00000011)"), std::string::npos) << "best access, and no dialog";
 
     EXPECT_FALSE(Session->FindEntry(StrToEntryID(u"77"), alReadOnly, found));
     EXPECT_EQ(found, nullptr);
@@ -403,6 +396,9 @@ TEST_F(TSessionServicesTest, OutlookFlushesThroughItself)
 
     Session->Set_MAPIClient(u"MICROSOFT Outlook");
     EXPECT_EQ(flush(), "active 0x00000007");
+    Session->Set_MAPIClient(u"");
+    Platform.SetValue(TKwRegistryRoot::rrCurrentUser, u"Software\\Clients\\Mail", u"", u"microsoft Outlook");
+    EXPECT_EQ(flush(), "active 0x00000007") << "the system's default client";
     Session->Get_LogonInfo()->Set_NTService(true);
     EXPECT_EQ(flush(), "") << "a service has nobody to do it";
     Session->Get_LogonInfo()->Set_Shared(true);
@@ -463,6 +459,34 @@ TEST_F(TSessionServicesTest, WhatOnlyOthersOffer)
     EXPECT_EQ(Catch([&] { static_cast<void>(Session->OpenAddressBook()); }).ClassName, "EMAPI_NO_SUPPORT");
     EXPECT_EQ(Session->RegisterProp(u"PR_OF_THIS_TEST", std::uint16_t(0x6FD7), mapi::PT_LONG),
               GetProp(0x6FD70003, true).Hash);
+}
+
+TEST_F(TSessionServicesTest, ListsDefinitionsAndMemory)
+{
+    const auto ids = Session->CreateEntryIDList();
+    ids->Add(StrToEntryID(u"0A"));
+    EXPECT_EQ(ids->Get_Count(), 1);
+    EXPECT_NE(Session->CreateEntryIDList(), ids) << "a new one each time";
+    const auto props = Session->CreatePropList();
+    props->Add(PR_SUBJECT);
+    EXPECT_EQ(props->Get_Count(), 1);
+    const auto values = Session->CreateValueList();
+    values->Add(TKwVariant(7));
+    EXPECT_EQ(values->Get_Count(), 1);
+
+    constexpr mapi::GUID set{0x11223344, 0x5566, 0x7788, {1, 2, 3, 4, 5, 6, 7, 8}};
+    const TKwMAPIPropDef named = Session->RegisterProp(u"NPR_NAMED_OF_THIS_TEST", set, u"Colour", mapi::PT_UNICODE);
+    EXPECT_EQ(GetProp(set, u"Colour", mapi::PT_UNICODE, true).Hash, named);
+    const TKwMAPIPropDef numbered = Session->RegisterProp(u"NPR_NUMBER_OF_THIS_TEST", set, 0x8123u, mapi::PT_LONG);
+    EXPECT_EQ(GetProp(set, 0x8123u, mapi::PT_LONG, true).Hash, numbered);
+
+    Logon();
+    void* buffer = Session->AllocateBuffer(16);
+    std::memset(Session->AllocateMore(1000, buffer), 1, 1000);
+    EXPECT_EQ(TScriptedAllocator::Live(), 1u);
+    Session->FreeBuffer(buffer);
+    Session->FreeBuffer(nullptr);
+    EXPECT_EQ(TScriptedAllocator::Live(), 0u);
 }
 
 // ---- Sessions side by side
@@ -572,6 +596,44 @@ TEST(StreamAdapter, ReadsWritesAndSeeksLikeAFile)
     EXPECT_EQ(stream->Read(buffer, 16, &done), mapi::S_FALSE) << "the end is no failure, even where streams throw";
     EXPECT_EQ(done, 12u);
     EXPECT_EQ(stream->SetSize(all), mapi::STG_E_INVALIDFUNCTION);
+}
+
+TEST(StreamAdapter, WhatItCannotDoItSays)
+{
+    const auto stream = TKwMAPIStreamAdapter::Create(std::make_shared<std::stringstream>("0123"));
+    char buffer[4] = {};
+    mapi::ULONG done = 9;
+    EXPECT_EQ(stream->Read(nullptr, 1, &done), mapi::STG_E_INVALIDPOINTER);
+    EXPECT_EQ(done, 0u);
+    done = 9;
+    EXPECT_EQ(stream->Write(nullptr, 1, &done), mapi::STG_E_INVALIDPOINTER);
+    EXPECT_EQ(done, 0u);
+    EXPECT_EQ(stream->Stat(nullptr, 0), mapi::STG_E_INVALIDPOINTER);
+    EXPECT_EQ(stream->Read(buffer, 4, nullptr), mapi::S_OK) << "nobody needs to know how much";
+    EXPECT_EQ(stream->Revert(), mapi::STG_E_INVALIDFUNCTION);
+    EXPECT_EQ(stream->LockRegion({}, {}, 1), mapi::STG_E_INVALIDFUNCTION);
+    EXPECT_EQ(stream->UnlockRegion({}, {}, 1), mapi::STG_E_INVALIDFUNCTION);
+    mapi::IStream* clone = stream.Get();
+    EXPECT_EQ(stream->Clone(&clone), mapi::STG_E_INVALIDFUNCTION);
+    EXPECT_EQ(clone, nullptr);
+
+    // Commit flushes, and tells what became of it.
+    struct TBuffer final : std::stringbuf
+    {
+        int Flushed = 0;
+        bool Full = false;
+        int sync() override
+        {
+            ++Flushed;
+            return Full ? -1 : 0;
+        }
+    } bytes;
+    const auto flushed = TKwMAPIStreamAdapter::Create(std::make_shared<std::iostream>(&bytes));
+    const int before = bytes.Flushed;
+    EXPECT_EQ(flushed->Commit(0), mapi::S_OK);
+    EXPECT_GT(bytes.Flushed, before);
+    bytes.Full = true;
+    EXPECT_EQ(flushed->Commit(0), mapi::STG_E_WRITEFAULT);
 }
 
 } // namespace

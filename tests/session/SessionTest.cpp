@@ -144,6 +144,33 @@ TEST_F(TSessionTest, StepsOfLogonAndLogoff)
     EXPECT_EQ(Calls->Count("MAPIInitialize"), 0u);
 }
 
+TEST_F(TSessionTest, TheWindowIsThatOfTheLogonUnlessAnotherIsSet)
+{
+    const auto window = [&] {
+        static_cast<void>(Take());
+        static_cast<void>(Session->OpenMsgStore(StrToEntryID(u"0A"), alReadOnly));
+        const std::string first = Calls->Lines().front();
+        EXPECT_EQ("OpenMsgStore(" + std::to_string(Session->GetParentWindow()) + ",0A,0x00000000)", first);
+        return Session->GetParentWindow();
+    };
+    SetAppHandle(11);
+    EXPECT_EQ(Session->Get_AppHandle(), 11u);
+    EXPECT_EQ(Session->GetParentWindow(), 11u);
+    EXPECT_EQ(Session->Get_ParentWindow(), 0u) << "none is set";
+    Session->Logon();
+    SetAppHandle(12);
+    EXPECT_EQ(window(), 11u) << "fetched at logon";
+    Session->Set_ParentWindow(5);
+    EXPECT_EQ(window(), 5u);
+    EXPECT_EQ(Session->Get_ParentWindow(), 5u);
+    Session->Logoff();
+    EXPECT_EQ(Calls->Count("Logoff"), 1u);
+    EXPECT_NE(Take().find("\nLogoff(5,"), std::string::npos);
+    Session->Set_ParentWindow(0);
+    EXPECT_EQ(Session->GetParentWindow(), 12u);
+    SetAppHandle(0);
+}
+
 TEST_F(TSessionTest, EverythingOfTheSessionIsInactiveAfterLogoff)
 {
     LogonQuietly();
@@ -203,6 +230,43 @@ TEST_F(TSessionTest, AnExceptionOfAnEventSinkEndsTheLogon)
     Session->DEventConnect(Events, false);
     Session->Logon();
     EXPECT_TRUE(Session->Get_Active());
+}
+
+TEST_F(TSessionTest, ASinkThatRaisesTakesNoEventFromTheOthers)
+{
+    const auto last = KwMake<TEventSink>(Calls);
+    const auto second = KwMake<TEventSink>(Calls);
+    Session->DEventConnect(second, true);
+    Session->DEventConnect(last, true);
+    std::string raises;
+    std::string told;
+    const auto raise = [&](const char16_t* text) {
+        return [&raises, text](const std::string& event, IKwMAPISession&) {
+            if (event == raises)
+                throw EKwException(text, 1);
+        };
+    };
+    Events->OnEvent = raise(u"first");
+    second->OnEvent = raise(u"second");
+    last->OnEvent = [&](const std::string& event, IKwMAPISession&) {
+        told += event + ";";
+        EXPECT_TRUE(Session->Get_ExecutingEvents()) << event;
+    };
+    for (const char* event : {"BeforeLogon", "AfterLogon", "BeforeLogoff", "AfterLogoff"}) {
+        raises = event;
+        told.clear();
+        const TCaught caught = Catch([&] {
+            Session->Logon();
+            Session->Logoff();
+        });
+        EXPECT_EQ(caught.Message, "first") << event;
+        EXPECT_NE(told.find(raises + ";"), std::string::npos) << told;
+        EXPECT_FALSE(Session->Get_Active());
+        EXPECT_FALSE(Session->Get_ExecutingEvents());
+        EXPECT_EQ(Client->RefCount(), 1u);
+    }
+    for (const auto& sink : {Events, second, last})
+        sink->OnEvent = nullptr;
 }
 
 TEST_F(TSessionTest, AFailedLogonTakesAlongWhatASinkHadOpened)
@@ -344,6 +408,44 @@ TEST_F(TSessionTest, ALogoffDuringTheLogonIsDoneAtItsEnd)
     EXPECT_TRUE(Session->Get_Active());
 }
 
+TEST_F(TSessionTest, ALogoffOfALogonThatASinkMadeInALogoffIsDoneAtItsEnd)
+{
+    // Asked for by a sink of that logon, or when it is done.
+    for (const bool inLogon : {true, false}) {
+        int logons = 0;
+        Events->OnEvent = [&](const std::string& event, IKwMAPISession& session) {
+            if (event == "AfterLogoff" && ++logons < 3) {
+                session.Logon();
+                EXPECT_TRUE(session.Get_Active());
+                if (!inLogon)
+                    session.Logoff();
+            }
+            if ((event == "AfterLogon" && logons > 0 && inLogon) || event == "BeforeLogoff")
+                session.Logoff();
+        };
+        Session->Logon();
+        static_cast<void>(Take());
+        Session->Logoff();
+        EXPECT_FALSE(Session->Get_Active());
+        EXPECT_EQ(logons, 3);
+        EXPECT_EQ(Calls->Count("Logoff"), 3u);
+        EXPECT_EQ(Calls->Lines().back(), "AfterLogoff()");
+        EXPECT_EQ(Client->RefCount(), 1u);
+    }
+    // One that is wanted stays.
+    bool once = true;
+    Events->OnEvent = [&](const std::string& event, IKwMAPISession& session) {
+        if (event == "AfterLogoff" && std::exchange(once, false))
+            session.Logon();
+    };
+    Session->Logon();
+    Session->Logoff();
+    EXPECT_TRUE(Session->Get_Active());
+    Session->Logoff();
+    EXPECT_FALSE(Session->Get_Active());
+    Events->OnEvent = nullptr;
+}
+
 TEST_F(TSessionTest, ALogoffOnTheClientsThreadIsWaitedFor)
 {
     Session->Get_LogonInfo()->Set_NewSession(false);
@@ -375,7 +477,9 @@ TEST_F(TSessionTest, ACallInWhichTheSessionEndsGivesNothing)
     Client->AddressBook = TKwComPtr<mapi::IAddrBook>(new TScriptedAddressBook(Calls));
     Client->Sections.Add("13DBB0C8AA05101A9BB000AA002FC45A");
     Client->Entries["\x0A"] = {mapi::MAPI_STORE, TKwComPtr<mapi::IUnknown>(Client->Store.Get())};
+    Client->Identity = "\x0A";
     const TKwMAPIEntryID id = StrToEntryID(u"0A");
+    const TKwMAPIEntryID other = StrToEntryID(u"0B");
     TKwRef<IKwMAPIProp> found;
     const std::tuple<const char*, const char*, std::function<void()>> operations[] = {
         {"OpenMsgStore", "OpenMsgStore", [&] { static_cast<void>(Session->OpenMsgStore(id, alReadOnly)); }},
@@ -383,6 +487,9 @@ TEST_F(TSessionTest, ACallInWhichTheSessionEndsGivesNothing)
         {"GetStatusTable", "GetStatusTable", [&] { static_cast<void>(Session->GetStatusTable()); }},
         {"OpenEntry", "OpenEntry", [&] { static_cast<void>(Session->OpenEntry(id, alReadOnly)); }},
         {"OpenEntry", "OpenEntry", [&] { static_cast<void>(Session->FindEntry(id, alReadOnly, found)); }},
+        {"CompareEntryIDs", "CompareEntryIDs", [&] { static_cast<void>(Session->CompareEntryIDs(id, other)); }},
+        {"SetDefaultStore", "SetDefaultMsgStore", [&] { Session->SetDefaultMsgStore(id); }},
+        {"QueryIdentity", "QueryIdentity", [&] { static_cast<void>(Session->GetSessionInfo()->Get_Identity()); }},
         {"AdminServices", "GetAdminServices", [&] { static_cast<void>(Session->GetAdminServices()); }},
         {"OpenAddressBook", "OpenAddressBook", [&] { static_cast<void>(Session->OpenAddressBook()); }},
         {"OpenProfileSection", "OpenProfileSection", [&] {
@@ -439,10 +546,17 @@ TEST_F(TSessionTest, ConnectedToExchange)
     Session->Logoff();
     EXPECT_FALSE(Session->Get_ConnectedToExchange());
 
-    Platform.SetValue(TKwRegistryRoot::rrCurrentUser, u"Software\\Clients\\Mail\\exchangemapi", u"DLLPathEx", DllName);
+    RegisterClient(u"exchangemapi");
     Session->Set_MAPIClient(u"exchangemapi");
     LogonQuietly();
     EXPECT_TRUE(Session->Get_ConnectedToExchange());
+    EXPECT_EQ(Calls->Count("AdminServices"), 0u);
+    Session->Logoff();
+    Platform.SetValue(TKwRegistryRoot::rrCurrentUser, u"Software\\Clients\\Mail", u"", u"ExchangeMAPI");
+    Session->Set_MAPIClient(u"");
+    static_cast<void>(Take());
+    Session->Logon();
+    EXPECT_TRUE(Session->Get_ConnectedToExchange()) << "the system's default client";
     EXPECT_EQ(Calls->Count("AdminServices"), 0u);
 }
 
@@ -518,6 +632,7 @@ TEST_F(TSessionTest, StateErrors)
     const TKwMAPIEntryID id = StrToEntryID(u"0A");
     TKwMAPIObjectType type = otUnknown;
     TKwRef<IKwMAPIProp> found;
+    TKwComPtr<mapi::IUnknown> object;
     const std::pair<const char*, std::function<void()>> operations[] = {
         {"GetMsgStoresTable", [&] { static_cast<void>(Session->GetMsgStoresTable()); }},
         {"GetDefaultMsgStoreID", [&] { static_cast<void>(Session->GetDefaultMsgStoreID()); }},
@@ -526,6 +641,10 @@ TEST_F(TSessionTest, StateErrors)
         {"OpenEntry", [&] { static_cast<void>(Session->OpenEntry(id, alReadOnly)); }},
         {"OpenEntryEx", [&] { static_cast<void>(Session->OpenEntryEx(id, nullptr, 0, type)); }},
         {"FindEntry", [&] { Session->FindEntry(id, alReadOnly, found); }},
+        {"FindEntryEx", [&] { Session->FindEntryEx(id, nullptr, 0, type, object); }},
+        {"GetPublicFoldersMsgStoreID", [&] { static_cast<void>(Session->GetPublicFoldersMsgStoreID()); }},
+        {"OpenExchangeManageStore", [&] { static_cast<void>(Session->OpenExchangeManageStore()); }},
+        {"OpenOtherUsersMsgStore", [&] { static_cast<void>(Session->OpenOtherUsersMsgStore(u"x", alReadOnly)); }},
         {"CompareEntryIDs", [&] { static_cast<void>(Session->CompareEntryIDs(id, id)); }},
         {"OpenAddressBook", [&] { static_cast<void>(Session->OpenAddressBook()); }},
         {"GetStatusTable", [&] { static_cast<void>(Session->GetStatusTable()); }},
@@ -537,7 +656,13 @@ TEST_F(TSessionTest, StateErrors)
         EXPECT_EQ(Catch(operation),
                   Failure("EMAPI_NO_ACCESS", 0x80070005,
                           ("You must logon before you can execute " + std::string(name) + "!").c_str()));
-    EXPECT_EQ(Catch([&] { static_cast<void>(Session->OpenDefaultMsgStore(alReadOnly)); }).ClassName, "EMAPI_NO_ACCESS");
+    const std::pair<const char*, std::function<void()>> ofBoth[] = {
+        {"OpenDefaultMsgStore", [&] { static_cast<void>(Session->OpenDefaultMsgStore(alReadOnly)); }},
+        {"CreateMessage", [&] { static_cast<void>(Session->CreateMessage(ftInbox, u"")); }},
+        {"CreateMailMessage", [&] { static_cast<void>(Session->CreateMailMessage()); }},
+    };
+    for (const auto& [name, operation] : ofBoth)
+        EXPECT_EQ(Catch(operation).Message, "You must logon before you can execute " + std::string(name) + "!");
     EXPECT_EQ(Take(), "");
     // Simple MAPI has none of the others.
     Session->Get_LogonInfo()->Set_UseExtendedMAPI(false);
@@ -554,15 +679,48 @@ TEST_F(TSessionTest, StateErrors)
                       "TSession.SetMAPIClient failed, because the session is already active. Please logoff first!"));
 }
 
+TEST_F(TSessionTest, FailuresNameTheOperationAndTheClientsText)
+{
+    Client->Identity = "\x0A";
+    LogonQuietly();
+    const TKwMAPIEntryID id = StrToEntryID(u"0A");
+    const TKwMAPIEntryID section = StrToEntryID(KwGlobalProfileSection);
+    const std::tuple<const char*, const char*, std::function<void()>> operations[] = {
+        {"GetMsgStoresTable", "GetMsgStoresTable", [&] { static_cast<void>(Session->GetMsgStoresTable()); }},
+        {"OpenMsgStore", "OpenMsgStore", [&] { static_cast<void>(Session->OpenMsgStore(id, alReadOnly)); }},
+        {"SetDefaultStore", "SetDefaultStore", [&] { Session->SetDefaultMsgStore(id); }},
+        {"OpenEntry", "OpenEntry", [&] { static_cast<void>(Session->OpenEntry(id, alReadOnly)); }},
+        {"CompareEntryIDs", "CompareEntryIDs",
+         [&] { static_cast<void>(Session->CompareEntryIDs(id, StrToEntryID(u"0B"))); }},
+        {"OpenAddressBook", "OpenAddressBook", [&] { static_cast<void>(Session->OpenAddressBook()); }},
+        {"GetStatusTable", "GetStatusTable", [&] { static_cast<void>(Session->GetStatusTable()); }},
+        {"AdminServices", "GetAdminServices", [&] { static_cast<void>(Session->GetAdminServices()); }},
+        {"OpenProfileSection", "OpenProfileSection",
+         [&] { static_cast<void>(Session->OpenProfileSection(section, alReadOnly)); }},
+        {"QueryIdentity", "QueryIdentity", [&] { static_cast<void>(Session->GetSessionInfo()->Get_Identity()); }}};
+    for (const auto& [call, method, operation] : operations) {
+        Calls->Next(call, mapi::MAPI_E_NO_SUPPORT);
+        const TCaught caught = Catch(operation);
+        EXPECT_EQ(caught.ClassName, "EMAPI_NO_SUPPORT") << method;
+        EXPECT_TRUE(caught.Message.starts_with("TSession." + std::string(method) + " has raised the following"))
+            << caught.Message;
+    }
+    Client->Error = u"No line";
+    EXPECT_EQ(Catch([&] { Session->CheckLastError(u"OpenEntry", mapi::MAPI_E_NETWORK_ERROR); }),
+              Failure("EMAPI_NETWORK_ERROR", 0x80040115, "Component Client caused: No line (TSession.OpenEntry)"));
+    Session->Logoff();
+    EXPECT_NE(Catch([&] {
+                  Session->CheckLastError(u"OpenEntry", mapi::MAPI_E_NETWORK_ERROR);
+              }).Message.find("MAPI_E_NETWORK_ERROR"),
+              std::string::npos)
+        << "nobody is left to ask";
+}
+
 TEST_F(TSessionTest, AnotherClientReplacesTheLoadedLibrary)
 {
     LogonQuietly();
     Session->Logoff();
-    Platform.SetValue(TKwRegistryRoot::rrCurrentUser, u"Software\\Clients\\Mail\\Other", u"DLLPathEx",
-                      u"C:\\other.dll");
-    Platform.SetFile(u"C:\\other.dll", MakePeImage(true, {"MAPIInitialize", "MAPILogonEx"}));
-    TFakeModule& other = Platform.AddModule(u"C:\\other.dll");
-    other.Exports = Module().Exports;
+    AddOther();
     Session->Set_MAPIClient(u"Other");
     EXPECT_EQ(KwCurrentMAPIDllFileName(), u"C:\\other.dll");
     EXPECT_EQ(Module().Open(), 0);
@@ -629,6 +787,11 @@ TEST_F(TSessionTest, OpenMsgStore)
               "EMAPI_CORRUPT_STORE");
     EXPECT_EQ(Catch([&] { static_cast<void>(Session->OpenMsgStore(TKwNull{}, alReadOnly)); }).Message,
               "An invalid (empty) EntryID was specified!");
+    Session->Logoff();
+    Session->Get_LogonInfo()->Set_NTService(true);
+    LogonQuietly();
+    static_cast<void>(Session->OpenMsgStore(id, alReadOnly));
+    EXPECT_EQ(Calls->Lines().front(), "OpenMsgStore(0,0A0B,0x00000001)") << "nobody sees the dialogs of a service";
 }
 
 TEST_F(TSessionTest, CompareEntryIDsAsksTheClientUnlessOneIsEmpty)

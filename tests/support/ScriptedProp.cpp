@@ -90,8 +90,14 @@ mapi::HRESULT TScriptedBag::GetLastError(mapi::HRESULT result, mapi::ULONG flags
         return *scripted;
     if (EightBitOnly && (flags & mapi::MAPI_UNICODE) != 0)
         return mapi::MAPI_E_BAD_CHARWIDTH;
-    if (Error.empty())
-        return mapi::S_OK;
+    *error = ErrorRecord(Error, Component, flags);
+    return mapi::S_OK;
+}
+
+mapi::MAPIERROR* ErrorRecord(const WideString& error, const WideString& component, mapi::ULONG flags)
+{
+    if (error.empty())
+        return nullptr;
     auto* record = static_cast<mapi::MAPIERROR*>(TScriptedAllocator::Allocate(sizeof(mapi::MAPIERROR)));
     *record = {0, nullptr, nullptr, 7, 9};
     const auto put = [&](const WideString& text) -> void* {
@@ -102,10 +108,9 @@ mapi::HRESULT TScriptedBag::GetLastError(mapi::HRESULT result, mapi::ULONG flags
         std::memcpy(copy, wide ? static_cast<const void*>(text.c_str()) : narrow.c_str(), size);
         return copy;
     };
-    record->lpszError = put(Error);
-    record->lpszComponent = Component.empty() ? nullptr : put(Component);
-    *error = record;
-    return mapi::S_OK;
+    record->lpszError = put(error);
+    record->lpszComponent = component.empty() ? nullptr : put(component);
+    return record;
 }
 
 mapi::HRESULT TScriptedBag::SaveChanges(mapi::ULONG flags)

@@ -7,6 +7,9 @@
 namespace deftmapi::test
 {
 
+/// What GetLastError gives for these texts, in the width of the flags; null for an empty one.
+[[nodiscard]] mapi::MAPIERROR* ErrorRecord(const WideString& error, const WideString& component, mapi::ULONG flags);
+
 /// What an object keeps, and how it misbehaves when told to.
 class TScriptedBag
 {
