@@ -138,25 +138,13 @@ private:
     std::filesystem::path FFile;
 };
 
-WideString StoreDisplayName(StoreFile& store)
-{
-    WideString name;
-    Query query = store.Db().Prepare("SELECT props FROM store");
-    if (query.Step()) {
-        PropertyBag bag;
-        store.Unpack(query.Blob(0), bag);
-        name = bag.Text(tag::DisplayName);
-    }
-    return name;
-}
-
 /// Gives the store in the file another display name.
 void RenameStore(const std::filesystem::path& file, const Uid& uid, const WideString& name)
 {
     const StorePtr store = StoreFile::Open(file);
     if (store->Id() != uid)
         Fail(mapi::MAPI_E_NOT_FOUND, sReplaced);
-    if (StoreDisplayName(*store) == name)
+    if (store->DisplayName() == name)
         return;
     const auto object = OpenStoreObject(store, true, false);
     mapi::SPropValue value{};
@@ -544,7 +532,7 @@ StoreService::Store Profiles::FindStore(const std::filesystem::path& place, cons
     if (std::filesystem::exists(store.file)) {
         const StorePtr existing = StoreFile::Open(store.file);
         store.uid = existing->Id();
-        store.displayName = StoreDisplayName(*existing);
+        store.displayName = existing->DisplayName();
         return store;
     }
     MakePrivateFolder(store.file.parent_path());
@@ -600,13 +588,7 @@ void Profiles::SetStore(ProfileId profile, const Uid& service, const std::filesy
             return;
         // The store first: when it cannot be renamed the profile keeps the old name, too.
         RenameStore(current.store->file, current.store->uid, displayName);
-        // Other profiles, copies of this one say, may have the same store.
-        FDatabase
-            .Prepare("UPDATE services SET store_name = ?2 WHERE (store_uid, store_file) = "
-                     "(SELECT store_uid, store_file FROM services WHERE id = ?1)")
-            .Bind(1, current.row)
-            .BindText(2, PackText(displayName))
-            .Run();
+        StoreRenamed(current.row, displayName);
         Commit(transaction);
         return;
     }
@@ -621,6 +603,20 @@ void Profiles::SetStore(ProfileId profile, const Uid& service, const std::filesy
         RenameStore(store.file, store.uid, displayName);
     Commit(transaction);
     file.Keep();
+}
+
+void Profiles::StoreRenamed(std::int64_t service, const WideString& displayName)
+{
+    const std::lock_guard lock(FLock);
+    Transaction transaction(FDatabase);
+    // Other profiles, copies of this one say, may have the same store.
+    FDatabase
+        .Prepare("UPDATE services SET store_name = ?2 WHERE (store_uid, store_file) = "
+                 "(SELECT store_uid, store_file FROM services WHERE id = ?1)")
+        .Bind(1, service)
+        .BindText(2, PackText(displayName))
+        .Run();
+    Commit(transaction);
 }
 
 void Profiles::DeleteService(ProfileId profile, const Uid& service)

@@ -99,6 +99,9 @@ public:
     /// MAPI_E_COLLISION another service of the profile has this store; as CheckStoreFile
     void SetStore(ProfileId profile, const Uid& service, const std::filesystem::path& place,
                   const WideString& displayName);
+    /// The store of the service has another display name: all services that have the store show it. Nothing happens
+    /// when there is no such service any more. @param service  StoreService::row
+    void StoreRenamed(std::int64_t service, const WideString& displayName);
     /// Removes a service; the file of its store stays. The first of the others becomes the default store when this one
     /// was. @throws Failure  MAPI_E_NOT_FOUND
     void DeleteService(ProfileId profile, const Uid& service);

@@ -77,6 +77,17 @@ std::vector<Props> StoreRows(const std::vector<StoreService>& services)
     return rows;
 }
 
+/// Profiles have the name of a store for the tables of those who have not opened it. Where it cannot be written now the
+/// store is renamed and opened all the same, and the next one who opens it comes back to it.
+void NoteName(Profiles& profiles, std::int64_t service, const WideString& name)
+{
+    try {
+        profiles.StoreRenamed(service, name);
+    } catch (const Failure&) {
+        return;
+    }
+}
+
 /// The services of a profile as they are now; after it was deleted those that it had. Thread-safe.
 class ProfileServices
 {
@@ -311,6 +322,12 @@ Session::Opened Session::OpenFile(const Uid& store)
     StorePtr opened = StoreFile::Open(service.store->file);
     if (opened->Id() != store)
         Fail(mapi::MAPI_E_NOT_FOUND, sReplaced);
+    opened->OnRenamed = [profiles = FProfiles, row = service.row](const WideString& name) {
+        NoteName(*profiles, row, name);
+    };
+    // Somebody whose profiles are elsewhere may have renamed it.
+    if (const WideString name = opened->DisplayName(); name != service.store->displayName)
+        NoteName(*FProfiles, service.row, name);
     return {FStores.emplace(key, std::move(opened)).first->second, service.isDefault};
 }
 

@@ -143,6 +143,8 @@ protected:
         FStore->Db().Prepare("UPDATE store SET props = ?1").BindBlob(1, packed).Run();
         AddStoreModified(FStore->Db());
         transaction.Commit();
+        if (FStore->OnRenamed && std::find(ids.begin(), ids.end(), tag::DisplayName >> 16) != ids.end())
+            FStore->OnRenamed(FProps.Text(tag::DisplayName));
     }
     std::optional<Prop> Computed(ULONG id) override;
     std::vector<ULONG> ComputedTags() const override { return {std::begin(StoreTags), std::end(StoreTags)}; }

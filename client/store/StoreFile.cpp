@@ -135,6 +135,15 @@ void StoreFile::DropValue(std::int64_t valueId)
     value.Bind(1, valueId).Run();
 }
 
+WideString StoreFile::DisplayName()
+{
+    Query query = FDatabase.Prepare("SELECT props FROM store");
+    PropertyBag bag;
+    if (query.Step())
+        Unpack(query.Blob(0), bag);
+    return bag.Text(tag::DisplayName);
+}
+
 Bytes StoreFile::Pack(const LargeOwner& owner, const PropertyBag& bag, const std::function<bool(const Prop&)>& take,
                       bool isNew)
 {

@@ -11,6 +11,7 @@
 #include "client/store/SearchFolders.hpp"
 #include "client/store/StoreChanges.hpp"
 
+#include <functional>
 #include <memory>
 #include <mutex>
 
@@ -46,6 +47,10 @@ public:
     [[nodiscard]] const Uid& Id() const { return FId; }
     /// Whether both are connections to one file; a copy of a file has the same identifier.
     [[nodiscard]] bool IsSameFile(const StoreFile& other) const { return FUse.Key() == other.FUse.Key(); }
+    /// PR_DISPLAY_NAME of the store object.
+    [[nodiscard]] WideString DisplayName();
+    /// Told of each new display name when it is kept, under this file's lock: profiles have copies of it.
+    std::function<void(const WideString& name)> OnRenamed;
     /// The same store over another connection, for those who listen to it: it sees only what is durable. All who listen
     /// share it. REQUIRES: the lock is held.
     [[nodiscard]] std::shared_ptr<StoreFile> ForListeners();

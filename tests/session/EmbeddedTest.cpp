@@ -4,6 +4,10 @@
 
 #include <gtest/gtest.h>
 
+#include <fcntl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <future>
 #include <thread>
@@ -59,6 +63,31 @@ TEST_F(TEmbeddedSessionTest, TheEndOfASharedSessionArrivesOnTheClientsThread)
     Session->Logoff();
 }
 
+TEST_F(TEmbeddedSessionTest, TheLastLogonDecidesOnWhichThreadNotificationsArrive)
+{
+    Session->Logon();
+    std::thread([] {
+        const auto other = TSession::Create();
+        other->Get_LogonInfo()->Set_ProfileName(u"Test");
+        other->Logon();
+    }).join();
+    Session->Logoff(); // whose thread is not uninitialised in the client: the other one has been
+    const auto info = Session->Get_LogonInfo();
+    info->Set_MultiThreadedNotifications(true);
+    info->Set_Shared(true);
+    Session->Logon();
+    const auto sink = KwMake<TLastReference>();
+    sink->Session = TSession::Create();
+    sink->Session->Get_LogonInfo()->Set_MultiThreadedNotifications(true);
+    sink->Session->Get_LogonInfo()->Set_NewSession(false);
+    sink->Session->DEventConnect(sink, true);
+    sink->Session->Logon();
+    Session->Logoff();
+    auto ended = sink->Ended.get_future();
+    ASSERT_EQ(ended.wait_for(std::chrono::seconds(10)), std::future_status::ready);
+    EXPECT_NE(ended.get(), std::this_thread::get_id());
+}
+
 TEST_F(TEmbeddedSessionTest, ProfilesChangeTheirNamesPasswordsAndDefaultStores)
 {
     const auto profiles = Session->GetProfileAdmin();
@@ -85,6 +114,48 @@ TEST_F(TEmbeddedSessionTest, ProfilesChangeTheirNamesPasswordsAndDefaultStores)
     Session->SetDefaultMsgStore(TKwNull{});
     EXPECT_EQ(Catch([&] { static_cast<void>(Session->GetDefaultMsgStoreID()); }).Message,
               "Failed to determine the default messagestore!");
+}
+
+TEST_F(TEmbeddedSessionTest, AStoreIsRenamedWhereverItsNameIsShown)
+{
+    Session->GetProfileAdmin()->CopyProfile(u"Test", u"", u"Twin");
+    const auto store = OpenStore();
+    const auto stores = Session->GetMsgStoresTable();
+    EXPECT_EQ(Column(*stores, PR_DISPLAY_NAME), std::vector<std::string>{"Personal Folders"});
+    const auto rename = [](IKwMAPIMsgStore& which, const char16_t* name) {
+        which.PropByName(PR_DISPLAY_NAME)->Set_AsString(name);
+        which.SaveChanges();
+    };
+    rename(*store, u"Büro");
+    EXPECT_EQ(Column(*stores, PR_DISPLAY_NAME), std::vector<std::string>{"Büro"}) << "a table that is open";
+    const auto status = Column(*Session->GetStatusTable(), PR_DISPLAY_NAME);
+    EXPECT_NE(std::find(status.begin(), status.end(), "Büro"), status.end());
+    Session->Logoff();
+    Session->Get_LogonInfo()->Set_ProfileName(u"Twin");
+    Session->Get_LogonInfo()->Set_ProfileRequired(true);
+    Session->Logon();
+    EXPECT_EQ(Column(*Session->GetMsgStoresTable(), PR_DISPLAY_NAME), std::vector<std::string>{"Büro"});
+    Session->Logoff();
+
+    // By a profile of another data folder: it is seen when the store is opened.
+    std::filesystem::path file;
+    for (const auto& entry : std::filesystem::directory_iterator(Home / "stores"))
+        if (entry.path().extension() == ".db")
+            file = entry.path();
+    setenv("DEFTMAPI_HOME", (Home / "other").c_str(), 1);
+    Session->GetProfileAdmin()->CreateProfile(u"Twin", u"", false);
+    Session->Logon();
+    const auto services = Session->GetAdminServices();
+    const auto settings = Session->CreatePropValueList();
+    settings->AddValue(PR_PST_PATH, file.u16string());
+    services->ConfigureMsgService(services->CreateMsgService(u"DEFTSTORE", u"", false), {}, *settings);
+    rename(*Session->OpenDefaultMsgStore(alReadWrite), u"Anderswo");
+    Session->Logoff();
+    setenv("DEFTMAPI_HOME", Home.c_str(), 1);
+    Session->Logon();
+    EXPECT_EQ(Column(*Session->GetMsgStoresTable(), PR_DISPLAY_NAME), std::vector<std::string>{"Büro"});
+    static_cast<void>(Session->OpenDefaultMsgStore(alReadOnly));
+    EXPECT_EQ(Column(*Session->GetMsgStoresTable(), PR_DISPLAY_NAME), std::vector<std::string>{"Anderswo"});
 }
 
 TEST_F(TEmbeddedSessionTest, Profiles)
@@ -126,6 +197,50 @@ TEST_F(TEmbeddedSessionTest, LogonByName)
     EXPECT_FALSE(stores->Get_EOF());
 }
 
+TEST_F(TEmbeddedSessionTest, AProfileFileThatCannotBeUsedSaysWhy)
+{
+    const auto database = Home / "profiles.db";
+    {
+        // As another process locks it, in the bytes that SQLite's file format names for that.
+        int ready[2];
+        int leave[2];
+        ASSERT_TRUE(::pipe(ready) == 0 && ::pipe(leave) == 0);
+        const ::pid_t process = ::fork();
+        if (process == 0) {
+            const int file = ::open(database.c_str(), O_RDWR);
+            struct ::flock lock
+            {};
+            lock.l_type = F_WRLCK;
+            lock.l_whence = SEEK_SET;
+            lock.l_start = 0x40000000;
+            lock.l_len = 512;
+            char byte = ::fcntl(file, F_SETLK, &lock) == 0 ? 'y' : 'n';
+            ::close(leave[1]);
+            static_cast<void>(!::write(ready[1], &byte, 1));
+            static_cast<void>(!::read(leave[0], &byte, 1)); // until the test closes it
+            ::_exit(0);
+        }
+        char byte = 0;
+        ASSERT_EQ(::read(ready[0], &byte, 1), 1);
+        EXPECT_EQ(byte, 'y');
+        EXPECT_EQ(Catch([&] { Session->Logon(); }).ClassName, "EMAPI_TIMEOUT") << "ShortTimeOut: after three seconds";
+        EXPECT_FALSE(Session->Get_Active());
+        ::close(leave[1]);
+        ::waitpid(process, nullptr, 0);
+        for (const int end : {ready[0], ready[1], leave[0]})
+            ::close(end);
+    }
+    Session->Logon();
+    Session->Logoff();
+    {
+        std::fstream file(database, std::ios::binary | std::ios::in | std::ios::out);
+        file.seekp(60); // where the file's header has the version of its program
+        file.write("\0\0\0\x63", 4);
+    }
+    EXPECT_EQ(Catch([&] { Session->Logon(); }).ClassName, "EMAPI_VERSION");
+    EXPECT_FALSE(Session->Get_Active());
+}
+
 TEST_F(TEmbeddedSessionTest, ServicesSectionsAndStatus)
 {
     Session->Logon();
@@ -152,6 +267,18 @@ TEST_F(TEmbeddedSessionTest, ServicesSectionsAndStatus)
     EXPECT_NE(refused.Message.find("(.pst) cannot be opened by this client"), std::string::npos) << refused.Message;
     EXPECT_EQ(Column(*services->GetMsgServiceTable(), PR_DISPLAY_NAME).size(), 2u) << "nothing is left of it";
     EXPECT_EQ(services->OpenProfileSection(second, alReadWrite)->Get_AccessLevel(), alReadWrite);
+    const auto providers = services->GetProviderTable();
+    providers->Get_Fields()->Add(PR_PROVIDER_UID);
+    providers->Last();
+    const TKwMAPIEntryID provider = providers->GetFieldValue(PR_PROVIDER_UID);
+    const auto section = services->OpenProviderProfileSection(provider, alReadWrite);
+    section->PropByName(PR_COMMENT)->Set_AsString(u"of the provider");
+    section->SaveChanges();
+    EXPECT_EQ(services->OpenProviderProfileSection(provider, alReadOnly)->PropByName(PR_COMMENT)->Get_AsString(),
+              u"of the provider");
+    EXPECT_EQ(Catch([&] { static_cast<void>(services->OpenProviderProfileSection(second, alReadOnly)); }).ClassName,
+              "EMAPI_NOT_FOUND")
+        << "a service is no provider";
 
     // By another logon, and without one.
     Session->Logoff();
@@ -175,6 +302,15 @@ TEST_F(TEmbeddedSessionTest, EntriesAreFoundByTheirIdentifier)
     }
     const auto mail = Session->CreateMailMessage();
     EXPECT_EQ(mail->Get_MessageClass(), u"IPM.Note");
+    EXPECT_EQ(Session->CreateMessage(ftContact, u"")->Get_MessageClass(), u"IPM.Contact");
+    const auto task = Session->CreateMessage(ftTask, u"IPM.Task.Mine");
+    task->SaveChanges();
+    EXPECT_EQ(task->Get_MessageClass(), u"IPM.Task.Mine");
+    EXPECT_EQ(Session->OpenDefaultMsgStore(alReadOnly)
+                  ->OpenFolderByType(ftTask, alReadOnly)
+                  ->GetContentsTable()
+                  ->Get_RowCount(),
+              1);
     EXPECT_EQ(KwAs<IKwMAPIMessage>(Session->OpenEntry(id, alReadOnly))->Get_Subject(), u"Found");
     TKwRef<IKwMAPIProp> found;
     EXPECT_TRUE(Session->FindEntry(id, alBestAccess, found));
