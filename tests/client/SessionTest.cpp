@@ -501,7 +501,7 @@ TEST_F(SessionTest, ACallThatTellsItsProgressUsesTheSessionWhileOthersOpenItsSto
     auto session = LogOnTo(u"p");
     const Bytes id = Stores(*session).at(0).id;
     auto store = OpenStore(*session, id);
-    const Bytes drafts = Get(*store, tag::IpmOutbox).Blob();
+    const Bytes outbox = Get(*store, tag::IpmOutbox).Blob();
     const auto open = [&](const Bytes& entry) {
         ULONG type = 0;
         Ptr<IUnknown> object;
@@ -510,15 +510,21 @@ TEST_F(SessionTest, ACallThatTellsItsProgressUsesTheSessionWhileOthersOpenItsSto
                   S_OK);
         return object;
     };
-    const Ptr<IUnknown> folder = open(drafts);
+    const Ptr<IUnknown> folder = open(outbox);
     std::atomic<int> opening{0};
     std::vector<std::thread> others;
     Ptr<RecordingProgress> progress(new RecordingProgress);
     progress->onReport = [&](std::size_t) {
         if (!others.empty())
             return;
-        others.emplace_back([&] { ++opening, OpenStore(*session, id); }); // both wait until the call is over
-        others.emplace_back([&] { ++opening, open(drafts); });
+        others.emplace_back([&] { // both wait until the call is over
+            ++opening;
+            EXPECT_TRUE(OpenStore(*session, id));
+        });
+        others.emplace_back([&] {
+            ++opening;
+            EXPECT_TRUE(open(outbox));
+        });
         while (opening < 2)
             std::this_thread::yield();
         for (int i = 0; i < 3000; ++i)
