@@ -200,6 +200,8 @@ private:
             if (!relation)
                 Fail(at, "a comparison expected, for example >");
             result.Operator = *relation;
+            if (FToken.Text.starts_with('-'))
+                Fail(FToken, "a number of bytes expected instead of " + Named(FToken));
             result.Number = TakeNumber<std::int32_t>("a number of bytes");
             return result;
         }
@@ -242,7 +244,8 @@ private:
             result.Number = TakeNumber<std::int32_t>("a bit mask");
             const Token at = FToken;
             if (const auto relation = TakeRelation()) {
-                if ((*relation != oEqual && *relation != oNotEqual) || FToken.Text != "0")
+                if ((*relation != oEqual && *relation != oNotEqual) || FToken.Kind != TokenKind::Word ||
+                    FToken.Text != "0")
                     Fail(at, "bits are compared with 0, by = or !=");
                 Advance();
                 result.BitOperator = *relation == oEqual ? bmoEqualsZero : bmoNotZero;
@@ -252,6 +255,8 @@ private:
         if (const auto relation = TakeRelation()) {
             result.Operator = *relation;
             if (const TKwMAPIPropInfo* other = PropertyOf(FToken, type)) {
+                if (WideForm(other->PropType) != WideForm(info.PropType))
+                    Fail(FToken, fmt::format("{} and {} have values of different types", FToken.Text, name.Text));
                 Advance();
                 result.Type = rtCompareProps;
                 result.OtherProp = other->Hash;
@@ -266,6 +271,12 @@ private:
         result.Type = rtProperty;
         result.Value = true;
         return result;
+    }
+
+    /// The type; of both forms of text the wide one.
+    static std::uint32_t WideForm(std::uint32_t type)
+    {
+        return (type & ~mapi::MV_FLAG) == mapi::PT_STRING8 ? type - mapi::PT_STRING8 + mapi::PT_UNICODE : type;
     }
 
     std::optional<TKwMAPIOperator> TakeRelation()

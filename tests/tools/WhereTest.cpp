@@ -51,6 +51,8 @@ TEST(Where, EachFormBecomesItsRestriction)
     EXPECT_EQ(c.Operator, oNotEqual);
     EXPECT_EQ(c.OtherProp, PR_LAST_MODIFICATION_TIME);
 
+    EXPECT_EQ(ParseWhere("PR_SUBJECT_A = PR_CONVERSATION_TOPIC_W").Type, rtCompareProps) << "both are text";
+
     EXPECT_EQ(ParseWhere("PR_MESSAGE_FLAGS & 0x80000001").Number, static_cast<std::int32_t>(0x80000001));
     EXPECT_EQ(ParseWhere("PR_MESSAGE_FLAGS & 1").BitOperator, bmoNotZero);
     EXPECT_EQ(ParseWhere("PR_MESSAGE_FLAGS & 1 != 0").BitOperator, bmoNotZero);
@@ -87,6 +89,9 @@ TEST(Where, MistakesNameTheirColumn)
         {"PR_SEARCH_KEY = 123", "column 17: bytes as pairs of hexadecimal digits expected"},
         {"PR_SUBJECT & 1", "column 12: only 32-bit numbers have bits"},
         {"PR_MESSAGE_FLAGS & 1 > 0", "column 22: bits are compared with 0"},
+        {"PR_MESSAGE_FLAGS & 1 = '0'", "column 22: bits are compared with 0"},
+        {"size PR_BODY > -1", "column 16: a number of bytes expected instead of '-1'"},
+        {"PR_SUBJECT = PR_IMPORTANCE", "column 14: PR_IMPORTANCE and PR_SUBJECT have values of different types"},
         {"(PR_HASATTACH", "column 14: ) expected instead of the end"},
         {"PR_HASATTACH)", "column 13: and, or, or the end expected instead of ')'"},
         {"PR_HASATTACH = yes", "column 16: true or false expected"},
