@@ -12,16 +12,35 @@ namespace deftmapi::tool
 namespace
 {
 
+struct NewFolder
+{
+    std::string Parent; ///< empty: the top of the store
+    std::string Name;
+};
+
+/// "//[Inbox]/Project A": the keyword of a special folder can only stand first; brackets elsewhere belong to names.
+NewFolder ParsePath(const std::string& path)
+{
+    const std::string rest = path.substr(path.starts_with("//") ? 2 : 0);
+    std::size_t names = 0; // where they begin
+    if (rest.starts_with('[')) {
+        names = rest.find(']') + 1;
+        if (names == 0)
+            throw UsageError("the keyword of a special folder has no closing bracket");
+        if (names < rest.size() && rest[names] != '/')
+            throw UsageError("a / must follow the keyword " + rest.substr(0, names));
+    }
+    const std::size_t slash = rest.rfind('/');
+    const bool below = slash != std::string::npos && slash >= names;
+    NewFolder folder{rest.substr(0, below ? slash : names), rest.substr(below ? slash + 1 : names)};
+    if (folder.Name.empty())
+        throw UsageError("the path must end with the new folder's name");
+    return folder;
+}
+
 void MakeFolder(Context& context, const std::string& path, const std::string& folderClass)
 {
-    const std::size_t slash = path.find_last_of('/');
-    const std::size_t bracket = path.find_last_of(']');
-    const std::size_t cut = slash != std::string::npos ? slash : bracket;
-    const std::string name = cut == std::string::npos ? path : path.substr(cut + 1);
-    // "//Name" and "Name" both lie at the top of the store.
-    const std::string parent = cut == std::string::npos || path.find_first_not_of('/') > cut ? "" : path.substr(0, cut);
-    if (name.empty())
-        throw UsageError("the path must end with the new folder's name");
+    const auto [parent, name] = ParsePath(path);
     const auto folder =
         context.Folder(parent, alReadWrite)->CreateFolder(KwFromUtf8(folderClass), KwFromUtf8(name), u"", false);
     const std::string id = IDText(folder->Get_EntryID());

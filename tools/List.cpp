@@ -59,8 +59,8 @@ std::vector<TKwMAPISortKey> SortKeysOf(const Arguments& arguments)
     return keys;
 }
 
-/// @returns the number of rows printed
-std::size_t List(Context& context, const Arguments& arguments, const std::optional<Condition>& condition)
+/// @returns whether there are rows, also when --limit 0 prints none of them
+bool List(Context& context, const Arguments& arguments, const std::optional<Condition>& condition)
 {
     const auto columns = ColumnsOf(arguments);
     const auto sortKeys = SortKeysOf(arguments);
@@ -105,7 +105,7 @@ std::size_t List(Context& context, const Arguments& arguments, const std::option
         PrintJson(rows);
     else
         text.Print();
-    return rows.size();
+    return !rows.empty() || (arguments.Limit == 0 && table->Get_RowCount() != 0);
 }
 
 void AddCommonOptions(CLI::App& command, const std::shared_ptr<Arguments>& arguments)
@@ -148,7 +148,7 @@ void AddList(CLI::App& app, Context& context)
         condition.Prop = PR_SUBJECT;
         condition.Match = smtSubString;
         condition.Value = KwFromUtf8(*wanted);
-        if (List(context, *found, condition) == 0)
+        if (!List(context, *found, condition))
             throw ExitWith{exitNo};
     });
 }

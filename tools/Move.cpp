@@ -1,10 +1,13 @@
 // deftmapi mv, cp and rm: messages and folders named by their entry identifiers.
 #include "Command.hpp"
 #include "Values.hpp"
+#include "Where.hpp"
 
 #include <fmt/core.h>
 
+#include <iostream>
 #include <memory>
+#include <set>
 
 namespace deftmapi::tool
 {
@@ -32,6 +35,62 @@ TKwRef<IKwMAPIFolder> FolderOf(IKwMAPIMsgStore& store, IKwMAPIProp& object, TKwM
     return store.OpenFolder(object.PropByName(PR_PARENT_ENTRYID)->Get_Value(), accessLevel);
 }
 
+/// The subfolder of a name, which is the only one.
+TKwMAPIEntryID SubfolderNamed(IKwMAPIFolder& folder, const TKwVariant& name)
+{
+    const auto table = folder.GetHierarchyTable(false);
+    table->Get_Fields()->Add(PR_ENTRYID);
+    table->Get_Fields()->Add(PR_DISPLAY_NAME);
+    for (table->First(); !table->Get_EOF(); table->Next())
+        if (KwSameText(table->GetFieldValue(PR_DISPLAY_NAME).AsStringW(), name.AsStringW()))
+            return table->GetFieldValue(PR_ENTRYID);
+    return {};
+}
+
+/// The messages of a folder that have the search key; copies of a message have that of the original.
+std::set<std::string> MessagesWithKey(IKwMAPIFolder& folder, const TKwVariant& searchKey)
+{
+    std::set<std::string> ids;
+    if (searchKey.IsEmptyOrNull())
+        return ids;
+    const auto table = folder.GetContentsTable();
+    table->Get_Fields()->Add(PR_ENTRYID);
+    Condition condition;
+    condition.Type = rtProperty;
+    condition.Prop = PR_SEARCH_KEY;
+    condition.Value = searchKey;
+    const Restrictions restrictions(*table, condition);
+    table->Filter(restrictions.Root());
+    for (table->First(); !table->Get_EOF(); table->Next())
+        ids.insert(IDText(table->GetFieldValue(PR_ENTRYID)));
+    return ids;
+}
+
+/// @returns the copy's identifier, or the moved folder's
+std::string TransferFolder(IKwMAPIMsgStore& store, const TKwMAPIEntryID& id, IKwMAPIFolder& destination,
+                           const std::string& newName, bool move)
+{
+    const auto folder = store.OpenFolder(id, alReadOnly);
+    const TKwVariant name =
+        newName.empty() ? folder->PropByName(PR_DISPLAY_NAME)->Get_Value() : TKwVariant(KwFromUtf8(newName));
+    FolderOf(store, *folder, move ? alReadWrite : alReadOnly)
+        ->CopyFolder(id, destination, KwFromUtf8(newName), move, true, false);
+    return IDText(SubfolderNamed(destination, name));
+}
+
+/// @returns the copy's identifier; empty where several copies of the message came at once, so that it cannot be told
+std::string CopyMessage(IKwMAPIMsgStore& store, const TKwMAPIEntryID& id, IKwMAPIFolder& destination)
+{
+    const auto message = store.OpenMessage(id, alReadOnly);
+    const TKwVariant searchKey = message->PropByName(PR_SEARCH_KEY)->Get_Value();
+    const std::set<std::string> before = MessagesWithKey(destination, searchKey);
+    FolderOf(store, *message, alReadOnly)->CopyMessage(id, destination, false);
+    std::set<std::string> added = MessagesWithKey(destination, searchKey);
+    for (const std::string& old : before)
+        added.erase(old);
+    return added.size() == 1 ? *added.begin() : std::string();
+}
+
 void Transfer(Context& context, const Arguments& arguments, bool move)
 {
     const TKwMAPIEntryID id = Context::ParseID(arguments.ID);
@@ -39,30 +98,46 @@ void Transfer(Context& context, const Arguments& arguments, bool move)
     const bool folder = IsFolder(store, id);
     if (!folder && !arguments.Name.empty())
         throw UsageError("--name: only a folder gets a new name");
-    const TKwMAPIAccessLevel access = move ? alReadWrite : alReadOnly;
     const auto destination = context.Folder(arguments.Path, alReadWrite);
+    std::string newID = arguments.ID;
     if (folder)
-        FolderOf(store, *store.OpenFolder(id, alReadOnly), access)
-            ->CopyFolder(id, *destination, KwFromUtf8(arguments.Name), move, true, false);
+        newID = TransferFolder(store, id, *destination, arguments.Name, move);
+    else if (move)
+        FolderOf(store, *store.OpenMessage(id, alReadOnly), alReadWrite)->CopyMessage(id, *destination, true);
     else
-        FolderOf(store, *store.OpenMessage(id, alReadOnly), access)->CopyMessage(id, *destination, move);
-    if (context.Options.Json)
-        PrintJson({{"id", arguments.ID}, {move ? "moved" : "copied", true}, {"to", arguments.Path}});
+        newID = CopyMessage(store, id, *destination);
+    const Json shown = newID.empty() ? Json() : Json(newID);
+    if (context.Options.Json && move)
+        PrintJson({{"id", shown}, {"moved", true}, {"to", arguments.Path}});
+    else if (context.Options.Json)
+        PrintJson({{"id", shown}, {"from", arguments.ID}, {"copied", true}, {"to", arguments.Path}});
+    else if (!move && !newID.empty())
+        fmt::print("{}\n", newID);
 }
 
+/// One message that cannot be deleted does not keep the others.
 void Remove(Context& context, const std::vector<std::string>& ids)
 {
     std::vector<TKwMAPIEntryID> parsed;
     for (const std::string& id : ids)
         parsed.push_back(Context::ParseID(id));
+    IKwMAPIMsgStore& store = context.Store();
     Json document = Json::array();
+    bool failed = false;
     for (std::size_t i = 0; i < parsed.size(); ++i) {
-        const auto message = context.Store().OpenMessage(parsed[i], alReadOnly);
-        FolderOf(context.Store(), *message, alReadWrite)->DeleteMessage(parsed[i]);
-        document.push_back({{"id", ids[i]}, {"deleted", true}});
+        try {
+            FolderOf(store, *store.OpenMessage(parsed[i], alReadOnly), alReadWrite)->DeleteMessage(parsed[i]);
+            document.push_back({{"id", ids[i]}, {"deleted", true}});
+        } catch (const EKwException& e) {
+            failed = true;
+            document.push_back({{"id", ids[i]}, {"error", OneLine(e.what())}});
+            std::cerr << "deftmapi: " << ids[i] << ": " << OneLine(e.what()) << '\n';
+        }
     }
     if (context.Options.Json)
         PrintJson(document);
+    if (failed)
+        throw ExitWith{exitFailure};
 }
 
 void AddTransfer(CLI::App& app, Context& context, const char* name, const char* what, bool move)
@@ -80,7 +155,8 @@ void AddTransfer(CLI::App& app, Context& context, const char* name, const char* 
 void AddMove(CLI::App& app, Context& context)
 {
     AddTransfer(app, context, "mv", "moves a message, or a folder with all that is in it", true);
-    AddTransfer(app, context, "cp", "copies a message, or a folder with all that is in it", false);
+    AddTransfer(app, context, "cp",
+                "copies a message, or a folder with all that is in it; prints the copy's identifier", false);
 
     const auto ids = std::make_shared<std::vector<std::string>>();
     CLI::App* rm = app.add_subcommand("rm", "deletes messages");

@@ -14,6 +14,7 @@
 
 #include <csignal>
 #include <cstdio>
+#include <exception>
 #include <functional>
 #include <memory>
 #include <mutex>
@@ -99,7 +100,7 @@ public:
     {
         const std::lock_guard lock(FLock);
         start();
-        Print({{"event", "watching"}, {"path", path}}, "watching  " + path);
+        Print({{"event", "watching"}, {"path", path}}, "watching  " + OneLine(path));
     }
 
     void Event(const char* name) { Count({{"event", name}}, name); }
@@ -108,7 +109,7 @@ public:
     {
         const Json document{
             {"event", "new"}, {"id", IDText(id)}, {"parent", IDText(folder)}, {"class", KwToUtf8(messageClass)}};
-        Count(document, fmt::format("{:<8}  message  {}  {}", "new", IDText(id), KwToUtf8(messageClass)));
+        Count(document, fmt::format("{:<8}  message  {}  {}", "new", IDText(id), OneLine(KwToUtf8(messageClass))));
     }
 
     void ObjectEvent(const char* name, TKwMAPIObjectType type, const StoreObject& object)
@@ -136,7 +137,7 @@ public:
             for (const auto& [column, def] : FColumns) {
                 const TKwVariant value = row->GetFieldValue(def);
                 document["row"][column] = ValueJson(value);
-                line += "  " + ValueText(value);
+                line += "  " + OneLine(ValueText(value));
             }
             document["id"] = IDText(row->GetFieldValue(PR_ENTRYID));
             line += "  " + document["id"].get<std::string>();
@@ -149,7 +150,7 @@ public:
 private:
     void Print(const Json& document, const std::string& line) const
     {
-        fmt::print("{}\n", FJson ? document.dump(-1, ' ', false, Json::error_handler_t::replace) : OneLine(line));
+        fmt::print("{}\n", FJson ? document.dump(-1, ' ', false, Json::error_handler_t::replace) : line);
         std::fflush(stdout);
     }
 
@@ -168,6 +169,16 @@ private:
     std::vector<std::pair<std::string, TKwMAPIPropDef>> FColumns;
     std::int64_t FCountdown;
 };
+
+/// An event that could not be printed.
+void ReportEventError(std::exception_ptr error, void*)
+{
+    try {
+        std::rethrow_exception(error);
+    } catch (const std::exception& e) {
+        fmt::print(stderr, "deftmapi: {}\n", OneLine(e.what()));
+    }
+}
 
 void WatchFolder(Context& context, const Arguments& arguments, const std::optional<Condition>& condition,
                  Printer& printer)
@@ -247,6 +258,7 @@ void AddWatch(CLI::App& app, Context& context)
             condition = ParseWhere(arguments->Where);
         const StopSignal stop;
         Printer printer(context.Options.Json, *arguments);
+        KwSetServerExceptionHandler(&ReportEventError, nullptr); // nothing else would tell of it
         context.Session().Get_LogonInfo()->Set_MultiThreadedNotifications(true);
         if (path->count() != 0)
             WatchFolder(context, *arguments, condition, printer);

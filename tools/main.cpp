@@ -5,7 +5,9 @@
 
 #include <fmt/core.h>
 
+#include <algorithm>
 #include <iostream>
+#include <string_view>
 
 namespace
 {
@@ -13,7 +15,10 @@ namespace
 using namespace deftmapi;
 using namespace deftmapi::tool;
 
-ExitStatus ReportError(bool json, const std::string& message, std::int32_t code, const std::string& className)
+constexpr auto UsageErrorClass = "UsageError"; // of mistakes in the command line, where others have the exception's
+
+ExitStatus ReportError(bool json, const std::string& message, std::int32_t code, const std::string& className,
+                       ExitStatus status = exitFailure)
 {
     if (json) {
         const Json document{{"error", message},
@@ -22,7 +27,14 @@ ExitStatus ReportError(bool json, const std::string& message, std::int32_t code,
         std::cerr << document.dump(-1, ' ', false, Json::error_handler_t::replace) << '\n';
     } else
         std::cerr << "deftmapi: " << OneLine(message) << '\n';
-    return exitFailure;
+    return status;
+}
+
+/// Whether the command line asks for JSON: a mistake in it may have kept the parser from taking the option.
+bool AsksForJson(int argc, char** argv)
+{
+    const auto is = [](std::string_view option) { return [option](const char* a) { return option == a; }; };
+    return std::any_of(argv + 1, std::find_if(argv + 1, argv + argc, is("--")), is("--json"));
 }
 
 } // namespace
@@ -55,11 +67,13 @@ int main(int argc, char** argv)
         app.parse(argc, argv); // runs the command, too
         return exitSuccess;
     } catch (const CLI::ParseError& e) {
-        const int status = app.exit(e);
-        return status == 0 ? exitSuccess : exitUsage;
+        if (e.get_exit_code() == 0)
+            return app.exit(e); // help is an exception, too
+        const bool json = AsksForJson(argc, argv);
+        return ReportError(json, std::string(e.what()) + (json ? "" : " (see --help)"), mapi::MAPI_E_INVALID_PARAMETER,
+                           UsageErrorClass, exitUsage);
     } catch (const UsageError& e) {
-        std::cerr << "deftmapi: " << OneLine(e.what()) << '\n';
-        return exitUsage;
+        return ReportError(context.Options.Json, e.what(), mapi::MAPI_E_INVALID_PARAMETER, UsageErrorClass, exitUsage);
     } catch (const ExitWith& e) {
         return e.Status;
     } catch (const EKwExceptionBase& e) {

@@ -4,14 +4,20 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 #include <sys/wait.h>
+#include <unistd.h>
 
 #include <array>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <memory>
+#include <sstream>
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace
 {
@@ -33,6 +39,55 @@ std::string Contents(const fs::path& file)
     std::ifstream stream(file, std::ios::binary);
     return {std::istreambuf_iterator<char>(stream), {}};
 }
+
+/// deftmapi watch in a process of its own.
+class Watch
+{
+public:
+    explicit Watch(const std::string& line) : FPipe(popen(("echo $$; exec " + line).c_str(), "r"))
+    {
+        FProcess = std::stoi(Line());
+    }
+    Watch(const Watch&) = delete;
+    Watch& operator=(const Watch&) = delete;
+    ~Watch()
+    {
+        if (FPipe)
+            pclose(FPipe);
+    }
+
+    /// The next line; empty when there are no more.
+    [[nodiscard]] std::string Line() const
+    {
+        std::array<char, 65536> buffer{};
+        const std::string line = fgets(buffer.data(), buffer.size(), FPipe) ? buffer.data() : "";
+        return line.substr(0, line.find('\n'));
+    }
+    [[nodiscard]] Json Next() const
+    {
+        const std::string line = Line();
+        return line.empty() ? Json() : Json::parse(line);
+    }
+    /// The next such event.
+    [[nodiscard]] Json Next(const char* event, const char* type) const
+    {
+        Json document = Next();
+        while (!document.is_null() && (document["event"] != event || document["type"] != type))
+            document = Next();
+        return document;
+    }
+    /// Ends it by a signal.
+    [[nodiscard]] int Stop()
+    {
+        kill(FProcess, SIGTERM);
+        const int status = pclose(std::exchange(FPipe, nullptr));
+        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    }
+
+private:
+    FILE* FPipe;
+    pid_t FProcess = 0;
+};
 
 class CommandTest : public testing::Test
 {
@@ -107,6 +162,49 @@ TEST_F(CommandTest, UsageErrorsAreStatusTwo)
     CreateProfile();
     EXPECT_EQ(Run("ls '//[Inbox]' --columns PR_NOT_THERE").Status, 2);
     EXPECT_EQ(Run("ls '//[Inbox]' --sort PR_SUBJECT:down").Status, 2);
+    for (const char* arguments : {"--json nonsense", "ls --json", "ls '//[Inbox]' --columns PR_NOT_THERE --json"}) {
+        const Outcome mistake = Run(arguments);
+        EXPECT_EQ(mistake.Status, 2) << arguments;
+        const Json error = Json::parse(mistake.Errors, nullptr, false);
+        ASSERT_TRUE(error.is_object()) << mistake.Errors;
+        EXPECT_FALSE(error["error"].get<std::string>().empty());
+        EXPECT_EQ(error["code"], "0x80070057");
+        EXPECT_EQ(error["class"], "UsageError");
+    }
+    EXPECT_EQ(Run("ls").Errors, "deftmapi: PATH is required (see --help)\n");
+    EXPECT_EQ(Run("--json --help").Status, 0);
+}
+
+TEST_F(CommandTest, FoldersAreMadeByPath)
+{
+    CreateProfile();
+    const auto classOf = [this](const std::string& path) {
+        const Outcome tree = Run("--json tree '" + path + "'");
+        return tree.Status == 0
+                   ? tree.Document()["name"].get<std::string>() + " " + tree.Document()["class"].get<std::string>()
+                   : tree.Errors;
+    };
+    for (const char* path :
+         {"Top", "//Second", "Top/Notes [old]", "Top/Notes [old] x", "//Top/[odd]", "//[Inbox]/A", "[Inbox]/A/b]c"})
+    {
+        const Outcome made = Run(std::string("mkdir '") + path + "'");
+        EXPECT_EQ(made.Status, 0) << path << ' ' << made.Errors;
+    }
+    ASSERT_EQ(Run("mkdir Plans --class IPF.Appointment").Status, 0);
+    EXPECT_EQ(classOf("//Plans"), "Plans IPF.Appointment");
+    EXPECT_EQ(classOf("Top/Notes [old] x"), "Notes [old] x IPF.Note");
+    EXPECT_EQ(classOf("Second") + classOf("//[Inbox]/A/b]c"), "Second IPF.Noteb]c IPF.Note");
+    EXPECT_EQ(classOf("//Top/[odd]"), "[odd] IPF.Note");
+    for (const char* path : {"//[Inbox]", "//[Inbox]/", "//[Inbox]X", "[Inbox", "Top/", "//"})
+        EXPECT_EQ(Run(std::string("mkdir '") + path + "'").Status, 2) << path;
+    EXPECT_EQ(Run("mkdir '//[Nowhere]/A'").Status, 1);
+
+    const Outcome special = Run("rmdir '//[Inbox]'");
+    EXPECT_EQ(special.Status, 1) << "the store needs it";
+    EXPECT_FALSE(special.Errors.empty());
+    const Outcome id = Run("rm " + Run("--json tree Top").Document()["id"].get<std::string>());
+    EXPECT_EQ(id.Status, 1) << "rm is for messages";
+    EXPECT_EQ(classOf("Top"), "Top IPF.Note");
 }
 
 TEST_F(CommandTest, Profiles)
@@ -245,8 +343,13 @@ TEST_F(CommandTest, MessagesAndFoldersMoveAreCopiedAndDeleted)
 
     const Outcome copied = Run("--json cp " + letter + " '//[Inbox]/B'");
     ASSERT_EQ(copied.Status, 0) << copied.Errors;
-    EXPECT_EQ(copied.Document(), (Json{{"id", letter}, {"copied", true}, {"to", "//[Inbox]/B"}}));
-    EXPECT_EQ(messages("/A") + messages("/B"), 2U);
+    const std::string copy = Run("--json ls '//[Inbox]/B'").Document()[0]["id"];
+    EXPECT_EQ(copied.Document(), (Json{{"id", copy}, {"from", letter}, {"copied", true}, {"to", "//[Inbox]/B"}}));
+    EXPECT_NE(copy, letter);
+    const std::string again = Run("cp " + letter + " '//[Inbox]/B'").Output;
+    EXPECT_EQ(messages("/A") + messages("/B"), 3U);
+    ASSERT_EQ(Run("rm " + again).Status, 0) << "of two copies the new one";
+    EXPECT_EQ(Run("show " + copy).Status, 0);
     ASSERT_EQ(Run("mv " + letter + " '//[Inbox]/B'").Status, 0);
     EXPECT_EQ(messages("/A"), 0U);
     EXPECT_EQ(messages("/B"), 2U);
@@ -256,11 +359,15 @@ TEST_F(CommandTest, MessagesAndFoldersMoveAreCopiedAndDeleted)
     const std::string b = Run("--json tree '//[Inbox]/B'").Document()["id"];
     const Outcome folder = Run("cp " + b + " '//[Inbox]/A' --name 'Copy of B'");
     ASSERT_EQ(folder.Status, 0) << folder.Errors;
+    EXPECT_EQ(folder.Output, Run("--json tree '//[Inbox]/A/Copy of B'").Document()["id"].get<std::string>() + "\n");
     EXPECT_EQ(messages("/A/Copy of B"), 2U);
     EXPECT_EQ(messages("/B"), 2U);
     EXPECT_EQ(Run("mv " + a + " '//[Inbox]/A/Below'").Status, 1) << "into itself";
     ASSERT_EQ(Run("mv " + a + " '//[Inbox]/B'").Status, 0);
     EXPECT_EQ(messages("/B/A/Copy of B"), 2U);
+    EXPECT_EQ(Run("--json mv " + a + " '//[Inbox]/B' --name Renamed").Document()["id"], a);
+    EXPECT_EQ(messages("/B/Renamed/Copy of B"), 2U);
+    ASSERT_EQ(Run("mv " + a + " '//[Inbox]/B' --name A").Status, 0);
     EXPECT_EQ(Run("ls '//[Inbox]/A'").Status, 1) << "moved";
 
     const Outcome full = Run("rmdir '//[Inbox]/B'");
@@ -270,6 +377,27 @@ TEST_F(CommandTest, MessagesAndFoldersMoveAreCopiedAndDeleted)
     ASSERT_EQ(Run("rmdir '//[Inbox]/B/A/Below'").Status, 0);
     ASSERT_EQ(Run("rmdir -r '//[Inbox]/B'").Status, 0);
     EXPECT_EQ(Run("show " + letter).Status, 1) << "deleted with its folder";
+}
+
+TEST_F(CommandTest, SeveralMessagesAreDeletedAndTheTreeCountsTheRest)
+{
+    CreateProfile();
+    const std::string letter = Write("letter.eml", Letter);
+    const Json made = Run("--json import '//[Inbox]' " + letter + " " + letter + " " + letter).Document();
+    const std::string ids[] = {made[0]["id"], made[1]["id"], made[2]["id"]};
+    ASSERT_EQ(Run("rm " + ids[1]).Status, 0);
+    std::istringstream tree(Run("tree '//[Inbox]'").Output);
+    const std::vector<std::string> words{std::istream_iterator<std::string>(tree), {}};
+    EXPECT_EQ(words, (std::vector<std::string>{"Folder", "Type", "Class", "Messages", "Unread", "Inbox", "Inbox",
+                                               "IPF.Note", "2", "2"}));
+    const Outcome outcome = Run("--json rm " + ids[0] + " " + ids[1] + " " + ids[2]);
+    EXPECT_EQ(outcome.Status, 1) << "one of them is gone already";
+    const Json deleted = outcome.Document();
+    ASSERT_EQ(deleted.size(), 3U);
+    EXPECT_EQ(deleted[0], (Json{{"id", ids[0]}, {"deleted", true}}));
+    EXPECT_TRUE(deleted[1].contains("error") && !deleted[1].contains("deleted"));
+    EXPECT_EQ(deleted[2], (Json{{"id", ids[2]}, {"deleted", true}}));
+    EXPECT_EQ(Run("--json ls '//[Inbox]'").Document().size(), 0U);
 }
 
 TEST_F(CommandTest, TheProjectsMessagesGoInAndTheTreeCountsThem)
@@ -325,6 +453,8 @@ TEST_F(CommandTest, RowsAreFilteredSortedAndFound)
     const Outcome nothing = Run("--json find '//[Inbox]' invoice");
     EXPECT_EQ(nothing.Status, 3);
     EXPECT_EQ(nothing.Document(), Json::array());
+    EXPECT_EQ(Run("find '//[Inbox]' report --limit 0").Status, 0) << "there are some";
+    EXPECT_EQ(Run("find '//[Inbox]' invoice --limit 0").Status, 3);
 
     const Outcome mistake = Run("ls '//[Inbox]' --where 'PR_SUBJECT ~ report'");
     EXPECT_EQ(mistake.Status, 2);
@@ -334,53 +464,75 @@ TEST_F(CommandTest, RowsAreFilteredSortedAndFound)
 TEST_F(CommandTest, WatchTellsWhatAnotherProcessChanges)
 {
     CreateProfile();
-    const std::string line =
-        Line("--json watch '//[Inbox]' --count 2 --columns PR_SUBJECT --where 'PR_SUBJECT ~ \"second\"'");
-    const std::unique_ptr<FILE, int (*)(FILE*)> watch(popen(line.c_str(), "r"), pclose);
-    const auto next = [&watch] {
-        std::array<char, 65536> buffer{};
-        return fgets(buffer.data(), buffer.size(), watch.get()) ? Json::parse(buffer.data()) : Json();
-    };
-    EXPECT_EQ(next(), (Json{{"event", "watching"}, {"path", "//[Inbox]"}}));
-    const std::string other = Write("other.eml", "From: a@example.org\r\nSubject: Other\r\n\r\n.\r\n");
-    const Json imported = Run("--json import '//[Inbox]' " + other + " " + Write("letter.eml", Letter)).Document();
-    const Json added = next();
+    const Watch watch(Line("--json watch '//[Inbox]' --count 2 --where 'PR_SUBJECT ~ \"second\"' --columns "
+                           "PR_SUBJECT,PR_SENDER_NAME,NPR_NAMEINTERNETKEYWORDS"));
+    const Watch text(Line("watch '//[Inbox]' --count 1 --columns PR_SUBJECT,PR_IMPORTANCE"));
+    EXPECT_EQ(watch.Next(), (Json{{"event", "watching"}, {"path", "//[Inbox]"}}));
+    EXPECT_EQ(text.Line(), "watching  //[Inbox]");
+    const std::string other = Write("other.eml", "From: a@example.org\r\nSubject: Other one\r\n\r\n.\r\n");
+    const std::string anonymous = Write("anonymous.eml", "Subject: A second\r\n\r\n.\r\n");
+    const Json imported = Run("--json import '//[Inbox]' " + other + " " + anonymous).Document();
+    const Json added = watch.Next();
     EXPECT_EQ(added["event"], "added");
-    EXPECT_EQ(added["row"], (Json{{"PR_SUBJECT", "The second letter"}}));
+    EXPECT_EQ(added["row"], (Json{{"PR_SUBJECT", "A second"},
+                                  {"PR_SENDER_NAME", nullptr}, // the message has neither
+                                  {"NPR_NAMEINTERNETKEYWORDS", nullptr}}));
     EXPECT_EQ(added["id"], imported[1]["id"]);
-    ASSERT_EQ(Run("rm " + imported[0]["id"].get<std::string>()).Status, 0);
-    ASSERT_EQ(Run("rm " + imported[1]["id"].get<std::string>()).Status, 0);
-    const Json deleted = next();
+    EXPECT_EQ(text.Line(), "added     Other one  1  " + imported[0]["id"].get<std::string>());
+    ASSERT_EQ(Run("rm " + imported[0]["id"].get<std::string>() + " " + imported[1]["id"].get<std::string>()).Status, 0);
+    const Json deleted = watch.Next();
     EXPECT_EQ(deleted["event"], "deleted");
     EXPECT_EQ(deleted["key"], added["key"]);
-    EXPECT_TRUE(next().is_null()) << "two events were asked for";
+    EXPECT_TRUE(watch.Next().is_null()) << "two events were asked for";
+    EXPECT_EQ(text.Line(), "");
 }
 
 TEST_F(CommandTest, WatchWithoutAFolderTellsOfTheWholeStore)
 {
     CreateProfile();
-    const std::string line = Line("--json watch --count 3");
-    const std::unique_ptr<FILE, int (*)(FILE*)> watch(popen(line.c_str(), "r"), pclose);
-    const auto next = [&watch] {
-        std::array<char, 65536> buffer{};
-        return fgets(buffer.data(), buffer.size(), watch.get()) ? Json::parse(buffer.data()) : Json();
+    const auto folder = [this](const char* path) {
+        return Run(std::string("--json tree '") + path + "'").Document()["id"].get<std::string>();
     };
-    EXPECT_EQ(next()["event"], "watching");
-    const std::string made = Run("--json mkdir '//[Draft]/Plans'").Document()["id"];
-    const std::string drafts = Run("--json tree '//[Draft]'").Document()["id"];
-    bool created = false;
-    for (int i = 0; i < 3; ++i) { // the folder above has changed, too
-        const Json event = next();
-        if (event["event"] == "created") {
-            created = true;
-            EXPECT_EQ(event["type"], "folder");
-            EXPECT_EQ(event["id"], made);
-            EXPECT_EQ(event["parent"], drafts);
-            EXPECT_EQ(event["old_id"], nullptr);
-            ASSERT_EQ(Run("rmdir '//[Draft]/Plans'").Status, 0);
-        }
-    }
-    EXPECT_TRUE(created);
+    const std::string inbox = folder("//[Inbox]");
+    const std::string drafts = folder("//[Draft]");
+    Watch watch(Line("--json watch"));
+    const Watch text(Line("watch --count 1"));
+    EXPECT_EQ(watch.Next()["event"], "watching");
+    EXPECT_EQ(text.Line(), "watching  ");
+
+    const std::string plans = Run("--json mkdir '//[Draft]/Plans'").Document()["id"];
+    EXPECT_EQ(text.Line(), "created   folder   " + plans);
+    Json event = watch.Next("created", "folder");
+    EXPECT_EQ(event["id"], plans);
+    EXPECT_EQ(event["parent"], drafts);
+    EXPECT_EQ(event["old_id"], nullptr);
+
+    const std::string letter = Run("--json import '//[Inbox]' " + Write("letter.eml", Letter)).Document()[0]["id"];
+    EXPECT_EQ(watch.Next("created", "message")["id"], letter);
+    event = watch.Next("modified", "folder");
+    EXPECT_EQ(event["id"], inbox);
+    EXPECT_EQ(event["properties"], (Json{"PR_CONTENT_COUNT", "PR_CONTENT_UNREAD"}));
+
+    const std::string copy = Run("--json cp " + letter + " '//[Draft]/Plans'").Document()["id"];
+    event = watch.Next("copied", "message");
+    EXPECT_EQ(event["id"], copy);
+    EXPECT_EQ(event["parent"], plans);
+    EXPECT_EQ(event["old_id"], letter);
+    EXPECT_EQ(event["old_parent"], inbox);
+
+    ASSERT_EQ(Run("mv " + plans + " '//[Inbox]'").Status, 0);
+    event = watch.Next("moved", "folder");
+    EXPECT_EQ(event["id"], plans);
+    EXPECT_EQ(event["parent"], inbox);
+    EXPECT_EQ(event["old_id"], plans);
+    EXPECT_EQ(event["old_parent"], drafts);
+    EXPECT_EQ(event["properties"], Json::array());
+
+    ASSERT_EQ(Run("rm " + letter).Status, 0);
+    event = watch.Next("deleted", "message");
+    EXPECT_EQ(event["id"], letter);
+    EXPECT_EQ(event["parent"], inbox);
+    EXPECT_EQ(watch.Stop(), 0) << "a signal ends it in good order";
 }
 
 TEST_F(CommandTest, Definitions)
