@@ -136,12 +136,12 @@ TEST_F(TSimpleStoreTest, MessagesOfTheInbox)
     EXPECT_TRUE(contents->GetFieldValue(PR_MESSAGE_DELIVERY_TIME).IsEmpty());
 
     const auto restriction = contents->CreateRestriction(rtBitmask);
-    const auto unread = KwAs<IKwSimpleMAPIRestrictionBitMask>(restriction);
-    unread->Set_PropDef(PR_MESSAGE_FLAGS);
-    unread->Set_BitMask(1);
-    unread->Set_Operator(bmoEqualsZero);
-    contents->Filter(restriction);
+    const auto read = KwAs<IKwSimpleMAPIRestrictionBitMask>(restriction);
+    contents->Filter(restriction); // as it is made: the messages that have not been read
     EXPECT_EQ(Column(*contents, PR_SUBJECT), "second|");
+    read->Set_Operator(bmoNotZero);
+    contents->Filter(restriction);
+    EXPECT_EQ(Column(*contents, PR_SUBJECT), "Grüße|");
     contents->Filter(nullptr);
     EXPECT_EQ(contents->Get_RowCount(), 2);
     EXPECT_EQ(Catch([&] { static_cast<void>(contents->CreateRestriction(rtAnd)); }).Message,
