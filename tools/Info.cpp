@@ -13,7 +13,13 @@ namespace
 void Info(Context& context)
 {
     IKwMAPISession& session = context.Session();
-    session.MAPIInitialize();
+    if (!session.MAPILoaded()) {
+        WideString fileName;
+        bool extended = false;
+        KwLoadMAPIDLL(fileName, extended, false);
+    }
+    // A library without Extended MAPI cannot be initialised for it; the default profile is the system's then.
+    session.Get_LogonInfo()->Set_UseExtendedMAPI(KwExtendedMAPIAvailable());
     const auto info = session.Get_MAPIInfo();
     Json clients = Json::array();
     for (const WideString& name : info->GetClients())

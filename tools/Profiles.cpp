@@ -1,6 +1,6 @@
-// deftmapi profile list | create | delete | default | rename | copy | password. The password of an existing profile is
-// that of the option --password; a new one is read from standard input unless it is given, so that it need not stand in
-// a command line that others can see.
+// deftmapi profile list | create | delete | default | rename | copy | password. The password of a profile is that of
+// the option --password; a new one can be read from standard input, so that it need not stand in a command line that
+// others can see.
 #include "Command.hpp"
 #include "Output.hpp"
 
@@ -31,24 +31,22 @@ void List(Context& context)
 }
 
 /// The commands on one profile report what they did in the same way.
-void AddOn(CLI::App& parent, Context& context, const char* name, const char* help, const char* done,
-           void (*action)(IKwMAPIProfileAdmin&, const WideString&, const WideString&), bool withPassword)
+void Report(const Context& context, const std::string& name, const char* done)
 {
-    struct Arguments
-    {
-        std::string Name;
-        std::string Password;
-    };
-    const auto arguments = std::make_shared<Arguments>();
+    if (context.Options.Json)
+        PrintJson({{"name", name}, {done, true}});
+}
+
+void AddOn(CLI::App& parent, Context& context, const char* name, const char* help, const char* done,
+           void (IKwMAPIProfileAdmin::*action)(WideView))
+{
+    const auto profile = std::make_shared<std::string>();
     CLI::App* command = parent.add_subcommand(name, help);
-    command->add_option("NAME", arguments->Name, "the profile's name")->required();
-    if (withPassword)
-        command->add_option("--password", arguments->Password, "the profile's password");
-    command->callback([&context, arguments, done, action] {
+    command->add_option("NAME", *profile, "the profile's name")->required();
+    command->callback([&context, profile, done, action] {
         const auto admin = context.Session().GetProfileAdmin();
-        action(*admin, KwFromUtf8(arguments->Name), KwFromUtf8(arguments->Password));
-        if (context.Options.Json)
-            PrintJson({{"name", arguments->Name}, {done, true}});
+        (admin.Get()->*action)(KwFromUtf8(*profile));
+        Report(context, *profile, done);
     });
 }
 
@@ -123,25 +121,45 @@ void AddFromTo(CLI::App& parent, Context& context, const char* name, const char*
     });
 }
 
+/// A profile and its new password, for create and password.
+struct NewPassword
+{
+    std::string Profile;
+    std::string New;
+    bool Ask = false;
+};
+
+void AddCreate(CLI::App& parent, Context& context)
+{
+    const auto arguments = std::make_shared<NewPassword>();
+    CLI::App* command = parent.add_subcommand(
+        "create", "a new profile with a store of its own; its password is that of --password unless --new or --ask "
+                  "gives another one");
+    command->add_option("NAME", arguments->Profile, "the profile's name")->required();
+    CLI::Option* given = command->add_option("--new", arguments->New, "the profile's password");
+    command->add_flag("--ask", arguments->Ask, "read the password from standard input")->excludes(given);
+    command->callback([&context, arguments, given] {
+        std::string password = given->count() != 0 ? arguments->New : context.Options.Password;
+        if (arguments->Ask)
+            password = ReadPassword();
+        context.Session().GetProfileAdmin()->CreateProfile(KwFromUtf8(arguments->Profile), KwFromUtf8(password));
+        Report(context, arguments->Profile, "created");
+    });
+}
+
 void AddPassword(CLI::App& parent, Context& context)
 {
-    struct Arguments
-    {
-        std::string Name;
-        std::string New;
-    };
-    const auto arguments = std::make_shared<Arguments>();
+    const auto arguments = std::make_shared<NewPassword>();
     CLI::App* command = parent.add_subcommand(
         "password", "changes the password of a profile; the present one is given with --password");
-    command->add_option("NAME", arguments->Name, "the profile's name")->required();
+    command->add_option("NAME", arguments->Profile, "the profile's name")->required();
     const CLI::Option* given = command->add_option(
         "--new", arguments->New, "the new password, empty for none (default: read from standard input)");
     command->callback([&context, arguments, given] {
         const std::string password = given->count() != 0 ? arguments->New : ReadPassword();
         context.Session().GetProfileAdmin()->ChangeProfilePassword(
-            KwFromUtf8(arguments->Name), KwFromUtf8(context.Options.Password), KwFromUtf8(password));
-        if (context.Options.Json)
-            PrintJson({{"name", arguments->Name}, {"changed", true}});
+            KwFromUtf8(arguments->Profile), KwFromUtf8(context.Options.Password), KwFromUtf8(password));
+        Report(context, arguments->Profile, "changed");
     });
 }
 
@@ -153,20 +171,10 @@ void AddProfiles(CLI::App& app, Context& context)
     profile->require_subcommand(1);
     profile->fallthrough();
     profile->add_subcommand("list", "all profiles; * marks the default one")->callback([&context] { List(context); });
-    AddOn(
-        *profile, context, "create", "a new profile with a store of its own", "created",
-        [](IKwMAPIProfileAdmin& admin, const WideString& name, const WideString& password) {
-            admin.CreateProfile(name, password);
-        },
-        true);
-    AddOn(
-        *profile, context, "delete", "removes a profile", "deleted",
-        [](IKwMAPIProfileAdmin& admin, const WideString& name, const WideString&) { admin.DeleteProfile(name); },
-        false);
-    AddOn(
-        *profile, context, "default", "makes a profile the default one", "default",
-        [](IKwMAPIProfileAdmin& admin, const WideString& name, const WideString&) { admin.SetDefaultProfile(name); },
-        false);
+    AddCreate(*profile, context);
+    AddOn(*profile, context, "delete", "removes a profile", "deleted", &IKwMAPIProfileAdmin::DeleteProfile);
+    AddOn(*profile, context, "default", "makes a profile the default one", "default",
+          &IKwMAPIProfileAdmin::SetDefaultProfile);
     AddFromTo(*profile, context, "rename", "gives a profile another name", "renamed",
               &IKwMAPIProfileAdmin::RenameProfile);
     AddFromTo(*profile, context, "copy", "a new profile with the services, stores and password of another one",

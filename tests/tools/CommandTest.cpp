@@ -142,6 +142,12 @@ TEST_F(CommandTest, AnswersWithoutAProfile)
     EXPECT_EQ(info.Document()["definitions"], 4866);
     EXPECT_EQ(info.Document()["clients"], Json::array()) << "none is registered on this system";
     EXPECT_EQ(Run("--client /nowhere/mapi.so info").Status, 1);
+#ifdef DEFTMAPI_LIBRARY_WITHOUT_MAPI
+    const Outcome simple = Run("--client '" DEFTMAPI_LIBRARY_WITHOUT_MAPI "' --json info");
+    ASSERT_EQ(simple.Status, 0) << simple.Errors;
+    EXPECT_EQ(simple.Document()["extended"], false);
+    EXPECT_EQ(simple.Document()["client"], DEFTMAPI_LIBRARY_WITHOUT_MAPI);
+#endif
 
     const Outcome profiles = Run("profile list --json");
     ASSERT_EQ(profiles.Status, 0) << profiles.Errors;
@@ -249,6 +255,15 @@ TEST_F(CommandTest, ProfilesAreRenamedAndCopiedAndGuarded)
     EXPECT_EQ(Run("profile password Mail < /dev/null").Status, 2);
     ASSERT_EQ(Run("profile password Mail --password 'first pass' --new ''").Status, 0);
     EXPECT_EQ(Run("--profile Mail tree").Status, 0);
+
+    ASSERT_EQ(Run("--password one profile create A").Status, 0);
+    ASSERT_EQ(Run("--password one profile create B --new two").Status, 0);
+    ASSERT_EQ(Run("profile create C --ask < " + Write("new", "three\n")).Status, 0);
+    EXPECT_EQ(Run("--profile A tree").Status, 1);
+    for (const auto& [name, password] : {std::pair{"A", "one"}, {"B", "two"}, {"C", "three"}})
+        EXPECT_EQ(Run("--profile " + std::string(name) + " --password " + password + " tree").Status, 0) << name;
+    EXPECT_EQ(Run("profile create E --ask < /dev/null").Status, 2);
+    EXPECT_EQ(Run("profile create E --ask --new x").Status, 2);
 }
 
 TEST_F(CommandTest, Services)
