@@ -5,6 +5,7 @@
 #include "support/uKwExport.hpp"
 #include "support/uKwRef.hpp"
 
+#include <algorithm>
 #include <atomic>
 #include <exception>
 #include <mutex>
@@ -69,6 +70,7 @@ private:
 
 /// The sinks connected to one outgoing interface, in the order of connection. Thread-safe: sinks are called on a copy
 /// of the list and without the lock, so that a sink may connect or disconnect while it is called.
+/// REQUIRES: no null sink is connected.
 template <typename Sink>
 class TKwEventConnections
 {
@@ -90,10 +92,21 @@ public:
         }
         return false;
     }
-    [[nodiscard]] std::vector<TKwRef<Sink>> Snapshot() const
+    /// Calls call(sink) for each sink that is connected now and still is when its turn comes. What the call throws ends
+    /// the walk. On another thread a sink may still be called when Connect has disconnected it: between its turn and
+    /// its call there is no lock.
+    template <typename Call>
+    void ForEach(Call&& call) const
     {
+        for (const TKwRef<Sink>& sink : Snapshot())
+            if (Contains(sink))
+                call(*sink);
+    }
+    void DisconnectAll()
+    {
+        std::vector<TKwRef<Sink>> sinks; // released without the lock: their ends may call back
         const std::lock_guard lock(FLock);
-        return FSinks;
+        sinks.swap(FSinks);
     }
     [[nodiscard]] std::size_t Count() const
     {
@@ -102,6 +115,17 @@ public:
     }
 
 private:
+    [[nodiscard]] std::vector<TKwRef<Sink>> Snapshot() const
+    {
+        const std::lock_guard lock(FLock);
+        return FSinks;
+    }
+    [[nodiscard]] bool Contains(const TKwRef<Sink>& sink) const
+    {
+        const std::lock_guard lock(FLock);
+        return std::find(FSinks.begin(), FSinks.end(), sink) != FSinks.end();
+    }
+
     mutable std::mutex FLock;
     std::vector<TKwRef<Sink>> FSinks;
 };

@@ -217,6 +217,7 @@ public:
     virtual void CheckLastError(WideView methodName, mapi::HRESULT result) = 0;
 
     /// Connects or disconnects a sink; the session holds a reference while it is connected.
+    /// @throws EMAPI_INVALID_PARAMETER  null is to be connected
     virtual void DEventConnect(const TKwRef<IKwMAPISessionDEvents>& sink, bool connect) = 0;
 };
 

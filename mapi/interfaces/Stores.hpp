@@ -216,6 +216,10 @@ public:
 
     /// Connects or disconnects a sink; the store holds a reference while it is connected. The store is notified by MAPI
     /// while at least one sink is connected. A sink whose connecting fails is not connected.
+    /// A sink that is disconnected, also by another one, is told nothing more. With multi-threaded notifications that
+    /// holds for the last sink only, whose disconnecting waits for what is being delivered: an event that is being
+    /// delivered on the client's thread may still reach any other.
+    /// @throws EMAPI_INVALID_PARAMETER  null is to be connected
     virtual void DEventConnect(const TKwRef<IKwMAPIMsgStoreDEvents>& sink, bool connect) = 0;
     /// True while MAPI notifies the store.
     [[nodiscard]] virtual bool Get_Advised() const noexcept = 0;

@@ -277,6 +277,7 @@ public:
     [[nodiscard]] virtual bool Get_Advised() const noexcept = 0;
     /// Connects or disconnects a sink; the table holds a reference while it is connected. Any thread. An event that is
     /// being delivered on another thread may still reach a sink that has just been disconnected; UnAdvise waits for it.
+    /// @throws EMAPI_INVALID_PARAMETER  null is to be connected
     virtual void DEventConnect(const TKwRef<IKwMAPITableDEvents>& sink, bool connect) = 0;
     /// True while a sink is connected.
     [[nodiscard]] virtual bool HasDEventSinks() const = 0;

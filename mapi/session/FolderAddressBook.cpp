@@ -22,28 +22,37 @@ constexpr auto sNoOutlookAddressBook = u"%s.%s failed!\r\nThe profile does not h
 
 } // namespace
 
-TKwMAPIEntryID TKwMAPIFolder::FindInAddressBook(WideView methodName, TKwMAPIAccessLevel accessLevel,
-                                                TKwComPtr<mapi::IABContainer>& container)
+TKwComPtr<mapi::IAddrBook> TKwMAPIFolder::OpenAddressBook(WideView methodName)
 {
     auto* session = dynamic_cast<IKwMAPISession*>(Session());
     if (session == nullptr)
         CreateKwMAPIException(KwNotSupported, sNoSession, {GetClassName(), methodName})->Raise();
-    const TKwComPtr<mapi::IAddrBook> addressBook = session->OpenAddressBook();
-    const auto open = [&](TKwMAPIEntryIDArg id, TKwMAPIAccessLevel access) {
-        mapi::ULONG type = 0;
-        TKwComPtr<mapi::IUnknown> object;
-        CheckMAPIResult(*this, methodName,
-                        addressBook->OpenEntry(id.Size(), id.Get(), &mapi::IID_IABContainer, AccessFlag(access), &type,
-                                               Out(object)));
-        return TKwComPtr<mapi::IABContainer>(static_cast<mapi::IABContainer*>(object.Get()));
-    };
+    return session->OpenAddressBook();
+}
+
+TKwComPtr<mapi::IABContainer> TKwMAPIFolder::OpenABContainer(WideView methodName, mapi::IAddrBook& addressBook,
+                                                             const TKwMAPIEntryID& entryID,
+                                                             TKwMAPIAccessLevel accessLevel)
+{
+    TKwMAPIEntryIDArg id(entryID);
+    mapi::ULONG type = 0;
+    TKwComPtr<mapi::IUnknown> object;
+    CheckMAPIResult(*this, methodName,
+                    addressBook.OpenEntry(id.Size(), id.Get(), &mapi::IID_IABContainer, AccessFlag(accessLevel), &type,
+                                          Out(object)));
+    return TKwComPtr<mapi::IABContainer>(static_cast<mapi::IABContainer*>(object.Get()));
+}
+
+TKwMAPIEntryID TKwMAPIFolder::FindInAddressBook(WideView methodName, mapi::IAddrBook& addressBook,
+                                                TKwMAPIEntryID& container)
+{
     const auto root = KwMake<TKwMAPIContainer>(static_cast<TKwMAPIWrapper&>(*this));
-    root->SetMAPIOBJECT(open(TKwMAPIEntryIDArg(TKwNull{}), alReadOnly).Get());
+    root->SetMAPIOBJECT(OpenABContainer(methodName, addressBook, TKwNull{}, alReadOnly).Get());
     const auto rows = root->GetHierarchyTable(true);
     rows->Get_Fields()->Add(PR_ENTRYID);
     const TKwBytes wanted = EntryIDToArr(Get_EntryID());
     TKwMAPIEntryID found = TKwNull{};
-    TKwMAPIEntryID outlook = TKwNull{};
+    container = TKwNull{};
     for (rows->First(); !rows->Get_EOF(); rows->Next()) {
         const TKwMAPIEntryID id = rows->GetFieldValue(PR_ENTRYID);
         const auto entry = KwParseContactEntry(EntryIDToArr(id));
@@ -51,36 +60,36 @@ TKwMAPIEntryID TKwMAPIFolder::FindInAddressBook(WideView methodName, TKwMAPIAcce
             continue;
         if (entry->Type == TKwContactEntryType::Folder && entry->EntryID == wanted)
             found = id;
-        else if (entry->Type != TKwContactEntryType::Folder && outlook.IsNull())
-            outlook = id;
+        else if (entry->Type != TKwContactEntryType::Folder && container.IsNull())
+            container = id;
     }
-    if (!outlook.IsNull() && accessLevel != alReadOnly)
-        container = open(TKwMAPIEntryIDArg(outlook), accessLevel);
     return found;
 }
 
 bool TKwMAPIFolder::Get_OutlookAddressbookFolder()
 {
-    CheckActive(u"Get_OutlookAddressbookFolder");
-    CheckExtendedMAPI(u"Get_OutlookAddressbookFolder");
-    TKwComPtr<mapi::IABContainer> container;
-    return !FindInAddressBook(u"Get_OutlookAddressbookFolder", alReadOnly, container).IsNull();
+    constexpr auto method = u"Get_OutlookAddressbookFolder";
+    CheckActive(method);
+    CheckExtendedMAPI(method);
+    TKwMAPIEntryID container = TKwNull{};
+    return !FindInAddressBook(method, *OpenAddressBook(method), container).IsNull();
 }
 
 void TKwMAPIFolder::Set_OutlookAddressbookFolder(bool value)
 {
-    CheckActive(u"Set_OutlookAddressbookFolder");
-    CheckExtendedMAPI(u"Set_OutlookAddressbookFolder");
+    constexpr auto method = u"Set_OutlookAddressbookFolder";
+    CheckActive(method);
+    CheckExtendedMAPI(method);
     if (!KwSameText(Get_ContainerClass(), FindSpecialFolder(ftContact)->ContainerClass))
         CreateKwMAPIException(KwNotSupported, sOnlyContacts)->Raise();
-    TKwComPtr<mapi::IABContainer> container;
-    const TKwMAPIEntryID found = FindInAddressBook(u"Set_OutlookAddressbookFolder", alReadWrite, container);
+    const TKwComPtr<mapi::IAddrBook> addressBook = OpenAddressBook(method);
+    TKwMAPIEntryID containerID = TKwNull{};
+    const TKwMAPIEntryID found = FindInAddressBook(method, *addressBook, containerID);
     if (value != found.IsNull())
         return;
-    if (!container)
-        CreateKwMAPIException(mapi::MAPI_E_NOT_FOUND, sNoOutlookAddressBook,
-                              {GetClassName(), u"Set_OutlookAddressbookFolder"})
-            ->Raise();
+    if (containerID.IsNull())
+        CreateKwMAPIException(mapi::MAPI_E_NOT_FOUND, sNoOutlookAddressBook, {GetClassName(), method})->Raise();
+    const auto container = OpenABContainer(method, *addressBook, containerID, alReadWrite);
     if (value) {
         TKwMAPIEntryIDArg id(Get_EntryID());
         TKwComPtr<mapi::IMAPIProp> entry;

@@ -88,7 +88,8 @@ TKwRef<IKwMAPIMessage> TKwMAPIFolder::CreateMessage(WideView messageClass)
     return message;
 }
 
-TKwRef<IKwMAPIMessage> TKwMAPIFolder::ReadMessageFile(WideView methodName, const WideString& fileName)
+TKwRef<IKwMAPIMessage> TKwMAPIFolder::ReadMessageFile(TKwMAPIWrapper& asker, WideView methodName,
+                                                      const WideString& fileName)
 {
     CheckActive(methodName);
     CheckExtendedMAPI(methodName);
@@ -98,7 +99,7 @@ TKwRef<IKwMAPIMessage> TKwMAPIFolder::ReadMessageFile(WideView methodName, const
     const auto object = CreateMAPIMessage(0);
     try {
         if (compound) {
-            const auto saved = KwOpenMsgFile(*this, methodName, fileName, alReadOnly);
+            const auto saved = KwOpenMsgFile(asker, methodName, fileName, alReadOnly);
             std::vector<mapi::ULONG> excluded;
             for (const TKwMAPIPropDef def : OfTheOriginal)
                 excluded.push_back(deftmapi::GetPropTag(def));
@@ -121,7 +122,7 @@ TKwRef<IKwMAPIMessage> TKwMAPIFolder::ReadMessageFile(WideView methodName, const
         return message;
     } catch (const EKwMAPIException& failure) {
         CreateKwMAPIException(failure.ErrorCode(), sImportFailed,
-                              {GetClassName(), methodName, fileName, failure.Message()})
+                              {asker.GetClassName(), methodName, fileName, failure.Message()})
             ->Raise();
     }
 }
@@ -129,7 +130,7 @@ TKwRef<IKwMAPIMessage> TKwMAPIFolder::ReadMessageFile(WideView methodName, const
 TKwRef<IKwMAPIMessage> TKwMAPIFolder::ImportMessage(const WideString& fileName)
 {
     // Nothing is saved before all of it has succeeded; a message that was not saved leaves no trace.
-    const auto message = ReadMessageFile(u"ImportMessage", fileName);
+    const auto message = ReadMessageFile(*this, u"ImportMessage", fileName);
     try {
         message->SaveChanges(smKeepReadWrite);
     } catch (const EKwMAPIException& failure) {

@@ -104,8 +104,17 @@ TKwRef<IKwMAPIProp> TSession::WrapEntry(TKwMAPIObjectType objectType, mapi::IUnk
         return store;
     }
     case otFolder: {
-        const auto folder = KwMake<TKwMAPIFolder>(*this);
-        folder->SetMAPIOBJECT(as(TKwComPtr<mapi::IMAPIFolder>(), mapi::IID_IMAPIFolder).Get());
+        const auto found = as(TKwComPtr<mapi::IMAPIFolder>(), mapi::IID_IMAPIFolder);
+        const auto wrap = [&](TKwMAPIWrapper& createdBy) {
+            const auto folder = KwMake<TKwMAPIFolder>(createdBy);
+            folder->SetMAPIOBJECT(found.Get());
+            return folder;
+        };
+        auto folder = wrap(*this);
+        // What kind of folder it is only its store can tell.
+        const TKwMAPIEntryID storeID = KwAsEntryID(folder->PropByName(PR_STORE_ENTRYID)->Get_Value());
+        if (!storeID.IsEmptyOrNull())
+            folder = wrap(*KwAs<TKwMAPIMsgStore>(OpenStore(storeID, alBestAccess, mapi::MDB_NO_DIALOG)));
         folder->SetOpenedAs(accessLevel);
         return folder;
     }

@@ -1,7 +1,8 @@
 // The events of a store: asking the client for notifications while somebody listens, and handing each to the sinks.
 //
-// A sink may end the notifications or drop the last reference on the store; the lock of the advise sink keeps other
-// threads from destroying the store while one is being called.
+// A sink may end the notifications or drop the last reference on the store. Nothing here touches the store after a sink
+// has been called without looking whether it is still there; the lock keeps other threads from destroying it meanwhile.
+#include "mapi/core/ConnectSink.hpp"
 #include "mapi/core/uKwMAPIEntryID.hpp"
 #include "mapi/core/uKwMAPILists.hpp"
 #include "mapi/core/uKwMAPIProps.hpp"
@@ -73,16 +74,41 @@ WideString MessageClassOf(const mapi::NEWMAIL_NOTIFICATION& told)
 
 } // namespace
 
+// ---- TSink
+
+mapi::ULONG DEFTMAPI_STDCALL TKwMAPIMsgStore::TSink::OnNotify(mapi::ULONG count, mapi::LPNOTIFICATION notifications)
+{
+    const TKwComPtr<TSink> self(this);
+    const std::lock_guard lock(FEvents->Lock);
+    for (mapi::ULONG i = 0; i < count && IsConnected(); ++i) {
+        // Nothing may be thrown through the client's code.
+        try {
+            FEvents->Store->OnNotify(1, &notifications[i]);
+        } catch (...) {
+            KwReportServerException(std::current_exception());
+        }
+    }
+    return 0;
+}
+
+bool TKwMAPIMsgStore::TSink::IsConnected() const
+{
+    if (FEvents->Store == nullptr)
+        return false;
+    const std::lock_guard lock(FEvents->AdviseLock);
+    return FEvents->Store->FSink.Get() == this;
+}
+
 // ---- Asking for notifications
 
 void TKwMAPIMsgStore::DEventConnect(const TKwRef<IKwMAPIMsgStoreDEvents>& sink, bool connect)
 {
-    if (!FSinks.Connect(sink, connect))
+    if (!KwConnectSink(FEvents->Sinks, sink, connect, GetClassName()))
         return;
     try {
         EventSinkChanged(connect);
     } catch (...) {
-        if (connect && FSinks.Connect(sink, false))
+        if (connect && FEvents->Sinks.Connect(sink, false))
             EventSinkChanged(false);
         throw;
     }
@@ -93,7 +119,7 @@ void TKwMAPIMsgStore::EventSinkChanged(bool connected)
     bool begin = false;
     bool end = false;
     {
-        const std::lock_guard lock(FAdviseLock);
+        const std::lock_guard lock(FEvents->AdviseLock);
         FSinkCount += connected ? 1 : -1;
         begin = FSinkCount >= 1 && FSink == nullptr;
         end = FSinkCount == 0 && FSink != nullptr;
@@ -129,9 +155,9 @@ void TKwMAPIMsgStore::Advise()
         static_cast<void>(
             OpenFolder(EntryIDOf(size, inbox.Get()), alBestAccess)->PropByName(PR_DISPLAY_NAME)->Get_Value());
 
-    const TKwComPtr<TSink> sink(new TSink(*this));
+    const TKwComPtr<TSink> sink(new TSink(FEvents));
     {
-        const std::lock_guard lock(FAdviseLock);
+        const std::lock_guard lock(FEvents->AdviseLock);
         FSink = sink;
     }
     mapi::ULONG_PTR connection = 0;
@@ -141,7 +167,7 @@ void TKwMAPIMsgStore::Advise()
         hr = advise(StoreEvents);
     bool ended = false;
     {
-        const std::lock_guard lock(FAdviseLock);
+        const std::lock_guard lock(FEvents->AdviseLock);
         ended = FSink != sink;
         if (!ended)
             FConnection = connection;
@@ -164,19 +190,19 @@ void TKwMAPIMsgStore::Advise()
 
 mapi::HRESULT TKwMAPIMsgStore::EndAdvise()
 {
-    TKwComPtr<TSink> sink;
+    TKwComPtr<TSink> sink; // released when nothing is locked any more
     mapi::ULONG_PTR connection = 0;
     {
-        const std::lock_guard lock(FAdviseLock);
-        sink = std::exchange(FSink, nullptr);
+        const std::lock_guard lock(FEvents->AdviseLock);
+        sink = std::exchange(FSink, nullptr); // from here on it hands on nothing
         connection = std::exchange(FConnection, 0);
     }
     mapi::HRESULT hr = mapi::S_OK;
     if (connection != 0 && Get_MAPIOBJECT() != nullptr)
         hr = MsgStore().Unadvise(connection);
-    // Not before: a client may wait in Unadvise for what it is delivering.
-    if (sink)
-        sink->Detach();
+    // Not before: a client may wait in Unadvise for what it is delivering. A sink may still be running, also when it
+    // has ended the notifications itself.
+    const std::lock_guard wait(FEvents->Lock);
     return hr;
 }
 
@@ -196,19 +222,19 @@ void TKwMAPIMsgStore::UnAdvise()
 
 bool TKwMAPIMsgStore::Get_Advised() const noexcept
 {
-    const std::lock_guard lock(FAdviseLock);
+    const std::lock_guard lock(FEvents->AdviseLock);
     return FSink != nullptr;
 }
 
 void TKwMAPIMsgStore::BeforeDestruction() noexcept
 {
     EndAdviseQuietly();
-    try {
-        for (const TKwRef<IKwMAPIMsgStoreDEvents>& sink : FSinks.Snapshot())
-            FSinks.Connect(sink, false);
-    } catch (...) {
-        KwReportServerException(std::current_exception());
+    {
+        const std::lock_guard lock(FEvents->Lock);
+        FEvents->Store = nullptr;
     }
+    // The client may keep its sink, and with it the events, for longer: the application's sinks go now.
+    FEvents->Sinks.DisconnectAll();
     TKwMAPIProp::BeforeDestruction();
 }
 
@@ -216,103 +242,106 @@ void TKwMAPIMsgStore::BeforeDestruction() noexcept
 
 void TKwMAPIMsgStore::OnNotify(mapi::ULONG count, const mapi::NOTIFICATION* notifications)
 {
-    const TKwRef<TKwMAPIMsgStore> self(this); // a sink may drop the application's last reference
+    const std::shared_ptr<TEvents> events = FEvents;
+    const std::lock_guard lock(events->Lock);
     const TLoudSinks loud;
-    for (mapi::ULONG i = 0; i < count; ++i) {
-        const mapi::NOTIFICATION& told = notifications[i];
-        switch (told.ulEventType) {
-        case mapi::fnevNewMail: {
-            const mapi::NEWMAIL_NOTIFICATION& mail = told.info.newmail;
-            DoOnNewMessage(EntryIDOf(mail.cbParentID, mail.lpParentID), EntryIDOf(mail.cbEntryID, mail.lpEntryID),
-                           MessageClassOf(mail));
-            break;
-        }
-        case mapi::fnevObjectCreated:
-            DoOnObjectCreated(EventOf(told.info.obj));
-            break;
-        case mapi::fnevObjectDeleted:
-            DoOnObjectDeleted(EventOf(told.info.obj));
-            break;
-        case mapi::fnevObjectModified:
-            DoOnObjectModified(EventOf(told.info.obj));
-            break;
-        case mapi::fnevObjectMoved:
-            DoOnObjectMoved(EventOf(told.info.obj));
-            break;
-        case mapi::fnevObjectCopied:
-            DoOnObjectCopied(EventOf(told.info.obj));
-            break;
-        default:
-            break;
-        }
+    for (mapi::ULONG i = 0; i < count && events->Store != nullptr; ++i)
+        events->Store->OnStoreEvent(notifications[i]);
+}
+
+void TKwMAPIMsgStore::OnStoreEvent(const mapi::NOTIFICATION& told)
+{
+    switch (told.ulEventType) {
+    case mapi::fnevNewMail: {
+        const mapi::NEWMAIL_NOTIFICATION& mail = told.info.newmail;
+        return DoOnNewMessage(EntryIDOf(mail.cbParentID, mail.lpParentID), EntryIDOf(mail.cbEntryID, mail.lpEntryID),
+                              MessageClassOf(mail));
+    }
+    case mapi::fnevObjectCreated:
+        return DoOnObjectCreated(EventOf(told.info.obj));
+    case mapi::fnevObjectDeleted:
+        return DoOnObjectDeleted(EventOf(told.info.obj));
+    case mapi::fnevObjectModified:
+        return DoOnObjectModified(EventOf(told.info.obj));
+    case mapi::fnevObjectMoved:
+        return DoOnObjectMoved(EventOf(told.info.obj));
+    case mapi::fnevObjectCopied:
+        return DoOnObjectCopied(EventOf(told.info.obj));
+    default:
+        return;
     }
 }
 
 template <typename Call>
 void TKwMAPIMsgStore::Dispatch(Call call)
 {
-    const TKwRef<TKwMAPIMsgStore> self(this);
+    const std::shared_ptr<TEvents> events = FEvents;
+    const std::lock_guard lock(events->Lock);
     // A sink that fails takes nothing from the others.
     std::exception_ptr failure;
-    for (const TKwRef<IKwMAPIMsgStoreDEvents>& sink : FSinks.Snapshot()) {
+    events->Sinks.ForEach([&](IKwMAPIMsgStoreDEvents& sink) {
+        if (events->Store == nullptr)
+            return; // a sink before destroyed it
         try {
-            KwCallServerSink([&] { call(*sink); });
+            KwCallServerSink([&] { call(sink, *events->Store); });
         } catch (...) {
             if (failure)
                 KwReportServerException(failure);
             failure = std::current_exception();
         }
-    }
+    });
     if (failure)
         std::rethrow_exception(failure);
 }
 
 void TKwMAPIMsgStore::DoOnSessionLogoff()
 {
-    Dispatch([&](IKwMAPIMsgStoreDEvents& sink) { sink._OnSessionLogoff(*this); });
+    Dispatch([&](IKwMAPIMsgStoreDEvents& sink, IKwMAPIMsgStore& store) { sink._OnSessionLogoff(store); });
 }
 
 void TKwMAPIMsgStore::DoOnNewMessage(const TKwMAPIEntryID& folderID, const TKwMAPIEntryID& messageID,
                                      const WideString& messageClass)
 {
-    Dispatch([&](IKwMAPIMsgStoreDEvents& sink) { sink._OnNewMessage(*this, folderID, messageID, messageClass); });
+    Dispatch([&](IKwMAPIMsgStoreDEvents& sink, IKwMAPIMsgStore& store) {
+        sink._OnNewMessage(store, folderID, messageID, messageClass);
+    });
 }
 
 void TKwMAPIMsgStore::DoOnObjectCreated(const TObjectEvent& e)
 {
-    Dispatch([&](IKwMAPIMsgStoreDEvents& sink) {
-        sink._OnObjectCreated(*this, e.EntryID, e.ObjectType, e.ParentID, e.OldID, e.OldParentID,
+    Dispatch([&](IKwMAPIMsgStoreDEvents& sink, IKwMAPIMsgStore& store) {
+        sink._OnObjectCreated(store, e.EntryID, e.ObjectType, e.ParentID, e.OldID, e.OldParentID,
                               *CopyOf(*e.Properties));
     });
 }
 
 void TKwMAPIMsgStore::DoOnObjectDeleted(const TObjectEvent& e)
 {
-    Dispatch([&](IKwMAPIMsgStoreDEvents& sink) {
-        sink._OnObjectDeleted(*this, e.EntryID, e.ObjectType, e.ParentID, e.OldID, e.OldParentID,
+    Dispatch([&](IKwMAPIMsgStoreDEvents& sink, IKwMAPIMsgStore& store) {
+        sink._OnObjectDeleted(store, e.EntryID, e.ObjectType, e.ParentID, e.OldID, e.OldParentID,
                               *CopyOf(*e.Properties));
     });
 }
 
 void TKwMAPIMsgStore::DoOnObjectModified(const TObjectEvent& e)
 {
-    Dispatch([&](IKwMAPIMsgStoreDEvents& sink) {
-        sink._OnObjectModified(*this, e.EntryID, e.ObjectType, e.ParentID, e.OldID, e.OldParentID,
+    Dispatch([&](IKwMAPIMsgStoreDEvents& sink, IKwMAPIMsgStore& store) {
+        sink._OnObjectModified(store, e.EntryID, e.ObjectType, e.ParentID, e.OldID, e.OldParentID,
                                *CopyOf(*e.Properties));
     });
 }
 
 void TKwMAPIMsgStore::DoOnObjectMoved(const TObjectEvent& e)
 {
-    Dispatch([&](IKwMAPIMsgStoreDEvents& sink) {
-        sink._OnObjectMoved(*this, e.EntryID, e.ObjectType, e.ParentID, e.OldID, e.OldParentID, *CopyOf(*e.Properties));
+    Dispatch([&](IKwMAPIMsgStoreDEvents& sink, IKwMAPIMsgStore& store) {
+        sink._OnObjectMoved(store, e.EntryID, e.ObjectType, e.ParentID, e.OldID, e.OldParentID, *CopyOf(*e.Properties));
     });
 }
 
 void TKwMAPIMsgStore::DoOnObjectCopied(const TObjectEvent& e)
 {
-    Dispatch([&](IKwMAPIMsgStoreDEvents& sink) {
-        sink._OnObjectCopied(*this, e.EntryID, e.ObjectType, e.ParentID, e.OldID, e.OldParentID,
+    Dispatch([&](IKwMAPIMsgStoreDEvents& sink, IKwMAPIMsgStore& store) {
+        sink._OnObjectCopied(store, e.EntryID, e.ObjectType, e.ParentID, e.OldID, e.OldParentID,
                              *CopyOf(*e.Properties));
     });
 }

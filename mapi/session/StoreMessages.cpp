@@ -105,7 +105,7 @@ TKwRef<IKwMAPIMessage> TKwMAPIMsgStore::OpenSavedMessage(const WideString& fileN
         return KwOpenMsgFile(*this, u"OpenSavedMessage", fileName, accessLevel);
     const TKwMAPIEntryID inbox = GetReceiveFolderID();
     const auto folder = inbox.IsNull() ? OpenFolderByType(ftIPMRoot, alBestAccess) : OpenFolder(inbox, alBestAccess);
-    return KwAs<TKwMAPIFolder>(folder)->ReadMessageFile(u"OpenSavedMessage", fileName);
+    return KwAs<TKwMAPIFolder>(folder)->ReadMessageFile(*this, u"OpenSavedMessage", fileName);
 }
 
 TKwRef<IKwMAPIMessage> TKwMAPIMsgStore::OpenDroppedMessage(mapi::IStorage& storage, TKwMAPIAccessLevel accessLevel)

@@ -1,6 +1,7 @@
 // The session apart from logging on and off: the client library, errors, lists and events.
 #include "mapi/session/uKwDeftMAPI.hpp"
 
+#include "mapi/core/ConnectSink.hpp"
 #include "mapi/core/MAPIModule.hpp"
 #include "mapi/core/uKwMAPILists.hpp"
 #include "mapi/core/uKwMAPIProps.hpp"
@@ -335,7 +336,7 @@ TKwMAPIPropDef TSession::RegisterProp(WideView name, const mapi::GUID& set, std:
 
 void TSession::DEventConnect(const TKwRef<IKwMAPISessionDEvents>& sink, bool connect)
 {
-    FEvents.Connect(sink, connect);
+    KwConnectSink(FEvents, sink, connect, GetClassName());
 }
 
 void TSession::TriggerEvent(TEventHandler handler, void* data)
@@ -352,8 +353,7 @@ void TSession::TriggerEvent(TEventHandler handler, void* data)
         TKwRef<TSession> FSession;
     } const executing(*this);
     TFirstFailure failure;
-    for (const auto& sink : FEvents.Snapshot())
-        failure.Keep([&] { handler(*sink, *this, data); });
+    FEvents.ForEach([&](IKwMAPISessionDEvents& sink) { failure.Keep([&] { handler(sink, *this, data); }); });
     failure.Raise();
 }
 

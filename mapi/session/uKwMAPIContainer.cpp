@@ -98,16 +98,25 @@ TKwComPtr<mapi::IMAPITable> TKwMAPIContainer::OpenHierarchyTable(bool deep)
     CheckActive(u"GetHierarchyTable");
     CheckExtendedMAPI(u"GetHierarchyTable");
     TKwComPtr<mapi::IMAPITable> table;
-    if (FContainerType == ctDistList) {
-        const auto object = OpenIntfProperty(PR_CONTAINER_HIERARCHY, mapi::IID_IMAPITable, 0, alReadOnly, false);
-        table = TKwComPtr<mapi::IMAPITable>(static_cast<mapi::IMAPITable*>(object.Get()));
-        return table;
-    }
     CheckMAPIResult(*this, u"GetHierarchyTable",
                     WithCharWidth(deep ? mapi::CONVENIENT_DEPTH : 0, [&](mapi::ULONG flags) {
-                        return MAPIContainer().GetHierarchyTable(flags, Out(table));
+                        return FContainerType == ctDistList ? OpenHierarchyProperty(flags, table)
+                                                            : MAPIContainer().GetHierarchyTable(flags, Out(table));
                     }));
     return table;
+}
+
+mapi::HRESULT TKwMAPIContainer::OpenHierarchyProperty(mapi::ULONG flags, TKwComPtr<mapi::IMAPITable>& table)
+{
+    try {
+        const auto object = OpenIntfProperty(PR_CONTAINER_HIERARCHY, mapi::IID_IMAPITable, flags, alReadOnly, false);
+        table = TKwComPtr<mapi::IMAPITable>(static_cast<mapi::IMAPITable*>(object.Get()));
+        return mapi::S_OK;
+    } catch (const EKwMAPIException& failure) {
+        if (failure.ErrorCode() != mapi::MAPI_E_BAD_CHARWIDTH)
+            throw;
+        return failure.ErrorCode();
+    }
 }
 
 TKwRef<IKwMAPITable> TKwMAPIContainer::GetHierarchyTable(bool deep)

@@ -27,6 +27,7 @@ public:
     /// @throws EMAPI_UNKNOWN_ENTRYID  a contacts folder's entry in the address book that leads nowhere
     /// @throws EMAPI_NOT_SUPPORTED    Simple MAPI
     [[nodiscard]] TKwRef<IKwMAPITable> GetContentsTable() override;
+    /// A distribution list gives the table as its PR_CONTAINER_HIERARCHY.
     [[nodiscard]] TKwRef<IKwMAPITable> GetHierarchyTable(bool deep) override;
     /// @throws EMAPI_NOT_SUPPORTED  "OpenEntry is not supported for this containertype": the object that is wrapped
     /// does
@@ -47,6 +48,8 @@ protected:
 
 private:
     [[nodiscard]] TKwComPtr<mapi::IMAPITable> OpenHierarchyTable(bool deep);
+    /// The hierarchy of a distribution list. Returns MAPI_E_BAD_CHARWIDTH, and raises what else fails.
+    [[nodiscard]] mapi::HRESULT OpenHierarchyProperty(mapi::ULONG flags, TKwComPtr<mapi::IMAPITable>& table);
 
     TKwMAPIContainerType FContainerType = ctUnknown;
 };

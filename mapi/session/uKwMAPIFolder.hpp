@@ -43,6 +43,8 @@ public:
     /// @throws EKwMAPIException  MAPI_W_PARTIAL_COMPLETION: not all of it was deleted
     void EmptyFolder(bool deleteAssociated, bool showProgress) override;
 
+    /// Without a class the message gets that of the kind of folder. In a plain folder this is made from the folder's
+    /// container class, and is empty where the folder has none: name a class for what is to be shown as a message.
     /// @throws EMAPI_NO_ACCESS  no class was given and the kind of folder has none
     [[nodiscard]] TKwRef<IKwMAPIMessage> CreateMessage(WideView messageClass) override;
     /// A compound file is known by its content, everything else is taken for a MIME message.
@@ -51,7 +53,9 @@ public:
     /// @throws the class of the client's result, with a text that names the file
     [[nodiscard]] TKwRef<IKwMAPIMessage> ImportMessage(const WideString& fileName) override;
     /// ImportMessage without the saving: who drops the message has left no trace.
-    [[nodiscard]] TKwRef<IKwMAPIMessage> ReadMessageFile(WideView methodName, const WideString& fileName);
+    /// @param asker  named with its method in the texts of failures
+    [[nodiscard]] TKwRef<IKwMAPIMessage> ReadMessageFile(TKwMAPIWrapper& asker, WideView methodName,
+                                                         const WideString& fileName);
     void CopyMessage(const TKwMAPIEntryID& entryID, IKwMAPIFolder& destination, bool move) override;
     /// Null and empty keys are found nowhere. What this folder was opened for limits what the message can be opened
     /// for.
@@ -88,10 +92,14 @@ private:
     [[nodiscard]] TKwComPtr<mapi::IMessage> CreateMAPIMessage(mapi::ULONG flags);
     [[nodiscard]] TKwComPtr<mapi::IMAPIFolder> DestinationOf(IKwMAPIFolder& destination, WideView methodName);
     [[nodiscard]] TKwComPtr<mapi::IExchangeExportChanges> OpenSynchronizer(WideView methodName, TKwMAPIPropDef def);
+    [[nodiscard]] TKwComPtr<mapi::IAddrBook> OpenAddressBook(WideView methodName);
+    [[nodiscard]] TKwComPtr<mapi::IABContainer> OpenABContainer(WideView methodName, mapi::IAddrBook& addressBook,
+                                                                const TKwMAPIEntryID& entryID,
+                                                                TKwMAPIAccessLevel accessLevel);
     /// The entry for this folder in Outlook's address book, or Null.
-    /// @param container  receives that address book, unless accessLevel is alReadOnly; null when there is none
-    [[nodiscard]] TKwMAPIEntryID FindInAddressBook(WideView methodName, TKwMAPIAccessLevel accessLevel,
-                                                   TKwComPtr<mapi::IABContainer>& container);
+    /// @param container  receives the identifier of that address book; Null when there is none
+    [[nodiscard]] TKwMAPIEntryID FindInAddressBook(WideView methodName, mapi::IAddrBook& addressBook,
+                                                   TKwMAPIEntryID& container);
 
     TKwMAPIFolderType FFolderType = ftPlain;
 };

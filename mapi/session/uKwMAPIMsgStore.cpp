@@ -30,7 +30,8 @@ constexpr auto sNoContainer = u"%s.OpenContainer failed, because the object that
 
 } // namespace
 
-TKwMAPIMsgStore::TKwMAPIMsgStore(TKwMAPISessionBase& session) : TKwMAPIProp(&session)
+TKwMAPIMsgStore::TKwMAPIMsgStore(TKwMAPISessionBase& session)
+    : TKwMAPIProp(&session), FEvents(std::make_shared<TEvents>(*this))
 {
     SetSession(&session);
 }

@@ -5,7 +5,7 @@
 #include "mapi/core/uKwMAPIBase.hpp"
 #include "mapi/headers/uKwEdkMdbH.hpp"
 
-#include <mutex>
+#include <memory>
 
 namespace deftmapi
 {
@@ -115,7 +115,8 @@ public:
     void UnAdvise();
     [[nodiscard]] bool Get_Advised() const noexcept override;
     /// What the client calls through the advise sink: hands each notification to its dispatcher. What a sink throws
-    /// leaves it (see KwCallServerSink).
+    /// leaves it (see KwCallServerSink) when all have been called. A sink may destroy the store: nothing more is called
+    /// then.
     void OnNotify(mapi::ULONG count, const mapi::NOTIFICATION* notifications);
 
     /// What an object notification tells.
@@ -140,11 +141,13 @@ public:
 
 protected:
     ~TKwMAPIMsgStore() override;
-    /// A store that nobody holds any more tells its sinks nothing.
+    /// A store that nobody holds any more tells its sinks nothing. It ends on the thread that drops the last reference,
+    /// which waits for what the client is delivering on another one.
     void BeforeDestruction() noexcept override;
 
 private:
     class TSink;
+    struct TEvents;
 
     [[nodiscard]] mapi::IMsgStore& MsgStore() const noexcept { return MAPIObjectAs<mapi::IMsgStore>(); }
     [[nodiscard]] mapi::HRESULT CallGetReceiveFolder(mapi::ULONG& size, TKwMAPIBuffer<mapi::ENTRYID>& entryID);
@@ -163,11 +166,12 @@ private:
     void CheckCanAdvise();
     [[nodiscard]] mapi::HRESULT EndAdvise();
     void EndAdviseQuietly() noexcept;
+    void OnStoreEvent(const mapi::NOTIFICATION& told);
     template <typename Call>
     void Dispatch(Call call);
 
-    TKwEventConnections<IKwMAPIMsgStoreDEvents> FSinks;
-    mutable std::mutex FAdviseLock; // for the three below: a sink on the client's thread may be the last to go
+    const std::shared_ptr<TEvents> FEvents;
+    // Under the advise lock of the events: a sink on the client's thread may be the last to go.
     std::int32_t FSinkCount = 0;
     TKwComPtr<TSink> FSink;          // null while not advised
     mapi::ULONG_PTR FConnection = 0; // 0 until the client has answered

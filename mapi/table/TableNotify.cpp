@@ -4,6 +4,7 @@
 // called without looking whether it is still there; the lock keeps other threads from destroying it meanwhile.
 #include "mapi/table/TableNotify.hpp"
 
+#include "mapi/core/ConnectSink.hpp"
 #include "mapi/core/uKwMAPIExceptions.hpp"
 #include "mapi/core/uKwMAPIPropValue.hpp"
 #include "mapi/headers/uKwMAPICodeH.hpp"
@@ -180,12 +181,7 @@ void TKwMAPITable::BeforeDestruction() noexcept
         FEvents->Table = nullptr;
     }
     // The client may keep its sink, and with it the events, for longer: the application's sinks go now.
-    try {
-        for (const TKwRef<IKwMAPITableDEvents>& sink : FEvents->Sinks.Snapshot())
-            FEvents->Sinks.Connect(sink, false);
-    } catch (...) {
-        KwReportServerException(std::current_exception());
-    }
+    FEvents->Sinks.DisconnectAll();
     TKwMAPITableBase::BeforeDestruction();
 }
 
@@ -201,7 +197,7 @@ void TKwMAPITable::TellColumns()
 
 void TKwMAPITable::DEventConnect(const TKwRef<IKwMAPITableDEvents>& sink, bool connect)
 {
-    FEvents->Sinks.Connect(sink, connect);
+    KwConnectSink(FEvents->Sinks, sink, connect, GetClassName());
 }
 
 bool TKwMAPITable::HasDEventSinks() const
@@ -216,11 +212,10 @@ void TKwMAPITable::Dispatch(Call call)
 {
     const std::shared_ptr<TEvents> events = FEvents;
     const std::lock_guard lock(events->Lock);
-    for (const TKwRef<IKwMAPITableDEvents>& sink : events->Sinks.Snapshot()) {
-        if (events->Table == nullptr)
-            return; // the sink before destroyed it
-        KwCallServerSink([&] { call(*sink, *events->Table); });
-    }
+    events->Sinks.ForEach([&](IKwMAPITableDEvents& sink) {
+        if (events->Table != nullptr) // a sink before may have destroyed it
+            KwCallServerSink([&] { call(sink, *events->Table); });
+    });
 }
 
 void TKwMAPITable::OnNotify(mapi::ULONG count, const mapi::NOTIFICATION* notifications)

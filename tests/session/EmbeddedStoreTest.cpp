@@ -123,6 +123,22 @@ TEST_F(TEmbeddedStoreTest, SearchingStatusAndNames)
     EXPECT_EQ(Catch([&] { static_cast<void>(Store->OpenOOF()); }).ClassName, "EMAPI_NOT_SUPPORTED");
 }
 
+TEST_F(TEmbeddedStoreTest, FoldersOfTheSessionAndIdentifiersOfTables)
+{
+    const auto inbox = Store->OpenFolderByType(ftInbox, alReadWrite);
+    const auto same = KwAs<IKwMAPIFolder>(Session->OpenEntry(inbox->Get_EntryID(), alReadWrite));
+    EXPECT_EQ(same->Get_FolderType(), ftInbox);
+    static_cast<void>(AddMessage(*same, u"in a table"));
+    TKwRef<IKwMAPIProp> root;
+    ASSERT_TRUE(Session->FindEntry(Root->Get_EntryID(), alReadOnly, root));
+    EXPECT_EQ(KwAs<IKwMAPIFolder>(root)->Get_FolderType(), ftIPMRoot);
+
+    const auto contents = inbox->GetContentsTable();
+    const auto id = contents->Get_Fields()->Add(PR_LONGTERM_ENTRYID_FROM_TABLE);
+    contents->First();
+    EXPECT_EQ(Store->OpenMessage(id->Get_Value(), alReadOnly)->Get_Subject(), u"in a table");
+}
+
 TEST_F(TEmbeddedStoreTest, ASavedMessageIsLookedAtAndGone)
 {
     const WideString file = WriteFile("a.eml", "From: a@b.example\r\nSubject: In a file\r\n\r\nText\r\n");
@@ -135,6 +151,10 @@ TEST_F(TEmbeddedStoreTest, ASavedMessageIsLookedAtAndGone)
     EXPECT_EQ(inbox->GetContentsTable()->Get_RowCount(), 1);
     EXPECT_EQ(Catch([&] { static_cast<void>(Store->OpenSavedMessage(file + u"x", alReadOnly)); }).ClassName,
               "EMAPI_INVALID_PARAMETER");
+    const WideString junk = WriteFile("junk.eml", std::string("\x00\x01\x02\xFF", 4));
+    EXPECT_TRUE(Catch([&] {
+                    static_cast<void>(Store->OpenSavedMessage(junk, alReadOnly));
+                }).Message.starts_with("TKwMAPIMsgStore.OpenSavedMessage failed!"));
 }
 
 TEST_F(TEmbeddedStoreTest, EventsOfTheStore)

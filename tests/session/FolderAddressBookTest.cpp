@@ -195,8 +195,16 @@ TEST_F(TFolderAddressBookTest, AContactsFolderIsListedAndNotAnyMore)
     List(Entry(1, ""));
     List(Entry(3, "OTHER"));
     static_cast<void>(Take());
-    Inbox->Set_OutlookAddressbookFolder(false); // it is not there
-    EXPECT_EQ(Changes().find("Entries("), std::string::npos);
+    Inbox->Set_OutlookAddressbookFolder(false);
+    EXPECT_EQ(Changes(), "") << "it is not there: the address book is not opened for writing";
+    const auto failure = [&](bool value) {
+        return Catch([&] { Inbox->Set_OutlookAddressbookFolder(value); }).Message.substr(0, 56);
+    };
+    Calls->Next("outlook.CreateEntry", mapi::MAPI_E_NO_ACCESS);
+    EXPECT_EQ(failure(true), "TKwMAPIFolder.Set_OutlookAddressbookFolder::CreateEntry ");
+    Calls->Next("INBOX.CopyTo", mapi::MAPI_E_NO_ACCESS);
+    EXPECT_EQ(failure(true).substr(0, 51), "TKwMAPIFolder.Set_OutlookAddressbookFolder::CopyTo ");
+    static_cast<void>(Take());
     Calls->Next("INBOX.CopyTo", mapi::S_OK);
     Inbox->Set_OutlookAddressbookFolder(true);
     EXPECT_EQ(Changes(), "book.OpenEntry(44,0x00000001)\noutlook.CreateEntry(494E424F58,0x00000000)\n"
@@ -205,6 +213,8 @@ TEST_F(TFolderAddressBookTest, AContactsFolderIsListedAndNotAnyMore)
     List(Entry(3, "INBOX"));
     EXPECT_TRUE(Inbox->Get_OutlookAddressbookFolder());
     static_cast<void>(Take());
+    Inbox->Set_OutlookAddressbookFolder(true);
+    EXPECT_EQ(Changes(), "");
     Inbox->Set_OutlookAddressbookFolder(false);
     EXPECT_NE(Changes().find("outlook.DeleteEntries("), std::string::npos);
     Calls->Next("outlook.DeleteEntries", mapi::MAPI_E_NO_ACCESS);
@@ -233,6 +243,46 @@ TEST_F(TFolderAddressBookTest, PublicFoldersDoNotNotify)
     EXPECT_EQ(caught.Message, "The public folders messagestore does not support notifications!");
     EXPECT_EQ(caught.Code, 26u);
     EXPECT_FALSE(events.GetActive());
+    Client->SameIDs = 0;
+    events.Start(*Store);
+    EXPECT_TRUE(events.GetActive()) << "a store beside the public folders";
+}
+
+TEST_F(TFolderAddressBookTest, ThereIsNoSinkToConnect)
+{
+    const auto table = Inbox->GetHierarchyTable(false);
+    EXPECT_EQ(Catch([&] { Session->DEventConnect(nullptr, true); }).Message,
+              "TSession.DEventConnect failed!\r\nThere is no sink to connect.");
+    for (const TCaught& caught :
+         {Catch([&] { Store->DEventConnect(nullptr, true); }), Catch([&] { table->DEventConnect(nullptr, true); })})
+    {
+        EXPECT_EQ(caught.ClassName, "EMAPI_INVALID_PARAMETER");
+        EXPECT_NE(caught.Message.find("There is no sink to connect."), std::string::npos) << caught.Message;
+    }
+    Store->DEventConnect(nullptr, false);
+    EXPECT_FALSE(Store->Get_Advised());
+}
+
+TEST_F(TFolderAddressBookTest, AFolderThatTheSessionOpensKnowsItsStore)
+{
+    auto& object = dynamic_cast<TScriptedFolder&>(*Client->Store->Entries["INBOX"].Object);
+    Client->Entries["INBOX"] = Client->Store->Entries["INBOX"];
+    object.Bag.Remove(GetPropTag(PR_CONTAINER_CLASS));
+    const auto open = [&] {
+        const TKwBytes id{'I', 'N', 'B', 'O', 'X'};
+        return KwAs<IKwMAPIFolder>(Session->OpenEntry(ArrToEntryID(id), alReadOnly));
+    };
+    EXPECT_EQ(open()->GetMsgStore(), nullptr) << "it does not say in which it is";
+    EXPECT_EQ(open()->Get_FolderType(), ftPlain);
+    object.Bag.Set(BinaryValue(GetPropTag(PR_STORE_ENTRYID), "STORE"));
+    static_cast<void>(Take());
+    const auto folder = open();
+    EXPECT_NE(Take().find("OpenMsgStore(0,53544F5245,0x00000011)"), std::string::npos);
+    EXPECT_EQ(folder->Get_FolderType(), ftInbox);
+    EXPECT_EQ(folder->Get_DefaultMessageClass(), u"IPM.Note");
+    EXPECT_EQ(folder->Get_AccessLevel(), alReadOnly);
+    Calls->Next("OpenMsgStore", mapi::MAPI_E_NO_ACCESS);
+    EXPECT_EQ(Catch([&] { static_cast<void>(open()); }).ClassName, "EMAPI_NO_ACCESS");
 }
 
 } // namespace

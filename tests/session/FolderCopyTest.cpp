@@ -1,5 +1,6 @@
 // What a folder does with what is in it: copying, moving, emptying, finding messages, their status, and what it
 // refuses.
+#include "mapi/headers/uKwEdkGuidH.hpp"
 #include "mapi/headers/uKwMAPIStoreConstantsH.hpp"
 #include "tests/session/StoreFixture.hpp"
 
@@ -16,7 +17,7 @@ namespace
 class TFolderCopyTest : public TStoreTest
 {
 protected:
-    TFolderCopyTest() : Inbox(OpenInbox()), Target(OpenTarget()) {}
+    TFolderCopyTest() : Inbox(OpenInbox()), Target(OpenTarget()) { Session->Window = 77; }
     [[nodiscard]] TKwRef<IKwMAPIFolder> OpenTarget()
     {
         Object->AddFolder("TARGET", u"Target");
@@ -37,9 +38,9 @@ TEST_F(TFolderCopyTest, CopyFolder)
     Inbox->CopyFolder(ID("X"), *Target, u"", false, false, true);
     Calls->Next("CopyFolder", mapi::MAPI_E_BAD_CHARWIDTH);
     Inbox->CopyFolder(ID("X"), *Target, u"Ä", true, true, true);
-    EXPECT_EQ(Take(), "CopyFolder(58,Target,\"Ä\",0,0x80000000)\nCopyFolder(58,Target,null,0,0x80000001)\n"
-                      "CopyFolder(58,Target,null,0,0x80000010)\nCopyFolder(58,Target,null,0,0x80000002)\n"
-                      "CopyFolder(58,Target,\"Ä\",0,0x80000013)\nCopyFolder(58,Target,'\xC4',0,0x00000013)");
+    EXPECT_EQ(Take(), "CopyFolder(58,Target,\"Ä\",77,0x80000000)\nCopyFolder(58,Target,null,77,0x80000001)\n"
+                      "CopyFolder(58,Target,null,77,0x80000010)\nCopyFolder(58,Target,null,77,0x80000002)\n"
+                      "CopyFolder(58,Target,\"Ä\",77,0x80000013)\nCopyFolder(58,Target,'\xC4',77,0x00000013)");
 
     const std::pair<mapi::HRESULT, const char*> failures[] = {
         {mapi::MAPI_E_COLLISION,
@@ -73,7 +74,7 @@ TEST_F(TFolderCopyTest, EmptyFolder)
     Inbox->EmptyFolder(false, false);
     Inbox->EmptyFolder(true, false);
     Inbox->EmptyFolder(true, true);
-    EXPECT_EQ(Take(), "EmptyFolder(0,0x00000000)\nEmptyFolder(0,0x00000008)\nEmptyFolder(0,0x0000000A)");
+    EXPECT_EQ(Take(), "EmptyFolder(77,0x00000000)\nEmptyFolder(77,0x00000008)\nEmptyFolder(77,0x0000000A)");
     Calls->Next("EmptyFolder", mapi::MAPI_W_PARTIAL_COMPLETION);
     EXPECT_EQ(Catch([&] { Inbox->EmptyFolder(false, false); }),
               Failure("EKwMAPIException", 0x00040680,
@@ -85,7 +86,7 @@ TEST_F(TFolderCopyTest, MessagesAndTheirStatus)
 {
     Inbox->CopyMessage(ID("M"), *Target, false);
     Inbox->CopyMessage(ID("M"), *Target, true);
-    EXPECT_EQ(Take(), "CopyMessages(4D,Target,0,0x00000000)\nCopyMessages(4D,Target,0,0x00000001)");
+    EXPECT_EQ(Take(), "CopyMessages(4D,Target,77,0x00000000)\nCopyMessages(4D,Target,77,0x00000001)");
     Calls->Next("CopyMessages", mapi::MAPI_E_NO_ACCESS);
     EXPECT_EQ(Catch([&] { Inbox->CopyMessage(ID("M"), *Target, true); }).Message.substr(0, 25),
               "TKwMAPIFolder.CopyMessage");
@@ -149,6 +150,27 @@ TEST_F(TFolderCopyTest, SynchronizersNeedExchange)
     EXPECT_EQ(Catch([&] { static_cast<void>(Inbox->GetHierarchySynchronizer()); }).Message.substr(0, 34),
               "TKwMAPIFolder.OpenProperty failed!");
     EXPECT_NE(Take().find("OpenProperty(0x662C000D"), std::string::npos);
+
+    struct TExporter final : TScriptedUnknown<mapi::IExchangeExportChanges>
+    {
+        TExporter() : TScriptedUnknown({mapi::IID_IExchangeExportChanges}) {}
+        using HRESULT = mapi::HRESULT;
+        using ULONG = mapi::ULONG;
+        HRESULT DEFTMAPI_STDCALL GetLastError(HRESULT, ULONG, mapi::LPMAPIERROR*) override { return mapi::S_OK; }
+        HRESULT DEFTMAPI_STDCALL Config(mapi::LPSTREAM, ULONG, mapi::LPUNKNOWN, mapi::LPSRestriction,
+                                        mapi::LPSPropTagArray, mapi::LPSPropTagArray, ULONG) override
+        {
+            return mapi::MAPI_E_NO_SUPPORT;
+        }
+        HRESULT DEFTMAPI_STDCALL Synchronize(ULONG*, ULONG*) override { return mapi::MAPI_E_NO_SUPPORT; }
+        HRESULT DEFTMAPI_STDCALL UpdateState(mapi::LPSTREAM) override { return mapi::MAPI_E_NO_SUPPORT; }
+    };
+    const TKwComPtr<TExporter> exporter(new TExporter);
+    InboxObject->Bag.OpenStream = [&](auto&&...) { return TKwComPtr<mapi::IUnknown>(exporter.Get()).Detach(); };
+    EXPECT_EQ(Inbox->GetContentsSynchronizer().Get(), exporter.Get());
+    EXPECT_EQ(exporter->RefCount(), 1u);
+    EXPECT_EQ(Take(), "INBOX.OpenProperty(0x662D000D," + Hex(mapi::IID_IExchangeExportChanges.Data1) +
+                          ",0x00000000,0x00000000)");
 }
 
 /// A container of a kind that a test says.
@@ -178,7 +200,23 @@ TEST_F(TContainerTest, KindsAndWhatTheyOffer)
     EXPECT_EQ(Catch([&] { static_cast<void>(list->_GetTemplateID(otRecipient)); }).Message, "Invalid Containertype");
     EXPECT_EQ(Catch([&] { static_cast<void>(list->GetHierarchyTable(false)); }).Message.substr(0, 37),
               "TKwMAPIContainer.OpenProperty failed!");
-    EXPECT_NE(Take().find("OpenProperty(0x360E000D"), std::string::npos) << "PR_CONTAINER_HIERARCHY";
+    static_cast<void>(Take());
+    InboxObject->AddChild("A", u"Member");
+    InboxObject->Bag.OpenStream = [&](auto&&...) {
+        return TKwComPtr<mapi::IUnknown>(InboxObject->Hierarchy.Get()).Detach();
+    };
+    Calls->Next("INBOX.OpenProperty", mapi::MAPI_E_BAD_CHARWIDTH);
+    const auto members = list->GetHierarchyTable(true);
+    const std::string property = "INBOX.OpenProperty(0x360E000D," + Hex(mapi::IID_IMAPITable.Data1);
+    EXPECT_EQ(Take(), property + ",0x80000001,0x00000000)\n" + property + ",0x00000001,0x00000000)");
+    members->Get_Fields()->Add(PR_DISPLAY_NAME);
+    members->First();
+    EXPECT_EQ(members->GetFieldValue(PR_DISPLAY_NAME).AsStringW(), u"Member");
+    for (int i = 0; i < 2; ++i)
+        Calls->Next("INBOX.OpenProperty", mapi::MAPI_E_BAD_CHARWIDTH);
+    EXPECT_EQ(Catch([&] { static_cast<void>(list->GetHierarchyTable(false)); }).Message.substr(0, 35),
+              "TKwMAPIContainer.GetHierarchyTable ");
+    InboxObject->Bag.OpenStream = nullptr;
 
     TKwMAPIObjectType type = otUnknown;
     InboxObject->Messages["M"] = TKwComPtr<TScriptedMessage>(new TScriptedMessage(Calls));

@@ -1,6 +1,7 @@
 // Folders: kinds, default classes, subfolders, messages and tables.
 #include "tests/session/StoreFixture.hpp"
 
+#include <functional>
 #include <gtest/gtest.h>
 
 namespace deftmapi::test
@@ -53,16 +54,62 @@ TEST_F(TFolderTest, KindByClassThenByIdentifier)
     EXPECT_EQ(wrapped->Get_ContainerType(), ctFolder);
 }
 
-TEST_F(TFolderTest, DefaultMessageClass)
+TEST_F(TFolderTest, DefaultMessageClassesByKind)
 {
-    const std::pair<const char16_t*, const char16_t*> classes[] = {
-        {u"IPF.Contact", u"IPM.Contact"},       {u"IPF.Appointment", u"IPM.Appointment"},
-        {u"IPF.StickyNote", u"IPM.StickyNote"}, {u"IPF.Task", u"IPM.Task"},
-        {u"IPF.Journal", u"IPM.Journal"},       {u"ipf.Note.Custom", u"IPM.Note.Custom"},
-        {u"IPF.IPF.x", u"IPM.IPF.x"},           {u"", u""}};
-    for (const auto& [containerClass, messageClass] : classes)
-        EXPECT_EQ(Open("X", containerClass)->Get_DefaultMessageClass(), messageClass);
-    EXPECT_EQ(Open("INBOX", u"IPF.Whatever")->Get_DefaultMessageClass(), u"IPM.Note");
+    const auto refused =
+        Failure("EMAPI_NO_ACCESS", 0x80070005, "It is not possible to create messages in the selected folder!");
+    const auto create = [](IKwMAPIFolder& folder) { return folder.CreateMessage(u"")->Get_MessageClass(); };
+    struct TByClass
+    {
+        const char16_t* ContainerClass;
+        const char16_t* MessageClass;
+        bool Creates = true;
+    };
+    const TByClass byClass[] = {{u"IPF.Contact", u"IPM.Contact"},
+                                {u"IPF.Appointment", u"IPM.Appointment"},
+                                {u"ipf.stickynote", u"IPM.StickyNote"},
+                                {u"IPF.Task", u"IPM.Task"},
+                                {u"IPF.Journal", u"IPM.Journal", false},
+                                {u"ipf.Note.Custom", u"IPM.Note.Custom"},
+                                {u"IPF.IPF.x", u"IPM.IPF.x"},
+                                {u"Note.IPF.x", u"Note.IPM.x"},
+                                {u"Other", u"Other"},
+                                {u"", u""}};
+    for (const TByClass& kind : byClass) {
+        const auto folder = Open("X", kind.ContainerClass);
+        EXPECT_EQ(folder->Get_DefaultMessageClass(), kind.MessageClass);
+        if (kind.Creates) {
+            EXPECT_EQ(create(*folder), kind.MessageClass);
+        } else {
+            EXPECT_EQ(Catch([&] { create(*folder); }), refused);
+        }
+    }
+
+    const std::pair<TKwMAPIFolderType, TKwMAPIPropDef> ofStore[] = {
+        {ftOutbox, PR_IPM_OUTBOX_ENTRYID},      {ftDeleted, PR_IPM_WASTEBASKET_ENTRYID},
+        {ftSentItems, PR_IPM_SENTMAIL_ENTRYID}, {ftIPMRoot, PR_IPM_SUBTREE_ENTRYID},
+        {ftSearch, PR_FINDER_ENTRYID},          {ftCommon, PR_COMMON_VIEWS_ENTRYID},
+        {ftPersonal, PR_VIEWS_ENTRYID}};
+    for (const auto& [type, def] : ofStore)
+        Object->Bag.Set(BinaryValue(GetPropTag(def), "F" + std::to_string(type)));
+    InboxObject->Bag.Set(BinaryValue(GetPropTag(PR_IPM_DRAFTS_ENTRYID), "F" + std::to_string(ftDraft)));
+    SetAdditionalFolders({"", "F" + std::to_string(ftSyncIssues), "", "", "F" + std::to_string(ftJunkFolder)});
+    Store = OpenStore(alReadWrite);
+    const TKwMAPIFolderType mail[] = {ftOutbox, ftDeleted, ftSentItems, ftDraft, ftJunkFolder};
+    for (const TKwMAPIFolderType type : mail) {
+        const auto folder = Open("F" + std::to_string(type), u"IPF.Own");
+        EXPECT_EQ(folder->Get_FolderType(), type);
+        EXPECT_EQ(folder->Get_DefaultMessageClass(), u"IPM.Note");
+        EXPECT_EQ(create(*folder), u"IPM.Note");
+    }
+    EXPECT_EQ(create(*Open("INBOX", u"IPF.Own")), u"IPM.Note");
+    for (const TKwMAPIFolderType type : {ftIPMRoot, ftSearch, ftCommon, ftPersonal, ftSyncIssues}) {
+        const auto folder = Open("F" + std::to_string(type), u"IPF.Own");
+        EXPECT_EQ(folder->Get_FolderType(), type);
+        EXPECT_EQ(folder->Get_DefaultMessageClass(), u"IPM.Own");
+        EXPECT_EQ(Catch([&] { create(*folder); }), refused);
+        EXPECT_EQ(folder->CreateMessage(u"IPM.Note")->Get_MessageClass(), u"IPM.Note") << "who names a class may";
+    }
 }
 
 TEST_F(TFolderTest, CreateMessage)
@@ -85,18 +132,6 @@ TEST_F(TFolderTest, CreateMessage)
         static_cast<void>(inbox->CreateMessage(associated));
         EXPECT_EQ(Take(), "CreateMessage(null,0x00000040)");
     }
-    EXPECT_EQ(Open("INBOX", u"")->CreateMessage(u"")->Get_MessageClass(), u"IPM.Note");
-    EXPECT_EQ(Open("X", u"IPF.Note.Custom")->CreateMessage(u"")->Get_MessageClass(), u"IPM.Note.Custom");
-    EXPECT_EQ(Open("X", u"IPF.Task")->CreateMessage(u"")->Get_MessageClass(), u"IPM.Task");
-    EXPECT_EQ(Catch([&] { static_cast<void>(Open("X", u"IPF.Journal")->CreateMessage(u"")); }),
-              Failure("EMAPI_NO_ACCESS", 0x80070005, "It is not possible to create messages in the selected folder!"));
-    Object->Bag.Set(BinaryValue(GetPropTag(PR_IPM_SUBTREE_ENTRYID), "ROOT"));
-    Store = OpenStore(alReadWrite);
-    const auto root = Open("ROOT", u"");
-    ASSERT_EQ(root->Get_FolderType(), ftIPMRoot);
-    EXPECT_EQ(Catch([&] { static_cast<void>(root->CreateMessage(u"")); }),
-              Failure("EMAPI_NO_ACCESS", 0x80070005, "It is not possible to create messages in the selected folder!"));
-    EXPECT_EQ(root->CreateMessage(u"IPM.Note")->Get_MessageClass(), u"IPM.Note") << "who names a class may";
     Calls->Next("CreateMessage", mapi::MAPI_E_NOT_ENOUGH_DISK);
     EXPECT_EQ(Catch([&] { static_cast<void>(inbox->CreateMessage(u"IPM.Note")); }).Message.substr(0, 27),
               "TKwMAPIFolder.CreateMessage");
@@ -139,13 +174,14 @@ TEST_F(TFolderTest, CreateFolder)
 TEST_F(TFolderTest, DeleteFolderAndMessage)
 {
     const auto inbox = OpenInbox();
+    Session->Window = 77;
     inbox->DeleteFolder(ID("X"), false, false, false);
     inbox->DeleteFolder(ID("X"), true, false, false);
     inbox->DeleteFolder(ID("X"), false, true, false);
     inbox->DeleteFolder(ID("X"), true, true, true);
     inbox->DeleteMessage(ID("YZ"));
-    EXPECT_EQ(Take(), "DeleteFolder(58,0,0x00000000)\nDeleteFolder(58,0,0x00000001)\nDeleteFolder(58,0,0x00000004)\n"
-                      "DeleteFolder(58,0,0x00000007)\nDeleteMessages(595A,0,0x00000000)");
+    EXPECT_EQ(Take(), "DeleteFolder(58,77,0x00000000)\nDeleteFolder(58,77,0x00000001)\nDeleteFolder(58,77,0x00000004)\n"
+                      "DeleteFolder(58,77,0x00000007)\nDeleteMessages(595A,77,0x00000000)");
     const std::pair<mapi::HRESULT, const char*> failures[] = {
         {mapi::MAPI_E_HAS_FOLDERS,
          "The subfolder being deleted contains subfolders, and the ADeleteSubFolders flag was "
@@ -173,6 +209,17 @@ TEST_F(TFolderTest, Tables)
     static_cast<void>(inbox->GetAssociatedContentsTable());
     EXPECT_EQ(Take(), "GetHierarchyTable(0x80000001)\nGetHierarchyTable(0x00000001)\nGetHierarchyTable(0x80000000)\n"
                       "GetContentsTable(0x80000040)");
+    for (int i = 0; i < 2; ++i)
+        Calls->Next("GetHierarchyTable", mapi::MAPI_E_BAD_CHARWIDTH);
+    EXPECT_EQ(Catch([&] { static_cast<void>(inbox->GetHierarchyTable(false)); }).Message.substr(0, 32),
+              "TKwMAPIFolder.GetHierarchyTable ");
+    for (int i = 0; i < 2; ++i) {
+        Calls->Next("GetContentsTable", mapi::MAPI_E_BAD_CHARWIDTH);
+        static_cast<void>(i == 0 ? inbox->GetContentsTable() : inbox->GetAssociatedContentsTable());
+    }
+    EXPECT_EQ(Take(), "GetHierarchyTable(0x80000000)\nGetHierarchyTable(0x00000000)\n"
+                      "GetContentsTable(0x80000000)\nGetContentsTable(0x00000000)\n"
+                      "GetContentsTable(0x80000040)\nGetContentsTable(0x00000040)");
     Calls->Next("GetContentsTable", mapi::MAPI_E_UNKNOWN_ENTRYID);
     EXPECT_EQ(
         Catch([&] { static_cast<void>(inbox->GetContentsTable()); }),
@@ -189,6 +236,33 @@ TEST_F(TFolderTest, Tables)
     Session->ExtendedMAPI = false;
     EXPECT_EQ(Catch([&] { static_cast<void>(inbox->GetContentsTable()); }),
               Failure("EMAPI_NOT_SUPPORTED", 26, "This action is not supported by Simple MAPI!"));
+}
+
+TEST_F(TFolderTest, FailuresNameTheirOperation)
+{
+    const auto inbox = OpenInbox();
+    struct TOperation
+    {
+        const char* Name;
+        const char* Called;
+        std::function<void()> Call;
+    };
+    const TOperation operations[] = {
+        {"CreateFolder", "CreateFolder", [&] { static_cast<void>(inbox->CreateFolder(u"", u"N", u"", false)); }},
+        {"CopyFolder", "CopyFolder", [&] { inbox->CopyFolder(ID("X"), *inbox, u"", false, false, false); }},
+        {"DeleteFolder", "DeleteFolder", [&] { inbox->DeleteFolder(ID("X"), false, false, false); }},
+        {"EmptyFolder", "EmptyFolder", [&] { inbox->EmptyFolder(false, false); }},
+        {"DeleteMessage", "DeleteMessages", [&] { inbox->DeleteMessage(ID("X")); }},
+        {"GetContentsTable", "GetContentsTable", [&] { static_cast<void>(inbox->GetContentsTable()); }},
+        {"GetAssociatedContentsTable", "GetContentsTable",
+         [&] { static_cast<void>(inbox->GetAssociatedContentsTable()); }},
+        {"GetHierarchyTable", "GetHierarchyTable", [&] { static_cast<void>(inbox->GetHierarchyTable(true)); }}};
+    for (const auto& operation : operations) {
+        Calls->Next(operation.Called, mapi::MAPI_E_NO_SUPPORT);
+        const TCaught caught = Catch(operation.Call);
+        EXPECT_EQ(caught.ClassName, "EMAPI_NO_SUPPORT") << operation.Name;
+        EXPECT_TRUE(caught.Message.starts_with(std::string("TKwMAPIFolder.") + operation.Name + " ")) << caught.Message;
+    }
 }
 
 } // namespace

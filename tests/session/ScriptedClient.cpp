@@ -190,7 +190,7 @@ mapi::HRESULT TScriptedMAPISession::CompareEntryIDs(mapi::ULONG size1, mapi::LPE
     if (const auto failure =
             FCalls->Enter("CompareEntryIDs", HexOf(size1, id1) + "," + HexOf(size2, id2) + "," + Hex(flags)))
         return *failure;
-    *result = 1; // a provider may call identifiers of different bytes the same
+    *result = SameIDs; // a provider may call identifiers of different bytes the same
     return Done("CompareEntryIDs");
 }
 

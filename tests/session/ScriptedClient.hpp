@@ -125,6 +125,7 @@ public:
     WideString Error;                                      ///< the text of the last failure
     std::string Identity;                                  ///< of the user; empty: no service supplies one
     TKwComPtr<mapi::IMAPIAdviseSink> Sink;                 ///< the one advised last, until it is unadvised
+    mapi::ULONG SameIDs = 1;                               ///< what CompareEntryIDs says of all identifiers
 
     mapi::HRESULT DEFTMAPI_STDCALL GetLastError(mapi::HRESULT, mapi::ULONG, mapi::LPMAPIERROR* error) override;
     mapi::HRESULT DEFTMAPI_STDCALL GetMsgStoresTable(mapi::ULONG flags, mapi::LPMAPITABLE* table) override;

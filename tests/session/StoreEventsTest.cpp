@@ -21,6 +21,23 @@ std::string Text(const TKwMAPIEntryID& id)
     return id.IsNull() ? "-" : std::string(bytes.begin(), bytes.end());
 }
 
+std::string Described(const std::string& event, const TKwMAPIEntryID& entryID, TKwMAPIObjectType objectType,
+                      const TKwMAPIEntryID& parentID, const TKwMAPIEntryID& oldID, const TKwMAPIEntryID& oldParentID,
+                      IKwMAPIPropList& properties)
+{
+    std::string text = event + " " + Text(entryID) + " " + std::to_string(objectType) + " " + Text(parentID) + " " +
+                       Text(oldID) + " " + Text(oldParentID);
+    for (properties.First(); !properties.Get_EOF(); properties.Next())
+        text += " " + KwToUtf8(GetPropName(properties.Get_CurrentRecord()));
+    return text;
+}
+
+std::string Described(const std::string& event, const TKwMAPIEntryID& folderID, const TKwMAPIEntryID& messageID,
+                      const WideString& messageClass)
+{
+    return event + " " + Text(folderID) + " " + Text(messageID) + " " + KwToUtf8(messageClass);
+}
+
 /// Notes what it is told, and does what a test wants then.
 class TSink final : public TKwAutoIntfObject, public virtual IKwMAPIMsgStoreDEvents
 {
@@ -32,17 +49,14 @@ public:
     void _OnNewMessage(IKwMAPIMsgStore& store, const TKwMAPIEntryID& folderID, const TKwMAPIEntryID& messageID,
                        const WideString& messageClass) override
     {
-        Note("mail " + Text(folderID) + " " + Text(messageID) + " " + KwToUtf8(messageClass), store);
+        Note(Described("mail", folderID, messageID, messageClass), store);
     }
 #define DEFTMAPI_NOTED(Event)                                                                                          \
     void _OnObject##Event(IKwMAPIMsgStore& store, const TKwMAPIEntryID& entryID, TKwMAPIObjectType objectType,         \
                           const TKwMAPIEntryID& parentID, const TKwMAPIEntryID& oldID,                                 \
                           const TKwMAPIEntryID& oldParentID, IKwMAPIPropList& properties) override                     \
     {                                                                                                                  \
-        std::string text = #Event " " + Text(entryID) + " " + std::to_string(objectType) + " " + Text(parentID) +      \
-                           " " + Text(oldID) + " " + Text(oldParentID);                                                \
-        for (properties.First(); !properties.Get_EOF(); properties.Next())                                             \
-            text += " " + KwToUtf8(GetPropName(properties.Get_CurrentRecord()));                                       \
+        const std::string text = Described(#Event, entryID, objectType, parentID, oldID, oldParentID, properties);     \
         properties.Clear(); /* a list of its own */                                                                    \
         Note(text, store);                                                                                             \
     }
@@ -114,11 +128,17 @@ mapi::NOTIFICATION Event(mapi::ULONG type)
     return event;
 }
 
+mapi::LPENTRYID EntryOf(const char* text)
+{
+    return reinterpret_cast<mapi::LPENTRYID>(const_cast<char*>(text));
+}
+
 TEST_F(TStoreEventsTest, TheFirstSinkAdvisesAndTheLastEndsIt)
 {
     EXPECT_FALSE(Store->Get_Advised());
     const auto first = Connect();
     EXPECT_NE(Calls->Count("OpenEntry"), 0u) << "the Inbox was looked at";
+    EXPECT_NE(Calls->Lines().back().find("store.GetProps([0x662B0102]"), std::string::npos) << "PR_TEST_LINE_SPEED";
     EXPECT_EQ(TakeCalls(), "store.Advise(,0x2000007E) ");
     const auto second = Connect();
     Store->DEventConnect(first, false);
@@ -173,15 +193,15 @@ TEST_F(TStoreEventsTest, EventsInOrderToEverySink)
 {
     const auto first = Connect();
     const auto second = Connect();
-    const auto id = [](const char* text) { return reinterpret_cast<mapi::LPENTRYID>(const_cast<char*>(text)); };
     mapi::NOTIFICATION wide = Event(mapi::fnevNewMail);
-    wide.info.newmail = {1, id("M"), 1, id("F"), mapi::MAPI_UNICODE, const_cast<char16_t*>(u"IPM.Ä"), 0};
+    wide.info.newmail = {1, EntryOf("M"), 1, EntryOf("F"), mapi::MAPI_UNICODE, const_cast<char16_t*>(u"IPM.Ä"), 0};
     mapi::NOTIFICATION narrow = wide;
     narrow.info.newmail.ulFlags = 0;
     narrow.info.newmail.lpszMessageClass = const_cast<char*>("IPM.\xC4");
     TKwMAPITagArray tags(std::vector<mapi::ULONG>{0x0037001F, 0x6F5D0003});
     mapi::NOTIFICATION object{};
-    object.info.obj = {1, id("O"), mapi::MAPI_MESSAGE, 1, id("P"), 0, id("never"), 3, id("OLD"), tags.Get()};
+    object.info.obj = {1, EntryOf("O"),   mapi::MAPI_MESSAGE, 1, EntryOf("P"), 0, EntryOf("never"),
+                       3, EntryOf("OLD"), tags.Get()};
     std::vector<mapi::NOTIFICATION> events{wide, narrow};
     for (const mapi::ULONG type : {0x4u, 0x8u, 0x10u, 0x20u, 0x40u}) {
         object.ulEventType = type;
@@ -203,22 +223,67 @@ TEST_F(TStoreEventsTest, EventsInOrderToEverySink)
 TEST_F(TStoreEventsTest, SinksThatThrowOrLeave)
 {
     const auto first = Connect();
-    first->Then = [](IKwMAPIMsgStore&) { CreateKwMAPIException(mapi::MAPI_E_CALL_FAILED, u"no")->Raise(); };
+    first->Then = [](IKwMAPIMsgStore&) {
+        EXPECT_FALSE(KwSilentServerExceptionsEnabled());
+        CreateKwMAPIException(mapi::MAPI_E_CALL_FAILED, u"no")->Raise();
+    };
     const auto second = Connect();
     Notify({Event(mapi::fnevObjectCreated), Event(mapi::fnevObjectDeleted)});
     EXPECT_EQ(first->Told.size(), 2u) << "one failure does not cost the next notification";
     EXPECT_EQ(second->Told.size(), 2u) << "nor what is told to others";
     EXPECT_EQ(Reported.size(), 2u);
-    Store->DEventConnect(second, false);
     EXPECT_TRUE(KwSilentServerExceptionsEnabled());
 
+    // A sink that an earlier one disconnects is told nothing more, one that it connects nothing yet.
+    const auto third = KwMake<TSink>();
     first->Then = [&](IKwMAPIMsgStore& store) {
-        Store.Reset();
-        store.DEventConnect(first, false); // still there while it is called
+        store.DEventConnect(second, false);
+        if (first->Told.size() == 3)
+            store.DEventConnect(third, true);
     };
     Notify({Event(mapi::fnevObjectCreated), Event(mapi::fnevObjectDeleted)});
-    EXPECT_EQ(first->Told.size(), 3u);
+    EXPECT_EQ(first->Told.size(), 4u);
+    EXPECT_EQ(second->Told.size(), 2u);
+    EXPECT_EQ(third->Told.size(), 1u);
+
+    first->Then = [&](IKwMAPIMsgStore&) { Store.Reset(); };
+    Notify({Event(mapi::fnevObjectCreated), Event(mapi::fnevObjectDeleted)});
+    EXPECT_EQ(first->Told.size(), 5u) << "the store is gone";
+    EXPECT_EQ(third->Told.size(), 1u);
+    EXPECT_EQ(first->RefCount(), 1u);
     EXPECT_EQ(TakeCalls(), "store.Advise(,0x2000007E) store.Unadvise(5) ");
+}
+
+TEST_F(TStoreEventsTest, TheStoreEndsOnTheThreadThatDropsIt)
+{
+    const auto sink = KwMake<TSink>();
+    sink->Then = [](IKwMAPIMsgStore&) {};
+    Store.Reset();
+    const std::size_t objects = TKwAutoIntfObject::LiveObjects();
+    for (int round = 0; round < 300; ++round) {
+        Store = OpenStore(alReadWrite);
+        Store->DEventConnect(sink, true);
+        const TKwComPtr<mapi::IMAPIAdviseSink> advised(Object->Sink);
+        std::promise<void> entered;
+        sink->Then = [&](IKwMAPIMsgStore& store) {
+            const auto& held = dynamic_cast<TKwMAPIMsgStore&>(store);
+            const std::uint32_t references = held.RefCount();
+            entered.set_value();
+            while (held.RefCount() == references) // until the other thread drops its own
+                std::this_thread::yield();
+        };
+        std::thread client([&] {
+            mapi::NOTIFICATION mail = Event(mapi::fnevNewMail);
+            advised->OnNotify(1, &mail);
+        });
+        entered.get_future().wait();
+        Store.Reset();
+        ASSERT_EQ(TKwAutoIntfObject::LiveObjects(), objects) << round;
+        client.join();
+        static_cast<void>(Take());
+    }
+    EXPECT_EQ(sink->Told.size(), 300u);
+    EXPECT_EQ(sink->RefCount(), 1u);
 }
 
 TEST_F(TStoreEventsTest, LogoffIsToldLast)
@@ -287,32 +352,37 @@ TEST_F(TStoreEventsTest, Component)
 {
     TTold told;
     TKwMAPIMsgStoreEvents events;
-    events.OnNewMessage = [&](IKwMAPIMsgStore&, const TKwMAPIEntryID&, const TKwMAPIEntryID& id, const WideString&) {
-        told.push_back("mail " + Text(id));
-    };
     const auto note = [&](const char* event) {
-        return
-            [&told, event](IKwMAPIMsgStore&, const TKwMAPIEntryID&, TKwMAPIObjectType, const TKwMAPIEntryID&,
-                           const TKwMAPIEntryID&, const TKwMAPIEntryID&, IKwMAPIPropList&) { told.push_back(event); };
+        return [&told, event](IKwMAPIMsgStore&, auto&&... args) { told.push_back(Described(event, args...)); };
     };
+    events.OnNewMessage = note("mail");
     events.OnObjectCreated = note("created");
     events.OnObjectDeleted = note("deleted");
     events.OnObjectModified = note("modified");
-    events.OnObjectMoved = note("moved");
+    events.OnObjectCopied = note("copied");
     events.OnSessionLogoff = [&](IKwMAPIMsgStore&) { told.push_back("logoff"); };
     events.Stop();
     events.Start(*Store);
     EXPECT_TRUE(events.GetActive());
     EXPECT_EQ(events.GetMsgStore().Get(), Store.Get());
-    std::vector<mapi::NOTIFICATION> all;
-    for (const mapi::ULONG type : {0x2u, 0x4u, 0x8u, 0x10u, 0x20u, 0x40u}) // nobody asked for the last
+    TKwMAPITagArray tags(std::vector<mapi::ULONG>{0x0037001F});
+    std::vector<mapi::NOTIFICATION> all{Event(mapi::fnevNewMail)};
+    all[0].info.newmail = {1, EntryOf("M"), 1, EntryOf("F"), 0, const_cast<char*>("IPM"), 0};
+    for (const mapi::ULONG type : {0x4u, 0x8u, 0x10u, 0x20u, 0x40u}) { // nobody listens to moves at first
         all.push_back(Event(type));
+        all.back().info.obj = {1, EntryOf("O"),  mapi::MAPI_FOLDER, 1, EntryOf("P"), 3, EntryOf("OLD"),
+                               2, EntryOf("OP"), tags.Get()};
+    }
     Notify(all);
-    EXPECT_EQ(told, (TTold{"mail -", "created", "deleted", "modified", "moved"}));
+    const std::string rest = " O 3 P OLD OP PR_SUBJECT";
+    EXPECT_EQ(told, (TTold{"mail F M IPM", "created" + rest, "deleted" + rest, "modified" + rest, "copied" + rest}));
+    events.OnObjectMoved = note("moved");
+    Notify({all[4]});
+    EXPECT_EQ(told.back(), "moved" + rest);
 
     events.OnObjectCreated = [&](auto&&...) { events.Stop(); };
     Notify(all);
-    EXPECT_EQ(told.back(), "mail -");
+    EXPECT_EQ(told.back(), "mail F M IPM");
     EXPECT_FALSE(events.GetActive());
     EXPECT_FALSE(Store->Get_Advised());
 

@@ -38,6 +38,17 @@ protected:
         static_cast<void>(Calls->Take());
         return folder;
     }
+    /// Gives the Inbox its list of further folders. A store that is open may know it otherwise.
+    void SetAdditionalFolders(const std::vector<std::string>& ids)
+    {
+        std::vector<mapi::SBinary> elements;
+        for (const std::string& id : ids)
+            elements.push_back(BinaryValue(0, id).Value.bin);
+        mapi::SPropValue list{};
+        list.ulPropTag = GetPropTag(PR_ADDITIONAL_REN_ENTRYIDS);
+        list.Value.MVbin = {static_cast<mapi::ULONG>(elements.size()), elements.data()};
+        InboxObject->Bag.Set(list);
+    }
     [[nodiscard]] std::string Take() { return Calls->Take(); }
 
     static TCaught Failure(const char* className, std::uint32_t code, const std::string& message)

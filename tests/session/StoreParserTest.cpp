@@ -2,6 +2,7 @@
 #include "tests/session/StoreFixture.hpp"
 
 #include <gtest/gtest.h>
+#include <stdexcept>
 
 namespace deftmapi::test
 {
@@ -81,6 +82,24 @@ TEST_F(TStoreParserTest, SubfoldersComeBeforeMessages)
     Skipped.clear();
     Parser.Start(*Store, Store->OpenFolder(ID("A"), alReadOnly));
     EXPECT_EQ(Seen, "<A A/A1 A1:a1m=S A:am1=S A:am2=S>");
+
+    Seen.clear();
+    Root->Hierarchy->Rows.clear();
+    Parser.Start(*Store, nullptr);
+    EXPECT_EQ(Seen, "<Root Root:r1=S>");
+}
+
+TEST_F(TStoreParserTest, FoldersAreOpenedWithTheAccessOfTheStore)
+{
+    const std::pair<TKwMAPIAccessLevel, const char*> levels[] = {
+        {alReadOnly, ",0x00000000)"}, {alReadWrite, ",0x00000001)"}, {alBestAccess, ",0x00000010)"}};
+    for (const auto& [level, flags] : levels) {
+        Store = OpenStore(level);
+        Parser.Start(*Store, nullptr);
+        for (const std::string& line : Calls->Lines())
+            EXPECT_TRUE(!line.starts_with("OpenEntry(") || line.ends_with(flags)) << line;
+        EXPECT_EQ(Calls->Count("OpenEntry"), 4u);
+    }
 }
 
 TEST_F(TStoreParserTest, NobodyListensAndFailures)
@@ -94,6 +113,15 @@ TEST_F(TStoreParserTest, NobodyListensAndFailures)
     Calls->Next("GetContentsTable", mapi::MAPI_E_NO_ACCESS);
     EXPECT_EQ(Catch([&] { Parser.Start(*Store, nullptr); }).ClassName, "EMAPI_NO_ACCESS");
     EXPECT_EQ(Seen, "<Root Root/A A/A1") << "the end is not told";
+    Seen.clear();
+    Calls->Next("GetHierarchyTable", std::nullopt);
+    Calls->Next("GetHierarchyTable", mapi::MAPI_E_NO_SUPPORT);
+    EXPECT_EQ(Catch([&] { Parser.Start(*Store, nullptr); }).ClassName, "EMAPI_NO_SUPPORT");
+    EXPECT_EQ(Seen, "<Root Root/A");
+    Seen.clear();
+    Parser.OnParseMessage = [](auto&&...) { throw std::runtime_error("enough"); };
+    EXPECT_THROW(Parser.Start(*Store, nullptr), std::runtime_error);
+    EXPECT_EQ(Seen, "<Root Root/A A/A1");
     EXPECT_EQ(Root->RefCount(), 2u); // the store's and the fixture's
 }
 

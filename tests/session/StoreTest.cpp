@@ -1,4 +1,5 @@
 // Message stores: Unicode, special folders, paths, and opening.
+#include "mapi/headers/uKwEdkGuidH.hpp"
 #include "mapi/headers/uKwMAPIStoreConstantsH.hpp"
 #include "tests/session/StoreFixture.hpp"
 
@@ -56,12 +57,35 @@ TEST_F(TMsgStoreTest, FolderIDsOfTheStoreAndTheInbox)
         Object->Bag.Set(BinaryValue(GetPropTag(def), "S" + std::to_string(type)));
     for (const auto& [type, def] : ofInbox)
         InboxObject->Bag.Set(BinaryValue(GetPropTag(def), "I" + std::to_string(type)));
+    SetAdditionalFolders({"", "SYNC", "", "", "JUNK"});
     Store = OpenStore(alReadWrite);
     EXPECT_EQ(IDOf(ftInbox), "INBOX");
     for (const auto& [type, def] : ofStore)
         EXPECT_EQ(IDOf(type), "S" + std::to_string(type));
     for (const auto& [type, def] : ofInbox)
         EXPECT_EQ(IDOf(type), "I" + std::to_string(type));
+    EXPECT_EQ(Store->GetOutboxFolderID(), ID("S4"));
+    EXPECT_EQ(Store->GetDeletedFolderID(), ID("S8"));
+    EXPECT_EQ(Store->GetSentItemsFolderID(), ID("S16"));
+    EXPECT_EQ(Store->GetIPMRootFolderID(), ID("S32"));
+    EXPECT_EQ(Store->GetSearchFolderID(), ID("S64"));
+    EXPECT_EQ(Store->GetCommonFolderID(), ID("S128"));
+    EXPECT_EQ(Store->GetPersonalFolderID(), ID("S256"));
+    EXPECT_EQ(Store->GetContactFolderID(), ID("I512"));
+    EXPECT_EQ(Store->Get_FolderID(ftTask), ID("I8192"));
+
+    const std::pair<const char16_t*, TKwMAPIFolderType> keywords[] = {
+        {u"Inbox", 0x2},         {u"Outbox", 0x4},    {u"Deleted", 0x8},       {u"SentItems", 0x10},
+        {u"IPMRoot", 0x20},      {u"Search", 0x40},   {u"Common", 0x80},       {u"Personal", 0x100},
+        {u"Contact", 0x200},     {u"Journal", 0x800}, {u"Task", 0x2000},       {u"Appointment", 0x400},
+        {u"StickyNote", 0x1000}, {u"Draft", 0x4000},  {u"searchfolder", 0x40}, {u"SYNCISSUES", 0x8000},
+        {u"JunkFolder", 0x10000}};
+    for (const auto& [keyword, type] : keywords) {
+        if (!Object->Entries.contains(IDOf(type)))
+            Object->AddFolder(IDOf(type));
+        const auto folder = Store->OpenFolderByPath(u"//[" + WideString(keyword) + u"]", alReadOnly);
+        EXPECT_EQ(folder->Get_EntryID(), Store->GetFolderID(type)) << type;
+    }
     for (const TKwMAPIFolderType invalid : {0x0u, 0x1u, 0x6u, 0x20000u})
         EXPECT_EQ(Catch([&] { static_cast<void>(Store->GetFolderID(invalid)); }),
                   Failure("EMAPI_INVALID_PARAMETER", 0x80070057, "You have specified an invalid FolderType"));
@@ -69,23 +93,15 @@ TEST_F(TMsgStoreTest, FolderIDsOfTheStoreAndTheInbox)
 
 TEST_F(TMsgStoreTest, AdditionalFoldersAreElementsOfAList)
 {
-    std::string ids[] = {"CONFLICTS", "SYNC", "LOCAL", "SERVER", "JUNK"};
-    mapi::SBinary elements[5];
-    for (int i = 0; i < 5; ++i)
-        elements[i] = {static_cast<mapi::ULONG>(ids[i].size()), reinterpret_cast<mapi::BYTE*>(ids[i].data())};
-    mapi::SPropValue list{};
-    list.ulPropTag = GetPropTag(PR_ADDITIONAL_REN_ENTRYIDS);
-    list.Value.MVbin = {4, elements};
     EXPECT_TRUE(Store->GetFolderID(ftSyncIssues).IsNull());
-    InboxObject->Bag.Set(list);
+    SetAdditionalFolders({"CONFLICTS"});
+    EXPECT_TRUE(Store->GetFolderID(ftSyncIssues).IsNull());
+    SetAdditionalFolders({"CONFLICTS", "SYNC", "LOCAL", "SERVER"});
     EXPECT_EQ(IDOf(ftSyncIssues), "SYNC");
     EXPECT_TRUE(Store->GetFolderID(ftJunkFolder).IsNull()); // the list ends before it
-    list.Value.MVbin.cValues = 5;
-    InboxObject->Bag.Set(list);
+    SetAdditionalFolders({"CONFLICTS", "", "LOCAL", "SERVER", "JUNK"});
     EXPECT_EQ(IDOf(ftJunkFolder), "JUNK");
-    elements[1].cb = 0; // a missing folder leaves an empty place
-    InboxObject->Bag.Set(list);
-    EXPECT_TRUE(Store->GetFolderID(ftSyncIssues).IsNull());
+    EXPECT_TRUE(Store->GetFolderID(ftSyncIssues).IsNull()); // a missing folder leaves an empty place
 }
 
 TEST_F(TMsgStoreTest, WithoutAnInboxFoldersAreFoundByTheirClass)
@@ -96,11 +112,22 @@ TEST_F(TMsgStoreTest, WithoutAnInboxFoldersAreFoundByTheirClass)
     root->AddChild("B", u"People", u"ipf.contact");
     root->AddChild("C", u"More people", u"IPF.Contact");
     Store = OpenStore(alReadWrite);
-    for (int i = 0; i < 3; ++i)
+    const auto find = [&](TKwMAPIFolderType type) {
         Calls->Next("GetReceiveFolder", mapi::MAPI_E_NO_SUPPORT);
-    EXPECT_EQ(IDOf(ftContact), "B");
-    EXPECT_TRUE(Store->GetFolderID(ftTask).IsNull());
-    EXPECT_TRUE(Store->GetFolderID(ftJunkFolder).IsNull()); // has no class to go by
+        return Store->GetFolderID(type);
+    };
+    EXPECT_EQ(find(ftContact), ID("B"));
+    EXPECT_TRUE(find(ftTask).IsNull());
+    EXPECT_TRUE(find(ftJunkFolder).IsNull()); // has no class to go by
+    const std::pair<TKwMAPIFolderType, const char16_t*> classes[] = {{0x400, u"IPF.Appointment"},
+                                                                     {0x800, u"IPF.Journal"},
+                                                                     {0x1000, u"IPF.StickyNote"},
+                                                                     {0x2000, u"IPF.Task"},
+                                                                     {0x4000, u"IPF.Draft"}};
+    for (const auto& [type, containerClass] : classes)
+        root->AddChild("T" + std::to_string(type), u"", containerClass);
+    for (const auto& [type, containerClass] : classes)
+        EXPECT_EQ(find(type), ID("T" + std::to_string(type)));
 
     Calls->Next("GetReceiveFolder", mapi::MAPI_E_NO_SUPPORT);
     EXPECT_EQ(
@@ -161,6 +188,7 @@ TEST_F(TMsgStoreTest, OpeningAndItsFailures)
     const std::pair<TKwMAPIAccessLevel, const char*> access[] = {{alReadOnly, "OpenEntry(INBOX,0x00000000)"},
                                                                  {alReadWrite, "OpenEntry(INBOX,0x00000001)"},
                                                                  {alBestAccess, "OpenEntry(INBOX,0x00000010)"}};
+    InboxObject->Bag.Set(LongValue(GetPropTag(PR_FOLDER_TYPE), 1));
     for (const auto& [level, call] : access) {
         const auto folder = Store->OpenFolder(ID("INBOX"), level);
         EXPECT_EQ(Calls->Lines().front(), call);
@@ -168,6 +196,7 @@ TEST_F(TMsgStoreTest, OpeningAndItsFailures)
         static_cast<void>(Take());
         static_cast<void>(folder->Get_EntryID());
         static_cast<void>(folder->PropByName(PR_DISPLAY_NAME)->Get_Value());
+        EXPECT_EQ(folder->PropByName(PR_FOLDER_TYPE)->Get_AsInteger(), 1);
         EXPECT_EQ(Take(), ""); // read while opening
     }
     EXPECT_EQ(Catch([&] { static_cast<void>(Store->OpenFolder(ID("X"), alReadOnly)); }),
@@ -209,11 +238,6 @@ TEST_F(TMsgStoreTest, ShortWaysToFolderIDs)
     EXPECT_EQ(Store->GetContactFolderID(), ID("PEOPLE"));
     Calls->Next("GetReceiveFolder", mapi::MAPI_E_NO_SUPPORT);
     EXPECT_TRUE(Store->GetContactFolderID().IsNull());
-    Object->Bag.Set(BinaryValue(GetPropTag(PR_IPM_SENTMAIL_ENTRYID), "SENT"));
-    Object->Bag.Set(BinaryValue(GetPropTag(PR_COMMON_VIEWS_ENTRYID), "COMMON"));
-    Store = OpenStore(alReadOnly);
-    EXPECT_EQ(Store->GetSentItemsFolderID(), ID("SENT"));
-    EXPECT_EQ(Store->GetCommonFolderID(), ID("COMMON"));
     EXPECT_TRUE(Store->GetPersonalFolderID().IsNull());
 }
 
@@ -237,6 +261,12 @@ TEST_F(TMsgStoreTest, ContainersAndMessages)
     EXPECT_EQ(Store->OpenRawMessage(ID("M"), alReadOnly).Get(), Object->Entries["M"].Object.Get());
     EXPECT_FALSE(Store->FindMessage(ID("X"), alReadOnly, message));
     EXPECT_EQ(message, nullptr);
+    for (const mapi::HRESULT unknown :
+         {mapi::MAPI_E_UNKNOWN_ENTRYID, mapi::MAPI_E_INVALID_ENTRYID, mapi::MAPI_E_OBJECT_DELETED})
+    {
+        Calls->Next("OpenEntry", unknown);
+        EXPECT_FALSE(Store->FindMessage(ID("M"), alReadOnly, message));
+    }
     Calls->Next("OpenEntry", mapi::MAPI_E_NO_ACCESS);
     EXPECT_EQ(Catch([&] { Store->FindMessage(ID("M"), alReadOnly, message); }).ClassName, "EMAPI_NO_ACCESS");
     EXPECT_EQ(Catch([&] { OpenStore(alReadOnly)->FindMessage(ID("M"), alReadWrite, message); }).Message,
@@ -287,8 +317,42 @@ TEST_F(TMsgStoreTest, FromOutlooksAddressBook)
               "The provided ABContainer contains an unexpected EntryID!");
 }
 
+/// There, and not asked for anything.
+class TScriptedManageStore final : public TScriptedUnknown<mapi::IExchangeManageStore>
+{
+public:
+    TScriptedManageStore() : TScriptedUnknown({mapi::IID_IExchangeManageStore}) {}
+    using HRESULT = mapi::HRESULT;
+    using ULONG = mapi::ULONG;
+    HRESULT DEFTMAPI_STDCALL CreateStoreEntryID(mapi::LPCSTR, mapi::LPCSTR, ULONG, ULONG*, mapi::LPENTRYID*) override
+    {
+        return mapi::MAPI_E_NO_SUPPORT;
+    }
+    HRESULT DEFTMAPI_STDCALL EntryIDFromSourceKey(ULONG, mapi::BYTE*, ULONG, mapi::BYTE*, ULONG*,
+                                                  mapi::LPENTRYID*) override
+    {
+        return mapi::MAPI_E_NO_SUPPORT;
+    }
+    HRESULT DEFTMAPI_STDCALL GetRights(ULONG, mapi::LPENTRYID, ULONG, mapi::LPENTRYID, ULONG*) override
+    {
+        return mapi::MAPI_E_NO_SUPPORT;
+    }
+    HRESULT DEFTMAPI_STDCALL GetMailboxTable(mapi::LPSTR, mapi::LPMAPITABLE*, ULONG) override
+    {
+        return mapi::MAPI_E_NO_SUPPORT;
+    }
+    HRESULT DEFTMAPI_STDCALL GetPublicFolderTable(mapi::LPSTR, mapi::LPMAPITABLE*, ULONG) override
+    {
+        return mapi::MAPI_E_NO_SUPPORT;
+    }
+};
+
 TEST_F(TMsgStoreTest, WhatExchangeStoresHave)
 {
+    const TKwComPtr<TScriptedManageStore> manage(new TScriptedManageStore);
+    Object->Other = TKwComPtr<mapi::IUnknown>(manage.Get());
+    EXPECT_EQ(Store->Get_AsExchangeManageStore().Get(), manage.Get());
+    EXPECT_EQ(manage->RefCount(), 2u);
     const auto bytes = [](const mapi::MAPIUID& uid) {
         return std::string(reinterpret_cast<const char*>(&uid), sizeof uid);
     };

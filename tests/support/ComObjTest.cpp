@@ -197,16 +197,27 @@ TEST_F(ComObjTest, EventConnections)
     connections.Connect(a, true);
     connections.Connect(b, true);
     connections.Connect(a, true);
-    // A sink may disconnect itself and others while it is called; the running round is not disturbed.
-    a->OnFire = [&] { connections.Connect(b, false); };
-    for (const auto& sink : connections.Snapshot())
-        sink->Fire();
+    const auto fire = [&] { connections.ForEach([](ISink& sink) { sink.Fire(); }); };
+    fire();
     EXPECT_EQ(a->Count, 2);
     EXPECT_EQ(b->Count, 1);
-    EXPECT_EQ(connections.Count(), 2u);
+    // A sink may connect and disconnect others while it is called: who has gone is not called, who has come not yet.
+    const TKwRef<TSink> c = KwMake<TSink>();
+    a->OnFire = [&] {
+        if (connections.Connect(b, false))
+            connections.Connect(c, true);
+    };
+    fire();
+    EXPECT_EQ(a->Count, 4);
+    EXPECT_EQ(b->Count, 1);
+    EXPECT_EQ(c->Count, 0);
+    EXPECT_EQ(connections.Count(), 3u);
+    EXPECT_TRUE(connections.Connect(c, false));
     EXPECT_TRUE(connections.Connect(a, false));
     EXPECT_EQ(connections.Count(), 1u);
     EXPECT_EQ(a->RefCount(), 2u); // a connection holds a reference
+    connections.DisconnectAll();
+    EXPECT_EQ(a->RefCount(), 1u);
 }
 
 TEST_F(ComObjTest, ConnectingAndFiringFromSeveralThreads)
@@ -220,8 +231,7 @@ TEST_F(ComObjTest, ConnectingAndFiringFromSeveralThreads)
             for (int i = 0; i < 500; ++i) {
                 const TKwRef<TSink> sink = KwMake<TSink>();
                 connections.Connect(sink, true);
-                for (const auto& each : connections.Snapshot())
-                    each->Fire();
+                connections.ForEach([](ISink& each) { each.Fire(); });
                 EXPECT_TRUE(connections.Connect(sink, false));
             }
         });

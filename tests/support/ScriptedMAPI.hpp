@@ -156,11 +156,13 @@ public:
     bool Active = true;
     bool ExtendedMAPI = true;
     bool ConnectedToExchange = false;
+    mapi::ULONG_PTR Window = 0;
 
     [[nodiscard]] WideString GetClassName() const override { return u"TScriptedSession"; }
     [[nodiscard]] bool Get_Active() const noexcept override { return Active; }
     [[nodiscard]] bool UsesExtendedMAPI() const noexcept override { return ExtendedMAPI; }
     [[nodiscard]] bool Get_ConnectedToExchange() const noexcept override { return ConnectedToExchange; }
+    [[nodiscard]] mapi::ULONG_PTR GetParentWindow() const override { return Window; }
     [[nodiscard]] void* AllocateBuffer(mapi::ULONG size) override;
     [[nodiscard]] void* AllocateMore(mapi::ULONG size, void* parent) override;
     void FreeBuffer(void* buffer) override;

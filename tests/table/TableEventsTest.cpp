@@ -220,7 +220,7 @@ TEST_F(TTableEventsTest, SinksMayDisconnectWhileTheyAreCalled)
     };
     Notify({TableEvent(mapi::TABLE_CHANGED), TableEvent(mapi::TABLE_RELOAD)});
     EXPECT_EQ(first->Told, TTold{"changed"});
-    EXPECT_EQ(second->Told, TTold{"changed"}); // was connected when the event came
+    EXPECT_TRUE(second->Told.empty()) << "whoever was disconnected is told nothing more";
     EXPECT_FALSE(Table->HasDEventSinks());
 }
 
