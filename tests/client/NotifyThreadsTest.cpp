@@ -176,6 +176,42 @@ TEST_F(NotifyTest, LoggingOffEndsTheConnectionsOfItsTables)
     }
 }
 
+TEST_F(NotifyTest, TheLastInitialisationDecidesAndAThreadThatHasEndedTakesNothing)
+{
+    Start(false);
+    auto table = Contents();
+    static_cast<void>(Advise(*table, FSink.Get()));
+    // One that has initialised MAPI and ended without a word; then one that has not initialised it.
+    std::promise<void> ended; // before it the other one is there already, so that they have not the same identity
+    std::thread uninitialized([&] {
+        ended.get_future().wait();
+        auto own = Contents();
+        const Ptr<RecordingSink> sink(new RecordingSink);
+        static_cast<void>(Advise(*own, sink.Get()));
+        AddMessage(u"a");
+        Dispatch();
+        EXPECT_EQ(Describe(sink->Take()), Lines{u"added a"});
+    });
+    std::thread([] { EXPECT_EQ(MAPIInitialize(nullptr), S_OK); }).join();
+    ended.set_value();
+    uninitialized.join();
+    EXPECT_TRUE(FSink->Take().empty()) << "that of another thread";
+    Dispatch();
+    EXPECT_EQ(Describe(FSink->Take()), Lines{u"added a"});
+    table.Reset();
+    // Initialised once more, without having been uninitialised.
+    MAPIINIT_0 options{MAPI_INIT_VERSION, MAPI_MULTITHREAD_NOTIFICATIONS};
+    ASSERT_EQ(MAPIInitialize(&options), S_OK);
+    table = Contents();
+    static_cast<void>(Advise(*table, FSink.Get()));
+    AddMessage(u"b");
+    ASSERT_TRUE(FSink->WaitFor(1));
+    EXPECT_NE(FSink->Take()[0].thread, std::this_thread::get_id());
+    table.Reset();
+    MAPIUninitialize();
+    MAPIUninitialize(); // the other thread's
+}
+
 TEST_F(NotifyTest, TheLastUninitialisationEndsAll)
 {
     Start(true);

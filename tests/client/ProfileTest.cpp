@@ -113,6 +113,13 @@ TEST(PasswordHash, AgreesWithPublishedVectors)
     EXPECT_EQ(hex(Sha256({})), "e3b0c44298fc1c149afbf4c8996fb92427ae41e4649b934ca495991b7852b855");
     EXPECT_EQ(hex(Sha256(bytes("abcdbcdecdefdefgefghfghighijhijkijkljklmklmnlmnomnopnopq"))),
               "248d6a61d20638b8e5c026930c3e6039a33ce45964ff2167f6ecedd419db06c1");
+    const auto sesam = PasswordRecord::Make(u"sesam");
+    const auto again = PasswordRecord::Make(u"sesam");
+    EXPECT_NE(sesam.salt, again.salt);
+    EXPECT_NE(sesam.hash, again.hash) << "who has the same password does not show it";
+    EXPECT_EQ(sesam.rounds, 100'000u);
+    EXPECT_EQ(sesam.hash, DeriveKey("sesam", sesam.salt, 100'000));
+    EXPECT_TRUE(again.Fits(u"sesam") && !again.Fits(u"sesame"));
     // RFC 7914, section 11.
     EXPECT_EQ(hex(DeriveKey("passwd", bytes("salt"), 1)),
               "55ac046e56e3089fec1691c22544b605f94185216dde0465e68b9d57c20dacbc");
