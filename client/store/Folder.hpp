@@ -97,6 +97,8 @@ public:
         return iid == mapi::IID_IMAPIFolder || iid == mapi::IID_IMAPIContainer || iid == mapi::IID_IMAPIProp ||
                iid == IID_OwnFolder;
     }
+    // One transaction for a stream, not one for each piece that is written.
+    [[nodiscard]] bool WaitsForCommit() const override { return true; }
 
 protected:
     void Refresh() override;

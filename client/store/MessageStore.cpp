@@ -124,6 +124,8 @@ public:
     {
         return iid == mapi::IID_IMsgStore || iid == mapi::IID_IMAPIProp;
     }
+    // One transaction for a stream, not one for each piece that is written.
+    [[nodiscard]] bool WaitsForCommit() const override { return true; }
 
 protected:
     void Refresh() override

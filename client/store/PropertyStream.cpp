@@ -112,7 +112,7 @@ void PropertyStream::Publish(bool final)
 void PropertyStream::Start()
 {
     Writable();
-    Publish(true);
+    Publish(!FCore.WaitsForCommit());
 }
 
 mapi::HRESULT PropertyStream::Read(void* to, ULONG count, ULONG* read) noexcept

@@ -17,7 +17,8 @@ public:
     /// @param owner keeps `core` alive. @param content  null: empty
     PropertyStream(TKwComPtr<mapi::IUnknown> owner, PropertyCore& core, ULONG tag, BlobPtr content, bool writable);
 
-    /// Makes the property exist, empty. @throws Failure
+    /// Makes the property exist, empty: at once, or at the latest when the stream is released, as the object takes what
+    /// is written. @throws Failure
     void Start();
     void MoveToEnd() { FPosition = Size(); }
 

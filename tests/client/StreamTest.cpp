@@ -174,6 +174,30 @@ TEST_F(StreamTest, WritesAreNotOnDiskBeforeTheMessageIsSaved)
     EXPECT_EQ(read[59999], 0);
 }
 
+TEST_F(StreamTest, FoldersAndStoresTakeWhatWasWrittenAtTheCommit)
+{
+    constexpr ULONG Tag = 0x66010102;
+    const auto inbox = Inbox();
+    const Bytes old = Pattern(20000);
+    const Bytes fresh = Pattern(20000, 2);
+    for (IMAPIProp* object : {static_cast<IMAPIProp*>(inbox.Get()), static_cast<IMAPIProp*>(FStore.Get())}) {
+        Set(*object, {Binary(Tag, old)});
+        {
+            auto stream = OpenStream(*object, Tag, MAPI_CREATE | MAPI_MODIFY);
+            EXPECT_TRUE(Get(*object, Tag).Blob() == old);
+            ASSERT_EQ(stream->Write(fresh.data(), 20000, nullptr), S_OK);
+            EXPECT_TRUE(Get(*object, Tag).Blob() == old);
+            ASSERT_EQ(stream->Commit(STGC_DEFAULT), S_OK);
+            EXPECT_TRUE(Get(*object, Tag).Blob() == fresh);
+            ASSERT_EQ(stream->Write("!", 1, nullptr), S_OK);
+            EXPECT_TRUE(Get(*object, Tag).Blob() == fresh);
+        }
+        EXPECT_EQ(Get(*object, Tag).Blob().size(), 20001u); // the release counts as a commit
+        OpenStream(*object, Tag, MAPI_CREATE | MAPI_MODIFY);
+        EXPECT_TRUE(Get(*object, Tag).Blob().empty() && !Get(*object, Tag).IsError());
+    }
+}
+
 TEST_F(StreamTest, HtmlConvertsBetweenItsTwoForms)
 {
     auto inbox = Inbox();
