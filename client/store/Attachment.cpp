@@ -26,9 +26,12 @@ AttachmentObject::~AttachmentObject() = default;
 void AttachmentObject::Changed(std::span<const ULONG> ids)
 {
     FState.changed = true;
+    FState.changedProps.insert(ids.begin(), ids.end());
     // Data written over an embedded message takes its place.
-    if (std::find(ids.begin(), ids.end(), DataId) != ids.end())
+    if (std::find(ids.begin(), ids.end(), DataId) != ids.end()) {
         FState.embedded = nullptr;
+        FState.embeddedRow = 0;
+    }
 }
 
 std::optional<Prop> AttachmentObject::Computed(ULONG id)
@@ -50,7 +53,7 @@ std::optional<Prop> AttachmentObject::Computed(ULONG id)
     case tag::AccessLevel >> 16:
         return LongProp(tag::AccessLevel, FWritable ? mapi::MAPI_MODIFY : 0);
     case DataId:
-        if (FState.embedded || (FState.embeddedRow && !FState.props.Find(DataId)))
+        if (HasObject(id))
             return Prop{tag::AttachDataObj, {}};
         return std::nullopt;
     case tag::EntryId >> 16:
@@ -86,23 +89,35 @@ TKwComPtr<mapi::IUnknown> AttachmentObject::OpenObject(ULONG tag, const mapi::II
     if (iid != mapi::IID_IMessage)
         Fail(mapi::MAPI_E_INTERFACE_NOT_SUPPORTED, sNoStorage);
     const bool create = (flags & mapi::MAPI_CREATE) != 0;
+    const bool writable = FWritable && (create || (flags & mapi::MAPI_MODIFY) != 0);
     MessageState state;
     if (create)
         state = NewMessage(0, false);
     else if (FState.embedded)
         state = *FState.embedded;
     else if (FState.embeddedRow)
-        state = LoadMessage(*FStore, FState.embeddedRow);
+        state = LoadStored(writable);
     else
         Fail(mapi::MAPI_E_NOT_FOUND, sNoEmbedded);
-    const bool writable = FWritable && (flags & (mapi::MAPI_CREATE | mapi::MAPI_MODIFY)) != 0;
     return {new MessageObject(FStore, std::move(state), writable, TKwComPtr<AttachmentObject>(this))};
+}
+
+MessageState AttachmentObject::LoadStored(bool whole) const
+{
+    const Snapshot snapshot(FStore->Db());
+    MessageState state = LoadMessage(*FStore, FState.embeddedRow);
+    if (whole) { // what is changed may have to be written when somebody else has deleted all of it
+        LoadRecipients(*FStore, state);
+        LoadAttachments(*FStore, state);
+    }
+    return state;
 }
 
 void AttachmentObject::PutEmbedded(const MessageState& message)
 {
     FState.embedded = std::make_shared<MessageState>(message);
     FState.props.Erase(DataId);
+    FState.changedProps.insert(DataId);
     FState.changed = true;
 }
 
@@ -111,9 +126,12 @@ void AttachmentObject::Save(ULONG flags)
     RequireFlags(flags,
                  mapi::KEEP_OPEN_READONLY | mapi::KEEP_OPEN_READWRITE | mapi::FORCE_SAVE | mapi::MAPI_DEFERRED_ERRORS);
     RequireWritable();
+    Refresh();
     if (FState.changed || FState.row == 0) {
         FState.props.Set(LongProp(tag::LastModification, Now()));
+        FState.changedProps.insert(tag::LastModification >> 16);
         FParent->PutAttachment(FState);
+        FState.changedProps.clear(); // the message has them
     }
     if (flags & mapi::KEEP_OPEN_READONLY)
         FWritable = false;

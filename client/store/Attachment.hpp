@@ -20,16 +20,24 @@ public:
 
 protected:
     ~AttachmentObject() override;
+    void Refresh() override { FState.Locate(); }
     const PropertyBag& Read() override { return FState.props; }
     PropertyBag& Write() override { return FState.props; }
     void Changed(std::span<const ULONG> ids) override;
     std::optional<Prop> Computed(ULONG id) override;
     std::vector<ULONG> ComputedTags() const override;
     mapi::HRESULT CheckChange(ULONG tag, bool deleting) override;
+    bool HasObject(ULONG id) const override
+    {
+        return id == tag::AttachDataObj >> 16 && (FState.embedded || FState.embeddedRow != 0);
+    }
     TKwComPtr<mapi::IUnknown> OpenObject(ULONG tag, const mapi::IID& iid, ULONG options, ULONG flags) override;
     void Save(ULONG flags) override;
 
 private:
+    /// The embedded message of the store. @param whole  with recipients and attachments
+    [[nodiscard]] MessageState LoadStored(bool whole) const;
+
     TKwComPtr<MessageObject> FParent;
     AttachmentState FState;
 };

@@ -12,6 +12,7 @@ namespace
 {
 
 constexpr auto sDeleted = u"The message has been deleted since it was opened.";
+constexpr auto sAttachmentDeleted = u"The attachment has been deleted since it was opened.";
 constexpr auto sNoAttachment = u"The message has no attachment of this number.";
 constexpr auto sNoTransport = u"This session has no transport provider that could send the message.";
 constexpr auto sNoRow = u"A recipient to be changed or removed needs PR_ROWID of an existing recipient.";
@@ -79,8 +80,11 @@ MessageObject::~MessageObject() = default;
 
 void MessageObject::Refresh()
 {
-    if (!FStale)
+    if (!FStale) {
+        for (AttachmentState& attachment : FState.attachments) // the message around may have been saved
+            attachment.Locate();
         return;
+    }
     const ULONG nextAttachment = FState.nextAttachment;
     try {
         FState = LoadMessage(*FStore, FState.row);
@@ -96,6 +100,7 @@ void MessageObject::Refresh()
 void MessageObject::Changed(std::span<const ULONG> ids)
 {
     FState.changed = true;
+    FState.changedProps.insert(ids.begin(), ids.end());
     const auto has = [ids](ULONG tag) { return std::find(ids.begin(), ids.end(), tag >> 16) != ids.end(); };
     if (has(tag::SubjectPrefix))
         FPrefixGiven = FState.props.Find(tag::SubjectPrefix >> 16) != nullptr;
@@ -188,18 +193,19 @@ void MessageObject::PutAttachment(const AttachmentState& attachment)
 {
     Refresh();
     LoadAttachments(*FStore, FState);
-    AttachmentState* own = FState.FindAttachment(attachment.num);
-    if (!own) {
-        FState.attachments.push_back(attachment);
-        own = &FState.attachments.back();
+    const auto own = std::find_if(FState.attachments.begin(), FState.attachments.end(),
+                                  [&attachment](const auto& other) { return other.IsSame(attachment); });
+    if (own != FState.attachments.end()) {
+        own->TakeChanges(attachment);
+    } else if (attachment.row != 0) {
+        Fail(mapi::MAPI_E_OBJECT_DELETED, sAttachmentDeleted);
     } else {
-        const std::int64_t row = own->row;
-        const std::int64_t embeddedRow = own->embeddedRow;
-        *own = attachment;
-        own->row = row;
-        own->embeddedRow = embeddedRow;
+        AttachmentState added = attachment;
+        added.changed = true;
+        if (FState.FindAttachment(added.num)) // somebody else's, since the message has been loaded again
+            added.num = FState.nextAttachment++;
+        FState.attachments.push_back(std::move(added));
     }
-    own->changed = true;
     DeriveHasAttach(FState);
     FState.changed = true;
 }
@@ -289,6 +295,7 @@ mapi::HRESULT MessageObject::CreateAttach(mapi::LPCIID iid, ULONG flags, ULONG* 
         LoadAttachments(*FStore, FState);
         AttachmentState state;
         state.num = FState.nextAttachment;
+        state.place = std::make_shared<AttachmentPlace>();
         state.props.Set(LongProp(tag::RenderingPosition, -1));
         state.props.Set(LongProp(tag::CreationTime, Now()));
         *attachment =
@@ -367,9 +374,12 @@ mapi::HRESULT MessageObject::ModifyRecipients(ULONG flags, mapi::LPADRLIST list)
     });
 }
 
-mapi::HRESULT MessageObject::SubmitMessage(ULONG) noexcept
+mapi::HRESULT MessageObject::SubmitMessage(ULONG flags) noexcept
 {
-    return Run([&] { Fail(mapi::MAPI_E_NO_SUPPORT, sNoTransport); });
+    return Run([&] {
+        RequireFlags(flags, mapi::FORCE_SUBMIT);
+        Fail(mapi::MAPI_E_NO_SUPPORT, sNoTransport);
+    });
 }
 
 mapi::HRESULT MessageObject::SetReadFlag(ULONG flags) noexcept
@@ -380,14 +390,16 @@ mapi::HRESULT MessageObject::SetReadFlag(ULONG flags) noexcept
         RequireWritable();
         Refresh();
         const ReadFlagChange change(flags);
-        FState.props.Set(LongProp(tag::MessageFlags, change.Apply(FState.props.Number(tag::MessageFlags))));
         if (FState.row != 0 && !FParent) {
             Transaction transaction(FStore->Db());
-            SetReadFlagsOf(*FStore, {FState.row}, change);
+            if (SetReadFlagsOf(*FStore, {FState.row}, change) != 0)
+                Fail(mapi::MAPI_E_OBJECT_DELETED, sDeleted);
             transaction.Commit();
         } else {
             FState.changed = true;
+            FState.changedProps.insert(tag::MessageFlags >> 16);
         }
+        FState.props.Set(LongProp(tag::MessageFlags, change.Apply(FState.props.Number(tag::MessageFlags))));
     });
 }
 

@@ -1,6 +1,7 @@
 #include "client/store/MessageRecords.hpp"
 
 #include "client/entry/Guard.hpp"
+#include "client/store/MessageMerge.hpp"
 
 #include <algorithm>
 #include <limits>
@@ -159,10 +160,13 @@ private:
     std::optional<std::int64_t> FNumbers[std::size(Tags)];
 };
 
+/// Attachments that were written and where: told to those who hold them when all of it is durable.
+using WrittenAttachments = std::vector<std::pair<std::shared_ptr<AttachmentPlace>, AttachmentPlace>>;
+
 class Writer
 {
 public:
-    Writer(StoreFile& store, bool force) : FStore(store), FForce(force) {}
+    Writer(StoreFile& store, WrittenAttachments& written) : FStore(store), FWritten(written) {}
 
     void Write(MessageState& message, std::int64_t attachment)
     {
@@ -202,9 +206,8 @@ private:
         query.Bind(1, message.row);
         if (!query.Step())
             Fail(mapi::MAPI_E_OBJECT_DELETED, sDeleted);
-        if (query.Number(0) != message.version && !FForce)
+        if (query.Number(0) != message.version)
             Fail(mapi::MAPI_E_OBJECT_CHANGED, sChanged);
-        message.version = query.Number(0);
         message.folder = query.Number(1);
         FFlagsBefore = query.Number(2);
         FSubjectBefore = SubjectOf(query, 4);
@@ -337,10 +340,15 @@ private:
             MessageState embedded = *attachment.embedded;
             if (attachment.embeddedRow && embedded.row != attachment.embeddedRow)
                 DeleteMessageRow(FStore, attachment.embeddedRow);
-            // Nobody reaches an embedded message but through its parent, whose version has been checked.
-            Writer(FStore, true).Write(embedded, attachment.row);
+            else if (embedded.row &&
+                     IsOutdated(FStore, embedded)) // its object has been saved before, or see SaveMessage
+                embedded = OntoStored(FStore, embedded);
+            Writer(FStore, FWritten).Write(embedded, attachment.row);
             attachment.embeddedRow = embedded.row;
             embeddedSize = static_cast<std::uint64_t>(embedded.props.Number(tag::MessageSize));
+        } else if (attachment.embeddedRow && attachment.changedProps.contains(tag::AttachDataObj >> 16)) {
+            DeleteMessageRow(FStore, attachment.embeddedRow); // deleted, or data has taken its place
+            attachment.embeddedRow = 0;
         } else if (attachment.embeddedRow) {
             Query query = database.Prepare("SELECT size FROM messages WHERE id = ?1");
             embeddedSize =
@@ -355,6 +363,8 @@ private:
         if (attachment.embeddedRow)
             update.Bind(3, attachment.embeddedRow);
         update.Run();
+        if (attachment.place)
+            FWritten.emplace_back(attachment.place, AttachmentPlace{attachment.num, attachment.row});
     }
 
     void Remove(std::int64_t row)
@@ -373,7 +383,7 @@ private:
     }
 
     StoreFile& FStore;
-    bool FForce;
+    WrittenAttachments& FWritten;
     std::int64_t FFlagsBefore = 0;
     std::optional<std::string> FSubjectBefore;
     std::vector<std::string> FTexts; // packed, of the statement that runs
@@ -471,6 +481,7 @@ void LoadAttachments(StoreFile& store, MessageState& message)
         attachment.row = query.Number(0);
         attachment.num = static_cast<ULONG>(query.Number(1));
         attachment.embeddedRow = query.Number(2);
+        attachment.place = std::make_shared<AttachmentPlace>(AttachmentPlace{attachment.num, attachment.row});
         store.Unpack(query.Blob(3), attachment.props);
         message.nextAttachment = std::max(message.nextAttachment, attachment.num + 1);
         attachments.push_back(std::move(attachment));
@@ -481,11 +492,21 @@ void LoadAttachments(StoreFile& store, MessageState& message)
 
 void SaveMessage(StoreFile& store, MessageState& message, bool force)
 {
+    WrittenAttachments written;
     Transaction transaction(store.Db());
-    WhatWritingChanges before(message);
-    Writer(store, force).Write(message, 0);
-    transaction.Commit();
-    before.Forget();
+    if (force && message.row != 0 && IsOutdated(store, message)) {
+        MessageState merged = OntoStored(store, message);
+        Writer(store, written).Write(merged, 0);
+        transaction.Commit();
+        message.version = merged.version;
+    } else {
+        WhatWritingChanges before(message);
+        Writer(store, written).Write(message, 0);
+        transaction.Commit();
+        before.Forget();
+    }
+    for (const auto& [place, now] : written)
+        *place = now;
 }
 
 bool DeleteMessageRow(StoreFile& store, std::int64_t row)

@@ -29,6 +29,7 @@ void LoadAttachments(StoreFile& store, MessageState& message);
 
 /// Writes what has changed of a message and everything inside it, in one transaction. Afterwards message.row and
 /// .version are those of the store, but the rest of the state must be loaded again.
+/// @param force  puts the changes onto what another user saved meanwhile (OntoStored)
 /// @throws Failure  MAPI_E_OBJECT_DELETED, MAPI_E_OBJECT_CHANGED (another user saved it meanwhile and `force` is not
 /// set)
 void SaveMessage(StoreFile& store, MessageState& message, bool force);

@@ -50,6 +50,24 @@ bool MessageState::IsChanged() const
            std::any_of(attachments.begin(), attachments.end(), [](const auto& a) { return a.changed; });
 }
 
+void AttachmentState::Locate()
+{
+    if (!place || place->row == 0)
+        return;
+    num = place->num;
+    row = place->row;
+}
+
+void AttachmentState::TakeChanges(const AttachmentState& other)
+{
+    props.TakeFrom(other.props, other.changedProps);
+    changedProps.insert(other.changedProps.begin(), other.changedProps.end());
+    if (other.changedProps.contains(tag::AttachDataObj >> 16))
+        embedded = other.embedded;
+    place = other.place;
+    changed = true;
+}
+
 AttachmentState* MessageState::FindAttachment(ULONG num)
 {
     const auto it = std::find_if(attachments.begin(), attachments.end(), [num](const auto& a) { return a.num == num; });

@@ -5,6 +5,7 @@
 #include "client/store/PropertyBag.hpp"
 
 #include <memory>
+#include <set>
 
 namespace deftmapi::client
 {
@@ -17,14 +18,34 @@ struct Recipient
     PropertyBag props;
 };
 
+/// The number and the row under which an attachment was written last. All copies of its state share it, so that who
+/// works on one learns where the attachment has come to lie.
+struct AttachmentPlace
+{
+    ULONG num = 0;
+    std::int64_t row = 0;
+};
+
 struct AttachmentState
 {
     ULONG num = 0;
-    std::int64_t row = 0; ///< 0 until written
+    std::int64_t row = 0;                   ///< 0 until written
+    std::shared_ptr<AttachmentPlace> place; ///< null: nobody asks
     PropertyBag props;
-    std::int64_t embeddedRow = 0;                 ///< the embedded message in the store, 0 when there is none
+    std::set<ULONG> changedProps; ///< identifiers set or deleted since it was loaded; PR_ATTACH_DATA_OBJ among them
+    std::int64_t embeddedRow = 0; ///< the embedded message in the store, 0 when there is none
     std::shared_ptr<const MessageState> embedded; ///< an embedded message that is not written yet
     bool changed = false;
+
+    /// Whether both are of one attachment.
+    [[nodiscard]] bool IsSame(const AttachmentState& other) const
+    {
+        return (place && place == other.place) || (row != 0 && row == other.row);
+    }
+    /// Takes over number and row if it has been written since.
+    void Locate();
+    /// Puts the changes of another state of the same attachment onto this one.
+    void TakeChanges(const AttachmentState& other);
 };
 
 struct MessageState
@@ -36,6 +57,7 @@ struct MessageState
 
     PropertyBag props;
     bool changed = false;
+    std::set<ULONG> changedProps; ///< identifiers set or deleted by the caller since it was loaded
 
     std::vector<Recipient> recipients;
     bool recipientsLoaded = false;

@@ -166,6 +166,16 @@ WideString PropertyBag::Text(ULONG tag) const
     return value ? *value : WideString();
 }
 
+void PropertyBag::TakeFrom(const PropertyBag& other, const std::set<ULONG>& ids)
+{
+    for (const ULONG id : ids) {
+        if (const Prop* prop = other.Find(id))
+            Set(*prop);
+        else
+            Erase(id);
+    }
+}
+
 std::uint64_t PropertyBag::Size() const
 {
     std::uint64_t size = 0;

@@ -6,6 +6,7 @@
 
 #include <functional>
 #include <map>
+#include <set>
 
 namespace deftmapi::client
 {
@@ -25,6 +26,8 @@ public:
         FProps.insert_or_assign(id, std::move(prop));
     }
     bool Erase(ULONG id) { return FProps.erase(id) != 0; }
+    /// Makes these properties what they are in the other bag: its values, or nothing.
+    void TakeFrom(const PropertyBag& other, const std::set<ULONG>& ids);
     void Clear() { FProps.clear(); }
 
     [[nodiscard]] auto begin() const { return FProps.begin(); }

@@ -298,7 +298,7 @@ void PropertyCore::DoDeleteProps(const mapi::SPropTagArray* tags, mapi::LPSPropP
         const mapi::HRESULT problem = CheckChange(WideTag(tag), true);
         if (problem != mapi::S_OK)
             found.push_back({i, tag, problem});
-        else if (bag.Erase(tag >> 16))
+        else if (bag.Erase(tag >> 16) || HasObject(tag >> 16))
             ids.push_back(tag >> 16);
     }
     if (!ids.empty())

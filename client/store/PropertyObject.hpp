@@ -51,6 +51,8 @@ protected:
     [[nodiscard]] virtual std::vector<ULONG> ComputedTags() const;
     /// S_OK, or the problem with setting (or deleting) this property.
     [[nodiscard]] virtual mapi::HRESULT CheckChange(ULONG tag, bool deleting);
+    /// Whether the object has this property as an object, so that deleting it is a change without a value in the bag.
+    [[nodiscard]] virtual bool HasObject(ULONG) const { return false; }
     /// OpenProperty for everything but streams. @throws Failure  MAPI_E_INTERFACE_NOT_SUPPORTED
     [[nodiscard]] virtual TKwComPtr<mapi::IUnknown> OpenObject(ULONG tag, const mapi::IID& iid, ULONG options,
                                                                ULONG flags);

@@ -187,6 +187,15 @@ Bytes StoreFile::Pack(const LargeOwner& owner, const PropertyBag& bag, const std
     return packed;
 }
 
+bool StoreFile::IsThere(const Prop& prop)
+{
+    const auto* blob = std::get_if<BlobPtr>(&prop.data);
+    const auto* saved = blob ? dynamic_cast<const SavedBlob*>(blob->get()) : nullptr;
+    if (!saved || !saved->IsIn(*this))
+        return true;
+    return FDatabase.Prepare("SELECT 1 FROM large_values WHERE id = ?1").Bind(1, saved->Reference().valueId).Step();
+}
+
 void StoreFile::DropLargeValues(const LargeOwner& owner)
 {
     std::vector<std::int64_t> ids;

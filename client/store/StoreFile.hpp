@@ -69,6 +69,8 @@ public:
     /// owner that are no longer used; one that is new has none yet. REQUIRES: a transaction is open.
     [[nodiscard]] Bytes Pack(const LargeOwner& owner, const PropertyBag& bag,
                              const std::function<bool(const Prop&)>& take = nullptr, bool isNew = false);
+    /// False when the value lay in this store and is there no more.
+    [[nodiscard]] bool IsThere(const Prop& prop);
     /// Removes every large value of the owner. REQUIRES: a transaction is open.
     void DropLargeValues(const LargeOwner& owner);
 

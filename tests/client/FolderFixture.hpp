@@ -131,6 +131,9 @@ protected:
         none("SELECT count(*) FROM bags WHERE message NOT IN (SELECT id FROM messages)");
         none("SELECT count(*) FROM attachments WHERE message NOT IN (SELECT id FROM messages)");
         none("SELECT count(*) FROM large_values WHERE owner % 4 = 0 AND owner / 4 NOT IN (SELECT id FROM messages)");
+        none("SELECT count(*) FROM large_values WHERE owner % 4 = 1 AND owner / 4 NOT IN (SELECT id FROM attachments)");
+        none("SELECT count(*) FROM messages m WHERE folder IS NULL AND id NOT IN (SELECT embedded FROM attachments "
+             "WHERE embedded IS NOT NULL)");
         none("SELECT count(*) FROM chunks WHERE id >> 20 NOT IN (SELECT id FROM large_values)");
     }
     void TearDown() override

@@ -181,10 +181,13 @@ TEST_F(MessageTest, SaveNoticesWhatOthersDid)
     EXPECT_EQ(Get(*OpenMessage(id), tag::Subject).Wide(), u"three");
 
     Set(*first, {Text(tag::Subject, u"four")});
+    EXPECT_EQ(Get(*second, tag::Subject).Wide(), u"three"); // loaded, and not again when it is deleted
     SBinary entry{static_cast<ULONG>(id.size()), const_cast<BYTE*>(id.data())};
     ENTRYLIST list{1, &entry};
     EXPECT_EQ(inbox->DeleteMessages(&list, 0, nullptr, 0), S_OK);
     EXPECT_EQ(first->SaveChanges(FORCE_SAVE), MAPI_E_OBJECT_DELETED);
+    EXPECT_EQ(second->SetReadFlag(CLEAR_READ_FLAG), MAPI_E_OBJECT_DELETED);
+    EXPECT_EQ(Get(*second, tag::MessageFlags).Number() & MSGFLAG_READ, MSGFLAG_READ);
     EXPECT_EQ(inbox->DeleteMessages(&list, 0, nullptr, 0), MAPI_W_PARTIAL_COMPLETION);
 }
 
@@ -211,6 +214,40 @@ TEST_F(MessageTest, ReadOnlyObjectsRefuseChanges)
     EXPECT_EQ(other->OpenEntry(static_cast<ULONG>(id.size()), AsEntry(id), &IID_IMAPIFolder, 0, &type,
                                reinterpret_cast<LPUNKNOWN*>(Out(refused))),
               MAPI_E_INTERFACE_NOT_SUPPORTED);
+}
+
+TEST_F(MessageTest, UndefinedFlagsAreRefused)
+{
+    constexpr ULONG Bad = 0x00800000;
+    const auto message = NewMessage(*Inbox(), u"flags");
+    Ptr<IAttach> attachment;
+    ULONG number = 0;
+    ASSERT_EQ(message->CreateAttach(nullptr, 0, &number, Out(attachment)), S_OK);
+    Ptr<IMAPITable> table;
+    ADRLIST none{};
+    EXPECT_EQ(message->GetAttachmentTable(Bad, Out(table)), MAPI_E_UNKNOWN_FLAGS);
+    EXPECT_EQ(message->GetRecipientTable(Bad, Out(table)), MAPI_E_UNKNOWN_FLAGS);
+    EXPECT_EQ(message->DeleteAttach(0, 0, nullptr, Bad), MAPI_E_UNKNOWN_FLAGS);
+    EXPECT_EQ(message->ModifyRecipients(Bad, &none), MAPI_E_UNKNOWN_FLAGS);
+    EXPECT_EQ(message->SubmitMessage(Bad), MAPI_E_UNKNOWN_FLAGS);
+    EXPECT_EQ(message->SubmitMessage(FORCE_SUBMIT), MAPI_E_NO_SUPPORT);
+    EXPECT_EQ(message->SetReadFlag(Bad), MAPI_E_UNKNOWN_FLAGS);
+    Ptr<IAttach> other;
+    EXPECT_EQ(message->CreateAttach(nullptr, Bad, &number, Out(other)), MAPI_E_UNKNOWN_FLAGS);
+    EXPECT_EQ(message->OpenAttach(0, nullptr, Bad, Out(other)), MAPI_E_UNKNOWN_FLAGS);
+    for (IMAPIProp* object : {static_cast<IMAPIProp*>(message.Get()), static_cast<IMAPIProp*>(attachment.Get())}) {
+        ULONG count = 0;
+        MapiBuffer<SPropValue> values;
+        MapiBuffer<SPropTagArray> tags;
+        Ptr<IUnknown> stream;
+        EXPECT_EQ(object->GetProps(nullptr, Bad, &count, values.Out()), MAPI_E_UNKNOWN_FLAGS);
+        EXPECT_EQ(object->GetPropList(Bad, tags.Out()), MAPI_E_UNKNOWN_FLAGS);
+        EXPECT_EQ(object->GetIDsFromNames(0, nullptr, Bad, tags.Out()), MAPI_E_UNKNOWN_FLAGS);
+        EXPECT_EQ(object->OpenProperty(tag::Body, &IID_IStream, 0, Bad, Out(stream)), MAPI_E_UNKNOWN_FLAGS);
+        EXPECT_EQ(object->CopyTo(0, nullptr, nullptr, 0, nullptr, &IID_IMAPIProp, message.Get(), Bad, nullptr),
+                  MAPI_E_UNKNOWN_FLAGS);
+        EXPECT_EQ(object->SaveChanges(Bad), MAPI_E_UNKNOWN_FLAGS);
+    }
 }
 
 TEST_F(MessageTest, RecipientsAreAddedChangedAndRemoved)
