@@ -29,7 +29,8 @@ protected:
     mapi::HRESULT CheckChange(ULONG tag, bool deleting) override;
     bool HasObject(ULONG id) const override
     {
-        return id == tag::AttachDataObj >> 16 && (FState.embedded || FState.embeddedRow != 0);
+        return id == tag::AttachDataObj >> 16 &&
+               (FState.embedded || (FState.embeddedRow != 0 && !FState.props.Find(id)));
     }
     TKwComPtr<mapi::IUnknown> OpenObject(ULONG tag, const mapi::IID& iid, ULONG options, ULONG flags) override;
     void Save(ULONG flags) override;

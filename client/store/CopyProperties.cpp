@@ -1,13 +1,15 @@
 // CopyTo and CopyProps between objects of any providers. Only published methods are used on both sides: what GetProps
 // does not give is copied as a stream, recipients and attachments through their tables, names of named properties by
-// their names.
+// their names. Recipients and attachments are each one property: the destination's are replaced, or kept.
 #include "client/store/PropertyObject.hpp"
 
 #include "client/store/Folder.hpp"
+#include "client/store/Progress.hpp"
 #include "client/store/StoreObjects.hpp"
 
 #include <algorithm>
 #include <cstring>
+#include <numeric>
 
 namespace deftmapi::client
 {
@@ -60,18 +62,28 @@ bool StaysWithFolder(ULONG tag)
 class Copier
 {
 public:
-    Copier(mapi::IMAPIProp& from, mapi::IMAPIProp& to, ULONG flags) : FFrom(from), FTo(to), FFlags(flags) {}
+    Copier(mapi::IMAPIProp& from, mapi::IMAPIProp& to, ULONG flags, ProgressMeter& meter)
+        : FFrom(from), FTo(to), FFlags(flags), FMeter(meter)
+    {}
 
     void CopyTags(const std::vector<ULONG>& tags)
     {
-        for (std::size_t i = 0; i < tags.size(); ++i)
+        for (std::size_t i = 0; i < tags.size(); ++i) {
             CopyTag(static_cast<ULONG>(i), tags[i]);
+            FMeter.Step();
+        }
     }
 
     void AddProblem(ULONG tag, mapi::HRESULT code) { FProblems.push_back({0, tag, code}); }
     [[nodiscard]] std::span<const mapi::SPropProblem> Problems() const { return FProblems; }
-    /// Whether the destination kept a value of its own (MAPI_NOREPLACE).
-    [[nodiscard]] bool WasKept(ULONG tag) const { return std::find(FKept.begin(), FKept.end(), tag) != FKept.end(); }
+    /// Whether the destination has taken the value: it kept none of its own (MAPI_NOREPLACE) and did not refuse it.
+    [[nodiscard]] bool WasTaken(ULONG tag) const
+    {
+        return std::find(FKept.begin(), FKept.end(), tag) == FKept.end() &&
+               std::none_of(FProblems.begin(), FProblems.end(), [tag](const auto& p) { return p.ulPropTag == tag; });
+    }
+    /// Whether the destination keeps what it has of this property.
+    bool Keeps(ULONG tag) { return (FFlags & mapi::MAPI_NOREPLACE) != 0 && Exists(tag); }
 
 private:
     void CopyTag(ULONG index, ULONG tag)
@@ -91,7 +103,7 @@ private:
         }
         if (mapi::PROP_TYPE(value->ulPropTag) == mapi::PT_OBJECT)
             return; // recipients, attachments and embedded messages have their own ways
-        if (FFlags & mapi::MAPI_NOREPLACE && Exists(target)) {
+        if (Keeps(target)) {
             FKept.push_back(tag);
             return;
         }
@@ -132,7 +144,7 @@ private:
 
     void CopyStream(ULONG tag, ULONG target)
     {
-        if (FFlags & mapi::MAPI_NOREPLACE && Exists(target)) {
+        if (Keeps(target)) {
             FKept.push_back(tag);
             return;
         }
@@ -151,17 +163,39 @@ private:
     mapi::IMAPIProp& FFrom;
     mapi::IMAPIProp& FTo;
     ULONG FFlags;
+    ProgressMeter& FMeter;
     std::vector<mapi::SPropProblem> FProblems;
     std::vector<ULONG> FKept;
 };
 
-void CopyRecipients(mapi::IMessage& from, mapi::IMessage& to)
+TKwComPtr<mapi::IMAPITable> RecipientsOf(mapi::IMessage& message)
 {
     TKwComPtr<mapi::IMAPITable> table;
-    Check(from.GetRecipientTable(mapi::MAPI_UNICODE, Out(table)));
+    Check(message.GetRecipientTable(mapi::MAPI_UNICODE, Out(table)));
+    return table;
+}
+
+bool HasRecipients(mapi::IMessage& message)
+{
+    ULONG count = 0;
+    Check(RecipientsOf(message)->GetRowCount(0, &count));
+    return count != 0;
+}
+
+void RemoveRecipients(mapi::IMessage& message)
+{
+    mapi::ADRLIST none{};
+    if (HasRecipients(message))
+        Check(message.ModifyRecipients(0, &none));
+}
+
+void CopyRecipients(mapi::IMessage& from, mapi::IMessage& to)
+{
+    const auto table = RecipientsOf(from);
     MapiBuffer<mapi::SPropTagArray> columns;
     Check(table->QueryColumns(mapi::TBL_ALL_COLUMNS, columns.Out()));
     Check(table->SetColumns(columns.Get(), 0));
+    RemoveRecipients(to);
     for (;;) {
         RowSet rows;
         Check(table->QueryRows(100, 0, rows.Out()));
@@ -190,27 +224,43 @@ void CopyEmbedded(mapi::IAttach& from, mapi::IAttach& to)
     Check(target->SaveChanges(0));
 }
 
-void CopyAttachments(mapi::IMessage& from, mapi::IMessage& to)
+std::vector<ULONG> AttachmentsOf(mapi::IMessage& message)
 {
     TKwComPtr<mapi::IMAPITable> table;
-    Check(from.GetAttachmentTable(mapi::MAPI_UNICODE, Out(table)));
+    Check(message.GetAttachmentTable(mapi::MAPI_UNICODE, Out(table)));
     mapi::SPropTagArray columns{1, {tag::AttachNum}};
     Check(table->SetColumns(&columns, 0));
+    std::vector<ULONG> numbers;
     for (;;) {
         RowSet rows;
-        Check(table->QueryRows(100, 0, rows.Out()));
+        Check(table->QueryRows(RowsAtOnce, 0, rows.Out()));
         if (rows->cRows == 0)
-            return;
-        for (ULONG i = 0; i < rows->cRows; ++i) {
-            TKwComPtr<mapi::IAttach> source;
-            TKwComPtr<mapi::IAttach> target;
-            ULONG num = 0;
-            Check(from.OpenAttach(rows->aRow[i].lpProps[0].Value.ul, nullptr, 0, Out(source)));
-            Check(to.CreateAttach(nullptr, 0, &num, Out(target)));
-            Check(source->CopyTo(0, nullptr, nullptr, 0, nullptr, &mapi::IID_IAttachment, target.Get(), 0, nullptr));
-            Check(target->SaveChanges(0));
-        }
+            return numbers;
+        for (ULONG i = 0; i < rows->cRows; ++i)
+            numbers.push_back(rows->aRow[i].lpProps[0].Value.ul);
     }
+}
+
+void RemoveAttachments(mapi::IMessage& message, const std::vector<ULONG>& numbers)
+{
+    for (const ULONG number : numbers)
+        Check(message.DeleteAttach(number, 0, nullptr, 0));
+}
+
+void CopyAttachments(mapi::IMessage& from, const std::vector<ULONG>& numbers, mapi::IMessage& to, ProgressMeter& meter)
+{
+    const std::vector<ULONG> replaced = AttachmentsOf(to);
+    for (const ULONG number : numbers) {
+        TKwComPtr<mapi::IAttach> source;
+        TKwComPtr<mapi::IAttach> target;
+        ULONG num = 0;
+        Check(from.OpenAttach(number, nullptr, 0, Out(source)));
+        Check(to.CreateAttach(nullptr, 0, &num, Out(target)));
+        Check(source->CopyTo(0, nullptr, nullptr, 0, nullptr, &mapi::IID_IAttachment, target.Get(), 0, nullptr));
+        Check(target->SaveChanges(0));
+        meter.Step();
+    }
+    RemoveAttachments(to, replaced);
 }
 
 Bytes BinaryOf(mapi::IMAPIProp& object, ULONG tag)
@@ -224,19 +274,37 @@ Bytes BinaryOf(mapi::IMAPIProp& object, ULONG tag)
     return {value->Value.bin.lpb, value->Value.bin.lpb + value->Value.bin.cb};
 }
 
-std::vector<Bytes> EntriesOf(mapi::IMAPITable& table)
+/// What a folder is to copy: entry identifiers of messages or folders.
+struct Entries
 {
-    mapi::SPropTagArray columns{1, {tag::EntryId}};
-    Check(table.SetColumns(&columns, 0));
-    std::vector<Bytes> entries;
+    std::vector<Bytes> ids;
+    std::vector<ULONG> steps; ///< what each is worth: a folder counts its messages
+    [[nodiscard]] ULONG Steps() const { return std::accumulate(steps.begin(), steps.end(), ULONG{0}); }
+};
+
+Entries EntriesOf(mapi::IMAPITable& table, bool folders)
+{
+    struct
+    {
+        ULONG count;
+        ULONG tags[3] = {tag::EntryId, tag::ContentCount, tag::AssociatedCount};
+    } columns{folders ? 3U : 1U};
+    Check(table.SetColumns(reinterpret_cast<mapi::LPSPropTagArray>(&columns), 0));
+    Entries entries;
     for (;;) {
         RowSet rows;
         Check(table.QueryRows(RowsAtOnce, 0, rows.Out()));
         if (rows->cRows == 0)
             return entries;
         for (ULONG i = 0; i < rows->cRows; ++i) {
-            const mapi::SBinary& id = rows->aRow[i].lpProps[0].Value.bin;
-            entries.emplace_back(id.lpb, id.lpb + id.cb);
+            const mapi::SRow& row = rows->aRow[i];
+            const mapi::SBinary& id = row.lpProps[0].Value.bin;
+            entries.ids.emplace_back(id.lpb, id.lpb + id.cb);
+            entries.steps.push_back(1);
+            for (ULONG column = 1; column < row.cValues; ++column) {
+                if (mapi::PROP_TYPE(row.lpProps[column].ulPropTag) == mapi::PT_LONG)
+                    entries.steps.back() += row.lpProps[column].Value.ul;
+            }
         }
     }
 }
@@ -265,34 +333,41 @@ void CheckCycle(mapi::IMAPIFolder& from, mapi::IMAPIFolder& to)
     }
 }
 
+/// Runs a call with a progress object that is worth so many steps, or with none when nobody watches.
 /// @returns S_OK or MAPI_W_PARTIAL_COMPLETION
-mapi::HRESULT CopyContents(mapi::IMAPIFolder& from, mapi::IMAPIFolder& to, bool associated, bool move)
+template <typename Call>
+mapi::HRESULT WithProgress(ProgressMeter& meter, ULONG steps, Call&& call)
 {
-    TKwComPtr<mapi::IMAPITable> table;
-    Check(from.GetContentsTable(associated ? mapi::MAPI_ASSOCIATED : 0, Out(table)));
-    std::vector<Bytes> entries = EntriesOf(*table);
-    if (entries.empty())
-        return mapi::S_OK;
-    std::vector<mapi::SBinary> ids;
-    for (Bytes& entry : entries)
-        ids.push_back({static_cast<ULONG>(entry.size()), entry.data()});
-    mapi::ENTRYLIST list{static_cast<ULONG>(ids.size()), ids.data()};
-    const mapi::HRESULT copied =
-        from.CopyMessages(&list, &mapi::IID_IMAPIFolder, &to, 0, nullptr, move ? mapi::MESSAGE_MOVE : 0);
-    Check(copied);
-    return copied;
+    TKwComPtr<mapi::IMAPIProgress> progress;
+    if (meter.IsShown())
+        progress = TKwComPtr<mapi::IMAPIProgress>(new InnerProgress(meter, steps));
+    const mapi::HRESULT result = call(progress.Get());
+    Check(result);
+    return result;
 }
 
-mapi::HRESULT CopyHierarchy(mapi::IMAPIFolder& from, mapi::IMAPIFolder& to, bool move)
+mapi::HRESULT CopyContents(mapi::IMAPIFolder& from, Entries& entries, mapi::IMAPIFolder& to, bool move,
+                           ProgressMeter& meter)
 {
-    TKwComPtr<mapi::IMAPITable> table;
-    Check(from.GetHierarchyTable(0, Out(table)));
+    std::vector<mapi::SBinary> ids;
+    for (Bytes& entry : entries.ids)
+        ids.push_back({static_cast<ULONG>(entry.size()), entry.data()});
+    mapi::ENTRYLIST list{static_cast<ULONG>(ids.size()), ids.data()};
+    return WithProgress(meter, entries.Steps(), [&](mapi::IMAPIProgress* progress) {
+        return from.CopyMessages(&list, &mapi::IID_IMAPIFolder, &to, 0, progress, move ? mapi::MESSAGE_MOVE : 0);
+    });
+}
+
+mapi::HRESULT CopyHierarchy(mapi::IMAPIFolder& from, Entries& entries, mapi::IMAPIFolder& to, bool move,
+                            ProgressMeter& meter)
+{
     mapi::HRESULT result = mapi::S_OK;
-    for (Bytes& entry : EntriesOf(*table)) {
-        const mapi::HRESULT copied =
-            from.CopyFolder(static_cast<ULONG>(entry.size()), AsEntry(entry), &mapi::IID_IMAPIFolder, &to, nullptr, 0,
-                            nullptr, mapi::COPY_SUBFOLDERS | (move ? mapi::FOLDER_MOVE : 0));
-        Check(copied);
+    for (std::size_t i = 0; i < entries.ids.size(); ++i) {
+        Bytes& entry = entries.ids[i];
+        const auto copied = WithProgress(meter, entries.steps[i], [&](mapi::IMAPIProgress* progress) {
+            return from.CopyFolder(static_cast<ULONG>(entry.size()), AsEntry(entry), &mapi::IID_IMAPIFolder, &to,
+                                   nullptr, 0, progress, mapi::COPY_SUBFOLDERS | (move ? mapi::FOLDER_MOVE : 0));
+        });
         if (copied != mapi::S_OK)
             result = copied;
     }
@@ -308,11 +383,139 @@ TKwComPtr<T> As(mapi::IUnknown& object, const mapi::IID& iid)
     return result;
 }
 
+/// All that is done to two folders of one connection, done or not done as one.
+class OneTransaction
+{
+public:
+    OneTransaction(mapi::IUnknown& from, mapi::IUnknown& to)
+    {
+        const auto source = As<mapi::IMAPIFolder>(from, IID_OwnFolder);
+        const auto target = As<mapi::IMAPIFolder>(to, IID_OwnFolder);
+        if (!source || !target)
+            return;
+        const StorePtr& store = static_cast<FolderObject&>(*source).SharedStore();
+        if (store != static_cast<FolderObject&>(*target).SharedStore())
+            return; // each connection would wait for the other
+        FStore = store;
+        FLock = std::unique_lock(FStore->Lock());
+        FTransaction.emplace(FStore->Db());
+    }
+    /// What the application's progress object must not write to.
+    [[nodiscard]] std::vector<Database*> Stores() const
+    {
+        return FStore ? std::vector{&FStore->Db()} : std::vector<Database*>();
+    }
+    void Commit()
+    {
+        if (FTransaction)
+            FTransaction->Commit();
+    }
+
+private:
+    StorePtr FStore;
+    std::unique_lock<std::recursive_mutex> FLock;
+    std::optional<Transaction> FTransaction;
+};
+
+/// Recipients and attachments.
+class MessageParts
+{
+public:
+    MessageParts(mapi::IMAPIProp& from, mapi::IUnknown& to, bool recipients, bool attachments, ULONG flags)
+        : FFrom(As<mapi::IMessage>(from, mapi::IID_IMessage)), FTo(As<mapi::IMessage>(to, mapi::IID_IMessage))
+    {
+        if (!FFrom || !FTo)
+            return;
+        const bool keep = (flags & mapi::MAPI_NOREPLACE) != 0;
+        FRecipients = recipients && !(keep && HasRecipients(*FTo));
+        FAttachments = attachments && !(keep && !AttachmentsOf(*FTo).empty());
+        if (FAttachments)
+            FNumbers = AttachmentsOf(*FFrom);
+    }
+    [[nodiscard]] std::int64_t Steps() const { return FRecipients + static_cast<std::int64_t>(FNumbers.size()); }
+    void Copy(ProgressMeter& meter)
+    {
+        if (FRecipients) {
+            CopyRecipients(*FFrom, *FTo);
+            meter.Step();
+        }
+        if (FAttachments)
+            CopyAttachments(*FFrom, FNumbers, *FTo, meter);
+    }
+    /// Takes from the source what has been copied.
+    void Remove()
+    {
+        if (FRecipients)
+            RemoveRecipients(*FFrom);
+        if (FAttachments)
+            RemoveAttachments(*FFrom, FNumbers);
+    }
+
+private:
+    TKwComPtr<mapi::IMessage> FFrom;
+    TKwComPtr<mapi::IMessage> FTo;
+    bool FRecipients = false;
+    bool FAttachments = false;
+    std::vector<ULONG> FNumbers;
+};
+
+/// What lies in a folder and below it.
+class FolderParts
+{
+public:
+    /// @param takes  which of the three, by the tags of their tables
+    template <typename Takes>
+    FolderParts(mapi::IMAPIFolder* from, mapi::IMAPIFolder* to, Takes&& takes) : FFrom(from), FTo(to)
+    {
+        if (!from || !to)
+            return;
+        for (Part& part : FParts) {
+            if (!takes(part.tag, mapi::IID_IMAPITable))
+                continue;
+            const bool folders = part.tag == tag::ContainerHierarchy;
+            const ULONG flags = part.tag == tag::AssociatedContents ? mapi::MAPI_ASSOCIATED : 0;
+            TKwComPtr<mapi::IMAPITable> table;
+            Check(folders ? from->GetHierarchyTable(0, Out(table)) : from->GetContentsTable(flags, Out(table)));
+            part.entries = EntriesOf(*table, folders);
+        }
+    }
+    [[nodiscard]] std::int64_t Steps() const
+    {
+        std::int64_t steps = 0;
+        for (const Part& part : FParts)
+            steps += part.entries.Steps();
+        return steps;
+    }
+    void Copy(bool move, ProgressMeter& meter, Copier& copier)
+    {
+        for (Part& part : FParts) {
+            if (part.entries.ids.empty())
+                continue;
+            const auto result = part.tag == tag::ContainerHierarchy
+                                    ? CopyHierarchy(*FFrom, part.entries, *FTo, move, meter)
+                                    : CopyContents(*FFrom, part.entries, *FTo, move, meter);
+            if (result != mapi::S_OK)
+                copier.AddProblem(part.tag, result);
+        }
+    }
+
+private:
+    struct Part
+    {
+        ULONG tag;
+        Entries entries;
+    };
+    mapi::IMAPIFolder* FFrom;
+    mapi::IMAPIFolder* FTo;
+    // Subfolders first: their names may be taken, and then nothing has been copied.
+    Part FParts[3] = {{tag::ContainerHierarchy, {}}, {tag::ContainerContents, {}}, {tag::AssociatedContents, {}}};
+};
+
 } // namespace
 
 void CopyObject(mapi::IMAPIProp& from, const mapi::SPropTagArray* tags, const mapi::SPropTagArray* excluded,
-                std::span<const mapi::IID> excludedInterfaces, mapi::LPCIID interfaceId, mapi::LPVOID destination,
-                ULONG flags, mapi::LPSPropProblemArray* problems)
+                std::span<const mapi::IID> excludedInterfaces, mapi::IMAPIProgress* progress, mapi::LPCIID interfaceId,
+                mapi::LPVOID destination, ULONG flags, mapi::LPSPropProblemArray* problems)
 {
     if (problems)
         *problems = nullptr;
@@ -332,6 +535,7 @@ void CopyObject(mapi::IMAPIProp& from, const mapi::SPropTagArray* tags, const ma
             std::any_of(excludedInterfaces.begin(), excludedInterfaces.end(), [&](const auto& x) { return x == iid; });
         return !out && (tags ? IsIn(tags, tag) : !IsIn(excluded, tag));
     };
+    OneTransaction transaction(from, unknown);
     if (fromFolder && toFolder && takes(tag::ContainerHierarchy, mapi::IID_IMAPITable))
         CheckCycle(*fromFolder, *toFolder);
 
@@ -349,41 +553,33 @@ void CopyObject(mapi::IMAPIProp& from, const mapi::SPropTagArray* tags, const ma
         if (!IsIn(excluded, tag) && (tags || !stays(tag)))
             wanted.push_back(tag);
     }
-    Copier copier(from, *to.Get(), flags);
+    MessageParts parts(from, unknown, takes(tag::MessageRecipients, mapi::IID_IMAPITable),
+                       takes(tag::MessageAttachments, mapi::IID_IMAPITable), flags);
+    FolderParts folder(fromFolder.Get(), toFolder.Get(), takes);
+    ProgressMeter meter(progress, static_cast<std::int64_t>(wanted.size()) + parts.Steps() + folder.Steps(),
+                        transaction.Stores());
+    Copier copier(from, *to, flags, meter);
     copier.CopyTags(wanted);
-
-    if (fromFolder && toFolder) {
-        const bool move = (flags & mapi::MAPI_MOVE) != 0;
-        const auto note = [&copier](ULONG tag, mapi::HRESULT result) {
-            if (result != mapi::S_OK)
-                copier.AddProblem(tag, result);
-        };
-        // Subfolders first: their names may be taken, and then nothing has been copied.
-        if (takes(tag::ContainerHierarchy, mapi::IID_IMAPITable))
-            note(tag::ContainerHierarchy, CopyHierarchy(*fromFolder, *toFolder, move));
-        if (takes(tag::ContainerContents, mapi::IID_IMAPITable))
-            note(tag::ContainerContents, CopyContents(*fromFolder, *toFolder, false, move));
-        if (takes(tag::AssociatedContents, mapi::IID_IMAPITable))
-            note(tag::AssociatedContents, CopyContents(*fromFolder, *toFolder, true, move));
-    }
-    const auto fromMessage = As<mapi::IMessage>(from, mapi::IID_IMessage);
-    const auto toMessage = As<mapi::IMessage>(unknown, mapi::IID_IMessage);
-    if (fromMessage && toMessage) {
-        if (takes(tag::MessageRecipients, mapi::IID_IMAPITable))
-            CopyRecipients(*fromMessage, *toMessage);
-        if (takes(tag::MessageAttachments, mapi::IID_IMAPITable))
-            CopyAttachments(*fromMessage, *toMessage);
-    }
+    folder.Copy((flags & mapi::MAPI_MOVE) != 0, meter, copier);
+    parts.Copy(meter);
     const auto fromAttach = As<mapi::IAttach>(from, mapi::IID_IAttachment);
     const auto toAttach = As<mapi::IAttach>(unknown, mapi::IID_IAttachment);
-    if (fromAttach && toAttach && takes(tag::AttachDataObj, mapi::IID_IMessage))
-        CopyEmbedded(*fromAttach, *toAttach);
+    if (fromAttach && toAttach && takes(tag::AttachDataObj, mapi::IID_IMessage)) {
+        if (!copier.Keeps(mapi::PROP_TAG(mapi::PT_UNSPECIFIED, mapi::PROP_ID(tag::AttachDataObj))))
+            CopyEmbedded(*fromAttach, *toAttach);
+        else
+            std::erase(wanted, tag::AttachDataObj);
+    }
+    // What the destination did not take stays where it is.
+    std::erase_if(wanted, [&](ULONG tag) { return !copier.WasTaken(tag); });
+    if (flags & mapi::MAPI_MOVE) {
+        parts.Remove();
+        if (!wanted.empty())
+            Check(from.DeleteProps(MakeTagArray(wanted).Get(), nullptr));
+    }
+    transaction.Commit();
     if (problems)
         *problems = MakeProblems(copier.Problems()).Detach();
-    // What the destination did not take stays where it is.
-    std::erase_if(wanted, [&](ULONG tag) { return copier.WasKept(tag); });
-    if (flags & mapi::MAPI_MOVE && copier.Problems().empty() && !wanted.empty())
-        Check(from.DeleteProps(MakeTagArray(wanted).Get(), nullptr));
 }
 
 } // namespace deftmapi::client

@@ -1,10 +1,10 @@
 #include "client/store/Progress.hpp"
 
-#include "client/entry/Guard.hpp"
 #include "client/store/Database.hpp"
 
 #include <algorithm>
 #include <limits>
+#include <utility>
 
 namespace deftmapi::client
 {
@@ -89,6 +89,14 @@ void ProgressMeter::Report()
                                            : FProgress->Progress(value, 0, 0); // counts are the outermost call's
     if (mapi::Failed(answer))
         Fail(answer, sCancelled);
+}
+
+mapi::HRESULT InnerProgress::Progress(mapi::ULONG value, mapi::ULONG, mapi::ULONG) noexcept
+{
+    if (value <= FDone)
+        return mapi::S_OK;
+    const mapi::ULONG steps = value - std::exchange(FDone, value);
+    return Guard(FLast, [&] { FMeter.Step(steps); });
 }
 
 } // namespace deftmapi::client

@@ -2,6 +2,8 @@
 // Without such an object nothing is shown, whatever dialog flag is set: the client has no windows.
 #pragma once
 
+#include "client/entry/ComObject.hpp"
+#include "client/entry/Guard.hpp"
 #include "mapi/headers/uKwMAPIHeaders.hpp"
 #include "support/uKwRef.hpp"
 
@@ -42,6 +44,39 @@ private:
     mapi::ULONG FLeast = 0;
     mapi::ULONG FMost = 0;
     bool FTopLevel = false;
+};
+
+/// Makes a call inside a call report to the meter of the outer one.
+class InnerProgress final : public ComObject<mapi::IMAPIProgress>
+{
+public:
+    /// @param meter  outlives the inner call; @param steps  what that is worth
+    InnerProgress(ProgressMeter& meter, mapi::ULONG steps) : FMeter(meter), FSteps(steps) {}
+
+    [[nodiscard]] bool Implements(const mapi::IID& iid) const noexcept override
+    {
+        return iid == mapi::IID_IMAPIProgress;
+    }
+    mapi::HRESULT DEFTMAPI_STDCALL Progress(mapi::ULONG value, mapi::ULONG, mapi::ULONG) noexcept override;
+    mapi::HRESULT DEFTMAPI_STDCALL GetFlags(mapi::ULONG* flags) noexcept override { return Give(0, flags); }
+    mapi::HRESULT DEFTMAPI_STDCALL GetMax(mapi::ULONG* most) noexcept override { return Give(FSteps, most); }
+    mapi::HRESULT DEFTMAPI_STDCALL GetMin(mapi::ULONG* least) noexcept override { return Give(0, least); }
+    mapi::HRESULT DEFTMAPI_STDCALL SetLimits(mapi::ULONG*, mapi::ULONG*, mapi::ULONG*) noexcept override
+    {
+        return mapi::S_OK; // they are the meter's
+    }
+
+private:
+    static mapi::HRESULT Give(mapi::ULONG value, mapi::ULONG* to) noexcept
+    {
+        *to = value;
+        return mapi::S_OK;
+    }
+
+    ProgressMeter& FMeter;
+    mapi::ULONG FSteps;
+    mapi::ULONG FDone = 0;
+    LastError FLast;
 };
 
 } // namespace deftmapi::client

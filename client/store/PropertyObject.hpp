@@ -163,34 +163,40 @@ protected:
 };
 
 /// What CopyTo and CopyProps do, through the published interface of both objects, so that the destination may be of any
-/// provider. `tags` null copies everything but `excluded`.
+/// provider. `tags` null copies everything but `excluded`. Between folders of one connection all of it is one
+/// transaction; else each step is one, and what a message or attachment was given counts when it is saved.
+/// @param progress  may be null; properties, attachments, messages and folders are its steps
 void CopyObject(mapi::IMAPIProp& from, const mapi::SPropTagArray* tags, const mapi::SPropTagArray* excluded,
-                std::span<const mapi::IID> excludedInterfaces, mapi::LPCIID interfaceId, mapi::LPVOID destination,
-                ULONG flags, mapi::LPSPropProblemArray* problems);
+                std::span<const mapi::IID> excludedInterfaces, mapi::IMAPIProgress* progress, mapi::LPCIID interfaceId,
+                mapi::LPVOID destination, ULONG flags, mapi::LPSPropProblemArray* problems);
 
 template <typename Interface>
-mapi::HRESULT PropertyObject<Interface>::CopyTo(ULONG excludedCount, mapi::LPCIID excludedInterfaces,
-                                                mapi::LPSPropTagArray excluded, mapi::ULONG_PTR, mapi::LPMAPIPROGRESS,
-                                                mapi::LPCIID interfaceId, mapi::LPVOID destination, ULONG flags,
-                                                mapi::LPSPropProblemArray* problems) noexcept
+mapi::HRESULT
+PropertyObject<Interface>::CopyTo(ULONG excludedCount, mapi::LPCIID excludedInterfaces, mapi::LPSPropTagArray excluded,
+                                  mapi::ULONG_PTR, mapi::LPMAPIPROGRESS progress, mapi::LPCIID interfaceId,
+                                  mapi::LPVOID destination, ULONG flags, mapi::LPSPropProblemArray* problems) noexcept
 {
     // Without the lock: the destination takes that of its own store, and two copies in opposite directions must not
     // meet.
     return Guard(FLast, [&] {
+        if (flags & mapi::MAPI_MOVE)
+            RequireWritable();
         CopyObject(*this, nullptr, excluded, std::span(excludedInterfaces, excludedInterfaces ? excludedCount : 0),
-                   interfaceId, destination, flags, problems);
+                   progress, interfaceId, destination, flags, problems);
     });
 }
 
 template <typename Interface>
 mapi::HRESULT PropertyObject<Interface>::CopyProps(mapi::LPSPropTagArray included, mapi::ULONG_PTR,
-                                                   mapi::LPMAPIPROGRESS, mapi::LPCIID interfaceId,
+                                                   mapi::LPMAPIPROGRESS progress, mapi::LPCIID interfaceId,
                                                    mapi::LPVOID destination, ULONG flags,
                                                    mapi::LPSPropProblemArray* problems) noexcept
 {
     return Guard(FLast, [&] {
         Require(included, u"lpIncludeProps");
-        CopyObject(*this, included, nullptr, {}, interfaceId, destination, flags, problems);
+        if (flags & mapi::MAPI_MOVE)
+            RequireWritable();
+        CopyObject(*this, included, nullptr, {}, progress, interfaceId, destination, flags, problems);
     });
 }
 

@@ -48,6 +48,15 @@ protected:
         EXPECT_EQ(attach->SaveChanges(0), S_OK);
         return Save(*message);
     }
+    /// The first attachment of a message.
+    static HRESULT AttachmentOf(IMessage& message, Ptr<IAttach>& attachment)
+    {
+        Ptr<IMAPITable> table;
+        EXPECT_EQ(message.GetAttachmentTable(0, Out(table)), S_OK);
+        const auto rows = Rows(*table, {tag::AttachNum});
+        EXPECT_FALSE(rows.empty());
+        return message.OpenAttach(static_cast<ULONG>(NumberAt(rows.at(0), 0)), nullptr, MAPI_MODIFY, Out(attachment));
+    }
     static Ptr<IMessage> Open(IMAPIFolder& folder, const Bytes& id)
     {
         ULONG type = 0;
@@ -363,6 +372,64 @@ TEST_F(FolderCopyTest, WhatTheDestinationKeepsIsNotTakenFromTheSource)
     EXPECT_EQ(Get(*from, tag::Subject).Wide(), u"source");
 }
 
+TEST_F(FolderCopyTest, RecipientsAndAttachmentsAreKeptReplacedOrMoved)
+{
+    auto inbox = Inbox();
+    const Bytes ids[] = {SaveRich(*inbox, u"source"), SaveRich(*inbox, u"target")};
+    auto from = OpenMessage(ids[0]);
+    auto to = OpenMessage(ids[1]);
+    ASSERT_EQ(Modify(*to, 0, {{u"Cid", u"cid@example.com"}}), S_OK);
+    const auto copy = [&](ULONG flags, IMAPIProgress* progress = nullptr) {
+        return from->CopyTo(0, nullptr, nullptr, 0, progress, &IID_IMessage, to.Get(), flags, nullptr);
+    };
+    const auto attachments = [](IMessage& message) {
+        Ptr<IMAPITable> table;
+        ULONG count = 0;
+        EXPECT_EQ(message.GetAttachmentTable(0, Out(table)), S_OK);
+        EXPECT_EQ(table->GetRowCount(0, &count), S_OK);
+        EXPECT_EQ(Get(message, tag::HasAttach).Flag(), count != 0);
+        return count;
+    };
+    EXPECT_EQ(copy(MAPI_MOVE | MAPI_NOREPLACE), S_OK);
+    EXPECT_EQ(Get(*to, tag::DisplayTo).Wide(), u"Cid");
+    EXPECT_EQ(Get(*from, tag::DisplayTo).Wide(), u"Ann; Bob");
+    EXPECT_EQ(attachments(*from) + attachments(*to), 2u);
+
+    Ptr<RecordingProgress> progress(new RecordingProgress);
+    for (int twice = 0; twice < 2; ++twice) {
+        progress->reports.clear();
+        EXPECT_EQ(copy(0, progress.Get()), S_OK);
+        EXPECT_EQ(Get(*to, tag::DisplayTo).Wide(), u"Ann; Bob");
+        EXPECT_EQ(attachments(*from) + attachments(*to), 2u);
+        EXPECT_EQ(progress->reports.back().count, progress->reports.size() - 1);
+        EXPECT_EQ(progress->reports.back().count, progress->reports.back().total);
+    }
+    progress->cancelAfter = 4;
+    progress->reports.clear();
+    EXPECT_EQ(copy(MAPI_MOVE, progress.Get()), MAPI_E_USER_CANCEL);
+    EXPECT_EQ(attachments(*from), 1u);
+    EXPECT_EQ(copy(MAPI_MOVE), S_OK);
+    EXPECT_EQ(Get(*to, tag::DisplayTo).Wide(), u"Ann; Bob");
+    EXPECT_EQ(Get(*from, tag::DisplayTo).Wide(), u"");
+    EXPECT_EQ(attachments(*to), 1u);
+    EXPECT_EQ(attachments(*from), 0u);
+    Save(*from);
+    Save(*to);
+    // The same of an attachment whose message moves to another one.
+    Ptr<IAttach> source;
+    Ptr<IAttach> target;
+    ULONG num = 0;
+    ASSERT_EQ(AttachmentOf(*to, source), S_OK);
+    ASSERT_EQ(from->CreateAttach(nullptr, 0, &num, Out(target)), S_OK);
+    EXPECT_EQ(source->CopyTo(0, nullptr, nullptr, 0, nullptr, &IID_IAttachment, target.Get(), MAPI_MOVE, nullptr),
+              S_OK);
+    EXPECT_EQ(Get(*source, tag::AttachDataObj).Error(), MAPI_E_NOT_FOUND);
+    EXPECT_EQ(Get(*target, tag::AttachDataObj).value->ulPropTag, tag::AttachDataObj);
+    EXPECT_EQ(source->SaveChanges(0), S_OK);
+    Save(*to);
+    EXPECT_EQ(Db().Scalar("SELECT count(*) FROM messages WHERE folder IS NULL"), 0) << "the other is not saved yet";
+}
+
 TEST_F(FolderCopyTest, ProgressIsToldItemByItemAndCancelsAll)
 {
     auto inbox = Inbox();
@@ -376,12 +443,17 @@ TEST_F(FolderCopyTest, ProgressIsToldItemByItemAndCancelsAll)
     std::vector<SBinary> entries;
     ENTRYLIST list = AsList(ids, entries);
     auto other = OtherInbox();
+    auto second = Create(*inbox, u"Second");
+    const auto copyTo = [&](IMAPIFolder& to, IMAPIProgress* p) {
+        return folder->CopyTo(0, nullptr, nullptr, 0, p, &IID_IMAPIFolder, &to, 0, nullptr);
+    };
     const std::tuple<const char*, ULONG, std::function<HRESULT(IMAPIProgress*)>> calls[] = {
         {"SetReadFlags", 1, [&](auto* p) { return folder->SetReadFlags(&list, 0, p, 0); }},
         {"SetReadFlags of all", 1, [&](auto* p) { return folder->SetReadFlags(nullptr, 0, p, CLEAR_READ_FLAG); }},
         {"CopyMessages", 6, [&](auto* p) { return CopyMessages(*folder, ids, *target, 0, p); }},
         {"CopyMessages there", 6, [&](auto* p) { return CopyMessages(*folder, ids, *other, 0, p); }},
         {"CopyFolder", 11, [&](auto* p) { return Copy(*folder, *target, nullptr, COPY_SUBFOLDERS, p); }},
+        {"CopyTo", 10, [&](auto* p) { return copyTo(*second, p); }},
         {"CopyFolder there", 11, [&](auto* p) { return Copy(*folder, *other, nullptr, FOLDER_MOVE, p); }},
         {"EmptyFolder", 17, [&](auto* p) { return target->EmptyFolder(0, p, 0); }},
         {"DeleteFolder", 1, [&](auto* p) { return Delete(*inbox, IdOf(*target), 0, p); }}};
