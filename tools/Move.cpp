@@ -7,6 +7,7 @@
 
 #include <iostream>
 #include <memory>
+#include <optional>
 #include <set>
 
 namespace deftmapi::tool
@@ -47,6 +48,17 @@ TKwMAPIEntryID SubfolderNamed(IKwMAPIFolder& folder, const TKwVariant& name)
     return {};
 }
 
+/// What is looked up for the answer only: a copy that cannot be found is a copy all the same.
+template <typename LookUp>
+auto IfKnown(LookUp lookUp) -> std::optional<decltype(lookUp())>
+{
+    try {
+        return lookUp();
+    } catch (const EKwException&) {
+        return std::nullopt;
+    }
+}
+
 /// The messages of a folder that have the search key; copies of a message have that of the original.
 std::set<std::string> MessagesWithKey(IKwMAPIFolder& folder, const TKwVariant& searchKey)
 {
@@ -66,7 +78,7 @@ std::set<std::string> MessagesWithKey(IKwMAPIFolder& folder, const TKwVariant& s
     return ids;
 }
 
-/// @returns the copy's identifier, or the moved folder's
+/// @returns the copy's identifier, or the moved folder's; empty where it cannot be told
 std::string TransferFolder(IKwMAPIMsgStore& store, const TKwMAPIEntryID& id, IKwMAPIFolder& destination,
                            const std::string& newName, bool move)
 {
@@ -75,20 +87,24 @@ std::string TransferFolder(IKwMAPIMsgStore& store, const TKwMAPIEntryID& id, IKw
         newName.empty() ? folder->PropByName(PR_DISPLAY_NAME)->Get_Value() : TKwVariant(KwFromUtf8(newName));
     FolderOf(store, *folder, move ? alReadWrite : alReadOnly)
         ->CopyFolder(id, destination, KwFromUtf8(newName), move, true, false);
-    return IDText(SubfolderNamed(destination, name));
+    return IfKnown([&] { return IDText(SubfolderNamed(destination, name)); }).value_or(std::string());
 }
 
-/// @returns the copy's identifier; empty where several copies of the message came at once, so that it cannot be told
+/// @returns the copy's identifier; empty where it cannot be told, as several copies of the message came at once or the
+///          folder cannot be searched
 std::string CopyMessage(IKwMAPIMsgStore& store, const TKwMAPIEntryID& id, IKwMAPIFolder& destination)
 {
     const auto message = store.OpenMessage(id, alReadOnly);
     const TKwVariant searchKey = message->PropByName(PR_SEARCH_KEY)->Get_Value();
-    const std::set<std::string> before = MessagesWithKey(destination, searchKey);
+    const auto present = [&] { return MessagesWithKey(destination, searchKey); };
+    const auto before = IfKnown(present);
     FolderOf(store, *message, alReadOnly)->CopyMessage(id, destination, false);
-    std::set<std::string> added = MessagesWithKey(destination, searchKey);
-    for (const std::string& old : before)
-        added.erase(old);
-    return added.size() == 1 ? *added.begin() : std::string();
+    auto added = before ? IfKnown(present) : std::nullopt;
+    if (!added)
+        return {};
+    for (const std::string& old : *before)
+        added->erase(old);
+    return added->size() == 1 ? *added->begin() : std::string();
 }
 
 void Transfer(Context& context, const Arguments& arguments, bool move)
