@@ -10,6 +10,7 @@ namespace
 
 // Plain data: a thread-local object with a destructor would keep an unloaded module alive.
 thread_local bool GDelivering = false;
+thread_local int GQuiet = 0; // QuietDispatch objects of the thread
 thread_local std::uint64_t GSeen = 0;
 thread_local std::chrono::steady_clock::time_point GLooked{};
 
@@ -245,7 +246,7 @@ void Dispatcher::Deliver() noexcept
 
 void Dispatcher::DeliverInPassing() noexcept
 {
-    if (FBoundCount.load(std::memory_order_relaxed) == 0 || GDelivering)
+    if (FBoundCount.load(std::memory_order_relaxed) == 0 || GDelivering || GQuiet != 0)
         return;
     if (FGeneration.load() != GSeen || std::chrono::steady_clock::now() - GLooked >= Period)
         Deliver();
@@ -308,6 +309,16 @@ bool Dispatcher::Rest() noexcept
     if (idle)
         idle->thread.join();
     return true;
+}
+
+QuietDispatch::QuietDispatch() noexcept
+{
+    ++GQuiet;
+}
+
+QuietDispatch::~QuietDispatch()
+{
+    --GQuiet;
 }
 
 } // namespace deftmapi::client

@@ -60,7 +60,8 @@ public:
 
     /// HrDispatchNotifications: delivers what there is for this thread. Inside a callback it does nothing.
     void Deliver() noexcept;
-    /// The same at the end of calls that dispatch in passing; nearly free when nothing can have happened.
+    /// The same at the end of calls that dispatch in passing; nearly free when nothing can have happened. Does nothing
+    /// on a thread that has a QuietDispatch.
     void DeliverInPassing() noexcept;
     /// After a commit, and when a listener has something of its own to say.
     void Wake() noexcept;
@@ -123,6 +124,17 @@ private:
     WorkerPtr FWorker;                       // null: there is no thread of the client's own
     std::atomic<std::size_t> FBoundCount{0}; // connections of other threads
     std::atomic<std::uint64_t> FGeneration{1};
+};
+
+/// While it exists, calls on this thread deliver nothing in passing: no sink may run inside a transaction or a lock of
+/// the client, also when that makes calls that a thread of the application would make.
+class QuietDispatch
+{
+public:
+    QuietDispatch() noexcept;
+    ~QuietDispatch();
+    QuietDispatch(const QuietDispatch&) = delete;
+    QuietDispatch& operator=(const QuietDispatch&) = delete;
 };
 
 } // namespace deftmapi::client

@@ -3,6 +3,7 @@
 // their names. Recipients and attachments are each one property: the destination's are replaced, or kept.
 #include "client/store/PropertyObject.hpp"
 
+#include "client/notify/Dispatcher.hpp"
 #include "client/store/Folder.hpp"
 #include "client/store/Progress.hpp"
 #include "client/store/StoreObjects.hpp"
@@ -397,6 +398,7 @@ public:
         if (store != static_cast<FolderObject&>(*target).SharedStore())
             return; // each connection would wait for the other
         FStore = store;
+        FQuiet.emplace();
         FLock = std::unique_lock(FStore->Lock());
         FTransaction.emplace(FStore->Db());
     }
@@ -413,6 +415,7 @@ public:
 
 private:
     StorePtr FStore;
+    std::optional<QuietDispatch> FQuiet; // tables are read on the way
     std::unique_lock<std::recursive_mutex> FLock;
     std::optional<Transaction> FTransaction;
 };

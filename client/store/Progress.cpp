@@ -1,5 +1,6 @@
 #include "client/store/Progress.hpp"
 
+#include "client/notify/Dispatcher.hpp"
 #include "client/store/Database.hpp"
 
 #include <algorithm>
@@ -43,6 +44,7 @@ public:
 
 private:
     const std::vector<Database*>& FStores;
+    QuietDispatch FQuiet; // what the object reads must not bring in sinks, either
 };
 
 mapi::ULONG AsCount(std::int64_t number)
