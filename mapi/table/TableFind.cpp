@@ -1,7 +1,8 @@
 // Filtering and searching.
 //
 // A search that finds a row leaves two bookmarks on the MAPI table: on that row, where FindPrevious goes on, and behind
-// it, where FindNext does. Whichever rows are deleted meanwhile, neither meets the found row again nor misses one.
+// it, where FindNext does. When the found row is deleted meanwhile, neither misses one; when the one behind it is, the
+// client cannot tell FindNext where to go on, and it finds nothing.
 #include "mapi/core/uKwMAPIExceptions.hpp"
 #include "mapi/headers/uKwMAPICodeH.hpp"
 #include "mapi/headers/uKwMAPITableConstantsH.hpp"
@@ -104,8 +105,10 @@ void TKwMAPITable::FindRow(const TKwRef<IKwMAPIRestriction>& restriction, TKwMap
     if (origin == tbkCurrentRelative && FRowSet) {
         CheckUnfiltered();
         std::int32_t sought = 0;
-        if (!(forward && FIsFound)) // behind a row that a search found the MAPI position is where the next one begins
+        if (!FIsFound)
             SeekMAPI(mapi::BOOKMARK_CURRENT, DistanceTo(tbkCurrentRelative, 0), sought);
+        else if (!forward) // forward the MAPI position is already where the next search begins
+            SeekMAPI(FFoundBookmark, 0, sought, true);
     }
     Search(restriction, static_cast<mapi::BOOKMARK>(origin), forward, found);
 }

@@ -172,6 +172,9 @@ TEST_F(TEmbeddedTableTest, SearchesGoOnWhereAFoundRowWasDeleted)
     EXPECT_EQ(deletedBy([&](auto& node, bool& found) { table.FindFirst(node, found); },
                         [&](auto& node, bool& found) { table.FindNext(node, found); }),
               "b1b2b3");
+    EXPECT_EQ(deletedBy([&](auto& node, bool& found) { table.FindRow(node, tbkEnd, false, found); },
+                        [&](auto& node, bool& found) { table.FindRow(node, tbkCurrentRelative, false, found); }),
+              "b3b2b1");
 }
 
 TEST_F(TEmbeddedTableTest, EventsOfRows)
