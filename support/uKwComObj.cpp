@@ -97,6 +97,8 @@ void TKwAutoIntfObject::NotifyChildren() noexcept
         --FLiveChildren;
         child->FOwner = nullptr;
         child->FOwnerDestroyed = true;
+        // A reference that the owner got while it was being destroyed goes with it.
+        static_cast<void>(child->FOwnerRef.Detach());
         child->DoOwnerDestroyed();
     }
     FChildren.clear();

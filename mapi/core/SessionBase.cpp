@@ -1,6 +1,7 @@
 // The lists of the wrappers that belong to a session, the walk at logoff, and the session's MAPI memory.
 #include "mapi/core/uKwMAPIBase.hpp"
 
+#include "mapi/core/FirstFailure.hpp"
 #include "mapi/core/uKwMAPIH.hpp"
 
 #include <algorithm>
@@ -80,23 +81,23 @@ void TKwMAPISessionBase::Set_Active(bool active)
 {
     if (active)
         return;
-    std::exception_ptr first;
+    TFirstFailure failure;
     const std::vector<TKwMAPIWrapper*> wrappers = FLogoffList.Snapshot();
     for (auto it = wrappers.rbegin(); it != wrappers.rend(); ++it) {
         // A pointer that is no longer in the list must not be touched: the wrapper may be gone.
         if (!FLogoffList.Contains(*it))
             continue;
         const TKwRef<TKwMAPIWrapper> wrapper(*it);
-        try {
-            wrapper->SetMAPIOBJECT(nullptr);
-        } catch (...) {
-            wrapper->TKwMAPIWrapper::SetMAPIOBJECT(nullptr); // inactive all the same
-            if (!first)
-                first = std::current_exception();
-        }
+        failure.Keep([&] {
+            try {
+                wrapper->SetMAPIOBJECT(nullptr);
+            } catch (...) {
+                wrapper->TKwMAPIWrapper::SetMAPIOBJECT(nullptr); // inactive all the same
+                throw;
+            }
+        });
     }
-    if (first)
-        std::rethrow_exception(first);
+    failure.Raise();
 }
 
 void TKwMAPISessionBase::SetExecutingEvents(bool executing) noexcept

@@ -113,8 +113,13 @@ TKwRef<IKwMAPIProp> TSession::WrapEntry(TKwMAPIObjectType objectType, mapi::IUnk
         auto folder = wrap(*this);
         // What kind of folder it is only its store can tell.
         const TKwMAPIEntryID storeID = KwAsEntryID(folder->PropByName(PR_STORE_ENTRYID)->Get_Value());
-        if (!storeID.IsEmptyOrNull())
-            folder = wrap(*KwAs<TKwMAPIMsgStore>(OpenStore(storeID, alBestAccess, mapi::MDB_NO_DIALOG)));
+        if (!storeID.IsEmptyOrNull()) {
+            try {
+                folder = wrap(*KwAs<TKwMAPIMsgStore>(OpenStore(storeID, alBestAccess, mapi::MDB_NO_DIALOG)));
+            } catch (const EKwMAPIException&) {
+                // The folder is open all the same; without its store it is a plain one.
+            }
+        }
         folder->SetOpenedAs(accessLevel);
         return folder;
     }

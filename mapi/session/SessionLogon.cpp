@@ -1,8 +1,8 @@
 // Logging on and off. The order of the steps, and of the events between them, is what applications rely on.
 #include "mapi/admin/uKwMAPIAdmin.hpp"
+#include "mapi/core/FirstFailure.hpp"
 #include "mapi/core/uKwMAPILib.hpp"
 #include "mapi/headers/uKwMAPIStoreConstantsH.hpp"
-#include "mapi/session/FirstFailure.hpp"
 #include "mapi/session/SessionSink.hpp"
 #include "mapi/table/uKwMAPITable.hpp"
 

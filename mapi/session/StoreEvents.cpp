@@ -3,6 +3,7 @@
 // A sink may end the notifications or drop the last reference on the store. Nothing here touches the store after a sink
 // has been called without looking whether it is still there; the lock keeps other threads from destroying it meanwhile.
 #include "mapi/core/ConnectSink.hpp"
+#include "mapi/core/FirstFailure.hpp"
 #include "mapi/core/uKwMAPIEntryID.hpp"
 #include "mapi/core/uKwMAPILists.hpp"
 #include "mapi/core/uKwMAPIProps.hpp"
@@ -278,20 +279,12 @@ void TKwMAPIMsgStore::Dispatch(Call call)
     const std::shared_ptr<TEvents> events = FEvents;
     const std::lock_guard lock(events->Lock);
     // A sink that fails takes nothing from the others.
-    std::exception_ptr failure;
+    TFirstFailure failure;
     events->Sinks.ForEach([&](IKwMAPIMsgStoreDEvents& sink) {
-        if (events->Store == nullptr)
-            return; // a sink before destroyed it
-        try {
-            KwCallServerSink([&] { call(sink, *events->Store); });
-        } catch (...) {
-            if (failure)
-                KwReportServerException(failure);
-            failure = std::current_exception();
-        }
+        if (events->Store != nullptr) // else a sink before destroyed it
+            failure.Keep([&] { KwCallServerSink([&] { call(sink, *events->Store); }); });
     });
-    if (failure)
-        std::rethrow_exception(failure);
+    failure.Raise();
 }
 
 void TKwMAPIMsgStore::DoOnSessionLogoff()

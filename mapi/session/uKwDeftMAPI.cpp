@@ -2,10 +2,10 @@
 #include "mapi/session/uKwDeftMAPI.hpp"
 
 #include "mapi/core/ConnectSink.hpp"
+#include "mapi/core/FirstFailure.hpp"
 #include "mapi/core/MAPIModule.hpp"
 #include "mapi/core/uKwMAPILists.hpp"
 #include "mapi/core/uKwMAPIProps.hpp"
-#include "mapi/session/FirstFailure.hpp"
 #include "mapi/session/SessionSink.hpp"
 #include "support/platform/uKwPlatform.hpp"
 #include "support/uKwFormat.hpp"
@@ -169,12 +169,14 @@ mapi::IMAPISession& TSession::MAPISession() const
 
 mapi::ULONG_PTR TSession::GetParentWindow() const
 {
-    return FActive ? FLogonWindow : FreshWindow();
+    const mapi::ULONG_PTR kept = FLogonWindow;
+    return FActive && kept != 0 ? kept : FreshWindow();
 }
 
 mapi::ULONG_PTR TSession::FreshWindow() const
 {
-    return FParentWindow != 0 ? FParentWindow : GetAppHandle();
+    const mapi::ULONG_PTR set = FParentWindow;
+    return set != 0 ? set : GetAppHandle();
 }
 
 void TSession::Set_ParentWindow(mapi::ULONG_PTR window)

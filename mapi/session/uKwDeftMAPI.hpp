@@ -268,10 +268,9 @@ public:
     [[nodiscard]] WideString Get_MAPIClient() const override { return FMAPIClient; }
     /// Another client's library than the loaded one replaces it at once. This thread is then no longer initialised, and
     /// stays so until the next logon or MAPIInitialize.
-    /// @throws EMAPI_CALL_FAILED        the session is active; or the loaded library is in use, by another session of
-    /// this
-    ///                                  thread or by another thread that is initialised: nothing has changed then; or
-    ///                                  the other library does not do: none is loaded then
+    /// @throws EMAPI_CALL_FAILED        the session is active, or the loaded library is in use by another session or
+    ///                                  thread: nothing has changed then; or the other library does not do: none is
+    ///                                  loaded then
     /// @throws EMAPI_INVALID_PARAMETER  there is no such client on this system
     void Set_MAPIClient(WideView client) override;
     [[nodiscard]] WideString Get_Version() const override;
@@ -453,8 +452,8 @@ private:
     TKwEventConnections<IKwMAPISessionDEvents> FEvents;
     TKwComPtr<TSink> FSink; // until the next logon: to wait for a logoff that it has started
     WideString FMAPIClient;
-    mapi::ULONG_PTR FParentWindow = 0;
-    mapi::ULONG_PTR FLogonWindow = 0;
+    std::atomic<mapi::ULONG_PTR> FParentWindow{0};
+    std::atomic<mapi::ULONG_PTR> FLogonWindow{0}; // 0: none, or not logged on
     mapi::LHANDLE FSessionHandle = 0;
     mapi::ULONG_PTR FConnection = 0;
     const TKwMAPIThread FHomeThread = KwMAPIThread();
