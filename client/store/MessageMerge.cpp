@@ -34,8 +34,6 @@ bool IsWhole(StoreFile& store, const AttachmentState& attachment)
                                : attachment.embeddedRow == 0 || attachment.changedProps.contains(DataId);
 }
 
-std::shared_ptr<const MessageState> AsNew(const MessageState& message);
-
 void MakeNew(AttachmentState& attachment)
 {
     attachment.row = 0;
@@ -43,17 +41,6 @@ void MakeNew(AttachmentState& attachment)
     attachment.changed = true;
     if (attachment.embedded)
         attachment.embedded = AsNew(*attachment.embedded);
-}
-
-std::shared_ptr<const MessageState> AsNew(const MessageState& message)
-{
-    auto copy = std::make_shared<MessageState>(message);
-    copy->row = 0;
-    copy->version = 0;
-    copy->removedAttachments.clear();
-    for (AttachmentState& attachment : copy->attachments)
-        MakeNew(attachment);
-    return copy;
 }
 
 /// A changed attachment of which the store has a row.
@@ -98,6 +85,17 @@ void PutAttachments(StoreFile& store, MessageState& merged, const MessageState& 
 }
 
 } // namespace
+
+std::shared_ptr<const MessageState> AsNew(const MessageState& message)
+{
+    auto copy = std::make_shared<MessageState>(message);
+    copy->row = 0;
+    copy->version = 0;
+    copy->removedAttachments.clear();
+    for (AttachmentState& attachment : copy->attachments)
+        MakeNew(attachment);
+    return copy;
+}
 
 bool IsOutdated(StoreFile& store, const MessageState& message)
 {

@@ -11,6 +11,9 @@ namespace deftmapi::client
 /// Whether the stored message is another version than the one that was loaded. False when there is none.
 [[nodiscard]] bool IsOutdated(StoreFile& store, const MessageState& message);
 
+/// The same message as one of which nothing has been written: neither it nor what it contains has a row.
+[[nodiscard]] std::shared_ptr<const MessageState> AsNew(const MessageState& message);
+
 /// The message as the store has it, with the changes of `message` put onto it. Recipients count as one value.
 /// Attachments are the same if their rows are. One that the other has deleted comes back when its changed state has
 /// everything of it: large values that lay in the store are gone, and no half of an attachment is written. A new one

@@ -337,7 +337,10 @@ private:
         }
         std::uint64_t embeddedSize = 0;
         if (attachment.embedded) {
-            MessageState embedded = *attachment.embedded;
+            // Of a new one no row counts: its attachments may have learned theirs from a save before, with which the
+            // message that was written then goes.
+            const bool isNew = attachment.embedded->row == 0;
+            MessageState embedded = isNew ? *AsNew(*attachment.embedded) : *attachment.embedded;
             if (attachment.embeddedRow && embedded.row != attachment.embeddedRow)
                 DeleteMessageRow(FStore, attachment.embeddedRow);
             else if (embedded.row &&

@@ -161,6 +161,42 @@ TEST_F(MessageConflictTest, DeletedAttachmentsComeBackWholeOrNotAtAll)
     EXPECT_EQ(Files(*mine).size(), 2u);
 }
 
+TEST_F(MessageConflictTest, NewEmbeddedMessageKeepsItsFilesWhenItIsSavedAgain)
+{
+    auto inbox = Inbox();
+    auto message = NewMessage(*inbox, u"outer");
+    ULONG num = 0;
+    Ptr<IAttach> attachment;
+    ASSERT_EQ(message->CreateAttach(nullptr, 0, &num, Out(attachment)), S_OK);
+    auto embedded = Embedded(*attachment, MAPI_CREATE | MAPI_MODIFY);
+    auto file = Attach(*embedded, u"b.txt", {1});
+    Attach(*embedded, u"large.txt", Pattern(Large));
+    constexpr std::uint8_t Data[] = {0, 1, 2, 2, 4}; // of the file after each step
+    for (std::uint8_t step = 1; step <= 4; ++step) {
+        if (step == 3) { // the file has learned its row, and now the message in between is opened anew
+            embedded = Embedded(*attachment, MAPI_MODIFY);
+            file = Open(*embedded, 0);
+        }
+        Set(*embedded, {Long(tag::Importance, step)});
+        if (step % 2 == 0) {
+            Set(*file, {Binary(tag::AttachDataBin, {step})});
+            EXPECT_EQ(file->SaveChanges(KEEP_OPEN_READWRITE), S_OK);
+        }
+        EXPECT_EQ(embedded->SaveChanges(KEEP_OPEN_READWRITE), S_OK);
+        EXPECT_EQ(attachment->SaveChanges(KEEP_OPEN_READWRITE), S_OK);
+        auto stored = OpenMessage(Save(*message), 0);
+        Ptr<IAttach> outer;
+        ASSERT_EQ(stored->OpenAttach(num, nullptr, 0, Out(outer)), S_OK);
+        auto inner = Embedded(*outer, 0);
+        EXPECT_EQ(Get(*inner, tag::Importance).Number(), step);
+        ASSERT_EQ(Files(*inner).size(), 2u) << "save " << int{step};
+        Ptr<IAttach> read;
+        ASSERT_EQ(inner->OpenAttach(0, nullptr, 0, Out(read)), S_OK);
+        EXPECT_EQ(Get(*read, tag::AttachDataBin).Blob(), Bytes{Data[step]});
+        ExpectWhole(*FStoreFile);
+    }
+}
+
 TEST_F(MessageConflictTest, NewAttachmentsOfOneNumberAreBothKept)
 {
     auto inbox = Inbox();
