@@ -77,7 +77,8 @@ public:
 
     void AddProblem(ULONG tag, mapi::HRESULT code) { FProblems.push_back({0, tag, code}); }
     [[nodiscard]] std::span<const mapi::SPropProblem> Problems() const { return FProblems; }
-    /// Whether the destination has taken the value: it kept none of its own (MAPI_NOREPLACE) and did not refuse it.
+    /// Whether the destination has taken the value as a property: the source had one, and the destination neither kept
+    /// its own (MAPI_NOREPLACE) nor refused it.
     [[nodiscard]] bool WasTaken(ULONG tag) const
     {
         return std::find(FKept.begin(), FKept.end(), tag) == FKept.end() &&
@@ -94,16 +95,20 @@ private:
         MapiBuffer<mapi::SPropValue> value;
         const mapi::HRESULT got = FFrom.GetProps(&wanted, mapi::MAPI_UNICODE, &count, value.Out());
         Check(got);
-        const ULONG target = TargetTag(value->ulPropTag);
         if (mapi::PROP_TYPE(value->ulPropTag) == mapi::PT_ERROR) {
             if (value->Value.err == mapi::MAPI_E_NOT_ENOUGH_MEMORY)
                 CopyStream(tag, TargetTag(tag));
-            else if (value->Value.err != mapi::MAPI_E_NOT_FOUND)
+            else if (value->Value.err == mapi::MAPI_E_NOT_FOUND)
+                FKept.push_back(tag); // it may be there with another type
+            else
                 FProblems.push_back({index, tag, value->Value.err});
             return;
         }
-        if (mapi::PROP_TYPE(value->ulPropTag) == mapi::PT_OBJECT)
-            return; // recipients, attachments and embedded messages have their own ways
+        if (mapi::PROP_TYPE(value->ulPropTag) == mapi::PT_OBJECT) {
+            FKept.push_back(tag); // recipients, attachments and embedded messages have their own ways
+            return;
+        }
+        const ULONG target = TargetTag(value->ulPropTag);
         if (Keeps(target)) {
             FKept.push_back(tag);
             return;
@@ -116,9 +121,10 @@ private:
             FProblems.push_back({index, tag, problems->aProblem[0].scode});
     }
 
+    /// Whether the destination has a value of this identifier, of whatever type.
     bool Exists(ULONG tag)
     {
-        mapi::SPropTagArray wanted{1, {tag}};
+        mapi::SPropTagArray wanted{1, {mapi::PROP_TAG(mapi::PT_UNSPECIFIED, mapi::PROP_ID(tag))}};
         ULONG count = 0;
         MapiBuffer<mapi::SPropValue> value;
         const mapi::HRESULT got = FTo.GetProps(&wanted, mapi::MAPI_UNICODE, &count, value.Out());
@@ -208,14 +214,15 @@ void CopyRecipients(mapi::IMessage& from, mapi::IMessage& to)
     }
 }
 
-void CopyEmbedded(mapi::IAttach& from, mapi::IAttach& to)
+/// @returns whether there was one
+bool CopyEmbedded(mapi::IAttach& from, mapi::IAttach& to)
 {
     TKwComPtr<mapi::IMessage> source;
     TKwComPtr<mapi::IMessage> target;
     const mapi::HRESULT opened = from.OpenProperty(tag::AttachDataObj, &mapi::IID_IMessage, 0, 0,
                                                    reinterpret_cast<mapi::LPUNKNOWN*>(Out(source)));
     if (opened == mapi::MAPI_E_NOT_FOUND)
-        return;
+        return false;
     Check(opened);
     Check(to.OpenProperty(tag::AttachDataObj, &mapi::IID_IMessage, 0, mapi::MAPI_CREATE | mapi::MAPI_MODIFY,
                           reinterpret_cast<mapi::LPUNKNOWN*>(Out(target))));
@@ -223,6 +230,7 @@ void CopyEmbedded(mapi::IAttach& from, mapi::IAttach& to)
         source->CopyTo(0, nullptr, nullptr, 0, nullptr, &mapi::IID_IMessage, target.Get(), 0, nullptr);
     Check(copied);
     Check(target->SaveChanges(0));
+    return true;
 }
 
 std::vector<ULONG> AttachmentsOf(mapi::IMessage& message)
@@ -384,6 +392,16 @@ TKwComPtr<T> As(mapi::IUnknown& object, const mapi::IID& iid)
     return result;
 }
 
+/// Whether both are known to lie in different store files. The identifiers of a file and of its copy are the same.
+bool LieInTwoFiles(mapi::IMAPIFolder& from, mapi::IMAPIFolder& to)
+{
+    const auto source = As<mapi::IMAPIFolder>(from, IID_OwnFolder);
+    const auto target = As<mapi::IMAPIFolder>(to, IID_OwnFolder);
+    return source && target &&
+           !static_cast<FolderObject&>(*source).SharedStore()->IsSameFile(
+               *static_cast<FolderObject&>(*target).SharedStore());
+}
+
 /// All that is done to two folders of one connection, done or not done as one.
 class OneTransaction
 {
@@ -539,7 +557,8 @@ void CopyObject(mapi::IMAPIProp& from, const mapi::SPropTagArray* tags, const ma
         return !out && (tags ? IsIn(tags, tag) : !IsIn(excluded, tag));
     };
     OneTransaction transaction(from, unknown);
-    if (fromFolder && toFolder && takes(tag::ContainerHierarchy, mapi::IID_IMAPITable))
+    if (fromFolder && toFolder && takes(tag::ContainerHierarchy, mapi::IID_IMAPITable) &&
+        !LieInTwoFiles(*fromFolder, *toFolder))
         CheckCycle(*fromFolder, *toFolder);
 
     MapiBuffer<mapi::SPropTagArray> list;
@@ -565,16 +584,13 @@ void CopyObject(mapi::IMAPIProp& from, const mapi::SPropTagArray* tags, const ma
     copier.CopyTags(wanted);
     folder.Copy((flags & mapi::MAPI_MOVE) != 0, meter, copier);
     parts.Copy(meter);
-    const auto fromAttach = As<mapi::IAttach>(from, mapi::IID_IAttachment);
-    const auto toAttach = As<mapi::IAttach>(unknown, mapi::IID_IAttachment);
-    if (fromAttach && toAttach && takes(tag::AttachDataObj, mapi::IID_IMessage)) {
-        if (!copier.Keeps(mapi::PROP_TAG(mapi::PT_UNSPECIFIED, mapi::PROP_ID(tag::AttachDataObj))))
-            CopyEmbedded(*fromAttach, *toAttach);
-        else
-            std::erase(wanted, tag::AttachDataObj);
-    }
     // What the destination did not take stays where it is.
     std::erase_if(wanted, [&](ULONG tag) { return !copier.WasTaken(tag); });
+    const auto fromAttach = As<mapi::IAttach>(from, mapi::IID_IAttachment);
+    const auto toAttach = As<mapi::IAttach>(unknown, mapi::IID_IAttachment);
+    if (fromAttach && toAttach && takes(tag::AttachDataObj, mapi::IID_IMessage) && !copier.Keeps(tag::AttachDataObj) &&
+        CopyEmbedded(*fromAttach, *toAttach))
+        wanted.push_back(tag::AttachDataObj);
     if (flags & mapi::MAPI_MOVE) {
         parts.Remove();
         if (!wanted.empty())

@@ -154,6 +154,9 @@ TEST_F(FolderCopyTest, ACopyOfTheFileIsAnotherStore)
     EXPECT_EQ(Children(*inbox).size() + Contents(*inbox).size(), 0u);
     EXPECT_EQ(Children(*other, CONVENIENT_DEPTH).size(), 3u);
     ASSERT_EQ(Contents(*other).size(), 3u);
+    Save(*NewMessage(*inbox, u"to the same folder of the other"));
+    EXPECT_EQ(inbox->CopyTo(0, nullptr, nullptr, 0, nullptr, &IID_IMAPIFolder, other.Get(), 0, nullptr), S_OK);
+    EXPECT_EQ(Contents(*other).size(), 4u);
     // Another connection to the same file is the same store.
     auto again = OpenFolderRow(StoreFile::Open(File()), static_cast<std::int64_t>(SpecialFolder::Drafts), true);
     const Bytes kept = Save(*NewMessage(*inbox, u"moves"));
@@ -370,6 +373,60 @@ TEST_F(FolderCopyTest, WhatTheDestinationKeepsIsNotTakenFromTheSource)
     EXPECT_EQ(Get(*to, tag::InternetMessageId).Wide(), u"<1>");
     EXPECT_TRUE(Get(*from, tag::InternetMessageId).IsError());
     EXPECT_EQ(Get(*from, tag::Subject).Wide(), u"source");
+}
+
+TEST_F(FolderCopyTest, EmbeddedMessagesMoveOnlyWhereTheyAreTaken)
+{
+    auto inbox = Inbox();
+    auto message = OpenMessage(SaveRich(*inbox, u"source"));
+    auto to = NewMessage(*inbox, u"target");
+    Ptr<IAttach> source;
+    Ptr<IAttach> target;
+    ULONG num = 0;
+    ASSERT_EQ(AttachmentOf(*message, source), S_OK);
+    ASSERT_EQ(to->CreateAttach(nullptr, 0, &num, Out(target)), S_OK);
+    Set(*target, {Binary(tag::AttachDataBin, {1})});
+    constexpr ULONG DataOfAnyType = PROP_TAG(PT_UNSPECIFIED, PROP_ID(tag::AttachDataObj));
+    const auto props = [&](ULONG tag, ULONG flags) {
+        return source->CopyProps(Tags{tag}, 0, nullptr, &IID_IAttachment, target.Get(), flags, nullptr);
+    };
+    EXPECT_EQ(source->CopyTo(1, &IID_IMessage, nullptr, 0, nullptr, &IID_IAttachment, target.Get(), MAPI_MOVE, nullptr),
+              S_OK);
+    EXPECT_EQ(source->CopyTo(0, nullptr, nullptr, 0, nullptr, &IID_IMessage, to.Get(), MAPI_MOVE, nullptr), S_OK);
+    EXPECT_EQ(source->CopyProps(Tags{tag::AttachDataBin}, 0, nullptr, &IID_IMessage, to.Get(), MAPI_MOVE, nullptr),
+              S_OK);
+    for (const ULONG tag : {DataOfAnyType, tag::AttachDataObj, tag::AttachDataBin})
+        EXPECT_EQ(props(tag, MAPI_MOVE | MAPI_NOREPLACE), S_OK);
+    EXPECT_EQ(Get(*target, tag::AttachDataBin).Blob(), Bytes{1});
+    EXPECT_EQ(Get(*source, tag::AttachDataObj).value->ulPropTag, tag::AttachDataObj);
+    EXPECT_EQ(props(DataOfAnyType, MAPI_MOVE), S_OK);
+    EXPECT_EQ(Get(*source, tag::AttachDataObj).Error(), MAPI_E_NOT_FOUND);
+    EXPECT_EQ(Get(*target, tag::AttachDataObj).value->ulPropTag, tag::AttachDataObj);
+}
+
+TEST_F(FolderCopyTest, ValuesOfAnotherTypeAreKeptAndMissingOnesNameNothing)
+{
+    auto from = NewMessage(*Inbox(), u"source");
+    auto to = NewMessage(*OtherInbox(), u"target");
+    constexpr ULONG Number = PROP_TAG(PT_LONG, 0x6601);
+    Set(*from, {Text(CHANGE_PROP_TYPE(Number, PT_UNICODE), u"text")});
+    Set(*to, {Long(Number, 7)});
+    const ULONG missing = Named(*from, u"Nobody has set it");
+    EXPECT_EQ(from->CopyProps(Tags{CHANGE_PROP_TYPE(Number, PT_UNICODE), missing}, 0, nullptr, &IID_IMessage, to.Get(),
+                              MAPI_MOVE | MAPI_NOREPLACE, nullptr),
+              S_OK);
+    EXPECT_EQ(Get(*to, Number).Number(), 7);
+    EXPECT_EQ(Get(*from, CHANGE_PROP_TYPE(Number, PT_UNICODE)).Wide(), u"text");
+    // Asked with another type it is not found, and nothing is taken either.
+    EXPECT_EQ(from->CopyProps(Tags{Number}, 0, nullptr, &IID_IMessage, to.Get(), MAPI_MOVE, nullptr), S_OK);
+    EXPECT_EQ(Get(*from, CHANGE_PROP_TYPE(Number, PT_UNICODE)).Wide(), u"text");
+    MAPINAMEID id{};
+    id.lpguid = const_cast<GUID*>(&Set1);
+    id.ulKind = MNID_STRING;
+    id.Kind.lpwstrName = const_cast<char16_t*>(u"Nobody has set it");
+    LPMAPINAMEID one = &id;
+    MapiBuffer<SPropTagArray> tags;
+    EXPECT_EQ(to->GetIDsFromNames(1, &one, 0, tags.Out()), MAPI_W_ERRORS_RETURNED);
 }
 
 TEST_F(FolderCopyTest, RecipientsAndAttachmentsAreKeptReplacedOrMoved)
