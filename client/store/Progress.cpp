@@ -12,7 +12,7 @@ namespace deftmapi::client
 namespace
 {
 
-constexpr auto sCancelled = u"The operation was cancelled; nothing of it was done.";
+constexpr auto sCancelled = u"The operation was cancelled.";
 constexpr auto sNoLimits = u"The progress object does not give its limits.";
 
 /// The range that a top-level object without limits is given.
