@@ -163,7 +163,10 @@ private:
                                reinterpret_cast<mapi::LPUNKNOWN*>(Out(to))));
         mapi::ULARGE_INTEGER all;
         all.QuadPart = ~0ULL;
-        Check(from->CopyTo(to.Get(), all, nullptr, nullptr));
+        const mapi::HRESULT copied = from->CopyTo(to.Get(), all, nullptr, nullptr);
+        if (mapi::Failed(copied))
+            (void)to->Revert(); // where it can, no piece of a value takes the place of the whole one
+        Check(copied);
         Check(to->Commit(mapi::STGC_DEFAULT));
     }
 

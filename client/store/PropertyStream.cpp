@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
 namespace deftmapi::client
 {
@@ -11,6 +12,7 @@ namespace
 {
 
 constexpr std::size_t CopyPiece = 64 * 1024;
+constexpr auto sNoWayBack = u"The object already has what was written to the stream.";
 constexpr auto sTooBig = u"A value of this property cannot be that large.";
 
 /// Streams speak the result codes of storages.
@@ -88,6 +90,7 @@ Spool& PropertyStream::Writable()
     if (!FSpool) {
         auto spool = FHome->NewSpool();
         spool->Append(*FContent);
+        FOpened = FContent;
         FSpool = std::move(spool);
         FContent = FSpool;
     }
@@ -107,6 +110,7 @@ void PropertyStream::Publish(bool final)
                              TKwEncoding().ToWide({reinterpret_cast<const char*>(bytes.data()), bytes.size()}));
     }
     FUnpublished = false;
+    FOpened = nullptr;
 }
 
 void PropertyStream::Start()
@@ -213,7 +217,15 @@ mapi::HRESULT PropertyStream::Commit(mapi::DWORD) noexcept
 
 mapi::HRESULT PropertyStream::Revert() noexcept
 {
-    return mapi::STG_E_INVALIDFUNCTION; // direct mode: there is nothing to go back to
+    return Run([&] {
+        if (!FCore.WaitsForCommit() || (FUnpublished && !FOpened))
+            Fail(mapi::STG_E_INVALIDFUNCTION, sNoWayBack);
+        if (!FUnpublished)
+            return;
+        FContent = std::exchange(FOpened, nullptr);
+        FSpool = nullptr;
+        FUnpublished = false;
+    });
 }
 
 mapi::HRESULT PropertyStream::LockRegion(mapi::ULARGE_INTEGER, mapi::ULARGE_INTEGER, mapi::DWORD) noexcept

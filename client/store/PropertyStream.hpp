@@ -30,6 +30,7 @@ public:
     mapi::HRESULT DEFTMAPI_STDCALL CopyTo(mapi::IStream* to, mapi::ULARGE_INTEGER count, mapi::ULARGE_INTEGER* read,
                                           mapi::ULARGE_INTEGER* written) noexcept override;
     mapi::HRESULT DEFTMAPI_STDCALL Commit(mapi::DWORD flags) noexcept override;
+    /// Back to what the stream was opened with, unless that has been written over at the object: STG_E_INVALIDFUNCTION.
     mapi::HRESULT DEFTMAPI_STDCALL Revert() noexcept override;
     mapi::HRESULT DEFTMAPI_STDCALL LockRegion(mapi::ULARGE_INTEGER, mapi::ULARGE_INTEGER,
                                               mapi::DWORD) noexcept override;
@@ -61,6 +62,7 @@ private:
     ULONG FTag;
     BlobPtr FContent;
     std::shared_ptr<Spool> FSpool; // once written
+    BlobPtr FOpened;               // what it was before; null again once the object has the other
     bool FWritable;
     bool FUnpublished = false; // written but not yet handed to the object
     std::uint64_t FPosition = 0;

@@ -198,6 +198,33 @@ TEST_F(StreamTest, FoldersAndStoresTakeWhatWasWrittenAtTheCommit)
     }
 }
 
+TEST_F(StreamTest, WhatIsNotCommittedCanBeReverted)
+{
+    constexpr ULONG Value = 0x66020102;
+    auto inbox = Inbox();
+    Set(*inbox, {Binary(Value, {1, 2})});
+    for (const ULONG flags : {MAPI_MODIFY, MAPI_CREATE | MAPI_MODIFY}) {
+        auto stream = OpenStream(*inbox, Value, flags);
+        EXPECT_EQ(stream->Revert(), S_OK);
+        EXPECT_EQ(stream->Write("xyz", 3, nullptr), S_OK);
+        EXPECT_EQ(stream->Revert(), S_OK);
+        stream.Reset();
+        EXPECT_EQ(Get(*inbox, Value).Blob(), (Bytes{1, 2}));
+    }
+    auto stream = OpenStream(*inbox, Value, MAPI_MODIFY);
+    EXPECT_EQ(stream->Write("x", 1, nullptr), S_OK);
+    EXPECT_EQ(stream->Revert(), S_OK);
+    EXPECT_EQ(stream->Write("yz", 2, nullptr), S_OK); // the position stays
+    EXPECT_EQ(stream->Commit(STGC_DEFAULT), S_OK);
+    stream.Reset();
+    EXPECT_EQ(Get(*inbox, Value).Blob(), (Bytes{1, 'y', 'z'}));
+    // A message has it at once.
+    auto message = NewMessage(*inbox, u"direct");
+    stream = OpenStream(*message, Value, MAPI_CREATE | MAPI_MODIFY);
+    EXPECT_EQ(stream->Write("x", 1, nullptr), S_OK);
+    EXPECT_EQ(stream->Revert(), STG_E_INVALIDFUNCTION);
+}
+
 TEST_F(StreamTest, HtmlConvertsBetweenItsTwoForms)
 {
     auto inbox = Inbox();
