@@ -1,6 +1,7 @@
 // Administration of message services: what is asked of the client, which service is found to be the new one, and the
 // texts of refusals.
 #include "mapi/DeftMAPI.hpp"
+#include "tests/session/FailureNames.hpp"
 #include "tests/session/ScriptedClient.hpp"
 
 #include <gtest/gtest.h>
@@ -138,7 +139,7 @@ TEST_F(TAdminServicesTest, FailuresNameTheOperation)
     Client->Services->Providers->AddRow({BinaryValue(GetPropTag(PR_PROVIDER_UID), std::string(16, '\x11')),
                                          BinaryValue(GetPropTag(PR_SERVICE_UID), std::string(16, '\x22'))});
     const auto properties = Session->CreatePropValueList();
-    const std::tuple<const char*, const char*, std::function<void()>> operations[] = {
+    const TNamedOperation operations[] = {
         {"GetMsgServiceTable", "GetMsgServiceTable", [&] { static_cast<void>(Services->GetMsgServiceTable()); }},
         {"GetProviderTable", "GetProviderTable", [&] { static_cast<void>(Services->GetProviderTable()); }},
         {"CreateMsgService", "CreateMsgService",
@@ -150,13 +151,7 @@ TEST_F(TAdminServicesTest, FailuresNameTheOperation)
          [&] { static_cast<void>(Services->OpenProfileSection(Uid('1'), alReadOnly)); }},
         {"AdminProviders", "OpenProviderProfileSection",
          [&] { static_cast<void>(Services->OpenProviderProfileSection(Uid('1'), alReadOnly)); }}};
-    for (const auto& [call, method, operation] : operations) {
-        Calls->Next(call, mapi::MAPI_E_NO_SUPPORT);
-        const TCaught caught = Catch(operation);
-        EXPECT_EQ(caught.ClassName, "EMAPI_NO_SUPPORT") << method;
-        EXPECT_TRUE(caught.Message.starts_with("TKwMAPIAdminServices." + std::string(method) + " has raised"))
-            << caught.Message;
-    }
+    ExpectFailuresNameTheOperation(*Calls, "TKwMAPIAdminServices", operations);
 }
 
 TEST_F(TAdminServicesTest, PersonalFolders)

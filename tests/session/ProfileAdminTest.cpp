@@ -1,5 +1,6 @@
 // Administration of profiles: what is asked of the client library, and what its refusals become.
 #include "mapi/DeftMAPI.hpp"
+#include "tests/session/FailureNames.hpp"
 #include "tests/session/ScriptedClient.hpp"
 
 #include <gtest/gtest.h>
@@ -128,7 +129,7 @@ TEST_F(TProfileAdminTest, SimpleMAPIReadsTheRegistry)
 
 TEST_F(TProfileAdminTest, FailuresNameTheOperationAndTheClientsText)
 {
-    const std::tuple<const char*, const char*, std::function<void()>> operations[] = {
+    const TNamedOperation operations[] = {
         {"CreateProfile", "CreateProfile", [&] { Profiles->CreateProfile(u"x", u""); }},
         {"DeleteProfile", "DeleteProfile", [&] { Profiles->DeleteProfile(u"x"); }},
         {"GetProfileTable", "GetProfileTable", [&] { static_cast<void>(Profiles->GetProfileTable()); }},
@@ -136,13 +137,7 @@ TEST_F(TProfileAdminTest, FailuresNameTheOperationAndTheClientsText)
         {"GetProfileTable", "GetProfiles", [&] { static_cast<void>(Profiles->GetProfiles()); }},
         {"profile.AdminServices", "GetAdminServices",
          [&] { static_cast<void>(Profiles->GetAdminServices(u"x", u"", false)); }}};
-    for (const auto& [call, method, operation] : operations) {
-        Calls->Next(call, mapi::MAPI_E_NO_SUPPORT);
-        const TCaught caught = Catch(operation);
-        EXPECT_EQ(caught.ClassName, "EMAPI_NO_SUPPORT") << method;
-        EXPECT_TRUE(caught.Message.starts_with("TKwMAPIProfileAdmin." + std::string(method) + " has raised"))
-            << caught.Message;
-    }
+    ExpectFailuresNameTheOperation(*Calls, "TKwMAPIProfileAdmin", operations);
     ProfAdmin->Error = u"No room";
     EXPECT_EQ(Catch([&] {
                   KwMake<TKwMAPIProfileAdmin>(*Session)->CheckLastError(u"CopyProfile", mapi::MAPI_E_BUSY);

@@ -1,6 +1,7 @@
 // Logging on and off: the steps and their order, the events between them, what failures leave, and the session's
 // stores.
 #include "mapi/DeftMAPI.hpp"
+#include "tests/session/FailureNames.hpp"
 #include "tests/session/ScriptedClient.hpp"
 
 #include <gtest/gtest.h>
@@ -685,7 +686,7 @@ TEST_F(TSessionTest, FailuresNameTheOperationAndTheClientsText)
     LogonQuietly();
     const TKwMAPIEntryID id = StrToEntryID(u"0A");
     const TKwMAPIEntryID section = StrToEntryID(KwGlobalProfileSection);
-    const std::tuple<const char*, const char*, std::function<void()>> operations[] = {
+    const TNamedOperation operations[] = {
         {"GetMsgStoresTable", "GetMsgStoresTable", [&] { static_cast<void>(Session->GetMsgStoresTable()); }},
         {"OpenMsgStore", "OpenMsgStore", [&] { static_cast<void>(Session->OpenMsgStore(id, alReadOnly)); }},
         {"SetDefaultStore", "SetDefaultStore", [&] { Session->SetDefaultMsgStore(id); }},
@@ -698,13 +699,7 @@ TEST_F(TSessionTest, FailuresNameTheOperationAndTheClientsText)
         {"OpenProfileSection", "OpenProfileSection",
          [&] { static_cast<void>(Session->OpenProfileSection(section, alReadOnly)); }},
         {"QueryIdentity", "QueryIdentity", [&] { static_cast<void>(Session->GetSessionInfo()->Get_Identity()); }}};
-    for (const auto& [call, method, operation] : operations) {
-        Calls->Next(call, mapi::MAPI_E_NO_SUPPORT);
-        const TCaught caught = Catch(operation);
-        EXPECT_EQ(caught.ClassName, "EMAPI_NO_SUPPORT") << method;
-        EXPECT_TRUE(caught.Message.starts_with("TSession." + std::string(method) + " has raised the following"))
-            << caught.Message;
-    }
+    ExpectFailuresNameTheOperation(*Calls, "TSession", operations);
     Client->Error = u"No line";
     EXPECT_EQ(Catch([&] { Session->CheckLastError(u"OpenEntry", mapi::MAPI_E_NETWORK_ERROR); }),
               Failure("EMAPI_NETWORK_ERROR", 0x80040115, "Component Client caused: No line (TSession.OpenEntry)"));
