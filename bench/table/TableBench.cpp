@@ -49,9 +49,9 @@ class TBenchSession final : public TKwMAPISessionBase
 {
 public:
     [[nodiscard]] WideString GetClassName() const override { return u"TBenchSession"; }
-    [[nodiscard]] bool Get_Active() const noexcept override { return true; }
-    [[nodiscard]] bool UsesExtendedMAPI() const noexcept override { return true; }
-    [[nodiscard]] bool Get_ConnectedToExchange() const noexcept override { return false; }
+    [[nodiscard]] WordBool Get_Active() const noexcept override { return true; }
+    [[nodiscard]] WordBool UsesExtendedMAPI() const noexcept override { return true; }
+    [[nodiscard]] WordBool Get_ConnectedToExchange() const noexcept override { return false; }
     [[nodiscard]] void* AllocateBuffer(mapi::ULONG size) override
     {
         void* buffer = nullptr;

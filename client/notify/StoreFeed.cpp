@@ -95,7 +95,9 @@ StoreFeed::StoreFeed(StorePtr store, mapi::ULONG mask, std::optional<EntryRefere
 
 StoreFeed::Mark StoreFeed::LookAtMessage() const
 {
-    Query query = FStore->Db().Prepare("SELECT folder, version, flags, status FROM messages WHERE id = ?1");
+    static const std::string sql =
+        "SELECT m.folder, m.version, " + FlagsExpression + ", m.status FROM messages m WHERE m.id = ?1";
+    Query query = FStore->Db().Prepare(sql);
     if (!query.Bind(1, FObject->row).Step())
         return {};
     return {query.Number(0), query.Number(1), query.Number(2), query.Number(3)};
@@ -229,7 +231,9 @@ void StoreFeed::Tell(const JournalEntry& entry, NotificationBatch& batch)
 
 void StoreFeed::TellNewMail(const JournalEntry& entry, NotificationBatch& batch)
 {
-    Query query = FStore->Db().Prepare("SELECT folder, message_class, flags FROM messages WHERE id = ?1");
+    static const std::string sql =
+        "SELECT m.folder, m.message_class, " + FlagsExpression + " FROM messages m WHERE m.id = ?1";
+    Query query = FStore->Db().Prepare(sql);
     if (!query.Bind(1, entry.object).Step())
         return; // deleted meanwhile
     Bytes id = FStore->EntryIdOf(EntryKind::Message, entry.object);

@@ -126,9 +126,7 @@ public:
             FReader.emplace(FRows, FRestriction->Tags(), 2, true);
             FStatement.Add(FReader->Select());
         }
-        FStatement.Add(" FROM messages m");
-        const auto index = MessageCondition::IndexOf(FCondition->BestPath());
-        FStatement.Add(FRows.isSearch ? " NOT INDEXED" : index.empty() ? " INDEXED BY messages_folder" : index);
+        FStatement.Add(" FROM ").Add(FCondition->Source());
         if (FInstances) {
             FCalls.push_back(std::make_unique<InstanceList>(FRows, FInstances));
             FStatement.Add(" CROSS JOIN json_each(deft_call(?, ").Add(BagExpression).Add(")) j");
@@ -242,13 +240,13 @@ protected:
         if (InstanceRestriction::Distinguishes(*wanted, FInstances))
             return FindRowByRow(first, backward, wanted);
         MessageCondition condition(FRows, wanted);
-        if (condition.AsksForPart()) { // one of many is near
+        if (condition.MayBeFew()) { // one of many is near
             const std::size_t near = FirstSearchPiece + Keys().size() / SubjectsPerRow;
             if (const std::size_t found = FindInTurn(first, backward, condition, near); found != Keys().size())
                 return found;
             condition.TakePartIfFew();
         }
-        return condition.BestPath() < MessageCondition::Path::Unread
+        return condition.BestPath() != MessageCondition::Path::None
                    ? FindByIndex(first, backward, condition)
                    : FindInTurn(first, backward, condition, Keys().size());
     }
@@ -304,8 +302,7 @@ private:
         const std::string direction = sort.ulOrder == mapi::TABLE_SORT_DESCEND ? " DESC" : "";
         if (const MessageColumn* column = FindMessageColumn(id)) {
             const bool isText = (column->tag & 0xFFFF) == mapi::PT_UNICODE;
-            FSortColumns.push_back(
-                {{std::string("m.") + column->name, {}}, (isText ? " COLLATE deft_fold" : "") + direction});
+            FSortColumns.push_back({{ExpressionOf(*column), {}}, (isText ? " COLLATE deft_fold" : "") + direction});
         } else if (!MessageRows::IsComputed(id)) {
             FCalls.push_back(std::make_unique<SortValue>(FRows, sort.ulPropTag));
             SqlPiece value{"deft_call(?, ", {FCalls.back().get()}};
@@ -365,8 +362,11 @@ private:
     [[nodiscard]] std::size_t FindByIndex(std::size_t first, bool backward, const MessageCondition& condition) const
     {
         SqlPiece statement;
-        statement.Add("SELECT m.id FROM messages m").Add(MessageCondition::IndexOf(condition.BestPath()));
-        statement.Add(" WHERE ").Add(FRows.Membership()).Add(condition.Sql());
+        statement.Add("SELECT m.id FROM ")
+            .Add(condition.Source())
+            .Add(" WHERE ")
+            .Add(FRows.Membership())
+            .Add(condition.Sql());
         std::unordered_set<RowKey> fitting;
         Query query = FRows.Start(statement);
         while (query.Step())
@@ -474,8 +474,7 @@ std::unique_ptr<RowOrder> MakeContentsOrder(const MessageRows& rows, const Table
 {
     auto condition =
         std::make_unique<MessageCondition>(rows, DistinguishesInstances(view) ? nullptr : view.restriction);
-    if (condition->AsksForPart())
-        condition->TakePartIfFew();
+    condition->TakePartIfFew();
     const IndexedKey* key = rows.isSearch ? nullptr : FindIndexedKey(view, condition->BestPath());
     if (key)
         return MakeIndexOrder(rows, view, *key, std::move(condition));

@@ -17,10 +17,12 @@ namespace deftmapi::client
 /// An order that an index gives.
 struct IndexedKey
 {
-    ULONG tag;          ///< 0: the natural order
-    const char* column; ///< null: the row identifier
-    const char* key;    ///< the expression of the index
-    const char* index;
+    ULONG tag;               ///< 0: the natural order
+    std::string_view source; ///< gives the rows in this order
+    std::string_view alone;  ///< the same for statements that ask for nothing else of them
+    const char* column;      ///< what the rows are sorted by, of that source; null: by the row identifier
+    const char* anywhere;    ///< the same of every source; where it is text, its collation with it
+    bool hasNull;            ///< rows may have no value, and stand before all others
 };
 /// Null: no index gives the order.
 [[nodiscard]] const IndexedKey* FindIndexedKey(const TableView& view, MessageCondition::Path path);

@@ -90,14 +90,8 @@ void CallBack(sqlite3_context* context, int count, sqlite3_value** values)
 
 int Collate(void*, int sizeA, const void* a, int sizeB, const void* b)
 {
-    try {
-        return CompareFolded({static_cast<const char*>(a), static_cast<std::size_t>(sizeA)},
-                             {static_cast<const char*>(b), static_cast<std::size_t>(sizeB)});
-    } catch (const std::exception&) {
-        // Damaged text has a place of its own; a collation cannot fail.
-        return std::string_view(static_cast<const char*>(a), static_cast<std::size_t>(sizeA))
-            .compare({static_cast<const char*>(b), static_cast<std::size_t>(sizeB)});
-    }
+    return CollateFolded({static_cast<const char*>(a), static_cast<std::size_t>(sizeA)},
+                         {static_cast<const char*>(b), static_cast<std::size_t>(sizeB)});
 }
 
 } // namespace
@@ -127,6 +121,32 @@ int CompareFolded(std::string_view a, std::string_view b)
             return x < y ? -1 : 1;
     }
     return a.size() < b.size() ? -1 : (b.size() < a.size() ? 1 : 0);
+}
+
+namespace
+{
+
+/// The text, or what is left of it.
+WideString UnpackDamaged(std::string_view text)
+{
+    try {
+        return UnpackText(text);
+    } catch (const Failure&) {
+        return KwFromUtf8(text);
+    }
+}
+
+} // namespace
+
+int CollateFolded(std::string_view a, std::string_view b) noexcept
+{
+    try {
+        return CompareFolded(a, b);
+    } catch (const std::exception&) {
+        const WideString x = KwUpperCase(UnpackDamaged(a));
+        const WideString y = KwUpperCase(UnpackDamaged(b));
+        return x < y ? -1 : (y < x ? 1 : 0);
+    }
 }
 
 bool SqlArguments::IsNull(int index) const

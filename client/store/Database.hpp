@@ -67,9 +67,11 @@ public:
 using SqlValue =
     std::variant<std::monostate, std::int64_t, double, std::string, std::vector<std::uint8_t>, const SqlCallable*>;
 
-/// The collation that every connection knows as deft_fold: text without regard to case, as tables sort it.
-/// Indexes of store files are built with it: a change of the case tables needs a schema step that rebuilds them.
+/// Compares text without regard to case, as tables sort it. @throws Failure  MAPI_E_CORRUPT_DATA
 [[nodiscard]] int CompareFolded(std::string_view a, std::string_view b);
+/// The collation that every connection knows as deft_fold: the same, and of damaged text what is left of it.
+/// Indexes of store files are built with it: a change of the case tables needs a schema step that rebuilds them.
+[[nodiscard]] int CollateFolded(std::string_view a, std::string_view b) noexcept;
 
 /// One use of a prepared statement. Parameters count from 1, columns from 0.
 class Query

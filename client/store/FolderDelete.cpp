@@ -36,8 +36,11 @@ bool HasMessages(StoreFile& store, const std::vector<std::int64_t>& folders)
 void DeleteFolders(StoreFile& store, const std::vector<std::int64_t>& rows, ProgressMeter& meter)
 {
     Database& database = store.Db();
-    for (auto it = rows.rbegin(); it != rows.rend(); ++it)
-        DeleteMessagesIn(store, *it, true, meter);
+    // In the order of the file, in which folders and what they hold mostly came: a tree from its ends is all over it.
+    std::vector<std::int64_t> inFile = rows;
+    std::sort(inFile.begin(), inFile.end());
+    for (const std::int64_t row : inFile)
+        DeleteMessagesIn(store, row, true, meter);
     // Triggers write the entries of folders at once: listeners hear of what was in a folder before they hear of it.
     store.Changes().Flush();
     for (auto it = rows.rbegin(); it != rows.rend(); ++it) {

@@ -1,6 +1,8 @@
 // What a folder does with its subfolders: create, copy and move.
 #include "client/store/Transfer.hpp"
 
+#include <algorithm>
+
 namespace deftmapi::client
 {
 namespace
@@ -57,9 +59,13 @@ std::vector<std::int64_t> ChildFolders(StoreFile& store, std::int64_t row)
 std::vector<std::int64_t> Subtree(StoreFile& store, std::int64_t row)
 {
     std::vector<std::int64_t> rows = {row};
-    for (std::size_t i = 0; i < rows.size(); ++i) {
-        const auto children = ChildFolders(store, rows[i]);
-        rows.insert(rows.end(), children.begin(), children.end());
+    for (std::size_t next = 0; next < rows.size();) {
+        const std::size_t level = rows.size();
+        for (; next < level; ++next) {
+            const auto children = ChildFolders(store, rows[next]);
+            rows.insert(rows.end(), children.begin(), children.end());
+        }
+        std::sort(rows.begin() + static_cast<std::ptrdiff_t>(level), rows.end());
     }
     return rows;
 }

@@ -10,9 +10,10 @@ namespace
 {
 
 constexpr IndexedKey Keys[] = {
-    {0, nullptr, nullptr, " INDEXED BY messages_folder"},
-    {tag::DeliveryTime, "m.delivery_time", "m.delivery_time", " INDEXED BY messages_delivery"},
-    {tag::Subject, "m.subject", "m.subject COLLATE deft_fold", " INDEXED BY messages_subject"},
+    {0, source::ByFolder, source::ByFolder, nullptr, nullptr, false},
+    {tag::DeliveryTime, source::ByDelivery, source::ByDelivery, "m.delivery_time", "m.delivery_time", true},
+    {tag::Subject, source::BySubject, source::SubjectAlone, "m.subject_key",
+     "iif(typeof(m.subject) = 'text', m.subject, 0) COLLATE deft_fold", false},
 };
 
 /// Characters that a statement has about, for its text to grow without copies.
@@ -29,12 +30,9 @@ public:
     IndexOrder(const MessageRows& rows, const TableView& view, const IndexedKey& key,
                std::unique_ptr<MessageCondition> condition)
         : FRows(rows), FKey(key), FCondition(std::move(condition)),
-          FDescending(!view.sort.empty() && view.sort.front().ulOrder == mapi::TABLE_SORT_DESCEND)
-    {
-        FIndex = FKey.tag == tag::DeliveryTime && FCondition->BestPath() == MessageCondition::Path::Unread
-                     ? MessageCondition::IndexOf(MessageCondition::Path::Unread)
-                     : FKey.index;
-    }
+          FDescending(!view.sort.empty() && view.sort.front().ulOrder == mapi::TABLE_SORT_DESCEND),
+          FPlaces(FCondition->AsksOnlyFor("subject") ? FKey.alone : FKey.source)
+    {}
 
     void Refresh() override
     {
@@ -48,10 +46,8 @@ public:
     {
         if (FCount < 0) {
             // Nothing has to be in order: the index of the condition, or the rows as they lie in the file.
-            const auto best = FCondition->CountingIndex();
             const auto counted = FCondition->CountParts();
-            FCount = counted ? *counted
-                             : Number(Statement("count(*)", best.empty() ? Keys[0].index : best, nullptr, {}, ""));
+            FCount = counted ? *counted : Number(Statement("count(*)", FCondition->CountingSource(), nullptr, {}, ""));
         }
         return FCount;
     }
@@ -127,14 +123,14 @@ public:
             FColumns.assign(columns.begin(), columns.end());
             FReader.emplace(FRows, FColumns, 2);
         }
-        const std::string select = KeyColumns() + FReader->Select();
-        const std::string tail = Order(forward) + " LIMIT ?";
+        const std::string select = KeyColumns(FKey.source) + FReader->Select();
+        const std::string tail = Order(FKey.source, forward) + " LIMIT ?";
         std::int64_t left = forward ? count : -count;
         Mark last = mark;
         SqlPiece range;
-        for (int n = 0; left > 0 && Range(mark, forward, n, range); ++n) {
+        for (int n = 0; left > 0 && Range(FKey.source, mark, forward, n, range); ++n) {
             const std::int64_t before = left;
-            Query query = FRows.Start(Statement(select, FIndex, nullptr, range, tail).AddValue(left));
+            Query query = FRows.Start(Statement(select, FKey.source, nullptr, range, tail).AddValue(left));
             while (query.Step()) {
                 last.key = query.Number(0);
                 FReader->Read(query, last.key, sink);
@@ -167,7 +163,7 @@ public:
     {
         Settle(mark);
         MessageCondition condition(FRows, wanted);
-        if (condition.AsksForPart()) { // one of many is near
+        if (condition.MayBeFew()) { // one of many is near
             const std::int64_t near = std::clamp<std::int64_t>(FRows.State().rows / SubjectsPerRow, Many, Near);
             if (const auto found = FindNear(mark, !backward, condition, near)) {
                 mark = *found;
@@ -175,23 +171,21 @@ public:
             }
             condition.TakePartIfFew();
         }
-        std::string_view index = MessageCondition::IndexOf(condition.BestPath());
-        if (index.empty() || (condition.BestPath() == MessageCondition::Path::Unread && FKey.tag != tag::DeliveryTime))
-            index = FIndex;
+        const auto path = condition.BestPath();
+        const std::string_view from = path == MessageCondition::Path::None ? FKey.source : condition.Source();
         // An index that finds many rows would have all of them sorted for the first one. Where there are many, one of
         // them is near in the order of the table.
-        if (condition.BestPath() > MessageCondition::Path::SearchKey &&
-            condition.BestPath() != MessageCondition::Path::Part && index != FIndex &&
-            CountUpTo(Many, &condition, index, {}) == Many)
-        {
+        if (path == MessageCondition::Path::Subject && from != FKey.source &&
+            CountUpTo(Many, &condition, from, {}) == Many) {
             if (const auto found = FindNear(mark, !backward, condition, Near)) {
                 mark = *found;
                 return true;
             }
         }
         SqlPiece range;
-        for (int n = 0; Range(mark, !backward, n, range); ++n) {
-            Query query = FRows.Start(Statement(KeyColumns(), index, &condition, range, Order(!backward) + " LIMIT 1"));
+        for (int n = 0; Range(from, mark, !backward, n, range); ++n) {
+            Query query =
+                FRows.Start(Statement(KeyColumns(from), from, &condition, range, Order(from, !backward) + " LIMIT 1"));
             if (query.Step()) {
                 mark = MarkOf(query);
                 return true;
@@ -212,19 +206,26 @@ public:
     }
 
 private:
-    [[nodiscard]] std::string KeyColumns() const
+    /// What the rows are sorted by, as that source has it; null: by the row identifier.
+    [[nodiscard]] const char* KeyOf(std::string_view from) const
     {
-        return std::string("m.id, ") + (FKey.column ? FKey.column : "NULL");
+        return from == FKey.source || from == FKey.alone ? FKey.column : FKey.anywhere;
+    }
+    [[nodiscard]] std::string KeyColumns(std::string_view from) const
+    {
+        return std::string("m.id, ") + (FKey.column ? KeyOf(from) : "NULL");
     }
 
     /// SELECT … with the conditions of the folder, of the table, of a search and of a range of the index.
-    [[nodiscard]] SqlPiece Statement(std::string_view select, std::string_view index, const MessageCondition* wanted,
+    /// @param from  the source of the order, of the table's condition, or of `wanted`
+    [[nodiscard]] SqlPiece Statement(std::string_view select, std::string_view from, const MessageCondition* wanted,
                                      const SqlPiece& range, std::string_view tail) const
     {
+        const bool isMine = from == FKey.source || !wanted;
         SqlPiece piece;
         piece.sql.reserve(StatementSize);
-        piece.Add("SELECT ").Add(select).Add(" FROM messages m").Add(index).Add(" WHERE ").Add(FRows.Membership());
-        piece.Add(FCondition->Sql());
+        piece.Add("SELECT ").Add(select).Add(" FROM ").Add(from).Add(" WHERE ").Add(FRows.Membership());
+        piece.Add(isMine ? FCondition->Sql() : FCondition->SqlOfRow());
         if (wanted)
             piece.Add(wanted->Sql());
         return piece.Add(range).Add(tail);
@@ -239,8 +240,10 @@ private:
     /// Reads the sort value of a row of the table into the mark; false when the table does not have the row.
     bool Load(RowKey key, Mark& mark) const
     {
-        SqlPiece range{" AND m.id = ?", {key}};
-        Query query = FRows.Start(Statement(KeyColumns(), " NOT INDEXED", nullptr, range, ""));
+        SqlPiece statement{"SELECT ", {}};
+        statement.Add(KeyColumns(source::ByRow)).Add(" FROM ").Add(source::ByRow).Add(" WHERE ");
+        statement.Add(FRows.Membership()).Add(FCondition->SqlOfRow()).Add(" AND m.id = ?").AddValue(key);
+        Query query = FRows.Start(statement);
         if (!query.Step())
             return false;
         mark.key = key;
@@ -272,14 +275,15 @@ private:
         return mark;
     }
 
-    [[nodiscard]] std::string Order(bool forward) const
+    [[nodiscard]] std::string Order(std::string_view from, bool forward) const
     {
         const std::string direction = forward != FDescending ? " ASC" : " DESC";
-        return (FKey.key ? " ORDER BY " + std::string(FKey.key) + direction + ", m.id" : " ORDER BY m.id") + direction;
+        return (FKey.column ? std::string(" ORDER BY ") + KeyOf(from) + direction + ", m.id" : " ORDER BY m.id") +
+               direction;
     }
 
-    /// The n-th range of the index on one side of the mark, the nearest first. @returns false: there are no more
-    [[nodiscard]] bool Range(const Mark& mark, bool forward, int n, SqlPiece& range) const
+    /// The n-th range of the order on one side of the mark, the nearest first. @returns false: there are no more
+    [[nodiscard]] bool Range(std::string_view from, const Mark& mark, bool forward, int n, SqlPiece& range) const
     {
         if (mark.kind == (forward ? Mark::Kind::End : Mark::Kind::Beginning))
             return false;
@@ -290,32 +294,33 @@ private:
         const bool inclusive = (mark.kind == Mark::Kind::Before) == forward;
         const std::string_view beyond =
             up ? (inclusive ? " AND m.id >= ?" : " AND m.id > ?") : (inclusive ? " AND m.id <= ?" : " AND m.id < ?");
-        if (!FKey.key) {
+        if (!FKey.column) {
             range.Add(beyond).AddValue(mark.key);
             return n == 0;
         }
+        const std::string_view key = KeyOf(from);
         const bool withoutValue = std::holds_alternative<std::monostate>(mark.sortKey);
         if (n == 0 && withoutValue)
-            range.Add(" AND ").Add(FKey.column).Add(" IS NULL").Add(beyond).AddValue(mark.key);
+            range.Add(" AND ").Add(key).Add(" IS NULL").Add(beyond).AddValue(mark.key);
         else if (n == 0)
-            range.Add(" AND ").Add(FKey.key).Add(" = ?").AddValue(mark.sortKey).Add(beyond).AddValue(mark.key);
+            range.Add(" AND ").Add(key).Add(" = ?").AddValue(mark.sortKey).Add(beyond).AddValue(mark.key);
         else if (n == 1 && withoutValue && up)
-            range.Add(" AND ").Add(FKey.column).Add(" IS NOT NULL");
+            range.Add(" AND ").Add(key).Add(" IS NOT NULL");
         else if (n == 1 && !withoutValue)
-            range.Add(" AND ").Add(FKey.key).Add(up ? " > ?" : " < ?").AddValue(mark.sortKey);
-        else if (n == 2 && !withoutValue && !up)
-            range.Add(" AND ").Add(FKey.column).Add(" IS NULL");
+            range.Add(" AND ").Add(key).Add(up ? " > ?" : " < ?").AddValue(mark.sortKey);
+        else if (n == 2 && !withoutValue && !up && FKey.hasNull)
+            range.Add(" AND ").Add(key).Add(" IS NULL");
         else
             return false;
         return true;
     }
 
     /// Counts rows, but no more than so many.
-    [[nodiscard]] std::int64_t CountUpTo(std::int64_t most, const MessageCondition* condition, std::string_view index,
+    [[nodiscard]] std::int64_t CountUpTo(std::int64_t most, const MessageCondition* condition, std::string_view from,
                                          const SqlPiece& range) const
     {
         SqlPiece statement;
-        statement.Add("SELECT count(*) FROM (").Add(Statement("1", index, condition, range, " LIMIT ?"));
+        statement.Add("SELECT count(*) FROM (").Add(Statement("1", from, condition, range, " LIMIT ?"));
         return Number(statement.AddValue(most).Add(")"));
     }
 
@@ -324,32 +329,32 @@ private:
                                                std::int64_t left) const
     {
         SqlPiece range;
-        for (int n = 0; left > 0 && Range(mark, forward, n, range); ++n) {
+        for (int n = 0; left > 0 && Range(FKey.source, mark, forward, n, range); ++n) {
             // The inner statement gives its rows one by one, so that the first that fits ends it.
             SqlPiece fits;
             fits.Add("m.id AS id, ").Add(FKey.column ? FKey.column : "NULL").Add(" AS sort_key, (1");
             fits.Add(condition.SqlOfRow()).Add(") AS fits");
-            SqlPiece statement;
-            statement.Add("SELECT id, sort_key FROM (SELECT ").Add(fits).Add(" FROM messages m").Add(FIndex);
-            statement.Add(" WHERE ").Add(FRows.Membership()).Add(FCondition->Sql()).Add(range);
-            statement.Add(Order(forward)).Add(" LIMIT ?").AddValue(left).Add(") WHERE fits LIMIT 1");
+            SqlPiece statement{"SELECT id, sort_key FROM (SELECT ", {}};
+            statement.Add(fits).Add(" FROM ").Add(FKey.source).Add(" WHERE ").Add(FRows.Membership());
+            statement.Add(FCondition->Sql()).Add(range).Add(Order(FKey.source, forward));
+            statement.Add(" LIMIT ?").AddValue(left).Add(") WHERE fits LIMIT 1");
             Query query = FRows.Start(statement);
             if (query.Step())
                 return MarkOf(query);
-            left -= CountUpTo(left, nullptr, FIndex, range);
+            left -= CountUpTo(left, nullptr, FPlaces, range);
         }
         return std::nullopt;
     }
 
     [[nodiscard]] std::int64_t CountRange(const SqlPiece& range) const
     {
-        return Number(Statement("count(*)", FIndex, nullptr, range, ""));
+        return Number(Statement("count(*)", FPlaces, nullptr, range, ""));
     }
     [[nodiscard]] std::int64_t CountBeside(const Mark& mark, bool forward) const
     {
         std::int64_t count = 0;
         SqlPiece range;
-        for (int n = 0; Range(mark, forward, n, range); ++n)
+        for (int n = 0; Range(FKey.source, mark, forward, n, range); ++n)
             count += CountRange(range);
         return count;
     }
@@ -359,11 +364,11 @@ private:
     {
         passed = 0;
         SqlPiece range;
-        for (int n = 0; Range(mark, forward, n, range); ++n) {
+        for (int n = 0; Range(FKey.source, mark, forward, n, range); ++n) {
             {
-                Query query =
-                    FRows.Start(Statement(KeyColumns(), FIndex, nullptr, range, Order(forward) + " LIMIT 1 OFFSET ?")
-                                    .AddValue(rows - passed));
+                Query query = FRows.Start(Statement(KeyColumns(FPlaces), FPlaces, nullptr, range,
+                                                    Order(FPlaces, forward) + " LIMIT 1 OFFSET ?")
+                                              .AddValue(rows - passed));
                 if (query.Step()) {
                     found = MarkOf(query);
                     return true;
@@ -430,7 +435,7 @@ private:
     const IndexedKey& FKey;
     std::unique_ptr<MessageCondition> FCondition;
     bool FDescending;
-    std::string_view FIndex;
+    std::string_view FPlaces; // the source of statements that ask for places only
     std::int64_t FStamp = -2;
     std::int64_t FCount = -1; // -1: not known
     std::vector<ULONG> FColumns;
@@ -449,7 +454,6 @@ const IndexedKey* FindIndexedKey(const TableView& view, MessageCondition::Path p
             continue;
         // Where a condition has an index that finds its rows, it must be the one that gives the order.
         const bool fits = path == MessageCondition::Path::None ||
-                          (path == MessageCondition::Path::Unread && key.tag == tag::DeliveryTime) ||
                           (path == MessageCondition::Path::Subject && key.tag == tag::Subject);
         return fits ? &key : nullptr;
     }

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <utility>
 
 namespace deftmapi::client
 {
@@ -25,6 +26,8 @@ constexpr std::size_t SqlParts =
 // Behind every text that begins with what precedes it.
 constexpr WideView Last = u"\uFFFF\uFFFF\uFFFF\uFFFF";
 constexpr std::size_t SearchKeySize = 256;
+
+constexpr std::string_view Letters = "abcdefghijklmnopqrstuvwxyz_"; // of names of columns
 
 constexpr std::array<const char*, 6> Operators = {"<", "<=", ">", ">=", "=", "<>"};
 
@@ -213,7 +216,7 @@ std::optional<SqlPiece> CompareColumn(const MessageColumn& column, const Restric
     const Prop& value = restriction.Value();
     if (value.Type() != (column.tag & 0xFFFF))
         return Constant(false);
-    const std::string name = std::string("m.") + column.name;
+    const std::string name = ExpressionOf(column);
     const std::string op = std::string(" ") + Operators[restriction.Operator()] + " ?";
     if (const auto* number = std::get_if<std::int64_t>(&value.data))
         return SqlPiece{name + op, {*number}};
@@ -231,7 +234,7 @@ std::optional<SqlPiece> ColumnCondition(const Restriction& restriction)
     const MessageColumn* column = FindMessageColumn(restriction.Tag() >> 16);
     if (!column)
         return std::nullopt;
-    const std::string name = std::string("m.") + column->name;
+    const std::string name = ExpressionOf(*column);
     const ULONG type = column->tag & 0xFFFF;
     switch (restriction.Kind()) {
     case RES_EXIST:
@@ -239,10 +242,10 @@ std::optional<SqlPiece> ColumnCondition(const Restriction& restriction)
     case RES_BITMASK:
         if (type == PT_UNICODE || type == PT_BINARY)
             return Constant(false);
-        // Written out, not bound: the index of unread messages is found by the text.
-        return SqlPiece{"(" + name + " & " + std::to_string(restriction.Number()) + ")" +
-                            (restriction.Operator() == BMR_NEZ ? " <> 0" : " = 0"),
-                        {}};
+        if (column->tag == tag::MessageFlags && restriction.Number() == MSGFLAG_READ) // needs no column of the message
+            return SqlPiece{UnreadExpression + std::string(restriction.Operator() == BMR_NEZ ? " = 0" : " = 1"), {}};
+        return SqlPiece{"(" + name + " & ?)" + (restriction.Operator() == BMR_NEZ ? " <> 0" : " = 0"),
+                        {std::int64_t{restriction.Number()}}};
     case RES_PROPERTY:
         return CompareColumn(*column, restriction);
     case RES_CONTENT:
@@ -307,69 +310,87 @@ MessageCondition::MessageCondition(const MessageRows& rows, std::shared_ptr<cons
 
 void MessageCondition::Compose()
 {
-    FBudget = SqlParts;
+    const auto compile = [this] {
+        FBudget = SqlParts;
+        SqlPiece piece;
+        if (FExact != FRestriction.get())
+            piece.Add(" AND (").Add(Compile(*FRestriction, true, 0)).Add(")");
+        return piece;
+    };
     FCalls.clear();
-    FSqlOfRow = {};
-    if (FExact != FRestriction.get())
-        FSqlOfRow.Add(" AND (").Add(Compile(*FRestriction, true, 0)).Add(")");
     FSql = FNarrowing;
-    FSql.Add(FSqlOfRow);
+    const Restriction* exact = std::exchange(FExact, nullptr);
+    FSqlOfRow = compile();
+    FExact = exact;
+    FSql.Add(FExact ? compile() : FSqlOfRow);
 }
 
 void MessageCondition::TakePartIfFew()
 {
-    if (!FPart->IsFew())
+    if (!MayBeFew())
         return;
-    FPath = Path::Part;
-    FExact = nullptr;
-    FNarrowing = {" AND m.id IN (SELECT value FROM json_each(deft_call(?)))", {FPart.get()}};
+    if (FPart && FPart->IsFew()) {
+        FPath = Path::Part;
+        FNarrowing = {" AND m.id IN (SELECT value FROM json_each(deft_call(?)))", {FPart.get()}};
+    } else if (FUnread && FUnread->IsFew()) {
+        FPath = Path::Unread;
+        FExact = &FUnread->Asked();
+        FNarrowing = {" AND m.id IN (SELECT value FROM json_each(deft_call(?)))", {FUnread.get()}};
+    } else {
+        return;
+    }
     Compose();
 }
 
 std::optional<std::int64_t> MessageCondition::CountParts() const
 {
+    if (FUnread && &OnlyPart(*FRestriction) == &FUnread->Asked())
+        return FUnread->Count();
     if (!FPart || &OnlyPart(*FRestriction) != &FPart->Asked())
         return std::nullopt;
     const auto tally = FPart->Count();
     if (!tally || tally->doubtful.empty())
         return tally ? std::optional(tally->sure) : std::nullopt;
-    SqlPiece statement{"SELECT count(*) FROM messages m NOT INDEXED WHERE ", {}};
-    statement.Add(FRows.Membership()).Add(" AND m.id IN (SELECT value FROM json_each(?))");
-    statement.AddValue(ListOf(tally->doubtful)).Add(FSqlOfRow);
+    SqlPiece statement{"SELECT count(*) FROM ", {}};
+    statement.Add(source::ByRow).Add(" WHERE ").Add(FRows.Membership());
+    statement.Add(" AND m.id IN (SELECT value FROM json_each(?))").AddValue(ListOf(tally->doubtful)).Add(FSqlOfRow);
     Query query = FRows.Start(statement);
     return query.Step() ? tally->sure + query.Number(0) : tally->sure;
 }
 
-std::string_view MessageCondition::CountingIndex() const
+std::string_view MessageCondition::Source() const
 {
-    if (FPath != Path::None || !FRestriction)
-        return IndexOf(FPath);
-    std::set<ULONG> tags;
-    FRestriction->CollectTags(tags);
-    const auto only = [&tags](ULONG wanted) {
-        return std::all_of(tags.begin(), tags.end(),
-                           [wanted](ULONG tag) { return tag >> 16 == wanted >> 16 || !FindMessageColumn(tag >> 16); });
-    };
-    if (only(tag::Subject))
-        return " INDEXED BY messages_subject";
-    return only(tag::DeliveryTime) ? " INDEXED BY messages_delivery" : "";
+    switch (FPath) {
+    case Path::Subject:
+        return source::BySubject;
+    case Path::None:
+        return FRows.isSearch ? source::ByRow : source::ByFolder;
+    default:
+        return source::ByRow;
+    }
 }
 
-std::string_view MessageCondition::IndexOf(Path path)
+bool MessageCondition::AsksOnlyFor(std::string_view column) const
 {
-    switch (path) {
-    case Path::Row:
-    case Path::Part:
-        return " NOT INDEXED"; // by row identifiers
-    case Path::SearchKey:
-        return " INDEXED BY messages_search_key";
-    case Path::Subject:
-        return " INDEXED BY messages_subject";
-    case Path::Unread:
-        return " INDEXED BY messages_unread";
-    default:
-        return "";
+    // The statement itself says it: what it compares with is bound, so that "m." is nothing but the alias.
+    const std::string_view sql = FSql.sql;
+    for (std::size_t at = sql.find("m."); at != std::string_view::npos; at = sql.find("m.", at)) {
+        at += 2;
+        const std::string_view name = sql.substr(at, sql.find_first_not_of(Letters, at) - at);
+        if (name != column && name != "subject_key" && name != "id" && name != "folder" && name != "associated")
+            return false;
     }
+    return true;
+}
+
+std::string_view MessageCondition::CountingSource() const
+{
+    const bool isFree = FPath == Path::None && FRestriction && !FRows.isSearch;
+    if (isFree && AsksOnlyFor("")) // what is looked up for each row lies in their order
+        return source::ByFolder;
+    if ((isFree || FPath == Path::Subject) && AsksOnlyFor("subject"))
+        return source::SubjectAlone;
+    return isFree && AsksOnlyFor("delivery_time") ? source::ByDelivery : Source();
 }
 
 void MessageCondition::Consider(Path path, std::string_view sql, std::vector<SqlValue> values, const Restriction* exact)
@@ -391,8 +412,8 @@ void MessageCondition::FindPath(const Restriction& restriction)
             FindPath(child);
         return;
     case RES_BITMASK:
-        if (id == tag::MessageFlags >> 16 && restriction.Number() == MSGFLAG_READ && restriction.Operator() == BMR_EQZ)
-            Consider(Path::Unread, "(m.flags & 1) = 0", {}, &restriction);
+        if (auto unread = UnreadPart::Of(FRows, restriction))
+            FUnread = std::move(unread);
         return;
     case RES_PROPERTY:
         if (const std::int64_t row = RowNamed(FRows, restriction)) {
@@ -400,7 +421,8 @@ void MessageCondition::FindPath(const Restriction& restriction)
         } else if (id == tag::SearchKey >> 16 && restriction.Operator() == RELOP_EQ) {
             const auto* bytes = std::get_if<Bytes>(&restriction.Value().data);
             if (bytes && !bytes->empty() && bytes->size() <= SearchKeySize)
-                Consider(Path::SearchKey, "m.search_key = ?", {*bytes}, &restriction);
+                Consider(Path::SearchKey, "m.id IN (SELECT id FROM search_keys WHERE search_key = ?)", {*bytes},
+                         &restriction);
         }
         break;
     case RES_CONTENT:
@@ -420,10 +442,9 @@ void MessageCondition::FindPath(const Restriction& restriction)
     const Restriction* exact =
         restriction.Kind() == RES_PROPERTY || restriction.Operator() & FL_IGNORECASE ? &restriction : nullptr;
     if (whole)
-        Consider(Path::Subject, "m.subject COLLATE deft_fold = ?", {PackText(text)}, exact);
+        Consider(Path::Subject, "m.subject_key = ?", {PackText(text)}, exact);
     else if (beginning)
-        Consider(Path::Subject, "m.subject COLLATE deft_fold >= ? AND m.subject COLLATE deft_fold < ?",
-                 {PackText(text), Behind(text)}, exact);
+        Consider(Path::Subject, "m.subject_key >= ? AND m.subject_key < ?", {PackText(text), Behind(text)}, exact);
 }
 
 SqlPiece MessageCondition::CallEvaluator(const Restriction& restriction)
@@ -438,7 +459,7 @@ SqlPiece MessageCondition::CallEvaluator(const Restriction& restriction)
             wholeBag = wholeBag || !MessageRows::IsComputed(place.tag >> 16);
             continue;
         }
-        const std::string name = std::string("m.") + place.column->name;
+        const std::string name = ExpressionOf(*place.column);
         columns.append(", ").append(name);
         const ULONG type = place.column->tag & 0xFFFF;
         if (type == PT_UNICODE)

@@ -75,9 +75,26 @@ bool FitsColumn(const Prop& prop)
     return std::holds_alternative<std::int64_t>(prop.data);
 }
 
+/// Columns of text and of bytes hold nothing else.
+bool IsOfColumn(const Prop& prop, ULONG columnTag)
+{
+    const ULONG type = columnTag & 0xFFFF;
+    return prop.Type() == type || (type != mapi::PT_UNICODE && type != mapi::PT_BINARY);
+}
+
 bool IsWholeInColumn(const Prop& prop)
 {
-    return FindMessageColumn(prop.Id()) && FitsColumn(prop);
+    const MessageColumn* column = FindMessageColumn(prop.Id());
+    return column && IsOfColumn(prop, column->tag) && FitsColumn(prop);
+}
+
+/// A binary value as its column takes it.
+Bytes ColumnBytesOf(const Prop& prop)
+{
+    if (const auto* bytes = std::get_if<Bytes>(&prop.data))
+        return FitsColumn(prop) ? *bytes : Bytes();
+    const auto* blob = std::get_if<BlobPtr>(&prop.data); // written through a stream, of whatever size
+    return blob && (*blob)->Size() <= ColumnBytes ? (*blob)->ReadAll() : Bytes();
 }
 
 /// @param texts  keeps what is bound
@@ -90,22 +107,65 @@ void BindColumn(Query& query, int index, const Prop* prop, std::vector<std::stri
         query.Bind(index, *number);
     } else if (const auto* text = std::get_if<WideString>(&prop->data)) {
         bindText(FitsColumn(*prop) ? WideView(*text) : WideView(*text).substr(0, limits::TableText));
-    } else if (const auto* bytes = std::get_if<Bytes>(&prop->data)) {
-        query.BindBlob(index, FitsColumn(*prop) ? std::span(*bytes) : std::span<const std::uint8_t>());
+    } else if (prop->Type() == mapi::PT_BINARY) {
+        query.BindBlob(index, ColumnBytesOf(*prop));
     } else if (const auto* blob = std::get_if<BlobPtr>(&prop->data); blob && prop->Type() == mapi::PT_UNICODE) {
         WideString start(limits::TableText, u'\0');
         start.resize((*blob)->Read(0, start.data(), start.size() * 2) / 2);
         bindText(start);
-    } else if (blob && prop->Type() == mapi::PT_BINARY) { // written through a stream, of whatever size
-        query.BindBlob(index, (*blob)->Size() <= ColumnBytes ? (*blob)->ReadAll() : Bytes());
     } else {
         query.BindNull(index);
     }
 }
 
-std::optional<std::string> SubjectOf(const Query& query, int column)
+/// What a message is indexed by, as its row has it: columns subject and search_key from this one on.
+struct StoredValues
 {
-    return query.IsNull(column) ? std::nullopt : std::optional<std::string>(query.Text(column));
+    StoredValues() = default;
+    StoredValues(const Query& query, int column)
+    {
+        if (!query.IsNull(column))
+            subject = query.Text(column);
+        const auto key = query.Blob(column + 1);
+        searchKey.assign(key.begin(), key.end());
+    }
+    [[nodiscard]] IndexedValues View() const
+    {
+        return {subject ? std::optional<std::string_view>(*subject) : std::nullopt, searchKey};
+    }
+    [[nodiscard]] bool operator==(const IndexedValues& other) const
+    {
+        return View().subject == other.subject &&
+               std::equal(searchKey.begin(), searchKey.end(), other.searchKey.begin(), other.searchKey.end());
+    }
+
+    std::optional<std::string> subject;
+    Bytes searchKey;
+};
+
+/// A message as counters see it, and what it is indexed by.
+struct StoredMessage
+{
+    CountedMessage counted;
+    std::int64_t version = 0;
+    std::int64_t status = 0;
+    StoredValues values;
+};
+
+std::optional<StoredMessage> ReadStored(Database& database, std::int64_t row)
+{
+    // What another program left there of another type is indexed by nothing.
+    static const std::string sql = "SELECT m.folder, m.associated, " + FlagsExpression +
+                                   ", m.version, m.status, iif(typeof(m.subject) = 'text', m.subject, NULL), "
+                                   "iif(typeof(m.search_key) = 'blob', m.search_key, NULL) "
+                                   "FROM messages m WHERE m.id = ?1";
+    Query query = database.Prepare(sql);
+    if (!query.Bind(1, row).Step())
+        return std::nullopt;
+    return StoredMessage{{row, query.Number(0), query.Number(1) != 0, query.Number(2)},
+                         query.Number(3),
+                         query.Number(4),
+                         StoredValues(query, 5)};
 }
 
 bool FolderExists(StoreFile& store, std::int64_t row)
@@ -202,22 +262,20 @@ private:
 
     void CheckVersion(MessageState& message)
     {
-        Query query = FStore.Db().Prepare("SELECT version, folder, flags, status, subject FROM messages WHERE id = ?1");
-        query.Bind(1, message.row);
-        if (!query.Step())
+        auto stored = ReadStored(FStore.Db(), message.row);
+        if (!stored)
             Fail(mapi::MAPI_E_OBJECT_DELETED, sDeleted);
-        if (query.Number(0) != message.version)
+        if (stored->version != message.version)
             Fail(mapi::MAPI_E_OBJECT_CHANGED, sChanged);
-        message.folder = query.Number(1);
-        FFlagsBefore = query.Number(2);
-        FSubjectBefore = SubjectOf(query, 4);
+        FBefore = std::move(*stored);
+        message.folder = FBefore.counted.folder;
         if (message.folder == 0)
             return; // of an embedded message everything is changed by opening it
         // These are changed without the message being opened, and an open message does not undo it.
         constexpr std::int64_t Outside = mapi::MSGFLAG_READ | mapi::MSGFLAG_RN_PENDING | mapi::MSGFLAG_NRN_PENDING;
         const std::int64_t flags = message.props.Number(tag::MessageFlags) & ~Outside;
-        message.props.Set(LongProp(tag::MessageFlags, flags | (query.Number(2) & Outside)));
-        message.props.Set(LongProp(tag::MessageStatus, query.Number(3)));
+        message.props.Set(LongProp(tag::MessageFlags, flags | (FBefore.counted.flags & Outside)));
+        message.props.Set(LongProp(tag::MessageStatus, FBefore.status));
     }
 
     std::uint64_t WriteRecipients(const MessageState& message)
@@ -255,12 +313,23 @@ private:
         FTexts.clear();
         FTexts.reserve(std::size(Columns)); // what is bound may not move
         int parameter = FirstColumn;
-        FSubject.reset();
+        FValues = {};
         for (const auto& column : Columns) {
             const std::size_t texts = FTexts.size();
-            BindColumn(query, parameter++, message.props.Find(column.tag >> 16), FTexts);
+            const Prop* prop = message.props.Find(column.tag >> 16);
+            if (prop && !IsOfColumn(*prop, column.tag))
+                prop = nullptr;
+            if (column.tag == tag::SearchKey && prop) {
+                FValues.searchKey = FSearchKey = ColumnBytesOf(*prop);
+                query.BindBlob(parameter, FSearchKey);
+            } else {
+                BindColumn(query, parameter, prop, FTexts);
+            }
             if (column.tag == tag::Subject && FTexts.size() > texts)
-                FSubject = FTexts.back();
+                FValues.subject = FTexts.back();
+            if (column.tag == tag::MessageFlags && message.folder)
+                query.Bind(parameter, Flags(message) | mapi::MSGFLAG_READ); // UnreadPages has the rest of it
+            ++parameter;
         }
     }
 
@@ -286,7 +355,7 @@ private:
         BindColumns(insert, message);
         insert.Run();
         message.row = FStore.Db().LastRow();
-        FStore.Changes().Added({message.row, message.folder, message.associated, Flags(message)}, FSubject);
+        FStore.Changes().Added({message.row, message.folder, message.associated, Flags(message)}, FValues);
     }
 
     void Update(MessageState& message)
@@ -303,10 +372,9 @@ private:
         update.Bind(1, message.row).Bind(3, message.version);
         BindColumns(update, message);
         update.Run();
-        const CountedMessage before{message.row, message.folder, message.associated, FFlagsBefore};
-        FStore.Changes().Changed(before, Flags(message));
-        if (FSubject != FSubjectBefore)
-            FStore.Changes().SubjectChanged(before, FSubject);
+        FStore.Changes().Changed(FBefore.counted, Flags(message));
+        if (!(FBefore.values == FValues))
+            FStore.Changes().Reindex(FBefore.counted, FBefore.values.View(), FValues);
     }
 
     std::uint64_t WriteAttachments(MessageState& message)
@@ -387,10 +455,10 @@ private:
 
     StoreFile& FStore;
     WrittenAttachments& FWritten;
-    std::int64_t FFlagsBefore = 0;
-    std::optional<std::string> FSubjectBefore;
+    StoredMessage FBefore;
     std::vector<std::string> FTexts; // packed, of the statement that runs
-    StoreChanges::Subject FSubject;  // one of them
+    Bytes FSearchKey;                // of it, too
+    IndexedValues FValues;           // what they have of these
     Bytes FRecipients;               // packed by WriteRecipients, written by WriteBag
 };
 
@@ -414,6 +482,11 @@ const MessageColumn* FindMessageColumn(ULONG id)
         return numbers;
     }();
     return id < index.size() && index[id] != 0 ? &Columns[index[id] - 1] : nullptr;
+}
+
+std::string ExpressionOf(const MessageColumn& column)
+{
+    return column.tag == tag::MessageFlags ? FlagsExpression : std::string("m.").append(column.name);
 }
 
 std::optional<Prop> ReadColumn(const Query& query, int index, const MessageColumn& column)
@@ -442,8 +515,12 @@ std::string ListOf(std::span<const std::int64_t> rows)
 
 MessageState LoadMessage(StoreFile& store, std::int64_t row)
 {
-    static const std::string sql = "SELECT m.version, m.folder, m.associated, b.props" + ColumnList(", m.", "") +
-                                   " FROM messages m JOIN bags b ON b.message = m.id WHERE m.id = ?1";
+    static const std::string sql = "SELECT m.version, m.folder, m.associated, b.props" + [] {
+        std::string list;
+        for (const auto& column : Columns)
+            list.append(", ").append(ExpressionOf(column));
+        return list;
+    }() + " FROM messages m JOIN bags b ON b.message = m.id WHERE m.id = ?1";
     Query query = store.Db().Prepare(sql);
     if (!query.Bind(1, row).Step())
         Fail(mapi::MAPI_E_NOT_FOUND, sNoMessage);
@@ -531,10 +608,11 @@ bool DeleteMessageRow(StoreFile& store, std::int64_t row)
         database.Prepare("DELETE FROM attachments WHERE message = ?1").Bind(1, row).Run();
     store.DropLargeValues({LargeOwner::Message, row});
     database.Prepare("DELETE FROM bags WHERE message = ?1").Bind(1, row).Run();
-    Query remove = database.Prepare("DELETE FROM messages WHERE id = ?1 RETURNING folder, associated, flags");
-    if (!remove.Bind(1, row).Step())
+    const auto stored = ReadStored(database, row);
+    if (!stored)
         return false;
-    store.Changes().Removed({row, remove.Number(0), remove.Number(1) != 0, remove.Number(2)});
+    database.Prepare("DELETE FROM messages WHERE id = ?1").Bind(1, row).Run();
+    store.Changes().Removed(stored->counted, stored->values.View());
     return true;
 }
 
@@ -579,34 +657,38 @@ ReadFlagChange::ReadFlagChange(ULONG flags)
 namespace
 {
 
-/// Gives the new flags of a row that a statement is changing, and counts the change: the rows need not be read first.
-class FlagsOfRow final : public SqlCallable
+/// Changes the flags of messages that are given in the order of their row identifiers.
+class FlagsWriter
 {
 public:
-    FlagsOfRow(StoreFile& store, const ReadFlagChange& change) : FStore(store), FChange(change) {}
+    FlagsWriter(StoreFile& store, const ReadFlagChange& change) : FStore(store), FChange(change), FPages(store.Db()) {}
 
-    void Call(const SqlArguments& row, const SqlResult& result) const override
+    /// @param stored  as column flags has them
+    void Apply(std::int64_t row, const MessageList& list, std::int64_t stored)
     {
-        const CountedMessage before{row.Number(0), row.Number(1), row.Number(2) != 0, row.Number(3)};
-        const std::int64_t flags = FChange.Apply(before.flags);
-        FStore.Changes().Changed(before, flags);
-        result.Set(flags);
+        const bool unread = FPages.IsUnread(list, row);
+        const std::int64_t before = unread ? stored & ~std::int64_t{mapi::MSGFLAG_READ} : stored;
+        const std::int64_t after = FChange.Apply(before);
+        if (after == before)
+            return;
+        FPages.Set(list, row, (after & mapi::MSGFLAG_READ) == 0);
+        if ((after | mapi::MSGFLAG_READ) != stored)
+            FStored.emplace_back(row, after | mapi::MSGFLAG_READ);
+        FStore.Changes().Changed({row, list.folder, list.associated, before}, after);
+    }
+    void Finish()
+    {
+        FPages.Write();
+        for (const auto& [row, flags] : FStored)
+            FStore.Db().Prepare("UPDATE messages SET flags = ?2 WHERE id = ?1").Bind(1, row).Bind(2, flags).Run();
     }
 
 private:
     StoreFile& FStore;
     const ReadFlagChange& FChange;
+    UnreadPages FPages;
+    std::vector<std::pair<std::int64_t, std::int64_t>> FStored; // rows and what their columns are to have
 };
-
-constexpr auto FlagsUpdate = "UPDATE messages SET flags = deft_call(?4, id, folder, associated, flags) "
-                             "WHERE flags <> ((flags & ~?2) | ?3) AND folder IS NOT NULL AND ";
-
-Query PrepareFlags(StoreFile& store, const char* which, const FlagsOfRow& flags, const ReadFlagChange& change)
-{
-    Query update = store.Db().Prepare(FlagsUpdate + std::string(which));
-    update.Bind(2, change.clear).Bind(3, change.set).Bind(4, SqlValue(static_cast<const SqlCallable*>(&flags)));
-    return update;
-}
 
 } // namespace
 
@@ -614,57 +696,48 @@ std::size_t SetReadFlagsOf(StoreFile& store, std::vector<std::int64_t> rows, con
 {
     std::sort(rows.begin(), rows.end());
     rows.erase(std::unique(rows.begin(), rows.end()), rows.end());
-    const std::string list = ListOf(rows);
-    const FlagsOfRow flags(store, change);
-    PrepareFlags(store, "id IN (SELECT value FROM json_each(?1))", flags, change).BindText(1, list).Run();
-    if (store.Db().Changes() == static_cast<std::int64_t>(rows.size()))
-        return 0;
-    Query count = store.Db().Prepare("SELECT count(*) FROM messages WHERE id IN (SELECT value FROM json_each(?1)) "
-                                     "AND folder IS NOT NULL");
-    return count.BindText(1, list).Step() ? rows.size() - static_cast<std::size_t>(count.Number(0)) : rows.size();
+    FlagsWriter writer(store, change);
+    std::size_t found = 0;
+    Query query = store.Db().Prepare("SELECT m.id, m.folder, m.associated, m.flags FROM json_each(?1) j "
+                                     "CROSS JOIN messages m ON m.id = j.value WHERE m.folder IS NOT NULL");
+    query.BindText(1, ListOf(rows));
+    for (; query.Step(); ++found)
+        writer.Apply(query.Number(0), {query.Number(1), query.Number(2) != 0}, query.Number(3));
+    writer.Finish();
+    return rows.size() - found;
 }
 
 void SetReadFlagsIn(StoreFile& store, std::int64_t folder, const ReadFlagChange& change)
 {
-    const FlagsOfRow flags(store, change);
-    PrepareFlags(store, "folder = ?1 AND associated = 0", flags, change).Bind(1, folder).Run();
+    FlagsWriter writer(store, change);
+    Query query = store.Db().Prepare("SELECT id, flags FROM messages WHERE folder = ?1 AND associated = 0 ORDER BY id");
+    query.Bind(1, folder);
+    while (query.Step())
+        writer.Apply(query.Number(0), {folder, false}, query.Number(1));
+    writer.Finish();
 }
 
 std::int64_t SetStatusOf(StoreFile& store, std::int64_t row, std::int64_t status, std::int64_t mask)
 {
-    CountedMessage message;
-    std::int64_t before = 0;
-    {
-        Query query = store.Db().Prepare("SELECT id, folder, associated, flags, status FROM messages "
-                                         "WHERE id = ?1 AND folder IS NOT NULL");
-        if (!query.Bind(1, row).Step())
-            Fail(mapi::MAPI_E_NOT_FOUND, sNoMessage);
-        message = {query.Number(0), query.Number(1), query.Number(2) != 0, query.Number(3)};
-        before = query.Number(4);
-    }
+    const auto stored = ReadStored(store.Db(), row);
+    if (!stored || !stored->counted.folder)
+        Fail(mapi::MAPI_E_NOT_FOUND, sNoMessage);
     Query update = store.Db().Prepare("UPDATE messages SET status = ?2 WHERE id = ?1");
-    update.Bind(1, row).Bind(2, (before & ~mask) | (status & mask)).Run();
-    store.Changes().Changed(message, message.flags);
-    return before;
+    update.Bind(1, row).Bind(2, (stored->status & ~mask) | (status & mask)).Run();
+    store.Changes().Changed(stored->counted, stored->counted.flags);
+    return stored->status;
 }
 
 bool MoveMessage(StoreFile& store, std::int64_t row, std::int64_t folder)
 {
     if (!FolderExists(store, folder))
         Fail(mapi::MAPI_E_OBJECT_DELETED, sNoTarget);
-    CountedMessage message;
-    std::optional<std::string> subject;
-    {
-        Query query = store.Db().Prepare("SELECT id, folder, associated, flags, subject FROM messages "
-                                         "WHERE id = ?1 AND folder IS NOT NULL");
-        if (!query.Bind(1, row).Step())
-            return false;
-        message = {query.Number(0), query.Number(1), query.Number(2) != 0, query.Number(3)};
-        subject = SubjectOf(query, 4);
-    }
+    const auto stored = ReadStored(store.Db(), row);
+    if (!stored || !stored->counted.folder)
+        return false;
     Query move = store.Db().Prepare("UPDATE messages SET folder = ?2, version = version + 1 WHERE id = ?1");
     move.Bind(1, row).Bind(2, folder).Run();
-    store.Changes().Moved(message, folder, subject);
+    store.Changes().Moved(stored->counted, folder, stored->values.View());
     return true;
 }
 

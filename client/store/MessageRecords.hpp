@@ -16,6 +16,8 @@ struct MessageColumn
 [[nodiscard]] std::span<const MessageColumn> MessageColumns();
 /// The column of the property, or null.
 [[nodiscard]] const MessageColumn* FindMessageColumn(ULONG id);
+/// The property as an expression of alias m: the column, but for what is kept apart from it (UnreadPages).
+[[nodiscard]] std::string ExpressionOf(const MessageColumn& column);
 /// Reads column number `index` of a running query as that property; nothing for NULL.
 [[nodiscard]] std::optional<Prop> ReadColumn(const Query& query, int index, const MessageColumn& column);
 

@@ -80,6 +80,13 @@ std::optional<Prop> MessageRows::Computed(std::int64_t row, ULONG id) const
     }
 }
 
+bool MessageRows::IsUnread(std::int64_t row) const
+{
+    // Outside a call that reads of one piece nothing says whether what is remembered is still so.
+    return state ? unread.IsUnread(store->Db(), {folder, associated}, row, state->changes)
+                 : UnreadPages(store->Db()).IsUnread({folder, associated}, row);
+}
+
 std::int64_t MessageRows::FolderOf(std::int64_t row) const
 {
     Query query = store->Db().Prepare("SELECT folder FROM messages WHERE id = ?1");
@@ -95,7 +102,8 @@ SqlPiece MessageRows::Membership() const
 
 Query MessageRows::StateQuery() const
 {
-    Query query = store->Db().Prepare("SELECT changes, content_count, associated_count FROM folders WHERE id = ?1");
+    Query query =
+        store->Db().Prepare("SELECT changes, content_count, associated_count, unread_count FROM folders WHERE id = ?1");
     query.Bind(1, folder);
     return query;
 }
@@ -107,7 +115,7 @@ FolderState MessageRows::ReadState(Query& query) const
         return {};
     // What a transaction has done may be taken back, and its numbers be given to something else.
     const std::int64_t changes = store->Db().InTransaction() ? inside-- : query.Number(0);
-    return {changes, query.Number(associated ? 2 : 1)};
+    return {changes, query.Number(associated ? 2 : 1), query.Number(3)};
 }
 
 FolderState MessageRows::State() const
@@ -131,8 +139,11 @@ RowReader::RowReader(const MessageRows& rows, std::span<const ULONG> tags, int f
     bool bag = false;
     for (const ULONG tag : tags) {
         const ULONG id = tag >> 16;
-        if (const MessageColumn* column = FindMessageColumn(id)) {
-            FSelect.append(", m.").append(column->name);
+        if (id == tag::MessageFlags >> 16 && !rows.isSearch) { // much faster than the expression
+            FSelect.append(", m.flags");
+            FPlaces.push_back({tag, Kind::Flags, nullptr, first++, {}});
+        } else if (const MessageColumn* column = FindMessageColumn(id)) {
+            FSelect.append(", ").append(ExpressionOf(*column));
             FPlaces.push_back({tag, Kind::Column, column, first++, {}});
         } else if (rows.isSearch && id == tag::ParentEntryId >> 16) {
             FSelect.append(", m.folder");
@@ -220,6 +231,11 @@ void RowReader::Read(const Query& query, std::int64_t row, RowSink& sink)
         case Kind::Column:
             PutColumn(query, row, i, sink);
             break;
+        case Kind::Flags: {
+            const std::int64_t flags = query.Number(place.index);
+            sink.Number(i, tag::MessageFlags, FRows.IsUnread(row) ? flags & ~std::int64_t{mapi::MSGFLAG_READ} : flags);
+            break;
+        }
         case Kind::Bag:
             sink.Value(i, bag[i].tag ? std::move(bag[i]) : ErrorProp(place.tag, mapi::MAPI_E_NOT_FOUND));
             break;

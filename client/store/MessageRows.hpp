@@ -4,6 +4,7 @@
 
 #include "client/store/MessageRecords.hpp"
 #include "client/store/SubjectPart.hpp"
+#include "client/store/UnreadPart.hpp"
 #include "client/table/Restriction.hpp"
 #include "client/table/RowSource.hpp"
 
@@ -29,6 +30,7 @@ struct FolderState
     /// -1: the folder is gone.
     std::int64_t changes = -1;
     std::int64_t rows = 0;
+    std::int64_t unread = 0; ///< of the ordinary messages
 };
 
 /// Which folder, and which of its two lists.
@@ -40,6 +42,7 @@ struct MessageRows
     bool isSearch = false;                 ///< the messages are those that a search folder shows
     std::optional<FolderState> state = {}; ///< of the snapshot in which a call reads, while there is one
     bool tolerant = false; ///< a row of which a condition cannot read what it asks for does not fit; else that fails
+    mutable UnreadLookup unread = {};
 
     /// A statement whose first row is the state.
     [[nodiscard]] Query StateQuery() const;
@@ -52,6 +55,8 @@ struct MessageRows
     [[nodiscard]] static bool IsComputed(ULONG id);
     /// Computed, of every row another value, in the order of the rows' identifiers.
     [[nodiscard]] bool IsIdentity(ULONG id) const;
+    /// Whether a message is unread. REQUIRES: not isSearch
+    [[nodiscard]] bool IsUnread(std::int64_t row) const;
     /// The folder in which a message lies.
     [[nodiscard]] std::int64_t FolderOf(std::int64_t row) const;
     /// The recipients or attachments of a message, as a restriction on them asks.
@@ -78,6 +83,7 @@ private:
     enum class Kind
     {
         Column,
+        Flags,    // the column, and unread apart from it
         Bag,      // in the packed list
         Constant, // computed, the same for all rows
         Identity, // computed: constant bytes and then the row
@@ -108,14 +114,14 @@ private:
 class MessageCondition
 {
 public:
-    /// The index that finds the rows, best first.
+    /// What finds the rows, best first.
     enum class Path
     {
         Row,       ///< an entry identifier, record key or instance key is given
-        SearchKey, ///< messages_search_key
-        Subject,   ///< messages_subject: a beginning or the whole is given
+        SearchKey, ///< search_keys
+        Subject,   ///< subjects: a beginning or the whole is given
         Part,      ///< subject_pages: few subjects contain what is given
-        Unread,    ///< messages_unread
+        Unread,    ///< unread_pages: few messages are unread
         None
     };
 
@@ -124,22 +130,24 @@ public:
 
     [[nodiscard]] bool IsEmpty() const { return !FRestriction; }
     [[nodiscard]] Path BestPath() const { return FPath; }
-    /// " INDEXED BY …" for the best path, or nothing.
-    [[nodiscard]] static std::string_view IndexOf(Path path);
-    /// " INDEXED BY …" for a statement that counts the rows in any order: it need not look at the messages themselves
-    /// when all that the condition asks for is in the index. Or nothing.
-    [[nodiscard]] std::string_view CountingIndex() const;
-    /// " AND …" the whole condition with what the index of the best path needs to see; or nothing.
+    /// What stands behind FROM for the best path: alias m and what gives the rows that it finds, or all of them.
+    [[nodiscard]] std::string_view Source() const;
+    /// The same for a statement that counts the rows in any order: it need not look at the messages themselves when all
+    /// that the condition asks for is in the index.
+    [[nodiscard]] std::string_view CountingSource() const;
+    /// Whether Sql() asks for no other column of the messages than this one and what tells them and their list.
+    [[nodiscard]] bool AsksOnlyFor(std::string_view column) const;
+    /// " AND …" the whole condition, for Source and, when the path is none, every other source; or nothing.
     [[nodiscard]] const SqlPiece& Sql() const { return FSql; }
-    /// The same for a statement that has its row: nothing has to find it.
-    [[nodiscard]] const SqlPiece& SqlOfRow() const { return FPath == Path::Part ? FSqlOfRow : FSql; }
+    /// The same for every source of messages: nothing has to find the row.
+    [[nodiscard]] const SqlPiece& SqlOfRow() const { return FSqlOfRow; }
 
-    /// Whether a part of the subject is asked for and nothing better than the index of unread messages finds the rows.
-    [[nodiscard]] bool AsksForPart() const { return FPart && FPath >= Path::Unread; }
-    /// Looks how many subjects contain that part; when they are few, they become the best path.
-    /// REQUIRES: AsksForPart()
+    /// Whether the rows may be few, though not even the first of them is known where they are: a part of the subject
+    /// is asked for, or unread messages.
+    [[nodiscard]] bool MayBeFew() const { return FPath == Path::None && (FPart || FUnread); }
+    /// Counts what is asked for there; when it is little, it becomes the best path. Else there is nothing to do.
     void TakePartIfFew();
-    /// The number of rows that fit, when the subjects in upper case tell it all.
+    /// The number of rows that fit, when the packed subjects or the unread messages tell it all.
     [[nodiscard]] std::optional<std::int64_t> CountParts() const;
 
 private:
@@ -155,13 +163,28 @@ private:
     std::shared_ptr<const Restriction> FRestriction;
     std::vector<std::unique_ptr<SqlCallable>> FCalls;
     SqlPiece FSql;
-    SqlPiece FSqlOfRow; // without the narrowing
+    SqlPiece FSqlOfRow;
     SqlPiece FNarrowing;
     Path FPath = Path::None;
     const Restriction* FExact = nullptr;
     std::unique_ptr<SubjectPart> FPart;
+    std::unique_ptr<UnreadPart> FUnread;
     std::size_t FBudget = 0; // parts that may still become SQL
 };
+
+/// Sources of alias m. The last two give the messages of a folder in the order of their subjects and have column
+/// subject_key, which they are sorted by; SubjectAlone has no other columns than it, subject and what all places are
+/// told by, and looks at no message.
+namespace source
+{
+inline constexpr std::string_view ByRow = "messages m NOT INDEXED";
+inline constexpr std::string_view ByFolder = "messages m INDEXED BY messages_folder";
+inline constexpr std::string_view ByDelivery = "messages m INDEXED BY messages_delivery";
+inline constexpr std::string_view BySubject = "messages_by_subject m";
+inline constexpr std::string_view SubjectAlone =
+    "(SELECT id, folder, associated, subject AS subject_key, iif(typeof(subject) = 'text', subject, NULL) AS subject "
+    "FROM subjects) m";
+} // namespace source
 
 /// A text of fewer bytes was not cut for its column: it was, then it has at least one byte for each of 254 units.
 inline constexpr std::size_t WholeBytes = 254;

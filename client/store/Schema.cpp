@@ -4,7 +4,7 @@
 #include "client/store/EntryIds.hpp"
 #include "client/store/PropertyBag.hpp"
 #include "client/store/SchemaVersions.hpp"
-#include "client/store/SubjectPages.hpp"
+#include "client/store/SortedIndexes.hpp"
 
 #include <array>
 #include <cstring>
@@ -213,12 +213,37 @@ constexpr const char* Step5[] = {
 // Step 6: the subjects packed for searches (SubjectPages).
 constexpr const char* Step6[] = {"CREATE TABLE subject_pages (id INTEGER PRIMARY KEY, texts BLOB NOT NULL)"};
 
+// Step 7: which messages are unread is kept apart from their rows (UnreadPages), and indexes whose order has nothing to
+// do with that of the messages are tables of ours (SortedIndexes).
+constexpr const char* Step7[] = {
+    "DROP INDEX messages_unread",
+    "DROP INDEX messages_subject",
+    "DROP INDEX messages_search_key",
+    // What other programs left there: these columns are compared as what they are.
+    "UPDATE messages SET subject = CAST(subject AS TEXT) WHERE typeof(subject) = 'blob'",
+    R"(UPDATE messages SET search_key = CAST(search_key AS BLOB)
+        WHERE typeof(search_key) <> 'blob' AND search_key IS NOT NULL)",
+    "CREATE TABLE unread_pages (id INTEGER PRIMARY KEY, unread INTEGER NOT NULL)",
+    // No type: for a message without a subject it is the number 0, which stands before all texts.
+    R"(CREATE TABLE subjects (folder INTEGER, associated INTEGER, subject COLLATE deft_fold, id INTEGER,
+        PRIMARY KEY (folder, associated, subject, id)) WITHOUT ROWID)",
+    "CREATE TABLE search_keys (search_key BLOB, id INTEGER, PRIMARY KEY (search_key, id)) WITHOUT ROWID",
+    // CROSS JOIN: always in the order of the subjects.
+    R"(CREATE VIEW messages_by_subject AS SELECT s.id, s.folder, s.associated, s.subject AS subject_key,
+        iif(typeof(s.subject) = 'text', s.subject, NULL) AS subject, x.flags, x.status, x.size, x.has_attach,
+        x.importance, x.priority, x.sensitivity, x.icon_index, x.flag_status, x.last_verb, x.submit_time,
+        x.delivery_time, x.created, x.modified, x.message_class, x.subject_prefix, x.normalized_subject, x.topic,
+        x.conversation_index, x.sender_name, x.sender_email, x.sender_addrtype, x.sent_rep_name, x.sent_rep_email,
+        x.display_to, x.display_cc, x.display_bcc, x.internet_id, x.search_key
+        FROM subjects s CROSS JOIN messages x ON x.id = s.id)",
+};
+
 struct Step
 {
     std::span<const char* const> statements;
     void (*fill)(Database& database) = nullptr; // what statements cannot say
 };
-constexpr Step Steps[] = {{Step1}, {Step2}, {Step3}, {Step4}, {Step5}, {Step6, FillSubjectPages}};
+constexpr Step Steps[] = {{Step1}, {Step2}, {Step3}, {Step4}, {Step5}, {Step6}, {Step7, FillIndexes}};
 static_assert(std::size(Steps) == schema::Version);
 
 /// Runs the steps after `from` up to `to` inside the caller's transaction.

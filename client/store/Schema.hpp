@@ -15,7 +15,7 @@ namespace schema
 /// "DfMS", PRAGMA application_id of a store file.
 inline constexpr std::uint32_t ApplicationId = 0x44664D53;
 /// PRAGMA user_version that this program writes.
-inline constexpr int Version = 6;
+inline constexpr int Version = 7;
 } // namespace schema
 
 /// Sizes that decide where a value lives and how it is handed out.

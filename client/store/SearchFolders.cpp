@@ -70,6 +70,15 @@ void SearchFolders::Save(std::int64_t search, const SearchCriteria& criteria)
     }
 }
 
+StoreChanges::Counts SearchFolders::Count(std::int64_t search)
+{
+    static const std::string sql = std::string("SELECT count(*), total(") + UnreadExpression +
+                                   ") FROM search_links l JOIN messages m ON m.id = l.message WHERE l.search = ?1";
+    Query query = FStore.Db().Prepare(sql);
+    query.Bind(1, search).Step();
+    return {query.Number(0), query.Number(1), 0};
+}
+
 void SearchFolders::Fill(std::int64_t search)
 {
     const auto criteria = Load(search);
@@ -84,28 +93,19 @@ void SearchFolders::Fill(std::int64_t search)
         const auto searched = criteria->recursive ? Subtree(FStore, folder) : std::vector{folder};
         folders.insert(searched.begin(), searched.end());
     }
-    const auto count = [&] {
-        Query query = database.Prepare("SELECT count(*), total((m.flags & 1) = 0) FROM search_links l JOIN messages m "
-                                       "ON m.id = l.message WHERE l.search = ?1");
-        query.Bind(1, search).Step();
-        return StoreChanges::Counts{query.Number(0), query.Number(1), 0};
-    };
-    const StoreChanges::Counts before = count();
+    const StoreChanges::Counts before = Count(search);
     database.Prepare("DELETE FROM search_links WHERE search = ?1").Bind(1, search).Run();
     for (const std::int64_t folder : folders) {
         MessageRows rows{FStore.shared_from_this(), folder, false};
         rows.tolerant = true;
         MessageCondition condition(rows, restriction);
-        if (condition.AsksForPart())
-            condition.TakePartIfFew();
-        const auto index = MessageCondition::IndexOf(condition.BestPath());
-        SqlPiece statement{"INSERT INTO search_links (search, message) SELECT ?, m.id FROM messages m", {search}};
-        statement.Add(index.empty() ? " INDEXED BY messages_folder" : index);
-        statement.Add(" WHERE ").Add(rows.Membership()).Add(condition.Sql());
+        condition.TakePartIfFew();
+        SqlPiece statement{"INSERT INTO search_links (search, message) SELECT ?, m.id FROM ", {search}};
+        statement.Add(condition.Source()).Add(" WHERE ").Add(rows.Membership()).Add(condition.Sql());
         Query query = rows.Start(statement);
         query.Run();
     }
-    const StoreChanges::Counts after = count();
+    const StoreChanges::Counts after = Count(search);
     FStore.Changes().Relinked(search, {after.contents - before.contents, after.unread - before.unread, 0});
     AddToJournal(database, JournalKind::SearchDone, search,
                  database.Scalar("SELECT parent FROM folders WHERE id = " + std::to_string(search)));
@@ -123,7 +123,9 @@ void SearchFolders::FolderMoved(std::int64_t folder)
     if (!IsNeeded())
         return;
     for (const std::int64_t below : Subtree(FStore, folder)) {
-        Query query = FStore.Db().Prepare("SELECT id, flags FROM messages WHERE folder = ?1 AND associated = 0");
+        static const std::string sql =
+            "SELECT m.id, " + FlagsExpression + " FROM messages m WHERE m.folder = ?1 AND m.associated = 0";
+        Query query = FStore.Db().Prepare(sql);
         query.Bind(1, below);
         while (query.Step())
             FStore.Changes().Rescoped({query.Number(0), below, false, query.Number(1)});
@@ -179,8 +181,10 @@ void SearchFolders::Follow(const TouchedMessages& touched)
     TouchedMessages now;
     std::unordered_map<std::int64_t, std::vector<std::int64_t>> shown;
     {
-        Query query = database.Prepare("SELECT id, folder, flags FROM messages WHERE id IN (SELECT value FROM "
-                                       "json_each(?1)) AND folder IS NOT NULL AND associated = 0");
+        static const std::string sql = "SELECT m.id, m.folder, " + FlagsExpression +
+                                       " FROM messages m WHERE m.id IN (SELECT value FROM json_each(?1)) AND "
+                                       "m.folder IS NOT NULL AND m.associated = 0";
+        Query query = database.Prepare(sql);
         query.BindText(1, list);
         while (query.Step())
             now.emplace(query.Number(0), CountedMessage{query.Number(0), query.Number(1), false, query.Number(2)});

@@ -34,6 +34,8 @@ public:
     /// Nothing for a folder that was never given criteria.
     [[nodiscard]] std::optional<SearchCriteria> Load(std::int64_t search);
     void Save(std::int64_t search, const SearchCriteria& criteria);
+    /// What the search folder shows.
+    [[nodiscard]] StoreChanges::Counts Count(std::int64_t search);
     /// Finds the messages anew, and tells that it is done.
     void Fill(std::int64_t search);
     /// The folder is being deleted, be it a search folder or one that is searched.

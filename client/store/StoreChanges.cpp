@@ -125,22 +125,51 @@ void StoreChanges::Relinked(std::int64_t folder, const Counts& difference)
     tally.bulk[0] = true;
 }
 
-void StoreChanges::SubjectChanged(const CountedMessage& message, const Subject& subject)
+void StoreChanges::SetUnread(const CountedMessage& message, bool unread)
 {
-    if (!message.folder)
+    if ((message.flags & mapi::MSGFLAG_READ) != 0)
         return;
-    if (subject)
-        FSubjects.Put({message.folder, message.associated}, message.row, *subject);
-    else
-        FSubjects.Remove({message.folder, message.associated}, message.row);
+    UnreadPages pages(FDatabase);
+    pages.Set({message.folder, message.associated}, message.row, unread);
+    pages.Write();
 }
 
-void StoreChanges::Added(const CountedMessage& message, const Subject& subject)
+void StoreChanges::Enlist(const CountedMessage& message, const IndexedValues& values)
+{
+    const MessageList list{message.folder, message.associated};
+    if (values.subject)
+        FSubjects.Put(list, message.row, *values.subject);
+    FIndexes.Add(list, message.row, values);
+    SetUnread(message, true);
+}
+
+void StoreChanges::Delist(const CountedMessage& message, const IndexedValues& values)
+{
+    const MessageList list{message.folder, message.associated};
+    if (values.subject)
+        FSubjects.Remove(list, message.row);
+    FIndexes.Remove(list, message.row, values);
+    SetUnread(message, false);
+}
+
+void StoreChanges::Reindex(const CountedMessage& message, const IndexedValues& before, const IndexedValues& after)
 {
     if (!message.folder)
         return;
-    if (subject)
-        SubjectChanged(message, subject);
+    const MessageList list{message.folder, message.associated};
+    if (after.subject)
+        FSubjects.Put(list, message.row, *after.subject);
+    else
+        FSubjects.Remove(list, message.row);
+    FIndexes.Remove(list, message.row, before);
+    FIndexes.Add(list, message.row, after);
+}
+
+void StoreChanges::Added(const CountedMessage& message, const IndexedValues& values)
+{
+    if (!message.folder)
+        return;
+    Enlist(message, values);
     Touch(message);
     Count(Of(message.folder), message, 1);
     Enter(JournalKind::MessageAdded, message, message.folder, 0);
@@ -154,12 +183,12 @@ void StoreChanges::Copied(std::int64_t row, std::int64_t source)
     FEntries.back().other = source;
 }
 
-void StoreChanges::Removed(const CountedMessage& message)
+void StoreChanges::Removed(const CountedMessage& message, const IndexedValues& values)
 {
     if (!message.folder)
         return;
     Touch(message);
-    SubjectChanged(message, std::nullopt);
+    Delist(message, values);
     Count(Of(message.folder), message, -1);
     Enter(JournalKind::MessageDeleted, message, message.folder, 0);
 }
@@ -177,16 +206,15 @@ void StoreChanges::Changed(const CountedMessage& before, std::int64_t flags)
     Enter(JournalKind::MessageModified, before, before.folder, 0);
 }
 
-void StoreChanges::Moved(const CountedMessage& before, std::int64_t folder, const Subject& subject)
+void StoreChanges::Moved(const CountedMessage& before, std::int64_t folder, const IndexedValues& values)
 {
     if (folder == before.folder)
         return Changed(before, before.flags);
     Touch(before);
     CountedMessage after = before;
     after.folder = folder;
-    SubjectChanged(before, std::nullopt);
-    if (subject)
-        SubjectChanged(after, subject);
+    Delist(before, values);
+    Enlist(after, values);
     Count(Of(before.folder), before, -1);
     Count(Of(folder), before, 1);
     Enter(JournalKind::MessageMoved, before, folder, before.folder);
@@ -201,6 +229,7 @@ StoreChanges::Counts StoreChanges::Pending(std::int64_t folder) const
 void StoreChanges::Flush()
 {
     FSubjects.Flush();
+    FIndexes.Flush();
     if (!FTouched.empty())
         FLinks->Follow(std::exchange(FTouched, {}));
     if (FTallies.empty())
@@ -243,6 +272,7 @@ void StoreChanges::Flush()
 void StoreChanges::Discard() noexcept
 {
     FSubjects.Discard();
+    FIndexes.Discard();
     FTallies.clear();
     FEntries.clear();
     FTouched.clear();

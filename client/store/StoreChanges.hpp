@@ -1,10 +1,12 @@
 // What one transaction does to the messages of folders: tallied here as it happens and written in one go before the
 // commit, one statement per folder instead of two per row. A rollback takes the tally with it; nothing else writes the
-// counters of folders, the journal entries of messages or the pages of subjects.
+// counters of folders, the journal entries of messages, the packed subjects or the tables that stand in for indexes.
 #pragma once
 
 #include "client/notify/Journal.hpp"
+#include "client/store/SortedIndexes.hpp"
 #include "client/store/SubjectPages.hpp"
+#include "client/store/UnreadPages.hpp"
 
 #include <optional>
 #include <unordered_map>
@@ -39,19 +41,18 @@ public:
 class StoreChanges final : public CommitWork
 {
 public:
-    /// What column subject has; nothing for NULL.
-    using Subject = std::optional<std::string_view>;
+    explicit StoreChanges(Database& database) : FDatabase(database), FSubjects(database), FIndexes(database) {}
 
-    explicit StoreChanges(Database& database) : FDatabase(database), FSubjects(database) {}
-
-    void Added(const CountedMessage& message, const Subject& subject);
+    /// What `values` refer to is needed no longer than the call.
+    void Added(const CountedMessage& message, const IndexedValues& values);
     /// The message that was added last is a copy of the other one.
     void Copied(std::int64_t row, std::int64_t source);
-    void Removed(const CountedMessage& message);
+    void Removed(const CountedMessage& message, const IndexedValues& values);
+    /// @param flags  where these say something else of being read, UnreadPages has been told
     void Changed(const CountedMessage& before, std::int64_t flags);
     /// Besides Changed.
-    void SubjectChanged(const CountedMessage& message, const Subject& subject);
-    void Moved(const CountedMessage& before, std::int64_t folder, const Subject& subject);
+    void Reindex(const CountedMessage& message, const IndexedValues& before, const IndexedValues& after);
+    void Moved(const CountedMessage& before, std::int64_t folder, const IndexedValues& values);
     /// The message is where it was, but that lies elsewhere now.
     void Rescoped(const CountedMessage& message) { Touch(message); }
 
@@ -94,9 +95,14 @@ private:
     void NoteEntry(std::int64_t folder, bool associated);
     void DropEntries();
     void Touch(const CountedMessage& before);
+    /// Enters a message into everything that finds messages of its list, or takes it out.
+    void Enlist(const CountedMessage& message, const IndexedValues& values);
+    void Delist(const CountedMessage& message, const IndexedValues& values);
+    void SetUnread(const CountedMessage& message, bool unread);
 
     Database& FDatabase;
     SubjectPages FSubjects;
+    SortedIndexes FIndexes;
     LinkWork* FLinks = nullptr;
     std::optional<bool> FLinksNeeded; // in this transaction
     TouchedMessages FTouched;         // since the last flush; empty when nobody links

@@ -15,14 +15,8 @@ namespace
 {
 
 constexpr auto sDamaged = u"The stored subjects of a folder are damaged.";
-constexpr auto sTooMany = u"The store has given out all numbers for messages or folders.";
 
-constexpr int SlotBits = 6;
-constexpr std::size_t Slots = std::size_t{1} << SlotBits;
-/// The number of a page: the list, then the row identifiers without their last bits.
-constexpr int PageBits = 34;
-constexpr std::int64_t FolderLimit = std::int64_t{1} << (62 - PageBits);
-constexpr std::int64_t RowLimit = std::int64_t{1} << (PageBits + SlotBits);
+constexpr auto Slots = static_cast<std::size_t>(pages::Slots);
 
 // Sizes that are none. A text that was cut for its column has at least a byte for each of 254 units, in upper case too.
 constexpr std::uint8_t Unknown = 255;
@@ -30,20 +24,6 @@ constexpr std::uint8_t Absent = 254;
 
 /// So many changes are written before there are more: a transaction of any size keeps few in memory.
 constexpr std::size_t MostEdits = 8192;
-
-std::int64_t FirstPage(const MessageList& list)
-{
-    if (list.folder >= FolderLimit)
-        Fail(mapi::MAPI_E_TOO_BIG, sTooMany);
-    return (list.folder * 2 + std::int64_t{list.associated}) << PageBits;
-}
-
-std::int64_t PageOf(const MessageList& list, std::int64_t row)
-{
-    if (row >= RowLimit)
-        Fail(mapi::MAPI_E_TOO_BIG, sTooMany);
-    return FirstPage(list) + (row >> SlotBits);
-}
 
 struct PackedPage;
 
@@ -202,13 +182,16 @@ void WritePage(Database& database, std::int64_t number, const Bytes& packed)
 /// The page as the rows of its messages say.
 Bytes MakePage(Database& database, std::int64_t number)
 {
-    const std::int64_t list = number >> PageBits;
-    const std::int64_t first = (number & ((std::int64_t{1} << PageBits) - 1)) << SlotBits;
+    const MessageList list = pages::ListOf(number);
+    const std::int64_t first = pages::FirstRow(number);
     Page page;
     std::array<std::string, Slots> texts;
     Query query = database.Prepare("SELECT id, subject FROM messages WHERE id BETWEEN ?1 AND ?2 AND folder = ?3 AND "
-                                   "associated = ?4 AND subject IS NOT NULL");
-    query.Bind(1, first).Bind(2, first + static_cast<std::int64_t>(Slots) - 1).Bind(3, list / 2).Bind(4, list % 2);
+                                   "associated = ?4 AND typeof(subject) = 'text'");
+    query.Bind(1, first)
+        .Bind(2, first + static_cast<std::int64_t>(Slots) - 1)
+        .Bind(3, list.folder)
+        .Bind(4, list.associated);
     while (query.Step()) {
         const auto slot = static_cast<std::size_t>(query.Number(0) - first);
         const auto folded = Fold(query.Text(1));
@@ -249,10 +232,10 @@ void SubjectPages::Add(const MessageList& list, std::int64_t row, std::string_vi
 {
     if (FEdits.size() >= MostEdits)
         Flush();
-    const std::int64_t page = PageOf(list, row);
+    const std::int64_t page = pages::PageOf(list, row);
     const std::size_t start = FTexts.size();
     FTexts += text;
-    FEdits.push_back({page, start, static_cast<std::uint8_t>(row % Slots), size});
+    FEdits.push_back({page, start, pages::SlotOf(row), size});
 }
 
 void SubjectPages::Put(const MessageList& list, std::int64_t row, std::string_view subject)
@@ -302,12 +285,11 @@ void SubjectPages::Discard() noexcept
 void SearchSubjects(Database& database, const MessageList& list, std::string_view folded,
                     const std::function<bool(std::int64_t row, bool sure)>& visit)
 {
-    const std::int64_t first = FirstPage(list);
     const Needle needle(folded);
     Query query = database.Prepare("SELECT id, texts FROM subject_pages WHERE id BETWEEN ?1 AND ?2");
-    query.Bind(1, first).Bind(2, first + (std::int64_t{1} << PageBits) - 1);
+    query.Bind(1, pages::First(list)).Bind(2, pages::Last(list));
     while (query.Step()) {
-        const std::int64_t row = (query.Number(0) - first) << SlotBits;
+        const std::int64_t row = pages::FirstRow(query.Number(0));
         Bytes made;
         const auto page = TakeApart(database, query.Number(0), query.Blob(1), made);
         if (page && !needle.Search(*page, [&](std::uint8_t slot, bool sure) { return visit(row + slot, sure); }))
@@ -318,8 +300,9 @@ void SearchSubjects(Database& database, const MessageList& list, std::string_vie
 void FillSubjectPages(Database& database)
 {
     SubjectPages pages(database);
-    Query query = database.Prepare("SELECT id, folder, associated, subject FROM messages INDEXED BY messages_folder "
-                                   "WHERE folder IS NOT NULL AND subject IS NOT NULL ORDER BY folder, associated, id");
+    Query query =
+        database.Prepare("SELECT id, folder, associated, subject FROM messages INDEXED BY messages_folder "
+                         "WHERE folder IS NOT NULL AND typeof(subject) = 'text' ORDER BY folder, associated, id");
     while (query.Step())
         pages.Put({query.Number(1), query.Number(2) != 0}, query.Number(0), query.Text(3));
     pages.Flush();

@@ -5,7 +5,7 @@
 // not kept: such a message may contain anything, and its row decides.
 #pragma once
 
-#include "client/store/Database.hpp"
+#include "client/store/MessagePages.hpp"
 
 #include <functional>
 #include <optional>
@@ -15,13 +15,6 @@ namespace deftmapi::client
 
 /// What a page keeps of a subject, and what is looked for in it: in upper case, UTF-8.
 [[nodiscard]] std::string FoldSubject(std::string_view packed);
-
-/// One of the two lists of a folder: its ordinary or its associated messages.
-struct MessageList
-{
-    std::int64_t folder = 0;
-    bool associated = false;
-};
 
 /// Collects what a transaction does to subjects and writes each page that is concerned once.
 /// REQUIRES, but for Discard: a transaction is open.

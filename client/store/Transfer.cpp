@@ -56,8 +56,9 @@ void Transfer::MapNames(MessageState& message)
 
 std::optional<Transfer::Seen> Transfer::LookAtMessage(std::int64_t row) const
 {
-    Query query =
-        FFrom.Db().Prepare("SELECT version, flags, status FROM messages WHERE id = ?1 AND folder IS NOT NULL");
+    static const std::string sql =
+        "SELECT m.version, " + FlagsExpression + ", m.status FROM messages m WHERE m.id = ?1 AND m.folder IS NOT NULL";
+    Query query = FFrom.Db().Prepare(sql);
     if (!query.Bind(1, row).Step())
         return std::nullopt;
     return Seen{row, query.Number(0), 0, query.Number(1), query.Number(2)};
@@ -125,10 +126,7 @@ void Transfer::CopySearch(std::int64_t row, std::int64_t copy)
     Query links = FTo.Db().Prepare("INSERT INTO search_links (search, message) SELECT ?1, message FROM search_links "
                                    "WHERE search = ?2");
     links.Bind(1, copy).Bind(2, row).Run();
-    Query count = FTo.Db().Prepare("SELECT count(*), total((m.flags & 1) = 0) FROM search_links l JOIN messages m "
-                                   "ON m.id = l.message WHERE l.search = ?1");
-    count.Bind(1, copy).Step();
-    FTo.Changes().Relinked(copy, {count.Number(0), count.Number(1), 0});
+    FTo.Changes().Relinked(copy, FTo.Searches().Count(copy));
 }
 
 std::int64_t Transfer::CopyFolder(std::int64_t row, std::int64_t parent, const WideString& name, bool deep)

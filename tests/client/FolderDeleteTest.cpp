@@ -2,6 +2,7 @@
 #include "client/notify/StoreFeed.hpp"
 #include "client/store/MessageRecords.hpp"
 #include "tests/client/FolderFixture.hpp"
+#include "tests/client/TableConditions.hpp"
 
 #include <csignal>
 #include <sys/wait.h>
@@ -12,8 +13,6 @@ namespace deftmapi::client::test
 {
 namespace
 {
-
-using namespace mapi;
 
 class FolderDeleteTest : public FolderCalls
 {
@@ -32,7 +31,6 @@ protected:
 TEST_F(FolderDeleteTest, AKillLeavesAllOfATreeOrNothing)
 {
     constexpr int Folders = 3000;
-    auto inbox = Inbox();
     const std::int64_t top = [&] {
         Transaction transaction(Db());
         std::vector<std::int64_t> rows = {static_cast<std::int64_t>(SpecialFolder::Inbox)};
@@ -57,7 +55,7 @@ TEST_F(FolderDeleteTest, AKillLeavesAllOfATreeOrNothing)
     // the commit; at last it has returned.
     for (const std::size_t report : {std::size_t{1}, Steps / 9, Steps / 2, Steps + 1, Steps + 2}) {
         SCOPED_TRACE(report);
-        inbox.Reset();
+        FInbox.Reset();
         FStore.Reset();
         FStoreFile.reset(); // no connection crosses the fork
         int pipes[2];
@@ -72,7 +70,7 @@ TEST_F(FolderDeleteTest, AKillLeavesAllOfATreeOrNothing)
                 ::_exit(1);
             };
             auto file = StoreFile::Open(File());
-            auto parent = OpenFolderRow(file, static_cast<std::int64_t>(SpecialFolder::Inbox), true);
+            auto parent = OpenSpecial(file);
             Ptr<RecordingProgress> progress(new RecordingProgress);
             progress->onReport = [&](std::size_t number) {
                 if (number == report)
@@ -91,7 +89,7 @@ TEST_F(FolderDeleteTest, AKillLeavesAllOfATreeOrNothing)
         ::close(pipes[0]);
         FStoreFile = StoreFile::Open(File());
         FStore = OpenStoreObject(FStoreFile, true, true);
-        inbox = Inbox();
+        FInbox = Inbox();
         ExpectWhole(*FStoreFile);
         if (report > Steps + 1)
             EXPECT_EQ(count(), std::pair(before.first - Folders, std::int64_t{0}));
@@ -105,7 +103,7 @@ TEST_F(FolderDeleteTest, NobodyWritesIntoWhatIsBeingDeleted)
     // Three users of the file: one deletes and makes the same folder again, one adds to it, one moves folders in and
     // out.
     std::atomic<bool> stop{false};
-    Create(*Inbox(), u"shelf");
+    Create(*FInbox, u"shelf");
     const auto open = [](const StorePtr& file, const char* name) -> Ptr<IMAPIFolder> {
         Query query = file->Db().Prepare("SELECT id FROM folders WHERE name = ?1 AND parent <> 1");
         query.BindText(1, name);
@@ -120,7 +118,7 @@ TEST_F(FolderDeleteTest, NobodyWritesIntoWhatIsBeingDeleted)
     const auto user = [&](const std::function<void(const StorePtr&, IMAPIFolder&)>& step) {
         return std::jthread([this, &stop, step] {
             auto file = StoreFile::Open(File());
-            auto inbox = OpenFolderRow(file, static_cast<std::int64_t>(SpecialFolder::Inbox), true);
+            auto inbox = OpenSpecial(file);
             while (!stop)
                 step(file, *inbox);
         });
@@ -143,11 +141,10 @@ TEST_F(FolderDeleteTest, NobodyWritesIntoWhatIsBeingDeleted)
             if (sub && shelf && busy)
                 Copy(*sub, std::rand() % 2 ? *shelf : *busy, nullptr, FOLDER_MOVE);
         });
-        auto inbox = Inbox();
         for (int i = 0; i < 60; ++i) {
             const ULONG flags = i % 2 ? DEL_FOLDERS | DEL_MESSAGES : 0;
-            const auto busy = Create(*inbox, u"busy", OPEN_IF_EXISTS);
-            const HRESULT result = Delete(*inbox, IdOf(*busy), flags);
+            const auto busy = Create(*FInbox, u"busy", OPEN_IF_EXISTS);
+            const HRESULT result = Delete(*FInbox, IdOf(*busy), flags);
             EXPECT_TRUE(result == S_OK || (!flags && (result == MAPI_E_HAS_FOLDERS || result == MAPI_E_HAS_MESSAGES)))
                 << std::hex << result;
             if (i % 10 == 9)
@@ -160,31 +157,21 @@ TEST_F(FolderDeleteTest, NobodyWritesIntoWhatIsBeingDeleted)
 
 TEST_F(FolderDeleteTest, WhatASearchShowsIsNoMessageOfTheTree)
 {
-    auto inbox = Inbox();
-    auto top = Create(*inbox, u"top");
+    auto top = Create(*FInbox, u"top");
     auto search = Create(*top, u"search", 0, S_OK, FOLDER_SEARCH);
-    Save(*NewMessage(*inbox, u"elsewhere"));
-    SRestriction any{};
-    any.rt = RES_EXIST;
-    any.res.resExist.ulPropTag = tag::Subject;
-    std::vector<SBinary> entries;
-    const std::vector<Bytes> folders = {IdOf(*inbox)};
-    ENTRYLIST list = AsList(folders, entries);
-    ASSERT_EQ(search->SetSearchCriteria(&any, &list, 0), S_OK);
+    Save(*NewMessage(*FInbox, u"elsewhere"));
+    ASSERT_EQ(search->SetSearchCriteria(Exists(tag::Subject), Ids({IdOf(*FInbox)}), 0), S_OK);
     ASSERT_EQ(Get(*search, tag::ContentCount).Number(), 1);
-    EXPECT_EQ(Delete(*inbox, IdOf(*top), DEL_FOLDERS), S_OK);
+    EXPECT_EQ(Delete(*FInbox, IdOf(*top), DEL_FOLDERS), S_OK);
 }
 
 TEST_F(FolderDeleteTest, EmptyingAFolderTellsItsProgressToTheEndWhateverIsKept)
 {
     auto subtree = OpenFolder(Get(*FStore, tag::IpmSubtree).Blob());
     Grow(*subtree, u"tree", 2, 1);
-    Save(*NewMessage(*Inbox(), u"stays with its folder"));
+    Save(*NewMessage(*FInbox, u"stays with its folder"));
     Save(*NewMessage(*subtree, u"goes"));
-    Ptr<IMessage> hidden;
-    ASSERT_EQ(subtree->CreateMessage(nullptr, MAPI_ASSOCIATED, Out(hidden)), S_OK);
-    Save(*hidden);
-    hidden.Reset();
+    Save(*EmptyMessage(*subtree, MAPI_ASSOCIATED));
     for (const auto& [flags, steps] : {std::pair{ULONG{0}, 7u}, std::pair{DEL_ASSOCIATED, 1u}}) {
         Ptr<RecordingProgress> progress(new RecordingProgress);
         EXPECT_EQ(subtree->EmptyFolder(0, progress.Get(), flags), MAPI_W_PARTIAL_COMPLETION);
@@ -192,20 +179,19 @@ TEST_F(FolderDeleteTest, EmptyingAFolderTellsItsProgressToTheEndWhateverIsKept)
         EXPECT_EQ(progress->reports.back().count, steps);
         EXPECT_EQ(progress->reports.back().total, steps);
     }
-    EXPECT_EQ(Contents(*Inbox()).size(), 1u);
+    EXPECT_EQ(Contents(*FInbox).size(), 1u);
 }
 
 TEST_F(FolderDeleteTest, TheDefaultReceiveFolderFallsBackToTheInbox)
 {
-    auto inbox = Inbox();
-    auto folder = Create(*inbox, u"incoming");
+    auto folder = Create(*FInbox, u"incoming");
     const Bytes id = IdOf(*folder);
     const auto size = static_cast<ULONG>(id.size());
     for (const char16_t* messageClass : {u"", u"IPM.Task"})
         ASSERT_EQ(FStore->SetReceiveFolder(const_cast<char16_t*>(messageClass), MAPI_UNICODE, size, AsEntry(id)), S_OK);
     EXPECT_EQ(InboxId(), id);
-    EXPECT_EQ(Delete(*inbox, id, 0), S_OK);
-    EXPECT_EQ(InboxId(), IdOf(*inbox));
+    EXPECT_EQ(Delete(*FInbox, id, 0), S_OK);
+    EXPECT_EQ(InboxId(), IdOf(*FInbox));
     EXPECT_EQ(Db().Scalar("SELECT count(*) FROM receive_folders"), 1);
 }
 
@@ -222,19 +208,17 @@ std::vector<ULONG> EventsOf(StoreFeed& feed, ULONG type)
 
 TEST_F(FolderDeleteTest, ListenersHearOfMessagesBeforeTheFoldersThatTheyWereIn)
 {
-    auto inbox = Inbox();
-    const Bytes id = IdOf(*Grow(*inbox, u"tree", 2, 1));
+    const Bytes id = IdOf(*Grow(*FInbox, u"tree", 2, 1));
     StoreFeed feed(FStoreFile->ForListeners(), fnevObjectDeleted, std::nullopt);
-    EXPECT_EQ(Delete(*inbox, id, DEL_FOLDERS | DEL_MESSAGES), S_OK);
+    EXPECT_EQ(Delete(*FInbox, id, DEL_FOLDERS | DEL_MESSAGES), S_OK);
     EXPECT_EQ(EventsOf(feed, 0),
               (std::vector<ULONG>{MAPI_MESSAGE, MAPI_MESSAGE, MAPI_MESSAGE, MAPI_FOLDER, MAPI_FOLDER, MAPI_FOLDER}));
 }
 
 TEST_F(FolderDeleteTest, ASinkOfOneMessageHearsOfItAmongManyOthers)
 {
-    auto inbox = Inbox();
-    auto folder = Create(*inbox, u"full");
-    auto target = Create(*inbox, u"target");
+    auto folder = Create(*FInbox, u"full");
+    auto target = Create(*FInbox, u"target");
     std::vector<Bytes> ids;
     for (std::size_t i = 0; i <= JournalBulk; ++i)
         ids.push_back(Save(*NewMessage(*folder, u"m")));

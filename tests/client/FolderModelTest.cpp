@@ -1,12 +1,14 @@
 // Random work on folders and messages of two stores by two processes at once, compared with a model in memory: results
 // of calls, counters, and what tables and a search folder show. While both work, each keeps to folders of its own, so
-// that the model knows what comes of it; they are compared when both have come to rest.
+// that the model knows what comes of it; they are compared when both have come to rest. Each process thinks up the
+// calls of both, in the same way, and makes its own ones.
 #include "tests/client/FolderFixture.hpp"
+#include "tests/client/TableConditions.hpp"
 
-#include <optional>
 #include <random>
 #include <set>
 #include <sstream>
+#include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -15,583 +17,419 @@ namespace deftmapi::client::test
 namespace
 {
 
-using namespace mapi;
-
-struct Entry
+/// Known by its subject; copies in one folder have the same one.
+struct ModelMessage
 {
+    std::string subject;
     bool read = false;
     bool tagged = false;
-
-    [[nodiscard]] std::string Marks() const { return std::string(read ? "+" : "-") + (tagged ? "!" : ""); }
 };
 
-/// A folder of the model. Messages are known by their subjects; copies in one folder have the same one.
+/// A folder of the model.
 struct Node
 {
     std::map<std::string, Node> children;
-    std::map<std::string, std::vector<Entry>> messages;
+    std::vector<ModelMessage> messages;
     std::multiset<std::string> hidden; // associated messages
 
     [[nodiscard]] std::string Describe(const std::string& path) const
     {
-        std::ostringstream out;
-        std::size_t count = 0;
-        std::size_t unread = 0;
-        std::vector<std::string> rows;
-        for (const auto& [subject, copies] : messages) {
-            count += copies.size();
-            for (const Entry& entry : copies) {
-                unread += !entry.read;
-                rows.push_back(subject + entry.Marks());
-            }
-        }
-        std::sort(rows.begin(), rows.end());
-        out << path << " " << count << " " << unread << ":";
+        std::multiset<std::string> rows;
+        for (const auto& [subject, read, tagged] : messages)
+            rows.insert(subject + (read ? "+" : "-") + (tagged ? "!" : ""));
+        std::string text = path + ":";
         for (const auto& row : rows)
-            out << " " << row;
+            text += " " + row;
         for (const auto& subject : hidden)
-            out << " (" << subject << ")";
-        out << "\n";
+            text += " (" + subject + ")";
+        text += "\n";
         for (const auto& [name, child] : children)
-            out << child.Describe(path + "/" + name);
-        return out.str();
+            text += child.Describe(path + "/" + name);
+        return text;
     }
-    void CollectUnread(std::multiset<std::string>& subjects) const
+    [[nodiscard]] std::multiset<std::string> Unread(bool below) const
     {
-        for (const auto& [subject, copies] : messages) {
-            for (const Entry& entry : copies)
-                if (!entry.read)
-                    subjects.insert(subject);
+        std::multiset<std::string> subjects;
+        for (const auto& message : messages) {
+            if (!message.read)
+                subjects.insert(message.subject);
         }
-        for (const auto& [name, child] : children)
-            child.CollectUnread(subjects);
+        for (const auto& [name, child] : children) {
+            if (below)
+                subjects.merge(child.Unread(true));
+        }
+        return subjects;
+    }
+    [[nodiscard]] bool HasMessages() const
+    {
+        return !messages.empty() || std::any_of(children.begin(), children.end(),
+                                                [](const auto& child) { return child.second.HasMessages(); });
     }
 };
 
 /// More messages than have events of their own.
-constexpr int Many = static_cast<int>(JournalBulk) + 8;
+constexpr std::size_t Many = JournalBulk + 8;
 
-/// One call: what to do, where, with which subject or name, and to where.
-struct Command
-{
-    std::string verb;
-    std::string path;
-    std::string name;
-    std::string to;
-    ULONG flags = 0;
-};
-
-/// Does what it is told through the published interfaces.
-class Worker
+/// One of the two processes. A path is "root/a/b" below the Inbox of the first store, "other/a" below that of the
+/// other.
+class Party : private FolderShortForms
 {
 public:
-    explicit Worker(const std::filesystem::path& folder)
-        : FFile(StoreFile::Open(folder / "test.store")), FOther(StoreFile::Open(folder / "other.store"))
-    {}
-
-    HRESULT Do(const Command& command)
+    /// REQUIRES: no connection has crossed the fork
+    Party(bool there, int end, const std::filesystem::path& file, const std::filesystem::path& other)
+        : FThere(there), FEnd(end), FFile(StoreFile::Open(file)), FOther(StoreFile::Open(other))
     {
-        const auto folder = Open(command.path);
-        const auto target = Open(command.to);
-        if (!folder || !target)
-            return MAPI_E_NOT_FOUND;
-        const std::u16string name = KwFromUtf8(command.name);
-        auto* text = const_cast<char16_t*>(name.c_str());
-        if (command.verb == "message") {
-            Ptr<IMessage> message;
-            EXPECT_EQ(folder->CreateMessage(nullptr, command.flags, Out(message)), S_OK);
-            Set(*message, {Text(tag::Subject, text), Long(tag::MessageFlags, 0)});
-            return message->SaveChanges(0);
-        }
-        if (command.verb == "many") {
-            Transaction transaction(StoreOf(command.path)->Db());
-            for (int i = 0; i < Many; ++i)
-                EXPECT_EQ(Do({"message", command.path, command.name, command.to}), S_OK);
-            transaction.Commit();
-            return S_OK;
-        }
-        if (command.verb == "folder") {
-            Ptr<IMAPIFolder> made;
-            return folder->CreateFolder(FOLDER_GENERIC, text, nullptr, nullptr, MAPI_UNICODE, Out(made));
-        }
-        if (command.verb == "empty")
-            return folder->EmptyFolder(0, nullptr, 0);
-        if (command.verb == "read all")
-            return folder->SetReadFlags(nullptr, 0, nullptr, command.flags);
-        if (command.verb == "carry" || command.verb == "drop") {
-            const auto parent = Open(command.path.substr(0, command.path.rfind('/')));
-            const Bytes id = Get(*folder, tag::EntryId).Blob();
-            const auto size = static_cast<ULONG>(id.size());
-            return command.verb == "drop" ? parent->DeleteFolder(size, AsEntry(id), 0, nullptr, command.flags)
-                                          : parent->CopyFolder(size, AsEntry(id), nullptr, target.Get(), text, 0,
-                                                               nullptr, MAPI_UNICODE | command.flags);
-        }
-        const auto ids = Named(*folder, name);
-        if (command.verb == "tag") {
-            for (const Bytes& id : ids)
-                EXPECT_EQ(folder->SetMessageStatus(static_cast<ULONG>(id.size()), AsEntry(id), command.flags,
-                                                   MSGSTATUS_TAGGED, nullptr),
-                          S_OK);
-            return S_OK;
-        }
-        std::vector<SBinary> entries;
-        for (const Bytes& id : ids)
-            entries.push_back({static_cast<ULONG>(id.size()), const_cast<std::uint8_t*>(id.data())});
-        ENTRYLIST list{static_cast<ULONG>(entries.size()), entries.data()};
-        if (command.verb == "read")
-            return folder->SetReadFlags(&list, 0, nullptr, command.flags);
-        if (command.verb == "delete")
-            return folder->DeleteMessages(&list, 0, nullptr, 0);
-        return folder->CopyMessages(&list, nullptr, target.Get(), 0, nullptr, command.flags);
-    }
-
-    /// Makes a folder that shows what is unread in the first store.
-    void Search()
-    {
-        Ptr<IMAPIFolder> search;
-        const auto finder = OpenFolderRow(FFile, static_cast<std::int64_t>(SpecialFolder::Finder), true);
-        ASSERT_EQ(finder->CreateFolder(FOLDER_SEARCH, const_cast<char16_t*>(u"unread"), nullptr, nullptr, MAPI_UNICODE,
-                                       Out(search)),
-                  S_OK);
-        SRestriction unread{};
-        unread.rt = RES_BITMASK;
-        unread.res.resBitMask = {BMR_EQZ, tag::MessageFlags, MSGFLAG_READ};
-        Bytes inbox = FFile->EntryIdOf(EntryKind::Folder, static_cast<std::int64_t>(SpecialFolder::Inbox));
-        SBinary entry{static_cast<ULONG>(inbox.size()), inbox.data()};
-        ENTRYLIST list{1, &entry};
-        ASSERT_EQ(search->SetSearchCriteria(&unread, &list, RECURSIVE_SEARCH), S_OK);
-        FSearch = FFile->RowOf(48, AsEntry(Get(*search, tag::EntryId).Blob()), EntryKind::Folder);
-    }
-    std::multiset<std::string> Found()
-    {
-        Ptr<IMAPITable> table;
-        const auto search = OpenFolderRow(FFile, FSearch, true);
-        EXPECT_EQ(search->GetContentsTable(MAPI_UNICODE, Out(table)), S_OK);
-        std::multiset<std::string> subjects;
-        for (const Props& row : Rows(*table, {tag::Subject}))
-            subjects.insert(KwToUtf8(WideAt(row, 0)));
-        EXPECT_EQ(Get(*search, tag::ContentUnread).Number(), static_cast<LONG>(subjects.size()));
-        return subjects;
-    }
-    /// What the tables show, in the words of the model.
-    std::string Describe() { return Describe(*Open("root"), "root") + Describe(*Open("other"), "other"); }
-
-private:
-    [[nodiscard]] const StorePtr& StoreOf(const std::string& path) const
-    {
-        return path.starts_with("other") ? FOther : FFile;
-    }
-    /// "root/a/b": below the Inbox of the first store; "other/a": below that of the second one.
-    Ptr<IMAPIFolder> Open(const std::string& path)
-    {
-        const StorePtr& store = StoreOf(path);
-        std::istringstream parts(path);
-        std::string name;
-        std::getline(parts, name, '/');
-        auto folder = OpenFolderRow(store, static_cast<std::int64_t>(SpecialFolder::Inbox), true);
-        while (std::getline(parts, name, '/')) {
-            Ptr<IMAPIFolder> next;
-            ForChildren(*folder, [&](const std::string& child, const Bytes& id) {
-                if (child == name)
-                    next = OpenId(store, id);
-            });
-            if (!next)
-                return nullptr;
-            folder = next;
-        }
-        return folder;
-    }
-    static Ptr<IMAPIFolder> OpenId(const StorePtr& store, const Bytes& id)
-    {
-        return OpenFolderRow(store, store->RowOf(static_cast<ULONG>(id.size()), AsEntry(id), EntryKind::Folder), true);
-    }
-    static void ForChildren(IMAPIFolder& folder, const std::function<void(const std::string&, const Bytes&)>& visit)
-    {
-        Ptr<IMAPITable> table;
-        EXPECT_EQ(folder.GetHierarchyTable(MAPI_UNICODE, Out(table)), S_OK);
-        for (const Props& row : Rows(*table, {tag::DisplayName, tag::EntryId}))
-            visit(KwToUtf8(WideAt(row, 0)), std::get<Bytes>(row[1].data));
-    }
-    static std::vector<Bytes> Named(IMAPIFolder& folder, const std::u16string& subject)
-    {
-        Ptr<IMAPITable> table;
-        EXPECT_EQ(folder.GetContentsTable(MAPI_UNICODE, Out(table)), S_OK);
-        std::vector<Bytes> ids;
-        for (const Props& row : Rows(*table, {tag::Subject, tag::EntryId})) {
-            if (WideAt(row, 0) == subject)
-                ids.push_back(std::get<Bytes>(row[1].data));
-        }
-        return ids;
-    }
-    std::string Describe(IMAPIFolder& folder, const std::string& path)
-    {
-        std::vector<std::string> rows;
-        std::vector<std::string> hidden;
-        for (const ULONG flags : {ULONG{0}, MAPI_ASSOCIATED}) {
-            Ptr<IMAPITable> table;
-            EXPECT_EQ(folder.GetContentsTable(MAPI_UNICODE | flags, Out(table)), S_OK);
-            for (const Props& row : Rows(*table, {tag::Subject, tag::MessageFlags, tag::MessageStatus})) {
-                const Entry entry{(NumberAt(row, 1) & MSGFLAG_READ) != 0, (NumberAt(row, 2) & MSGSTATUS_TAGGED) > 0};
-                const std::string subject = KwToUtf8(WideAt(row, 0));
-                (flags ? hidden : rows).push_back(flags ? "(" + subject + ")" : subject + entry.Marks());
-            }
-        }
-        std::sort(rows.begin(), rows.end());
-        std::sort(hidden.begin(), hidden.end());
-        rows.insert(rows.end(), hidden.begin(), hidden.end());
-        std::ostringstream out;
-        out << path << " " << Get(folder, tag::ContentCount).Number() << " " << Get(folder, tag::ContentUnread).Number()
-            << ":";
-        for (const auto& row : rows)
-            out << " " << row;
-        out << "\n";
-        std::map<std::string, Bytes> children;
-        ForChildren(folder, [&](const std::string& name, const Bytes& id) { children.emplace(name, id); });
-        for (const auto& [name, id] : children)
-            out << Describe(*OpenId(StoreOf(path), id), path + "/" + name);
-        return out.str();
-    }
-
-    StorePtr FFile;
-    StorePtr FOther;
-    std::int64_t FSearch = 0;
-};
-
-/// A worker in a process of its own.
-class RemoteWorker
-{
-public:
-    /// REQUIRES: this process has no connection to the files
-    explicit RemoteWorker(const std::filesystem::path& folder)
-    {
-        int in[2];
-        int out[2];
-        if (::pipe(in) != 0 || ::pipe(out) != 0)
-            throw std::runtime_error("pipe");
-        FProcess = ::fork();
-        if (FProcess == 0) {
-            ::close(in[1]);
-            ::close(out[0]);
-            Serve(folder, in[0], out[1]);
-            ::_exit(::testing::Test::HasFailure());
-        }
-        ::close(in[0]);
-        ::close(out[1]);
-        FIn = in[1];
-        FOut = out[0];
-    }
-    ~RemoteWorker()
-    {
-        ::close(FIn);
-        ::close(FOut);
-        int status = 0;
-        ::waitpid(FProcess, &status, 0);
-        EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
-    }
-    RemoteWorker(const RemoteWorker&) = delete;
-    RemoteWorker& operator=(const RemoteWorker&) = delete;
-
-    void Send(const Command& command) const
-    {
-        const std::string line = command.verb + "|" + command.path + "|" + command.name + "|" + command.to + "|" +
-                                 std::to_string(command.flags) + "\n";
-        EXPECT_EQ(::write(FIn, line.data(), line.size()), static_cast<ssize_t>(line.size()));
-    }
-    /// Of the command that was sent first and has not been answered.
-    [[nodiscard]] HRESULT Receive() const
-    {
-        HRESULT result = MAPI_E_CALL_FAILED;
-        EXPECT_EQ(::read(FOut, &result, sizeof result), static_cast<ssize_t>(sizeof result));
-        return result;
-    }
-
-private:
-    static void Serve(const std::filesystem::path& folder, int in, int out)
-    {
-        Worker worker(folder);
-        std::string line;
-        for (char c = 0; ::read(in, &c, 1) == 1;) {
-            if (c != '\n') {
-                line += c;
-                continue;
-            }
-            std::istringstream parts(std::exchange(line, {}));
-            Command command;
-            std::string flags;
-            std::getline(parts, command.verb, '|');
-            std::getline(parts, command.path, '|');
-            std::getline(parts, command.name, '|');
-            std::getline(parts, command.to, '|');
-            std::getline(parts, flags, '|');
-            command.flags = static_cast<ULONG>(std::stoul(flags));
-            const HRESULT result = worker.Do(command);
-            if (::write(out, &result, sizeof result) != sizeof result)
-                ::_exit(1);
-        }
-    }
-
-    pid_t FProcess = -1;
-    int FIn = -1;
-    int FOut = -1;
-};
-
-/// What the calls should do.
-class Model
-{
-public:
-    std::map<std::string, Node> roots = {{"root", {}}, {"other", {}}};
-
-    Node& At(const std::string& path)
-    {
-        std::istringstream parts(path);
-        std::string name;
-        std::getline(parts, name, '/');
-        Node* node = &roots.at(name);
-        while (std::getline(parts, name, '/'))
-            node = &node->children.at(name);
-        return *node;
-    }
-    void Paths(const std::string& path, std::vector<std::string>& paths)
-    {
-        paths.push_back(path);
-        for (const auto& [name, child] : At(path).children)
-            Paths(path + "/" + name, paths);
-    }
-    [[nodiscard]] std::string Describe() const
-    {
-        return roots.at("root").Describe("root") + roots.at("other").Describe("other");
-    }
-
-    HRESULT Do(const Command& command)
-    {
-        Node& node = At(command.path);
-        if (command.verb == "message") {
-            if (command.flags & MAPI_ASSOCIATED)
-                node.hidden.insert(command.name);
-            else
-                node.messages[command.name].push_back({});
-        } else if (command.verb == "many") {
-            node.messages[command.name].resize(Many);
-        } else if (command.verb == "folder") {
-            if (!node.children.try_emplace(command.name).second)
-                return MAPI_E_COLLISION;
-        } else if (command.verb == "empty") {
-            node.children.clear();
-            node.messages.clear();
-        } else if (command.verb == "read all" || command.verb == "read") {
-            for (auto& [subject, copies] : node.messages) {
-                if (command.verb == "read all" || subject == command.name)
-                    for (Entry& entry : copies)
-                        entry.read = !(command.flags & CLEAR_READ_FLAG);
-            }
-        } else if (command.verb == "tag") {
-            for (Entry& entry : node.messages[command.name])
-                entry.tagged = command.flags != 0;
-        } else if (command.verb == "delete") {
-            node.messages.erase(command.name);
-        } else if (command.verb == "take") {
-            Take(node, At(command.to), command);
-        } else if (command.verb == "drop") {
-            return Drop(command);
-        } else {
-            return Carry(command);
-        }
-        return S_OK;
-    }
-
-private:
-    static void Take(Node& from, Node& to, const Command& command)
-    {
-        const auto found = from.messages.find(command.name);
-        if (found == from.messages.end() || (&from == &to && command.flags & MESSAGE_MOVE))
+        if (FThere)
             return;
-        const std::vector<Entry> copies = found->second;
-        if (command.flags & MESSAGE_MOVE)
-            from.messages.erase(found);
-        auto& there = to.messages[command.name];
-        there.insert(there.end(), copies.begin(), copies.end());
+        FSearch = Create(*OpenSpecial(FFile, SpecialFolder::Finder), u"unread", 0, S_OK, FOLDER_SEARCH);
+        EXPECT_EQ(FSearch->SetSearchCriteria(Unread(), Ids({IdOf(*OpenSpecial(FFile))}), RECURSIVE_SEARCH), S_OK);
     }
-    Node& ParentOf(const std::string& path) { return At(path.substr(0, path.rfind('/'))); }
-    static std::string NameOf(const std::string& path) { return path.substr(path.rfind('/') + 1); }
-    static bool HasMessages(const Node& node)
-    {
-        return !node.messages.empty() || std::any_of(node.children.begin(), node.children.end(),
-                                                     [](const auto& child) { return HasMessages(child.second); });
-    }
-    HRESULT Drop(const Command& command)
-    {
-        const Node& node = At(command.path);
-        if (!node.children.empty() && !(command.flags & DEL_FOLDERS))
-            return MAPI_E_HAS_FOLDERS;
-        if (HasMessages(node) && !(command.flags & DEL_MESSAGES))
-            return MAPI_E_HAS_MESSAGES;
-        ParentOf(command.path).children.erase(NameOf(command.path));
-        return S_OK;
-    }
-    HRESULT Carry(const Command& command)
-    {
-        const bool move = (command.flags & FOLDER_MOVE) != 0;
-        const bool isBelow = (command.to + "/").rfind(command.path + "/", 0) == 0;
-        if (isBelow && (move || command.flags & COPY_SUBFOLDERS))
-            return MAPI_E_FOLDER_CYCLE;
-        const std::string name = command.name.empty() ? NameOf(command.path) : command.name;
-        const bool onItself = move && command.to + "/" + name == command.path;
-        if (At(command.to).children.contains(name) && !onItself)
-            return MAPI_E_COLLISION;
-        Node copy = At(command.path);
-        if (!move && !(command.flags & COPY_SUBFOLDERS))
-            copy.children.clear();
-        if (move)
-            ParentOf(command.path).children.erase(NameOf(command.path));
-        At(command.to).children[name] = std::move(copy);
-        return S_OK;
-    }
-};
 
-/// Thinks up calls that make sense, and what comes of them.
-class Author
-{
-public:
-    explicit Author(Model& model) : FModel(model) {}
-
-    struct Call
+    /// Whose turn it is: only that process makes the calls that follow.
+    void Turn(bool there) { FTurn = there; }
+    /// Waits until the other process has come as far.
+    void Meet() const
     {
-        Command command;
-        HRESULT expected;
-    };
-    /// A call on what is at or below these paths; they themselves stay.
-    Call Next(const std::vector<std::string>& tops)
+        char byte = 0;
+        ASSERT_EQ(::send(FEnd, &byte, 1, MSG_NOSIGNAL), 1) << "the other process has ended";
+        ASSERT_EQ(::recv(FEnd, &byte, 1, 0), 1) << "the other process has ended";
+    }
+    /// When both have come to rest, tables, counters and the search folder show what the model has.
+    void Rest()
     {
-        for (;;) {
-            std::vector<std::string> paths;
-            for (const auto& top : tops)
-                FModel.Paths(top, paths);
-            if (auto command = Think(paths)) {
-                const HRESULT expected = FModel.Do(*command);
-                ++results[expected];
-                return {*command, expected};
-            }
-        }
+        Meet();
+        if (!FThere)
+            ExpectModel();
+        Meet();
     }
     std::size_t Pick(std::size_t n) { return static_cast<std::size_t>(FRandom() % n); }
+
+    /// Some call that makes sense, on what is at or below these paths; they themselves stay.
+    void Anything(const std::vector<std::string>& tops)
+    {
+        std::vector<std::string> paths;
+        for (const auto& top : tops)
+            CollectPaths(top, paths);
+        while (!Try(paths)) {
+        }
+    }
+    void Message(const std::string& path, const std::string& subject, ULONG flags)
+    {
+        if (flags & MAPI_ASSOCIATED)
+            At(path).hidden.insert(subject);
+        else
+            At(path).messages.push_back({subject});
+        Make("message " + path, S_OK, [&] { return Write(path, subject, flags); });
+    }
+    void ManyMessages(const std::string& path, const std::string& subject)
+    {
+        At(path).messages.resize(Many, {subject});
+        Make("many " + path, S_OK, [&] {
+            Transaction transaction(StoreOf(path)->Db());
+            for (std::size_t i = 0; i < Many; ++i)
+                EXPECT_EQ(Write(path, subject, 0), S_OK);
+            transaction.Commit();
+            return S_OK;
+        });
+    }
+    void Folder(const std::string& path, const std::string& name)
+    {
+        const bool isNew = At(path).children.try_emplace(name).second;
+        Make("folder " + path + " " + name, isNew ? S_OK : MAPI_E_COLLISION, [&] {
+            Ptr<IMAPIFolder> made;
+            return Open(path)->CreateFolder(FOLDER_GENERIC, KwFromUtf8(name).data(), nullptr, nullptr, MAPI_UNICODE,
+                                            Out(made));
+        });
+    }
+    void Empty(const std::string& path)
+    {
+        At(path).children.clear();
+        At(path).messages.clear();
+        Make("empty " + path, S_OK, [&] { return Open(path)->EmptyFolder(0, nullptr, 0); });
+    }
+    /// Of all messages without a subject.
+    void Read(const std::string& path, const std::string& subject, ULONG flags)
+    {
+        for (auto& message : At(path).messages) {
+            if (subject.empty() || message.subject == subject)
+                message.read = !(flags & CLEAR_READ_FLAG);
+        }
+        Make("read " + path + " " + subject + " " + std::to_string(flags), S_OK, [&] {
+            Ids list(Named(path, subject));
+            return Open(path)->SetReadFlags(subject.empty() ? nullptr : LPENTRYLIST{list}, 0, nullptr, flags);
+        });
+    }
+    void Tag(const std::string& path, const std::string& subject, ULONG status)
+    {
+        for (auto& message : At(path).messages) {
+            if (message.subject == subject)
+                message.tagged = status != 0;
+        }
+        Make("tag " + path + " " + subject, S_OK, [&] {
+            for (const Bytes& id : Named(path, subject))
+                EXPECT_EQ(Open(path)->SetMessageStatus(static_cast<ULONG>(id.size()), AsEntry(id), status,
+                                                       MSGSTATUS_TAGGED, nullptr),
+                          S_OK);
+            return S_OK;
+        });
+    }
+    void Remove(const std::string& path, const std::string& subject)
+    {
+        std::erase_if(At(path).messages, [&](const auto& message) { return message.subject == subject; });
+        Make("delete " + path + " " + subject, S_OK,
+             [&] { return Open(path)->DeleteMessages(Ids(Named(path, subject)), 0, nullptr, 0); });
+    }
+    void Take(const std::string& path, const std::string& subject, const std::string& to, ULONG flags)
+    {
+        const auto isIt = [&](const auto& message) { return message.subject == subject; };
+        auto& from = At(path).messages;
+        std::vector<ModelMessage> taken;
+        std::copy_if(from.begin(), from.end(), std::back_inserter(taken), isIt);
+        if (flags & MESSAGE_MOVE)
+            std::erase_if(from, isIt);
+        auto& there = At(to).messages;
+        there.insert(there.end(), taken.begin(), taken.end());
+        Make("take " + path + " " + subject + " " + to + " " + std::to_string(flags), S_OK,
+             [&] { return CopyMessages(*Open(path), Named(path, subject), *Open(to), flags); });
+    }
+    void Drop(const std::string& path, ULONG flags)
+    {
+        HRESULT expected = S_OK;
+        if (!At(path).children.empty() && !(flags & DEL_FOLDERS))
+            expected = MAPI_E_HAS_FOLDERS;
+        else if (At(path).HasMessages() && !(flags & DEL_MESSAGES))
+            expected = MAPI_E_HAS_MESSAGES;
+        else
+            At(Above(path)).children.erase(NameOf(path));
+        Make("drop " + path + " " + std::to_string(flags), expected,
+             [&] { return Delete(*Open(Above(path)), IdOf(*Open(path)), flags); });
+    }
+    /// Without a name under its own one.
+    void Carry(const std::string& path, const std::string& to, const std::string& newName, ULONG flags)
+    {
+        const bool move = (flags & FOLDER_MOVE) != 0;
+        const std::string name = newName.empty() ? NameOf(path) : newName;
+        const bool onItself = move && to + "/" + name == path;
+        HRESULT expected = S_OK;
+        if ((to + "/").starts_with(path + "/") && (move || flags & COPY_SUBFOLDERS)) {
+            expected = MAPI_E_FOLDER_CYCLE;
+        } else if (At(to).children.contains(name) && !onItself) {
+            expected = MAPI_E_COLLISION;
+        } else {
+            Node copy = At(path);
+            if (!move && !(flags & COPY_SUBFOLDERS))
+                copy.children.clear();
+            if (move)
+                At(Above(path)).children.erase(NameOf(path));
+            At(to).children[name] = std::move(copy);
+        }
+        Make("carry " + path + " " + to + " " + newName + " " + std::to_string(flags), expected, [&] {
+            const Bytes id = IdOf(*Open(path));
+            return Open(Above(path))
+                ->CopyFolder(static_cast<ULONG>(id.size()), AsEntry(id), nullptr, Open(to).Get(),
+                             KwFromUtf8(newName).data(), 0, nullptr, MAPI_UNICODE | flags);
+        });
+    }
 
     std::map<HRESULT, int> results;
 
 private:
-    std::optional<Command> Think(const std::vector<std::string>& paths)
+    bool Try(const std::vector<std::string>& paths)
     {
-        Command command;
-        command.path = paths[Pick(paths.size())];
-        command.to = paths[Pick(paths.size())];
-        const auto& messages = FModel.At(command.path).messages;
-        if (!messages.empty())
-            command.name = std::next(messages.begin(), static_cast<std::ptrdiff_t>(Pick(messages.size())))->first;
-        const bool stays = std::count(command.path.begin(), command.path.end(), '/') < 2;
+        const std::string& path = paths[Pick(paths.size())];
+        const std::string& to = paths[Pick(paths.size())];
+        const auto& messages = At(path).messages;
+        const std::string subject = messages.empty() ? "" : messages[Pick(messages.size())].subject;
+        const bool stays = std::count(path.begin(), path.end(), '/') < 2;
         const std::size_t what = Pick(26);
-        if (what < 7) {
-            command.verb = "message";
-            command.name = "m" + std::to_string(++FNumber);
-            command.flags = Pick(5) ? 0 : MAPI_ASSOCIATED;
-        } else if (what < 11) {
-            command.verb = "folder";
-            command.name = "f" + std::to_string(Pick(6));
-        } else if (what < 14 && !messages.empty()) {
-            command.verb = "take";
-            command.flags = Pick(2) ? MESSAGE_MOVE : 0;
-        } else if (what < 17 && !messages.empty()) {
-            command.verb = Pick(3) ? "read" : "read all";
-            command.flags = Pick(2) ? CLEAR_READ_FLAG : 0;
-        } else if (what < 19 && !messages.empty()) {
-            command.verb = "tag";
-            command.flags = Pick(3) ? MSGSTATUS_TAGGED : 0;
-        } else if (what == 19 && !messages.empty()) {
-            command.verb = "delete";
-        } else if (what < 23 && !stays && paths.size() < 40) {
-            command.verb = "carry";
-            command.name = Pick(2) ? "" : "f" + std::to_string(Pick(6));
-            command.flags = (Pick(2) ? FOLDER_MOVE : 0) | (Pick(2) ? COPY_SUBFOLDERS : 0);
-        } else if (what < 25 && !stays) {
-            command.verb = "drop";
-            command.flags = (Pick(2) ? DEL_FOLDERS : 0) | (Pick(2) ? DEL_MESSAGES : 0);
-        } else if (Pick(3) == 0 && paths.size() > 5) {
-            command.verb = "empty";
-        } else {
-            return std::nullopt;
+        if (what < 7)
+            Message(path, "m" + std::to_string(++FNumber), Pick(5) ? 0 : MAPI_ASSOCIATED);
+        else if (what < 11)
+            Folder(path, "f" + std::to_string(Pick(6)));
+        else if (what < 14 && !messages.empty())
+            Take(path, subject, to, Pick(2) ? MESSAGE_MOVE : 0);
+        else if (what < 17 && !messages.empty())
+            Read(path, Pick(3) ? subject : "", Pick(2) ? CLEAR_READ_FLAG : 0);
+        else if (what < 19 && !messages.empty())
+            Tag(path, subject, Pick(3) ? MSGSTATUS_TAGGED : 0);
+        else if (what == 19 && !messages.empty())
+            Remove(path, subject);
+        else if (what < 23 && !stays && paths.size() < 40)
+            Carry(path, to, Pick(2) ? "" : "f" + std::to_string(Pick(6)),
+                  (Pick(2) ? FOLDER_MOVE : 0) | (Pick(2) ? COPY_SUBFOLDERS : 0));
+        else if (what < 25 && !stays)
+            Drop(path, (Pick(2) ? DEL_FOLDERS : 0) | (Pick(2) ? DEL_MESSAGES : 0));
+        else if (Pick(3) == 0 && paths.size() > 5)
+            Empty(path);
+        else
+            return false;
+        return true;
+    }
+    void Make(const std::string& words, HRESULT expected, const std::function<HRESULT()>& call)
+    {
+        ++results[expected];
+        if (FTurn == FThere) {
+            ASSERT_EQ(call(), expected) << words;
         }
-        return command;
     }
 
-    Model& FModel;
+    Node& At(const std::string& path)
+    {
+        std::istringstream parts(path);
+        Node* node = &FModel;
+        for (std::string name; std::getline(parts, name, '/');)
+            node = &node->children.at(name);
+        return *node;
+    }
+    void CollectPaths(const std::string& path, std::vector<std::string>& paths)
+    {
+        paths.push_back(path);
+        for (const auto& [name, child] : At(path).children)
+            CollectPaths(path + "/" + name, paths);
+    }
+    static std::string Above(const std::string& path) { return path.substr(0, path.rfind('/')); }
+    static std::string NameOf(const std::string& path) { return path.substr(path.rfind('/') + 1); }
+
+    [[nodiscard]] const StorePtr& StoreOf(const std::string& path) const
+    {
+        return path.starts_with("other") ? FOther : FFile;
+    }
+    Ptr<IMAPIFolder> Open(const std::string& path)
+    {
+        std::istringstream parts(path);
+        std::string name;
+        std::getline(parts, name, '/');
+        auto folder = OpenSpecial(StoreOf(path));
+        while (std::getline(parts, name, '/'))
+            folder = Opened<IMAPIFolder>(*folder, ChildrenOf(*folder).at(name));
+        return folder;
+    }
+    HRESULT Write(const std::string& path, const std::string& subject, ULONG flags)
+    {
+        auto message = EmptyMessage(*Open(path), flags);
+        Set(*message, {Text(tag::Subject, KwFromUtf8(subject).c_str()), Long(tag::MessageFlags, 0)});
+        return message->SaveChanges(0);
+    }
+    std::vector<Bytes> Named(const std::string& path, const std::string& subject)
+    {
+        std::vector<Bytes> ids;
+        for (const Props& row : Contents(*Open(path))) {
+            if (KwToUtf8(WideAt(row, 0)) == subject)
+                ids.push_back(BytesAt(row, 1));
+        }
+        return ids;
+    }
+    static std::map<std::string, Bytes> ChildrenOf(IMAPIFolder& folder)
+    {
+        Ptr<IMAPITable> table;
+        EXPECT_EQ(folder.GetHierarchyTable(MAPI_UNICODE, Out(table)), S_OK);
+        std::map<std::string, Bytes> children;
+        for (const Props& row : Rows(*table, {tag::DisplayName, tag::EntryId}))
+            EXPECT_TRUE(children.emplace(KwToUtf8(WideAt(row, 0)), BytesAt(row, 1)).second) << "two of one name";
+        return children;
+    }
+    static Node ReadTables(IMAPIFolder& folder)
+    {
+        Node node;
+        for (const Props& row : Contents(folder))
+            node.messages.push_back({KwToUtf8(WideAt(row, 0)), (NumberAt(row, 2) & MSGFLAG_READ) != 0,
+                                     (NumberAt(row, 3) & MSGSTATUS_TAGGED) > 0});
+        for (const Props& row : Contents(folder, MAPI_ASSOCIATED))
+            node.hidden.insert(KwToUtf8(WideAt(row, 0)));
+        EXPECT_EQ(Say(folder, {tag::ContentCount, tag::ContentUnread}),
+                  std::to_string(node.messages.size()) + "|" + std::to_string(node.Unread(false).size()));
+        for (const auto& [name, id] : ChildrenOf(folder))
+            node.children[name] = ReadTables(*Opened<IMAPIFolder>(folder, id));
+        return node;
+    }
+    void ExpectModel()
+    {
+        for (const auto& [path, node] : FModel.children)
+            ASSERT_EQ(ReadTables(*Open(path)).Describe(path), node.Describe(path));
+        const auto search = Opened<IMAPIFolder>(*OpenSpecial(FFile), IdOf(*FSearch));
+        std::multiset<std::string> found;
+        for (const Props& row : Contents(*search))
+            found.insert(KwToUtf8(WideAt(row, 0)));
+        ASSERT_EQ(found, At("root").Unread(true));
+        EXPECT_EQ(Get(*search, tag::ContentUnread).Number(), static_cast<LONG>(found.size()));
+    }
+
+    bool FThere;
+    bool FTurn = false;
+    int FEnd;
+    StorePtr FFile;
+    StorePtr FOther;
+    Ptr<IMAPIFolder> FSearch;
+    Node FModel{{{"root", {}}, {"other", {}}}, {}, {}};
     std::mt19937 FRandom{11};
     int FNumber = 0;
 };
 
-TEST_F(FolderCalls, TwoProcessesAndAModelAgreeAfterRandomWork)
+void WorkAtRandom(Party party)
 {
-    CreateStoreFile(FFolder.Path() / "other.store", ToBytes(NewUid()), u"Other store");
-    FStore.Reset();
-    FStoreFile.reset(); // no connection crosses the fork
-    RemoteWorker there(FFolder.Path());
-    Worker here(FFolder.Path());
-    here.Search();
-    Model model;
-    Author author(model);
-    const auto rest = [&] {
-        std::multiset<std::string> unread;
-        model.roots.at("root").CollectUnread(unread);
-        ASSERT_EQ(here.Describe(), model.Describe());
-        ASSERT_EQ(here.Found(), unread);
-    };
-    const auto one = [&](const Command& command, bool remote, HRESULT expected) {
-        SCOPED_TRACE(command.verb + " " + command.path + " " + command.name + " " + command.to + " " +
-                     std::to_string(command.flags));
-        if (remote)
-            there.Send(command);
-        ASSERT_EQ(remote ? there.Receive() : here.Do(command), expected);
-    };
-    for (const char* root : {"root", "other"})
-        for (const char* name : {"here", "there"}) {
-            const Command make{"folder", root, name, root};
-            one(make, false, model.Do(make));
-        }
+    for (const char* root : {"root", "other"}) {
+        party.Folder(root, "here");
+        party.Folder(root, "there");
+    }
+    party.Meet();
     const std::vector<std::string> own[] = {{"root/here", "other/here"}, {"root/there", "other/there"}};
     for (int round = 0; round < 12; ++round) {
         SCOPED_TRACE(round);
-        std::vector<Author::Call> calls[2];
-        for (int i = 0; i < 24; ++i)
-            for (const int side : {0, 1})
-                calls[side].push_back(author.Next(own[side]));
-        for (const auto& call : calls[1])
-            there.Send(call.command);
-        for (const auto& call : calls[0])
-            one(call.command, false, call.expected);
-        for (const auto& call : calls[1])
-            ASSERT_EQ(there.Receive(), call.expected) << call.command.verb << " " << call.command.path;
-        rest();
-        for (int i = 0; i < 8; ++i) { // in turns, on everything
-            const auto call = author.Next({"root/here", "other/here", "root/there", "other/there"});
-            one(call.command, author.Pick(2) != 0, call.expected);
+        for (int i = 0; i < 48; ++i) {
+            party.Turn(i % 2);
+            party.Anything(own[i % 2]);
         }
-        if (HasFatalFailure())
+        party.Rest();
+        for (int i = 0; i < 8; ++i) { // in turns, on everything
+            party.Turn(party.Pick(2));
+            party.Anything({"root/here", "other/here", "root/there", "other/there"});
+            party.Meet();
+        }
+        if (::testing::Test::HasFatalFailure())
             return;
     }
-    const Command bulk[] = {{"folder", "root", "bulk", "root"},
-                            {"many", "root/bulk", "b", "root"},
-                            {"read all", "root/bulk", "", "root"},
-                            {"take", "root/bulk", "b", "root/here", MESSAGE_MOVE},
-                            {"read", "root/here", "b", "root", CLEAR_READ_FLAG},
-                            {"take", "root/here", "b", "other/there", MESSAGE_MOVE}};
-    bool remote = false;
-    for (const Command& command : bulk) {
-        one(command, remote = !remote, model.Do(command));
-        rest();
-        if (HasFatalFailure())
-            return;
+    bool there = false;
+    for (const auto& bulk : std::initializer_list<std::function<void()>>{
+             [&] { party.Folder("root", "bulk"); }, [&] { party.ManyMessages("root/bulk", "b"); },
+             [&] { party.Read("root/bulk", "", 0); }, [&] { party.Take("root/bulk", "b", "root/here", MESSAGE_MOVE); },
+             [&] { party.Read("root/here", "b", CLEAR_READ_FLAG); },
+             [&] { party.Take("root/here", "b", "other/there", MESSAGE_MOVE); }})
+    {
+        party.Turn(there = !there);
+        bulk();
+        party.Rest();
     }
     for (const HRESULT result : {S_OK, MAPI_E_COLLISION, MAPI_E_FOLDER_CYCLE, MAPI_E_HAS_FOLDERS, MAPI_E_HAS_MESSAGES})
-        EXPECT_GT(author.results[result], 0) << std::hex << result; // the work was of every kind
-    for (const char* file : {"test.store", "other.store"})
-        ExpectWhole(*StoreFile::Open(FFolder.Path() / file));
+        EXPECT_GT(party.results[result], 0) << std::hex << result; // the work was of every kind
+}
+
+TEST_F(FolderCalls, TwoProcessesAndAModelAgreeAfterRandomWork)
+{
+    CreateStoreFile(OtherFile(), ToBytes(NewUid()), u"Other store");
+    FInbox.Reset();
+    FStore.Reset();
+    FStoreFile.reset(); // no connection crosses the fork
+    int ends[2];
+    ASSERT_EQ(::socketpair(AF_UNIX, SOCK_STREAM, 0, ends), 0);
+    const pid_t child = ::fork();
+    ASSERT_GE(child, 0);
+    const bool there = child == 0;
+    ::close(ends[!there]);
+    try {
+        WorkAtRandom(Party(there, ends[there], File(), OtherFile()));
+    } catch (const std::exception& e) { // the child is no test runner of its own, and the other one waits for neither
+        ADD_FAILURE() << e.what();
+    } catch (...) {
+        ADD_FAILURE() << "an exception in " << (there ? "the child" : "the parent");
+    }
+    ::close(ends[there]);
+    if (there)
+        ::_exit(HasFailure());
+    int status = 0;
+    ::waitpid(child, &status, 0);
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+    for (const auto& file : {File(), OtherFile()})
+        ExpectWhole(*StoreFile::Open(file));
 }
 
 } // namespace

@@ -6,241 +6,192 @@ namespace deftmapi::client::test
 namespace
 {
 
-using namespace mapi;
-
-class FolderTest : public FolderCalls
-{};
+using FolderTest = FolderCalls;
 
 TEST_F(FolderTest, EveryStoreHasItsSpecialFolders)
 {
-    const std::tuple<ULONG, const char16_t*, const char16_t*> fromStore[] = {
-        {tag::IpmSubtree, u"Top of Personal Folders", u"IPF.Note"},
-        {tag::IpmOutbox, u"Outbox", u"IPF.Note"},
-        {tag::IpmWastebasket, u"Deleted Items", u"IPF.Note"},
-        {tag::IpmSentMail, u"Sent Items", u"IPF.Note"},
-        {tag::Finder, u"Search Root", u"(error)"},
-        {tag::CommonViews, u"Common Views", u"(error)"},
-        {tag::Views, u"Views", u"(error)"}};
-    for (const auto& [property, name, containerClass] : fromStore) {
-        auto folder = OpenFolder(Get(*FStore, property).Blob());
-        EXPECT_EQ(Get(*folder, tag::DisplayName).Wide(), name);
-        EXPECT_EQ(Get(*folder, tag::ContainerClass).Wide(), containerClass);
-    }
-    auto inbox = Inbox();
-    EXPECT_EQ(Get(*inbox, tag::DisplayName).Wide(), u"Inbox");
-    const std::tuple<ULONG, const char16_t*, const char16_t*> fromInbox[] = {
-        {tag::IpmContact, u"Contacts", u"IPF.Contact"}, {tag::IpmAppointment, u"Calendar", u"IPF.Appointment"},
-        {tag::IpmJournal, u"Journal", u"IPF.Journal"},  {tag::IpmNote, u"Notes", u"IPF.StickyNote"},
-        {tag::IpmTask, u"Tasks", u"IPF.Task"},          {tag::IpmDrafts, u"Drafts", u"IPF.Note"}};
-    for (const auto& [property, name, containerClass] : fromInbox) {
-        auto folder = OpenFolder(Get(*inbox, property).Blob());
-        EXPECT_EQ(Get(*folder, tag::DisplayName).Wide(), name);
-        EXPECT_EQ(Get(*folder, tag::ContainerClass).Wide(), containerClass);
-    }
-    const Got more = Get(*inbox, tag::AdditionalRen);
+    const std::tuple<IMAPIProp*, ULONG, const char*> special[] = {
+        {FStore.Get(), tag::IpmSubtree, "Top of Personal Folders|IPF.Note"},
+        {FStore.Get(), tag::IpmOutbox, "Outbox|IPF.Note"},
+        {FStore.Get(), tag::IpmWastebasket, "Deleted Items|IPF.Note"},
+        {FStore.Get(), tag::IpmSentMail, "Sent Items|IPF.Note"},
+        {FStore.Get(), tag::Finder, "Search Root|-"},
+        {FStore.Get(), tag::CommonViews, "Common Views|-"},
+        {FStore.Get(), tag::Views, "Views|-"},
+        {FInbox.Get(), tag::IpmContact, "Contacts|IPF.Contact"},
+        {FInbox.Get(), tag::IpmAppointment, "Calendar|IPF.Appointment"},
+        {FInbox.Get(), tag::IpmJournal, "Journal|IPF.Journal"},
+        {FInbox.Get(), tag::IpmNote, "Notes|IPF.StickyNote"},
+        {FInbox.Get(), tag::IpmTask, "Tasks|IPF.Task"},
+        {FInbox.Get(), tag::IpmDrafts, "Drafts|IPF.Note"}};
+    for (const auto& [object, property, shown] : special)
+        EXPECT_EQ(Say(*OpenFolder(Get(*object, property).Blob()), {tag::DisplayName, tag::ContainerClass}), shown);
+    EXPECT_EQ(Say(*FInbox, {tag::DisplayName}), "Inbox");
+    const Got more = Get(*FInbox, tag::AdditionalRen);
     ASSERT_EQ(more.value->Value.MVbin.cValues, 5u);
     const SBinary& junk = more.value->Value.MVbin.lpbin[4];
-    EXPECT_EQ(Get(*OpenFolder(Bytes(junk.lpb, junk.lpb + junk.cb)), tag::DisplayName).Wide(), u"Junk E-mail");
+    EXPECT_EQ(Say(*OpenFolder(Bytes(junk.lpb, junk.lpb + junk.cb)), {tag::DisplayName}), "Junk E-mail");
     EXPECT_EQ(Get(*FStore, tag::ValidFolderMask).Number(), 0xFF);
     EXPECT_EQ(Get(*FStore, tag::StoreSupportMask).Number() & LONG(STORE_NOTIFY_OK | STORE_SUBMIT_OK),
               LONG(STORE_NOTIFY_OK));
     // An empty identifier is the root folder, its own parent.
     auto root = OpenFolder({});
     EXPECT_EQ(Get(*root, tag::FolderType).Number(), LONG(FOLDER_ROOT));
-    EXPECT_EQ(Get(*root, tag::ParentEntryId).Blob(), Get(*root, tag::EntryId).Blob());
+    EXPECT_EQ(Get(*root, tag::ParentEntryId).Blob(), IdOf(*root));
     EXPECT_EQ(Delete(*OpenFolder(Get(*FStore, tag::IpmSubtree).Blob()), InboxId(), 0), MAPI_E_NO_ACCESS);
 }
 
 TEST_F(FolderTest, NamesAreUniqueWithoutRegardToCase)
 {
-    auto inbox = Inbox();
-    auto folder = Create(*inbox, u"\u00c4rger \u041f\u0440\u043e\u0435\u043a\u0442");
-    Create(*inbox, u"\u00e4RGER \u043f\u0440\u043e\u0435\u043a\u0442", 0, MAPI_E_COLLISION);
-    auto same = Create(*inbox, u"\u00e4rger \u043f\u0440\u043e\u0435\u043a\u0442", OPEN_IF_EXISTS);
-    EXPECT_EQ(Get(*same, tag::EntryId).Blob(), Get(*folder, tag::EntryId).Blob());
-    Create(*inbox, u"", 0, MAPI_E_INVALID_PARAMETER);
-    auto other = Create(*inbox, u"Other");
+    auto folder = Create(*FInbox, u"\u00c4rger \u041f\u0440\u043e\u0435\u043a\u0442");
+    Create(*FInbox, u"\u00e4RGER \u043f\u0440\u043e\u0435\u043a\u0442", 0, MAPI_E_COLLISION);
+    auto same = Create(*FInbox, u"\u00e4rger \u043f\u0440\u043e\u0435\u043a\u0442", OPEN_IF_EXISTS);
+    EXPECT_EQ(IdOf(*same), IdOf(*folder));
+    Create(*FInbox, u"", 0, MAPI_E_INVALID_PARAMETER);
+    auto other = Create(*FInbox, u"Other");
     std::vector<SPropValue> taken = {Text(tag::DisplayName, u"\u00c4RGER \u041f\u0440\u043e\u0435\u043a\u0442")};
     EXPECT_EQ(other->SetProps(1, taken.data(), nullptr), MAPI_E_COLLISION);
-    EXPECT_EQ(Get(*other, tag::DisplayName).Wide(), u"Other");
+    EXPECT_EQ(Say(*other, {tag::DisplayName}), "Other");
     Set(*other, {Text(tag::DisplayName, u"Renamed"), Text(tag::Comment, u"why")});
-    EXPECT_EQ(Get(*OpenFolder(Get(*other, tag::EntryId).Blob()), tag::DisplayName).Wide(), u"Renamed");
-    EXPECT_EQ(Get(*other, tag::Comment).Wide(), u"why");
+    EXPECT_EQ(Say(*OpenFolder(IdOf(*other)), {tag::DisplayName, tag::Comment}), "Renamed|why");
 }
 
-TEST_F(FolderTest, DeletingAsksForMessagesAndSubfolders)
+TEST_F(FolderTest, WhatIsDeletedIsGoneForThoseWhoHaveItOpen)
 {
-    auto inbox = Inbox();
-    auto folder = Create(*inbox, u"Project");
-    const Bytes id = Get(*folder, tag::EntryId).Blob();
+    auto folder = Create(*FInbox, u"Project");
+    const Bytes id = IdOf(*folder);
     auto sub = Create(*folder, u"Sub");
     Save(*NewMessage(*sub, u"in sub"));
-    EXPECT_EQ(Delete(*inbox, id, 0), MAPI_E_HAS_FOLDERS);
-    EXPECT_EQ(Delete(*inbox, id, DEL_MESSAGES), MAPI_E_HAS_FOLDERS);
-    EXPECT_EQ(Delete(*inbox, id, DEL_FOLDERS), MAPI_E_HAS_MESSAGES); // though they lie deeper
-    Save(*NewMessage(*folder, u"in folder"));
-    EXPECT_EQ(Delete(*inbox, id, DEL_FOLDERS), MAPI_E_HAS_MESSAGES);
+    auto message = NewMessage(*folder, u"too late");
     EXPECT_EQ(Delete(*OpenFolder({}), id, DEL_FOLDERS | DEL_MESSAGES), MAPI_E_NOT_FOUND); // not its subfolder
-    EXPECT_EQ(Delete(*inbox, id, DEL_FOLDERS | DEL_MESSAGES), S_OK);
-    EXPECT_EQ(Delete(*inbox, id, DEL_FOLDERS), MAPI_E_NOT_FOUND);
-    EXPECT_EQ(Children(*inbox).size(), 0u);
-    EXPECT_EQ(Db().Scalar("SELECT count(*) FROM messages"), 0);
+    EXPECT_EQ(Delete(*FInbox, id, DEL_FOLDERS), MAPI_E_HAS_MESSAGES);                     // though they lie deeper
+    EXPECT_EQ(Delete(*FInbox, id, DEL_FOLDERS | DEL_MESSAGES), S_OK);
+    EXPECT_EQ(Delete(*FInbox, id, DEL_FOLDERS), MAPI_E_NOT_FOUND);
     ULONG count = 0;
     MapiBuffer<SPropValue> values;
     EXPECT_EQ(sub->GetProps(nullptr, 0, &count, values.Out()), MAPI_E_OBJECT_DELETED);
-}
-
-TEST_F(FolderTest, HierarchyTablesAreSortedAndDeepOnes)
-{
-    auto inbox = Inbox();
-    Ptr<IMAPITable> table;
-    ASSERT_EQ(inbox->GetHierarchyTable(MAPI_UNICODE, Out(table)), S_OK);
-    auto b = Create(*inbox, u"beta");
-    Create(*inbox, u"Alpha");
-    Create(*b, u"inner");
-    Save(*NewMessage(*b, u"one"));
-    const auto rows = Children(*inbox, CONVENIENT_DEPTH);
-    ASSERT_EQ(rows.size(), 3u);
-    EXPECT_EQ(WideAt(rows[0], 0), u"Alpha");
-    EXPECT_EQ(WideAt(rows[1], 0), u"beta");
-    EXPECT_EQ(NumberAt(rows[1], 2), 1);
-    EXPECT_EQ(NumberAt(rows[1], 3), 1);
-    EXPECT_EQ(WideAt(rows[2], 0), u"inner");
-    EXPECT_EQ(NumberAt(rows[2], 1), 2);
-    ULONG count = 0;
-    EXPECT_EQ(table->GetRowCount(0, &count), S_OK); // a table opened earlier sees them, too
-    EXPECT_EQ(count, 2u);
-}
-
-TEST_F(FolderTest, AHierarchyTableSeesAFolderGoWhateverItsCountersWere)
-{
-    auto inbox = Inbox();
-    auto folder = Create(*inbox, u"Short-lived");
-    const Bytes id = Get(*folder, tag::EntryId).Blob();
-    Save(*NewMessage(*folder, u"its only change"));
-    Ptr<IMAPITable> table;
-    ASSERT_EQ(inbox->GetHierarchyTable(MAPI_UNICODE, Out(table)), S_OK);
-    ULONG count = 0;
-    ASSERT_EQ(table->GetRowCount(0, &count), S_OK);
-    EXPECT_EQ(count, 1u);
-    folder.Reset();
-    ASSERT_EQ(Delete(*inbox, id, DEL_MESSAGES), S_OK);
-    ASSERT_EQ(table->GetRowCount(0, &count), S_OK);
-    EXPECT_EQ(count, 0u);
-}
-
-TEST_F(FolderTest, AHierarchyTableForgetsWhatWasTakenBack)
-{
-    auto inbox = Inbox();
-    Ptr<IMAPITable> table;
-    ASSERT_EQ(inbox->GetHierarchyTable(MAPI_UNICODE, Out(table)), S_OK);
-    const auto count = [&] {
-        ULONG rows = 0;
-        EXPECT_EQ(table->GetRowCount(0, &rows), S_OK);
-        return rows;
-    };
-    {
-        Transaction given(Db()); // up
-        Create(*inbox, u"never");
-        EXPECT_EQ(count(), 1u);
-        Create(*inbox, u"nor this");
-        EXPECT_EQ(count(), 2u);
-    }
-    auto folder = Create(*inbox, u"real"); // as many entries of the journal, with the same numbers
-    Set(*folder, {Text(tag::Comment, u"changed")});
-    EXPECT_EQ(count(), 1u);
-    EXPECT_EQ(WideAt(Rows(*table, {tag::DisplayName}).at(0), 0), u"real");
-}
-
-TEST_F(FolderTest, NoMessageIsSavedIntoAFolderThatIsGone)
-{
-    auto inbox = Inbox();
-    auto folder = Create(*inbox, u"Gone");
-    auto message = NewMessage(*folder, u"too late");
-    ASSERT_EQ(Delete(*inbox, Get(*folder, tag::EntryId).Blob(), 0), S_OK);
     EXPECT_EQ(message->SaveChanges(0), MAPI_E_OBJECT_DELETED);
     EXPECT_EQ(Db().Scalar("SELECT count(*) FROM messages"), 0);
 }
 
-TEST_F(FolderTest, FoldersAreCopiedAndMovedButNotIntoThemselves)
+class HierarchyTableTest : public FolderCalls
 {
-    auto inbox = Inbox();
-    auto source = Create(*inbox, u"source");
-    auto sub = Create(*source, u"sub");
-    auto target = Create(*inbox, u"target");
-    auto message = NewMessage(*sub, u"deep");
-    Save(*message);
-    const Bytes id = Get(*source, tag::EntryId).Blob();
-    const auto copy = [&](IMAPIFolder& to, const char16_t* name, ULONG flags) {
-        return inbox->CopyFolder(static_cast<ULONG>(id.size()), AsEntry(id), nullptr, &to, const_cast<char16_t*>(name),
-                                 0, nullptr, MAPI_UNICODE | flags);
-    };
-    EXPECT_EQ(copy(*sub, nullptr, FOLDER_MOVE), MAPI_E_FOLDER_CYCLE);
-    EXPECT_EQ(copy(*inbox, nullptr, COPY_SUBFOLDERS), MAPI_E_COLLISION);
-    EXPECT_EQ(copy(*target, u"copied", COPY_SUBFOLDERS), S_OK);
-    EXPECT_EQ(copy(*target, nullptr, FOLDER_MOVE), S_OK);
-    const auto rows = Children(*target, CONVENIENT_DEPTH);
-    ASSERT_EQ(rows.size(), 4u);
-    EXPECT_EQ(WideAt(rows[0], 0), u"copied");
-    EXPECT_EQ(NumberAt(rows[1], 3), 1);
-    EXPECT_EQ(NumberAt(rows[3], 3), 1);
-    EXPECT_EQ(Get(*OpenFolder(id), tag::ParentEntryId).Blob(), Get(*target, tag::EntryId).Blob());
+protected:
+    void SetUp() override
+    {
+        FolderCalls::SetUp();
+        ASSERT_EQ(FInbox->GetHierarchyTable(MAPI_UNICODE, Out(FTable)), S_OK);
+    }
+    void TearDown() override
+    {
+        FTable.Reset();
+        FolderCalls::TearDown();
+    }
+    [[nodiscard]] ULONG Count() const { return RowCount(*FTable); }
+
+    Ptr<IMAPITable> FTable;
+};
+
+TEST_F(HierarchyTableTest, IsSortedAndDeep)
+{
+    auto b = Create(*FInbox, u"beta");
+    Create(*FInbox, u"Alpha");
+    Create(*b, u"inner");
+    Save(*NewMessage(*b, u"one"));
+    EXPECT_EQ(Say(Children(*FInbox, CONVENIENT_DEPTH)), "Alpha|1|0|0; beta|1|1|1; inner|2|0|0");
+    EXPECT_EQ(Count(), 2u); // a table opened earlier sees them, too
 }
 
-TEST_F(FolderTest, MessagesAreCopiedMovedMarkedAndDeletedInBulk)
+TEST_F(HierarchyTableTest, SeesAFolderGoWhateverItsCountersWere)
 {
-    auto inbox = Inbox();
-    auto target = Create(*inbox, u"target");
+    auto folder = Create(*FInbox, u"Short-lived");
+    const Bytes id = IdOf(*folder);
+    Save(*NewMessage(*folder, u"its only change"));
+    FTable.Reset();
+    ASSERT_EQ(FInbox->GetHierarchyTable(MAPI_UNICODE, Out(FTable)), S_OK);
+    EXPECT_EQ(Count(), 1u);
+    folder.Reset();
+    ASSERT_EQ(Delete(*FInbox, id, DEL_MESSAGES), S_OK);
+    EXPECT_EQ(Count(), 0u);
+}
+
+TEST_F(HierarchyTableTest, ForgetsWhatWasTakenBack)
+{
+    {
+        Transaction given(Db()); // up
+        Create(*FInbox, u"never");
+        EXPECT_EQ(Count(), 1u);
+        Create(*FInbox, u"nor this");
+        EXPECT_EQ(Count(), 2u);
+    }
+    auto folder = Create(*FInbox, u"real"); // as many entries of the journal, with the same numbers
+    Set(*folder, {Text(tag::Comment, u"changed")});
+    EXPECT_EQ(Count(), 1u);
+    EXPECT_EQ(Say(Rows(*FTable, {tag::DisplayName})), "real");
+}
+
+TEST_F(FolderTest, AFolderThatMovesKeepsItsIdentifier)
+{
+    auto source = Create(*FInbox, u"source");
+    auto sub = Create(*source, u"sub");
+    auto target = Create(*FInbox, u"target");
+    Save(*NewMessage(*sub, u"deep"));
+    const Bytes id = IdOf(*source);
+    EXPECT_EQ(Copy(*source, *sub, nullptr, FOLDER_MOVE), MAPI_E_FOLDER_CYCLE);
+    EXPECT_EQ(Copy(*source, *FInbox, nullptr, COPY_SUBFOLDERS), MAPI_E_COLLISION);
+    EXPECT_EQ(Copy(*source, *target, u"copied", COPY_SUBFOLDERS), S_OK);
+    EXPECT_EQ(Copy(*source, *target, nullptr, FOLDER_MOVE), S_OK);
+    EXPECT_EQ(Say(Children(*target, CONVENIENT_DEPTH)), "copied|1|1|0; sub|2|0|1; source|1|1|0; sub|2|0|1");
+    EXPECT_EQ(Get(*OpenFolder(id), tag::ParentEntryId).Blob(), IdOf(*target));
+}
+
+TEST_F(FolderTest, CopiedMessagesAreTheirOwnAndMovedOnesTheSame)
+{
+    auto target = Create(*FInbox, u"target");
     std::vector<Bytes> ids;
-    for (int i = 0; i < 10; ++i) {
-        auto message = NewMessage(*inbox, u"bulk");
-        Set(*message, {Long(tag::MessageFlags, 0), Binary(tag::Html, Pattern(20000))});
+    for (int i = 0; i < 5; ++i) {
+        auto message = NewMessage(*FInbox, u"bulk");
+        Set(*message, {Binary(tag::Html, Pattern(20000))});
         ids.push_back(Save(*message));
     }
-    std::vector<SBinary> entries;
-    for (Bytes& id : ids)
-        entries.push_back({static_cast<ULONG>(id.size()), id.data()});
-    ENTRYLIST all{10, entries.data()};
-    ENTRYLIST three{3, entries.data()};
-    EXPECT_EQ(inbox->SetReadFlags(&three, 0, nullptr, 0), S_OK);
-    EXPECT_EQ(Get(*inbox, tag::ContentUnread).Number(), 7);
-    EXPECT_EQ(inbox->CopyMessages(&three, nullptr, target.Get(), 0, nullptr, 0), S_OK);
-    EXPECT_EQ(Get(*target, tag::ContentCount).Number(), 3);
-    EXPECT_EQ(Get(*target, tag::ContentUnread).Number(), 0);
-    EXPECT_EQ(inbox->CopyMessages(&three, nullptr, target.Get(), 0, nullptr, MESSAGE_MOVE), S_OK);
-    EXPECT_EQ(Get(*target, tag::ContentCount).Number(), 6);
-    EXPECT_EQ(Get(*inbox, tag::ContentCount).Number(), 7);
-    EXPECT_EQ(Get(*OpenMessage(ids[0], 0), tag::ParentEntryId).Blob(), Get(*target, tag::EntryId).Blob());
-    EXPECT_EQ(inbox->SetReadFlags(nullptr, 0, nullptr, 0), S_OK);
-    EXPECT_EQ(Get(*inbox, tag::ContentUnread).Number(), 0);
-    ULONG status = 0;
-    EXPECT_EQ(inbox->SetMessageStatus(entries[9].cb, AsEntry(ids[9]), MSGSTATUS_TAGGED, MSGSTATUS_TAGGED, &status),
-              S_OK);
-    EXPECT_EQ(inbox->GetMessageStatus(entries[9].cb, AsEntry(ids[9]), 0, &status), S_OK);
-    EXPECT_EQ(status, MSGSTATUS_TAGGED);
-    const auto setStatus = [&](ULONG now, ULONG mask) {
-        EXPECT_EQ(inbox->SetMessageStatus(entries[9].cb, AsEntry(ids[9]), now, mask, &status), S_OK);
-        return status; // as it was
-    };
-    EXPECT_EQ(setStatus(MSGSTATUS_HIDDEN | MSGSTATUS_DELMARKED, MSGSTATUS_HIDDEN), MSGSTATUS_TAGGED);
-    EXPECT_EQ(setStatus(0, MSGSTATUS_TAGGED), MSGSTATUS_TAGGED | MSGSTATUS_HIDDEN);
-    EXPECT_EQ(setStatus(0, 0), MSGSTATUS_HIDDEN);
-    EXPECT_EQ(inbox->DeleteMessages(&all, 0, nullptr, 0), S_OK);
-    EXPECT_EQ(Get(*inbox, tag::ContentCount).Number(), 0);
-    EXPECT_EQ(Get(*target, tag::ContentCount).Number(), 3); // the copies are messages of their own
+    EXPECT_EQ(CopyMessages(*FInbox, {ids[0], ids[1], ids[2]}, *target, 0), S_OK);
+    EXPECT_EQ(CopyMessages(*FInbox, {ids[3]}, *target, MESSAGE_MOVE), S_OK);
+    EXPECT_EQ(Get(*OpenMessage(ids[3], 0), tag::ParentEntryId).Blob(), IdOf(*target));
+    EXPECT_EQ(FInbox->DeleteMessages(Ids(ids), 0, nullptr, 0), S_OK); // the moved one, too
+    EXPECT_EQ(Contents(*FInbox).size(), 0u);
+    const auto copies = Contents(*target);
+    EXPECT_EQ(copies.size(), 3u);
+    for (const Props& row : copies)
+        EXPECT_TRUE(Whole(*OpenMessage(BytesAt(row, 1)), tag::Html) == Pattern(20000));
     EXPECT_EQ(Db().Scalar("SELECT count(*) FROM large_values"), 3);
-    EXPECT_EQ(inbox->EmptyFolder(0, nullptr, 0), S_OK);
-    EXPECT_EQ(Children(*inbox).size(), 0u);
+}
+
+TEST_F(FolderTest, TheStatusOfAMessageChangesBitByBit)
+{
+    const Bytes id = Save(*NewMessage(*FInbox, u"marked"));
+    const auto size = static_cast<ULONG>(id.size());
+    ULONG status = 0;
+    const std::tuple<ULONG, ULONG, ULONG> steps[] = {
+        {MSGSTATUS_TAGGED, MSGSTATUS_TAGGED, 0},
+        {MSGSTATUS_HIDDEN | MSGSTATUS_DELMARKED, MSGSTATUS_HIDDEN, MSGSTATUS_TAGGED},
+        {0, MSGSTATUS_TAGGED, MSGSTATUS_TAGGED | MSGSTATUS_HIDDEN},
+        {0, 0, MSGSTATUS_HIDDEN}};
+    for (const auto& [now, mask, before] : steps) {
+        EXPECT_EQ(FInbox->GetMessageStatus(size, AsEntry(id), 0, &status), S_OK);
+        EXPECT_EQ(status, before);
+        EXPECT_EQ(FInbox->SetMessageStatus(size, AsEntry(id), now, mask, &status), S_OK);
+        EXPECT_EQ(status, before);
+    }
 }
 
 TEST_F(FolderTest, ReceiveFoldersFollowTheLongestClass)
 {
-    auto inbox = Inbox();
-    auto reports = Create(*inbox, u"Reports");
-    const Bytes id = Get(*reports, tag::EntryId).Blob();
-    ASSERT_EQ(FStore->SetReceiveFolder(const_cast<char16_t*>(u"IPM.Report"), MAPI_UNICODE,
-                                       static_cast<ULONG>(id.size()), AsEntry(id)),
-              S_OK);
+    auto reports = Create(*FInbox, u"Reports");
+    const auto set = [&](const char16_t* messageClass, const Bytes& id) {
+        return FStore->SetReceiveFolder(const_cast<char16_t*>(messageClass), MAPI_UNICODE,
+                                        static_cast<ULONG>(id.size()), id.empty() ? nullptr : AsEntry(id));
+    };
+    ASSERT_EQ(set(u"IPM.Report", IdOf(*reports)), S_OK);
     const auto find = [&](const char16_t* messageClass) {
         ULONG size = 0;
         MapiBuffer<ENTRYID> found;
@@ -262,16 +213,11 @@ TEST_F(FolderTest, ReceiveFoldersFollowTheLongestClass)
     EXPECT_EQ(BytesAt(rows[0], 0), InboxId());
     EXPECT_EQ(WideAt(rows[1], 1), u"IPM.Report");
     EXPECT_EQ(BytesAt(rows[1], 2), Get(*reports, tag::RecordKey).Blob());
-    const auto remove = [&](const char16_t* messageClass) {
-        return FStore->SetReceiveFolder(const_cast<char16_t*>(messageClass), MAPI_UNICODE, 0, nullptr);
-    };
-    EXPECT_EQ(remove(u""), MAPI_E_INVALID_PARAMETER);
-    EXPECT_EQ(remove(u"ipm.report"), S_OK);
+    EXPECT_EQ(set(u"", {}), MAPI_E_INVALID_PARAMETER);
+    EXPECT_EQ(set(u"ipm.report", {}), S_OK);
     EXPECT_EQ(find(u"IPM.Report.Delivery"), u"");
     for (const char16_t* bad : {u"IPM.", u"IPM.N\u00F6te", u".", u"IPM..Note"})
-        EXPECT_EQ(FStore->SetReceiveFolder(const_cast<char16_t*>(bad), MAPI_UNICODE, static_cast<ULONG>(id.size()),
-                                           AsEntry(id)),
-                  MAPI_E_INVALID_PARAMETER);
+        EXPECT_EQ(set(bad, IdOf(*reports)), MAPI_E_INVALID_PARAMETER);
     std::u16string longName = u"a"; // not a query for each of its parts
     for (int i = 0; i < 1000; ++i)
         longName += u".a";
@@ -283,14 +229,11 @@ TEST_F(FolderTest, ReceiveFoldersFollowTheLongestClass)
 
 TEST_F(FolderTest, ReceiptsStayPendingUntilTheyAreSuppressed)
 {
-    auto inbox = Inbox();
     const ULONG pending = MSGFLAG_RN_PENDING | MSGFLAG_NRN_PENDING;
-    auto message = NewMessage(*inbox, u"asks for a receipt");
+    auto message = NewMessage(*FInbox, u"asks for a receipt");
     Set(*message, {Long(tag::MessageFlags, static_cast<LONG>(pending))});
-    const std::vector<Bytes> ids = {Save(*message)};
-    const Bytes& id = ids[0];
-    std::vector<SBinary> entries;
-    ENTRYLIST list = AsList(ids, entries);
+    const Bytes id = Save(*message);
+    Ids list({id});
     const std::tuple<ULONG, HRESULT, ULONG> steps[] = {
         {GENERATE_RECEIPT_ONLY, MAPI_E_NO_SUPPORT, pending},
         {SUPPRESS_RECEIPT | CLEAR_READ_FLAG, MAPI_E_INVALID_PARAMETER, pending},
@@ -301,75 +244,53 @@ TEST_F(FolderTest, ReceiptsStayPendingUntilTheyAreSuppressed)
         {SUPPRESS_RECEIPT, S_OK, MSGFLAG_READ},
         {CLEAR_READ_FLAG | CLEAR_RN_PENDING, S_OK, 0}};
     for (const auto& [flags, result, after] : steps) {
-        EXPECT_EQ(inbox->SetReadFlags(&list, 0, nullptr, flags), result) << flags;
+        EXPECT_EQ(FInbox->SetReadFlags(list, 0, nullptr, flags), result) << flags;
         EXPECT_EQ(static_cast<ULONG>(Get(*OpenMessage(id, 0), tag::MessageFlags).Number()) & (pending | MSGFLAG_READ),
                   after)
             << flags;
     }
-    EXPECT_EQ(Get(*inbox, tag::ContentUnread).Number(), 1);
+    EXPECT_EQ(Get(*FInbox, tag::ContentUnread).Number(), 1);
 }
 
 TEST_F(FolderTest, AnOpenMessageDoesNotBringBackAReceiptThatWasCleared)
 {
-    auto inbox = Inbox();
-    auto message = NewMessage(*inbox, u"receipt");
+    auto message = NewMessage(*FInbox, u"receipt");
     Set(*message, {Long(tag::MessageFlags, MSGFLAG_RN_PENDING | MSGFLAG_NRN_PENDING)});
     const Bytes id = Save(*message);
     auto open = OpenMessage(id);
     Set(*open, {Text(tag::Subject, u"changed")});
-    std::vector<SBinary> entries;
-    const std::vector<Bytes> ids = {id};
-    ENTRYLIST list = AsList(ids, entries);
-    EXPECT_EQ(inbox->SetReadFlags(&list, 0, nullptr, CLEAR_RN_PENDING | CLEAR_NRN_PENDING), S_OK);
+    EXPECT_EQ(FInbox->SetReadFlags(Ids({id}), 0, nullptr, CLEAR_RN_PENDING | CLEAR_NRN_PENDING), S_OK);
     EXPECT_EQ(open->SaveChanges(0), S_OK);
     EXPECT_EQ(Get(*OpenMessage(id), tag::MessageFlags).Number() & LONG(MSGFLAG_RN_PENDING | MSGFLAG_NRN_PENDING), 0);
 }
 
 TEST_F(FolderTest, AnEmbeddedMessageIsReachedThroughItsAttachmentOnly)
 {
-    auto inbox = Inbox();
-    auto message = NewMessage(*inbox, u"outer");
-    Ptr<IAttach> attach;
-    Ptr<IMessage> inner;
-    ULONG num = 0;
-    const auto openInner = [&](ULONG flags) {
-        return attach->OpenProperty(tag::AttachDataObj, &IID_IMessage, 0, flags,
-                                    reinterpret_cast<LPUNKNOWN*>(Out(inner)));
-    };
-    ASSERT_EQ(message->CreateAttach(nullptr, 0, &num, Out(attach)), S_OK);
-    Set(*attach, {Long(tag::AttachMethod, ATTACH_EMBEDDED_MSG)});
-    ASSERT_EQ(openInner(MAPI_CREATE | MAPI_MODIFY), S_OK);
-    Set(*inner, {Text(tag::Subject, u"inner"), Long(tag::MessageFlags, 0)});
-    EXPECT_EQ(inner->SaveChanges(0), S_OK);
-    EXPECT_EQ(attach->SaveChanges(0), S_OK);
+    auto message = NewMessage(*FInbox, u"outer");
+    Embed(*message, u"inner", [](IMessage& inner) { Set(inner, {Long(tag::MessageFlags, 0)}); });
     const Bytes outer = Save(*message);
-    const std::vector<Bytes> ids = {
-        FStoreFile->EntryIdOf(EntryKind::Message, Db().Scalar("SELECT embedded FROM attachments"))};
-    std::vector<SBinary> entries;
-    ENTRYLIST list = AsList(ids, entries);
-    const auto size = static_cast<ULONG>(ids[0].size());
-    EXPECT_EQ(inbox->DeleteMessages(&list, 0, nullptr, 0), MAPI_W_PARTIAL_COMPLETION);
-    EXPECT_EQ(inbox->SetReadFlags(&list, 0, nullptr, 0), MAPI_W_PARTIAL_COMPLETION);
+    const Bytes id = FStoreFile->EntryIdOf(EntryKind::Message, Db().Scalar("SELECT embedded FROM attachments"));
+    const auto size = static_cast<ULONG>(id.size());
+    EXPECT_EQ(FInbox->DeleteMessages(Ids({id}), 0, nullptr, 0), MAPI_W_PARTIAL_COMPLETION);
+    EXPECT_EQ(FInbox->SetReadFlags(Ids({id}), 0, nullptr, 0), MAPI_W_PARTIAL_COMPLETION);
     ULONG status = 0;
-    EXPECT_EQ(inbox->GetMessageStatus(size, AsEntry(ids[0]), 0, &status), MAPI_E_NOT_FOUND);
-    EXPECT_EQ(inbox->SetMessageStatus(size, AsEntry(ids[0]), 1, 1, nullptr), MAPI_E_NOT_FOUND);
+    EXPECT_EQ(FInbox->GetMessageStatus(size, AsEntry(id), 0, &status), MAPI_E_NOT_FOUND);
+    EXPECT_EQ(FInbox->SetMessageStatus(size, AsEntry(id), 1, 1, nullptr), MAPI_E_NOT_FOUND);
     ULONG type = 0;
     Ptr<IMessage> none;
-    EXPECT_EQ(FStore->OpenEntry(size, AsEntry(ids[0]), nullptr, 0, &type, reinterpret_cast<LPUNKNOWN*>(Out(none))),
+    EXPECT_EQ(FStore->OpenEntry(size, AsEntry(id), nullptr, 0, &type, reinterpret_cast<LPUNKNOWN*>(Out(none))),
               MAPI_E_NOT_FOUND);
 
     message = OpenMessage(outer);
-    ASSERT_EQ(message->OpenAttach(num, nullptr, MAPI_MODIFY, Out(attach)), S_OK);
-    ASSERT_EQ(openInner(MAPI_MODIFY), S_OK);
+    auto attach = OpenAttachment(*message, 0);
+    auto inner = Embedded(*attach, MAPI_MODIFY);
     EXPECT_EQ(Get(*inner, tag::MessageFlags).Number() & LONG(MSGFLAG_READ), 0);
     // There its flags change as well.
     EXPECT_EQ(inner->SetReadFlag(0), S_OK);
     EXPECT_EQ(inner->SaveChanges(0), S_OK);
     EXPECT_EQ(attach->SaveChanges(0), S_OK);
     EXPECT_EQ(message->SaveChanges(0), S_OK);
-    message = OpenMessage(outer);
-    ASSERT_EQ(message->OpenAttach(num, nullptr, 0, Out(attach)), S_OK);
-    ASSERT_EQ(openInner(0), S_OK);
+    inner = Embedded(*OpenAttachment(*OpenMessage(outer), 0, 0), 0);
     EXPECT_NE(Get(*inner, tag::MessageFlags).Number() & LONG(MSGFLAG_READ), 0);
 }
 

@@ -1,8 +1,11 @@
 #include "tests/client/NotifyFixture.hpp"
 
+#include "tests/client/TableConditions.hpp"
+
 #include <algorithm>
 #include <csignal>
 #include <fcntl.h>
+#include <map>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -15,13 +18,13 @@ constexpr std::chrono::seconds Limit{60};
 
 } // namespace
 
-ULONG DEFTMAPI_STDCALL RecordingSink::OnNotify(ULONG count, mapi::LPNOTIFICATION notifications) noexcept
+ULONG DEFTMAPI_STDCALL RecordingSink::OnNotify(ULONG count, LPNOTIFICATION notifications) noexcept
 {
     std::unique_lock lock(FLock);
     for (ULONG i = 0; i < count; ++i) {
-        const mapi::TABLE_NOTIFICATION& table = notifications[i].info.tab;
+        const TABLE_NOTIFICATION& table = notifications[i].info.tab;
         Event event;
-        EXPECT_EQ(notifications[i].ulEventType, mapi::fnevTableModified);
+        EXPECT_EQ(notifications[i].ulEventType, fnevTableModified);
         event.type = table.ulTableEvent;
         event.result = table.hResult;
         event.thread = std::this_thread::get_id();
@@ -29,7 +32,7 @@ ULONG DEFTMAPI_STDCALL RecordingSink::OnNotify(ULONG count, mapi::LPNOTIFICATION
             event.key = std::get<Bytes>(FromInterface(table.propIndex).data);
         if (table.propPrior.ulPropTag == tag::InstanceKey)
             event.prior = std::get<Bytes>(FromInterface(table.propPrior).data);
-        else if (table.propPrior.ulPropTag != mapi::PT_NULL)
+        else if (table.propPrior.ulPropTag != PT_NULL)
             ADD_FAILURE() << "propPrior";
         for (ULONG k = 0; k < table.row.cValues; ++k)
             event.row.push_back(FromInterface(table.row.lpProps[k]));
@@ -61,48 +64,30 @@ bool RecordingSink::WaitFor(std::size_t count)
 
 std::vector<std::u16string> Describe(const std::vector<Event>& events)
 {
+    static const std::map<ULONG, const char16_t*> names = {
+        {TABLE_ROW_ADDED, u"added "},         {TABLE_ROW_MODIFIED, u"modified "},
+        {TABLE_ROW_DELETED, u"deleted"},      {TABLE_RELOAD, u"reload"},
+        {TABLE_SETCOL_DONE, u"columns set"},  {TABLE_SORT_DONE, u"sorted"},
+        {TABLE_RESTRICT_DONE, u"restricted"}, {TABLE_ERROR, u"failed"}};
     std::vector<std::u16string> lines;
     for (const Event& event : events) {
-        switch (event.type) {
-        case mapi::TABLE_ROW_ADDED:
-            lines.push_back(u"added " + WideAt(event.row, 0));
-            break;
-        case mapi::TABLE_ROW_MODIFIED:
-            lines.push_back(u"modified " + WideAt(event.row, 0));
-            break;
-        case mapi::TABLE_ROW_DELETED:
-            lines.emplace_back(u"deleted");
-            break;
-        case mapi::TABLE_RELOAD:
-            lines.emplace_back(u"reload");
-            break;
-        case mapi::TABLE_SETCOL_DONE:
-            lines.emplace_back(u"columns set");
-            break;
-        case mapi::TABLE_SORT_DONE:
-            lines.emplace_back(u"sorted");
-            break;
-        case mapi::TABLE_RESTRICT_DONE:
-            lines.emplace_back(u"restricted");
-            break;
-        default:
-            lines.emplace_back(u"something else");
-        }
+        const bool hasRow = event.type == TABLE_ROW_ADDED || event.type == TABLE_ROW_MODIFIED;
+        lines.push_back(names.at(event.type) + (hasRow ? WideAt(event.row, 0) : u""));
     }
     return lines;
 }
 
-void TableModel::Load(mapi::IMAPITable& table)
+void TableModel::Load(IMAPITable& table)
 {
     FRows.clear();
     for (Props& row : Rows(table, {FNameTag, tag::InstanceKey}, 1000))
         FRows.emplace_back(std::get<Bytes>(row[1].data), WideAt(row, 0));
 }
 
-void TableModel::Apply(const std::vector<Event>& events, mapi::IMAPITable& table)
+void TableModel::Apply(const std::vector<Event>& events, IMAPITable& table)
 {
     for (const Event& event : events) {
-        if (event.type == mapi::TABLE_RELOAD) {
+        if (event.type == TABLE_RELOAD) {
             Load(table);
             continue;
         }
@@ -110,10 +95,10 @@ void TableModel::Apply(const std::vector<Event>& events, mapi::IMAPITable& table
             return std::find_if(FRows.begin(), FRows.end(), [&](const auto& row) { return row.first == key; });
         };
         const auto it = find(event.key);
-        EXPECT_EQ(it == FRows.end(), event.type == mapi::TABLE_ROW_ADDED);
+        EXPECT_EQ(it == FRows.end(), event.type == TABLE_ROW_ADDED);
         if (it != FRows.end())
             FRows.erase(it);
-        if (event.type == mapi::TABLE_ROW_DELETED)
+        if (event.type == TABLE_ROW_DELETED)
             continue;
         auto place = FRows.begin();
         if (event.prior) {
@@ -186,17 +171,12 @@ void NotifyTest::Start(bool multiThreaded)
 {
     if (multiThreaded) {
         MAPIUninitialize();
-        mapi::MAPIINIT_0 options{mapi::MAPI_INIT_VERSION, mapi::MAPI_MULTITHREAD_NOTIFICATIONS};
-        ASSERT_EQ(MAPIInitialize(&options), mapi::S_OK);
+        MAPIINIT_0 options{MAPI_INIT_VERSION, MAPI_MULTITHREAD_NOTIFICATIONS};
+        ASSERT_EQ(MAPIInitialize(&options), S_OK);
     }
-    ASSERT_EQ(Create(u"p"), mapi::S_OK);
-    FSession = LogOnTo(u"p");
-    FStore = OpenStore(*FSession, Stores(*FSession).at(0).id);
-    ULONG size = 0;
-    MapiBuffer<mapi::ENTRYID> id;
-    ASSERT_EQ(FStore->GetReceiveFolder(nullptr, 0, &size, id.Out(), nullptr), mapi::S_OK);
-    const auto* bytes = reinterpret_cast<const std::uint8_t*>(id.Get());
-    FInbox = OpenFolder(Bytes(bytes, bytes + size));
+    FSession = LogOnToNew(u"p");
+    FStore = OpenFirstStore(*FSession);
+    FInbox = OpenFolder(InboxIdOf(*FStore));
     FSink = Ptr<RecordingSink>(new RecordingSink);
 }
 
@@ -210,32 +190,21 @@ void NotifyTest::TearDown()
     EXPECT_TRUE(Dispatcher::Instance().Rest()) << "the client's thread is left";
 }
 
-Ptr<mapi::IMAPIFolder> NotifyTest::OpenFolder(const Bytes& id) const
+Ptr<IMAPIFolder> NotifyTest::OpenFolder(const Bytes& id) const
 {
-    ULONG type = 0;
-    Ptr<mapi::IMAPIFolder> folder;
-    EXPECT_EQ(FStore->OpenEntry(static_cast<ULONG>(id.size()), AsEntry(id), nullptr, mapi::MAPI_MODIFY, &type,
-                                reinterpret_cast<mapi::LPUNKNOWN*>(Out(folder))),
-              mapi::S_OK);
-    return folder;
+    return Opened<IMAPIFolder>(*FStore, id);
 }
 
-Ptr<mapi::IMessage> NotifyTest::OpenMessage(const Bytes& id) const
+Ptr<IMessage> NotifyTest::OpenMessage(const Bytes& id) const
 {
-    ULONG type = 0;
-    Ptr<mapi::IMessage> message;
-    EXPECT_EQ(FStore->OpenEntry(static_cast<ULONG>(id.size()), AsEntry(id), nullptr, mapi::MAPI_MODIFY, &type,
-                                reinterpret_cast<mapi::LPUNKNOWN*>(Out(message))),
-              mapi::S_OK);
-    return message;
+    return Opened<IMessage>(*FStore, id);
 }
 
 Bytes NotifyTest::AddMessage(const char16_t* subject, ULONG flags) const
 {
-    Ptr<mapi::IMessage> message;
-    EXPECT_EQ(FInbox->CreateMessage(nullptr, flags, Out(message)), mapi::S_OK);
+    auto message = EmptyMessage(*FInbox, flags);
     Set(*message, {Text(tag::Subject, subject)});
-    EXPECT_EQ(message->SaveChanges(mapi::KEEP_OPEN_READWRITE), mapi::S_OK);
+    EXPECT_EQ(message->SaveChanges(KEEP_OPEN_READWRITE), S_OK);
     return Get(*message, tag::EntryId).Blob();
 }
 
@@ -243,48 +212,34 @@ void NotifyTest::SetSubject(const Bytes& id, const char16_t* subject) const
 {
     auto message = OpenMessage(id);
     Set(*message, {Text(tag::Subject, subject)});
-    EXPECT_EQ(message->SaveChanges(0), mapi::S_OK);
+    EXPECT_EQ(message->SaveChanges(0), S_OK);
 }
 
 void NotifyTest::Delete(const Bytes& id) const
 {
-    mapi::SBinary entry{static_cast<ULONG>(id.size()), const_cast<std::uint8_t*>(id.data())};
-    mapi::ENTRYLIST list{1, &entry};
-    EXPECT_EQ(FInbox->DeleteMessages(&list, 0, nullptr, 0), mapi::S_OK);
+    EXPECT_EQ(FInbox->DeleteMessages(Ids({id}), 0, nullptr, 0), S_OK);
 }
 
-Ptr<mapi::IMAPITable> NotifyTest::Contents(bool sorted) const
+Ptr<IMAPITable> NotifyTest::Contents(bool sorted) const
 {
-    Ptr<mapi::IMAPITable> table;
-    EXPECT_EQ(FInbox->GetContentsTable(mapi::MAPI_UNICODE, Out(table)), mapi::S_OK);
-    EXPECT_EQ(table->SetColumns(Tags{tag::Subject, tag::InstanceKey}, 0), mapi::S_OK);
+    auto table = ContentsTable(*FInbox);
+    EXPECT_EQ(table->SetColumns(Tags{tag::Subject, tag::InstanceKey}, 0), S_OK);
     if (sorted) {
-        EXPECT_EQ(SortBy(*table, tag::Subject, 0), mapi::S_OK);
+        EXPECT_EQ(SortBy(*table, tag::Subject, 0), S_OK);
     }
     return table;
 }
 
-mapi::HRESULT NotifyTest::SortBy(mapi::IMAPITable& table, ULONG tag, ULONG flags)
+HRESULT NotifyTest::SortBy(IMAPITable& table, ULONG tag, ULONG flags)
 {
-    mapi::SSortOrderSet order{1, 0, 0, {{tag, mapi::TABLE_SORT_ASCEND}}};
-    return table.SortTable(&order, flags);
+    return table.SortTable(SortKeys{{tag, TABLE_SORT_ASCEND}}, flags);
 }
 
-std::filesystem::path NotifyTest::StorePath() const
+ULONG_PTR NotifyTest::Advise(IMAPITable& table, IMAPIAdviseSink* sink)
 {
-    for (const auto& entry : std::filesystem::recursive_directory_iterator(Home())) {
-        if (entry.path().extension() == ".db" && entry.path().filename() != "profiles.db")
-            return entry.path();
-    }
-    ADD_FAILURE() << "no store file";
-    return {};
-}
-
-mapi::ULONG_PTR NotifyTest::Advise(mapi::IMAPITable& table, mapi::IMAPIAdviseSink* sink)
-{
-    mapi::ULONG_PTR connection = 0;
-    const auto hr = table.Advise(mapi::fnevTableModified, sink, &connection);
-    EXPECT_EQ(hr, mapi::S_OK) << std::hex << hr;
+    ULONG_PTR connection = 0;
+    const auto hr = table.Advise(fnevTableModified, sink, &connection);
+    EXPECT_EQ(hr, S_OK) << std::hex << hr;
     EXPECT_NE(connection, 0u);
     return connection;
 }

@@ -17,21 +17,18 @@ namespace deftmapi::client::test
 struct Event
 {
     ULONG type = 0;
-    mapi::HRESULT result = 0;
+    HRESULT result = 0;
     Bytes key;
     std::optional<Bytes> prior;
     Props row;
     std::thread::id thread;
 };
 
-class RecordingSink final : public ComObject<mapi::IMAPIAdviseSink>
+class RecordingSink final : public ComObject<IMAPIAdviseSink>
 {
 public:
-    [[nodiscard]] bool Implements(const mapi::IID& iid) const noexcept override
-    {
-        return iid == mapi::IID_IMAPIAdviseSink;
-    }
-    ULONG DEFTMAPI_STDCALL OnNotify(ULONG count, mapi::LPNOTIFICATION notifications) noexcept override;
+    [[nodiscard]] bool Implements(const IID& iid) const noexcept override { return iid == IID_IMAPIAdviseSink; }
+    ULONG DEFTMAPI_STDCALL OnNotify(ULONG count, LPNOTIFICATION notifications) noexcept override;
 
     /// What has come since the last call.
     [[nodiscard]] std::vector<Event> Take();
@@ -74,8 +71,8 @@ class TableModel
 public:
     explicit TableModel(ULONG nameTag = tag::Subject) : FNameTag(nameTag) {}
     /// Reads the table, whose columns become the name and the instance key.
-    void Load(mapi::IMAPITable& table);
-    void Apply(const std::vector<Event>& events, mapi::IMAPITable& table);
+    void Load(IMAPITable& table);
+    void Apply(const std::vector<Event>& events, IMAPITable& table);
     [[nodiscard]] std::vector<std::u16string> Names() const;
 
 private:
@@ -89,21 +86,41 @@ protected:
     /// Logs on and opens the Inbox. Without `multiThreaded` events come when they are dispatched.
     void Start(bool multiThreaded);
     void TearDown() override;
-    [[nodiscard]] Ptr<mapi::IMAPIFolder> OpenFolder(const Bytes& id) const;
-    [[nodiscard]] Ptr<mapi::IMessage> OpenMessage(const Bytes& id) const;
+    [[nodiscard]] Ptr<IMAPIFolder> OpenFolder(const Bytes& id) const;
+    [[nodiscard]] Ptr<IMessage> OpenMessage(const Bytes& id) const;
     Bytes AddMessage(const char16_t* subject, ULONG flags = 0) const;
     void SetSubject(const Bytes& id, const char16_t* subject) const;
     void Delete(const Bytes& id) const;
     /// The Inbox, with the columns subject and instance key.
-    [[nodiscard]] Ptr<mapi::IMAPITable> Contents(bool sorted = false) const;
-    static mapi::HRESULT SortBy(mapi::IMAPITable& table, ULONG tag, ULONG flags);
-    [[nodiscard]] std::filesystem::path StorePath() const;
-    static void Dispatch() { EXPECT_EQ(HrDispatchNotifications(0), mapi::S_OK); }
-    [[nodiscard]] static mapi::ULONG_PTR Advise(mapi::IMAPITable& table, mapi::IMAPIAdviseSink* sink);
+    [[nodiscard]] Ptr<IMAPITable> Contents(bool sorted = false) const;
+    static HRESULT SortBy(IMAPITable& table, ULONG tag, ULONG flags);
+    static void Dispatch() { EXPECT_EQ(HrDispatchNotifications(0), S_OK); }
+    static ULONG_PTR Advise(IMAPITable& table, IMAPIAdviseSink* sink);
+    /// The same, watched by FSink.
+    [[nodiscard]] Ptr<IMAPITable> Watched() const
+    {
+        auto table = Contents();
+        Advise(*table, FSink.Get());
+        return table;
+    }
+    /// What FSink was told, in words.
+    [[nodiscard]] std::vector<std::u16string> Told() const { return Describe(FSink->Take()); }
+    /// All that it was told when it has been told so much.
+    [[nodiscard]] std::vector<std::u16string> Heard(std::size_t count) const
+    {
+        EXPECT_TRUE(FSink->WaitFor(count));
+        return Told();
+    }
+    /// All that was to be told by now.
+    [[nodiscard]] std::vector<std::u16string> Dispatched() const
+    {
+        Dispatch();
+        return Told();
+    }
 
-    Ptr<mapi::IMAPISession> FSession;
-    Ptr<mapi::IMsgStore> FStore;
-    Ptr<mapi::IMAPIFolder> FInbox;
+    Ptr<IMAPISession> FSession;
+    Ptr<IMsgStore> FStore;
+    Ptr<IMAPIFolder> FInbox;
     Ptr<RecordingSink> FSink;
 };
 

@@ -2,6 +2,7 @@
 #include "client/notify/Journal.hpp"
 #include "client/notify/TableFeed.hpp"
 #include "tests/client/NotifyFixture.hpp"
+#include "tests/client/TableConditions.hpp"
 
 #include <gmock/gmock.h>
 #include <random>
@@ -11,7 +12,6 @@ namespace deftmapi::client::test
 namespace
 {
 
-using namespace mapi;
 using Lines = std::vector<std::u16string>;
 
 TEST_F(NotifyTest, NothingArrivesBeforeItIsDispatched)
@@ -35,13 +35,10 @@ TEST_F(NotifyTest, NothingArrivesBeforeItIsDispatched)
     EXPECT_EQ(events[0].thread, std::this_thread::get_id());
 
     SetSubject(a, u"z");
-    Dispatch();
-    EXPECT_EQ(Describe(FSink->Take()), Lines{u"modified z"});
+    EXPECT_EQ(Dispatched(), Lines{u"modified z"});
     Delete(b);
     AddMessage(u"hidden", MAPI_ASSOCIATED);
-    ULONG rows = 0;
-    EXPECT_EQ(table->GetRowCount(0, &rows), S_OK); // a call of the table dispatches in passing
-    EXPECT_EQ(rows, 1u);
+    EXPECT_EQ(RowCount(*table), 1u); // a call of the table dispatches in passing
     events = FSink->Take();
     EXPECT_EQ(Describe(events), Lines{u"deleted"});
     EXPECT_TRUE(events.at(0).row.empty());
@@ -49,8 +46,7 @@ TEST_F(NotifyTest, NothingArrivesBeforeItIsDispatched)
     EXPECT_EQ(table->Unadvise(connection), S_OK);
     EXPECT_EQ(table->Unadvise(connection), MAPI_E_NOT_FOUND);
     AddMessage(u"c");
-    Dispatch();
-    EXPECT_TRUE(FSink->Take().empty());
+    EXPECT_EQ(Dispatched(), Lines());
 }
 
 TEST_F(NotifyTest, AdvisingIsRefusedWhereNothingCanCome)
@@ -73,13 +69,8 @@ TEST_F(NotifyTest, RowsThatStartOrStopFittingComeAndGo)
     const Bytes b = AddMessage(u"match b");
     const Bytes d = AddMessage(u"other d");
     auto table = Contents(true);
-    const auto prefix = Text(tag::Subject, u"match");
-    SRestriction restriction{};
-    restriction.rt = RES_CONTENT;
-    restriction.res.resContent = {FL_PREFIX | FL_IGNORECASE, tag::Subject, const_cast<LPSPropValue>(&prefix)};
-    ASSERT_EQ(table->Restrict(&restriction, 0), S_OK);
-    const auto connection = Advise(*table, FSink.Get());
-    static_cast<void>(connection);
+    ASSERT_EQ(table->Restrict(Starts(Text(tag::Subject, u"match")), 0), S_OK);
+    Advise(*table, FSink.Get());
     TableModel model;
     model.Load(*table);
     static_cast<void>(FSink->Take());
@@ -97,15 +88,13 @@ TEST_F(NotifyTest, RowsThatStartOrStopFittingComeAndGo)
     model.Apply(events, *table);
     EXPECT_EQ(model.Names(), (Lines{u"match b", u"match z"}));
     SetSubject(b, u"no match");
-    Dispatch();
-    EXPECT_EQ(Describe(FSink->Take()), Lines{u"deleted"});
+    EXPECT_EQ(Dispatched(), Lines{u"deleted"});
 }
 
 TEST_F(NotifyTest, TheRowHasTheColumnsAndTheWidthOfTheTable)
 {
     Start(false);
-    auto table = Contents();
-    static_cast<void>(Advise(*table, FSink.Get()));
+    auto table = Watched();
     constexpr ULONG NarrowSubject = (tag::Subject & 0xFFFF0000u) | PT_STRING8;
     ASSERT_EQ(table->SetColumns(Tags{tag::Subject, PT_NULL, tag::MessageFlags, 0x7FFE001F}, 0), S_OK);
     AddMessage(u"one");
@@ -120,8 +109,7 @@ TEST_F(NotifyTest, TheRowHasTheColumnsAndTheWidthOfTheTable)
     Dispatch();
     ASSERT_EQ(SortBy(*table, tag::Subject, TBL_ASYNC), S_OK);
     ASSERT_EQ(table->Restrict(nullptr, TBL_ASYNC), S_OK);
-    Dispatch();
-    EXPECT_EQ(Describe(FSink->Take()), (Lines{u"columns set", u"sorted", u"restricted"}));
+    EXPECT_EQ(Dispatched(), (Lines{u"columns set", u"sorted", u"restricted"}));
 }
 
 TEST_F(NotifyTest, FoldersTellOfTheirFoldersAndCounters)
@@ -130,23 +118,16 @@ TEST_F(NotifyTest, FoldersTellOfTheirFoldersAndCounters)
     Ptr<IMAPITable> table;
     ASSERT_EQ(FInbox->GetHierarchyTable(MAPI_UNICODE | CONVENIENT_DEPTH, Out(table)), S_OK);
     ASSERT_EQ(table->SetColumns(Tags{tag::DisplayName, tag::ContentCount, tag::Subfolders}, 0), S_OK);
-    static_cast<void>(Advise(*table, FSink.Get()));
-    const auto create = [](IMAPIFolder& parent, const char16_t* name) {
-        Ptr<IMAPIFolder> folder;
-        EXPECT_EQ(parent.CreateFolder(FOLDER_GENERIC, W(name), nullptr, nullptr, MAPI_UNICODE, Out(folder)), S_OK);
-        return folder;
-    };
-    auto m = create(*FInbox, u"m");
-    auto deep = create(*m, u"deep");
-    auto a = create(*FInbox, u"a");
+    Advise(*table, FSink.Get());
+    auto m = NewFolder(*FInbox, u"m");
+    auto deep = NewFolder(*m, u"deep");
+    auto a = NewFolder(*FInbox, u"a");
     Dispatch();
     auto events = FSink->Take();
     EXPECT_EQ(Describe(events), (Lines{u"added a", u"added m", u"added deep"}));
     EXPECT_EQ(NumberAt(events.at(1).row, 2), 1);
 
-    Ptr<IMessage> message;
-    ASSERT_EQ(deep->CreateMessage(nullptr, 0, Out(message)), S_OK);
-    ASSERT_EQ(message->SaveChanges(0), S_OK);
+    ASSERT_EQ(EmptyMessage(*deep)->SaveChanges(0), S_OK);
     Dispatch();
     events = FSink->Take();
     EXPECT_EQ(Describe(events), Lines{u"modified deep"});
@@ -154,29 +135,20 @@ TEST_F(NotifyTest, FoldersTellOfTheirFoldersAndCounters)
     EXPECT_EQ(events.at(0).prior, (Bytes(Get(*m, tag::InstanceKey).Blob())));
 
     Set(*a, {Text(tag::DisplayName, u"z")});
-    Dispatch();
-    EXPECT_EQ(Describe(FSink->Take()), Lines{u"modified z"});
+    EXPECT_EQ(Dispatched(), Lines{u"modified z"});
     Set(*m, {Text(tag::DisplayName, u"zz")}); // its subfolder goes along
-    Dispatch();
-    EXPECT_EQ(Describe(FSink->Take()), Lines{u"reload"});
+    EXPECT_EQ(Dispatched(), Lines{u"reload"});
     const Bytes id = Get(*m, tag::EntryId).Blob();
     ASSERT_EQ(FInbox->DeleteFolder(static_cast<ULONG>(id.size()), AsEntry(id), 0, nullptr, DEL_FOLDERS | DEL_MESSAGES),
               S_OK);
-    Dispatch();
-    EXPECT_EQ(Describe(FSink->Take()), (Lines{u"deleted", u"deleted"}));
+    EXPECT_EQ(Dispatched(), (Lines{u"deleted", u"deleted"}));
 }
 
 TEST_F(NotifyTest, TooMuchAtOnceIsAReload)
 {
     Start(false);
-    auto table = Contents();
-    static_cast<void>(Advise(*table, FSink.Get()));
-    ULONG type = 0;
-    Ptr<IMAPIFolder> parent;
-    const Bytes parentId = Get(*FInbox, tag::ParentEntryId).Blob();
-    ASSERT_EQ(FStore->OpenEntry(static_cast<ULONG>(parentId.size()), AsEntry(parentId), nullptr, 0, &type,
-                                reinterpret_cast<LPUNKNOWN*>(Out(parent))),
-              S_OK);
+    auto table = Watched();
+    auto parent = OpenFolder(Get(*FInbox, tag::ParentEntryId).Blob());
     Ptr<IMAPITable> folders;
     ASSERT_EQ(parent->GetHierarchyTable(MAPI_UNICODE, Out(folders)), S_OK);
     ASSERT_EQ(folders->SetColumns(Tags{tag::DisplayName, tag::ContentCount}, 0), S_OK);
@@ -185,39 +157,34 @@ TEST_F(NotifyTest, TooMuchAtOnceIsAReload)
     Dispatch();
     static_cast<void>(FSink->Take());
     // One entry more than the journal keeps, about one row: what came before them is lost.
-    StorePtr file = StoreFile::Open(StorePath());
+    StorePtr file = StoreFile::Open(OnlyStoreFile());
     file->Db().Execute("WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < " +
                        std::to_string(JournalKept + 2048) +
                        ") INSERT INTO journal (kind, object, folder) SELECT 3, 1, 3 FROM n");
     file.reset();
-    Dispatch();
-    EXPECT_EQ(Describe(FSink->Take()), Lines{u"reload"});
+    EXPECT_EQ(Dispatched(), Lines{u"reload"});
     Delete(first);
-    Dispatch();
-    EXPECT_EQ(Describe(FSink->Take()), Lines{u"deleted"});
+    EXPECT_EQ(Dispatched(), Lines{u"deleted"});
 
-    OtherProcess other(StorePath());
+    OtherProcess other(OnlyStoreFile());
     ASSERT_EQ(other.Do("burst " + std::to_string(MaximumRowEvents)), "ok");
     Dispatch();
     EXPECT_EQ(FSink->Take().size(), MaximumRowEvents);
-    static_cast<void>(Advise(*folders, folderSink.Get()));
+    Advise(*folders, folderSink.Get());
     ASSERT_EQ(other.Do("burst " + std::to_string(MaximumRowEvents + 1)), "ok");
-    Dispatch();
-    EXPECT_EQ(Describe(FSink->Take()), Lines{u"reload"});
+    EXPECT_EQ(Dispatched(), Lines{u"reload"});
     // To the tree of folders it is one row.
     const auto rows = folderSink->Take();
     EXPECT_EQ(Describe(rows), Lines{u"modified Inbox"});
     EXPECT_EQ(NumberAt(rows.at(0).row, 1), std::int64_t{2 * MaximumRowEvents + 1});
     AddMessage(u"one more");
-    Dispatch();
-    EXPECT_EQ(Describe(FSink->Take()), Lines{u"added one more"});
+    EXPECT_EQ(Dispatched(), Lines{u"added one more"});
 
     // A file that was put back as it had been: its numbers are smaller than those that were seen.
-    file = StoreFile::Open(StorePath());
+    file = StoreFile::Open(OnlyStoreFile());
     file->Db().Execute("DELETE FROM journal WHERE seq > (SELECT max(seq) - 1 FROM journal)");
     file.reset();
-    Dispatch();
-    EXPECT_EQ(Describe(FSink->Take()), Lines{u"reload"});
+    EXPECT_EQ(Dispatched(), Lines{u"reload"});
 }
 
 TEST_F(NotifyTest, ATableWithARowPerValueIsReadAnew)
@@ -226,22 +193,63 @@ TEST_F(NotifyTest, ATableWithARowPerValueIsReadAnew)
     constexpr ULONG Words = 0x6801101F;
     auto table = Contents();
     ASSERT_EQ(SortBy(*table, Words | MVI_FLAG, 0), S_OK);
-    static_cast<void>(Advise(*table, FSink.Get()));
+    Advise(*table, FSink.Get());
     AddMessage(u"a");
-    Dispatch();
-    EXPECT_EQ(Describe(FSink->Take()), Lines{u"reload"});
+    EXPECT_EQ(Dispatched(), Lines{u"reload"});
     ASSERT_EQ(SortBy(*table, tag::Subject, 0), S_OK);
     AddMessage(u"b");
-    Dispatch();
-    EXPECT_EQ(Describe(FSink->Take()), Lines{u"added b"});
+    EXPECT_EQ(Dispatched(), Lines{u"added b"});
+}
+
+TEST_F(NotifyTest, TheTablesOfStoresAndResourcesTellOfChanges)
+{
+    auto session = LogOnToNew(u"p");
+    Ptr<IMAPITable> tables[2] = {StoresTable(*session), {}};
+    ASSERT_EQ(session->GetStatusTable(Unicode, Out(tables[1])), S_OK);
+    const Ptr<RecordingSink> sinks[2] = {Ptr<RecordingSink>(new RecordingSink), Ptr<RecordingSink>(new RecordingSink)};
+    for (int i = 0; i < 2; ++i) {
+        ASSERT_EQ(tables[i]->SetColumns(Tags{tag::DisplayName, tag::DefaultStore, tag::ResourceFlags}, 0), S_OK);
+        Advise(*tables[i], sinks[i].Get());
+    }
+    const auto expect = [&](const Lines& lines, const char* why = "") {
+        Dispatch();
+        for (const auto& sink : sinks)
+            EXPECT_EQ(Describe(sink->Take()), lines) << why;
+    };
+    expect({});
+    // By another session of the process.
+    auto other = LogOnTo(u"p");
+    auto services = Services(*other);
+    MAPIUID uid = AddService(*services);
+    expect({}, "it has no store yet");
+    const auto rename = [&](const char16_t* name) {
+        SPropValue value = Text(tag::DisplayName, name);
+        ASSERT_EQ(services->ConfigureMsgService(&uid, 0, 0, 1, &value), S_OK);
+    };
+    rename(u"Archive");
+    expect({u"added Archive"});
+    EXPECT_EQ(Rows(*tables[0], {tag::DisplayName}).size(), 2u) << "the table that was open has it, too";
+    rename(u"Old mail");
+    expect({u"modified Old mail"});
+    const Bytes second = Stores(*session).at(1).id;
+    ASSERT_EQ(session->SetDefaultStore(MAPI_DEFAULT_STORE, static_cast<ULONG>(second.size()), AsEntry(second)), S_OK);
+    expect({u"modified Personal Folders", u"modified Old mail"});
+    ASSERT_EQ(Create(u"another"), S_OK);
+    expect({}, "a profile that is none of the session's");
+    ASSERT_EQ(services->DeleteMsgService(&uid), S_OK);
+    expect({u"deleted", u"modified Personal Folders"}, "which is the default store now");
+    ASSERT_EQ(Admin()->DeleteProfile(W(u"p"), Unicode), S_OK);
+    expect({}, "the session keeps the stores that it had");
+    ASSERT_EQ(session->Logoff(0, 0, 0), S_OK);
+    EXPECT_EQ(sinks[0]->AddRef(), 2u) << "the logoff ends the connections";
+    sinks[0]->Release();
 }
 
 TEST_F(NotifyTest, AFailureIsToldOnceAndWhatHappenedMeanwhileAfterIt)
 {
     Start(false);
-    auto table = Contents();
-    static_cast<void>(Advise(*table, FSink.Get()));
-    StorePtr file = StoreFile::Open(StorePath());
+    auto table = Watched();
+    StorePtr file = StoreFile::Open(OnlyStoreFile());
     file->Db().Execute("ALTER TABLE journal RENAME COLUMN seq TO elsewhere");
     AddMessage(u"a");
     Dispatch();
@@ -252,8 +260,7 @@ TEST_F(NotifyTest, AFailureIsToldOnceAndWhatHappenedMeanwhileAfterIt)
     EXPECT_TRUE(Failed(events[0].result));
     file->Db().Execute("ALTER TABLE journal RENAME COLUMN elsewhere TO seq");
     AddMessage(u"b");
-    Dispatch();
-    EXPECT_EQ(Describe(FSink->Take()), (Lines{u"added a", u"added b"}));
+    EXPECT_EQ(Dispatched(), (Lines{u"added a", u"added b"}));
 }
 
 /// A table, its sink and what a program makes of what the sink is told.
@@ -281,24 +288,16 @@ struct Followed
 TEST_F(NotifyTest, ATableThatFollowsItsEventsIsTheTableReadAnew)
 {
     Start(false);
-    OtherProcess other(StorePath());
+    OtherProcess other(OnlyStoreFile());
     std::vector<Followed> all;
     all.emplace_back(Contents(), tag::Subject);
     all.emplace_back(Contents(true), tag::Subject); // by an index
     all.emplace_back(Contents(), tag::Subject);
-    struct
-    {
-        ULONG counts[3] = {2, 0, 0};
-        SSortOrder keys[2] = {{tag::MessageFlags, TABLE_SORT_DESCEND}, {tag::Subject, TABLE_SORT_DESCEND}};
-    } twoKeys; // no index has this order
-    ASSERT_EQ(all[2].table->SortTable(reinterpret_cast<LPSSortOrderSet>(&twoKeys), 0), S_OK);
-    auto bound = Text(tag::Subject, u"m");
-    SRestriction firstHalf{};
-    firstHalf.rt = RES_PROPERTY;
-    firstHalf.res.resProperty = {RELOP_LT, tag::Subject, &bound};
+    SortKeys twoKeys{{tag::MessageFlags, TABLE_SORT_DESCEND}, {tag::Subject, TABLE_SORT_DESCEND}}; // no index has it
+    ASSERT_EQ(all[2].table->SortTable(twoKeys, 0), S_OK);
     for (const bool sorted : {false, true}) {
         all.emplace_back(Contents(sorted), tag::Subject);
-        ASSERT_EQ(all.back().table->Restrict(&firstHalf, 0), S_OK);
+        ASSERT_EQ(all.back().table->Restrict(Is(Text(tag::Subject, u"m"), RELOP_LT), 0), S_OK);
     }
 
     std::mt19937 random(20240601);
@@ -373,8 +372,6 @@ TEST_F(NotifyTest, AFolderTreeThatFollowsItsEventsIsTheTreeReadAnew)
             auto target = open(two);
             if (!folder || !target)
                 continue;
-            Ptr<IMAPIFolder> made;
-            Ptr<IMessage> message;
             switch (random() % 6) {
             case 0:
                 if (one != ids[0])
@@ -391,14 +388,10 @@ TEST_F(NotifyTest, AFolderTreeThatFollowsItsEventsIsTheTreeReadAnew)
                     Set(*folder, {Text(tag::DisplayName, name.c_str())});
                 break;
             case 3:
-                ASSERT_EQ(folder->CreateMessage(nullptr, 0, Out(message)), S_OK);
-                ASSERT_EQ(message->SaveChanges(0), S_OK);
+                ASSERT_EQ(EmptyMessage(*folder)->SaveChanges(0), S_OK);
                 break;
             default:
-                ASSERT_EQ(
-                    folder->CreateFolder(FOLDER_GENERIC, W(name.c_str()), nullptr, nullptr, MAPI_UNICODE, Out(made)),
-                    S_OK);
-                ids.push_back(Get(*made, tag::EntryId).Blob());
+                ids.push_back(Get(*NewFolder(*folder, name.c_str()), tag::EntryId).Blob());
             }
         }
         Dispatch();

@@ -50,47 +50,46 @@ public:
     }
 
 private:
-    bool Do(const std::string& command, Bytes id)
+    bool Do(const std::string& command, const Bytes& id)
     {
-        mapi::SBinary entry{static_cast<ULONG>(id.size()), id.data()};
-        mapi::ENTRYLIST list{1, &entry};
+        Ids list({id});
         if (command == "delete")
-            return FInbox->DeleteMessages(&list, 0, nullptr, 0) == mapi::S_OK;
+            return FInbox->DeleteMessages(list, 0, nullptr, 0) == S_OK;
         if (command == "mail") {
-            mapi::NOTIFICATION mail{};
-            mail.ulEventType = mapi::fnevNewMail;
-            mail.info.newmail.cbEntryID = entry.cb;
+            NOTIFICATION mail{};
+            mail.ulEventType = fnevNewMail;
+            mail.info.newmail.cbEntryID = static_cast<ULONG>(id.size());
             mail.info.newmail.lpEntryID = AsEntry(id);
-            return OpenStoreObject(FFile, true, false)->NotifyNewMail(&mail) == mapi::S_OK;
+            return OpenStoreObject(FFile, true, false)->NotifyNewMail(&mail) == S_OK;
         }
         const auto drafts = OpenFolderRow(FFile, static_cast<std::int64_t>(SpecialFolder::Drafts), true);
-        return FInbox->CopyMessages(&list, nullptr, drafts.Get(), 0, nullptr,
-                                    command == "move" ? mapi::MESSAGE_MOVE : 0) == mapi::S_OK;
+        return FInbox->CopyMessages(list, nullptr, drafts.Get(), 0, nullptr, command == "move" ? MESSAGE_MOVE : 0) ==
+               S_OK;
     }
     bool Add(const std::u16string& subject)
     {
-        Ptr<mapi::IMessage> message;
-        if (FInbox->CreateMessage(nullptr, 0, Out(message)) != mapi::S_OK)
+        Ptr<IMessage> message;
+        if (FInbox->CreateMessage(nullptr, 0, Out(message)) != S_OK)
             return false;
         Set(*message, {Text(tag::Subject, subject.c_str())});
-        return message->SaveChanges(0) == mapi::S_OK;
+        return message->SaveChanges(0) == S_OK;
     }
 
-    std::vector<Ptr<mapi::IMessage>> Named(const std::string& subject)
+    std::vector<Ptr<IMessage>> Named(const std::string& subject)
     {
         std::vector<std::int64_t> rows;
         Query query = FFile->Db().Prepare("SELECT id FROM messages WHERE normalized_subject = ?1");
         query.BindText(1, subject);
         while (query.Step())
             rows.push_back(query.Number(0));
-        std::vector<Ptr<mapi::IMessage>> messages;
+        std::vector<Ptr<IMessage>> messages;
         for (const std::int64_t row : rows)
             messages.push_back(OpenMessageRow(FFile, row, true));
         return messages;
     }
 
     StorePtr FFile;
-    Ptr<mapi::IMAPIFolder> FInbox;
+    Ptr<IMAPIFolder> FInbox;
     std::optional<Transaction> FHeld;
 };
 

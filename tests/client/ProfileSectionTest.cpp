@@ -5,15 +5,12 @@
 #include "client/store/Database.hpp"
 
 #include <array>
-#include <atomic>
 #include <cstring>
 
 namespace deftmapi::client::test
 {
 namespace
 {
-
-using namespace mapi;
 
 constexpr MAPIUID Global = {
     {0x13, 0xDB, 0xB0, 0xC8, 0xAA, 0x05, 0x10, 0x1A, 0x9B, 0xB0, 0x00, 0xAA, 0x00, 0x2F, 0xC4, 0x5A}};
@@ -28,21 +25,6 @@ MAPIUID Other(std::uint8_t number)
     return uid;
 }
 
-/// Counts the ends of sessions that it is told of.
-class EndSink final : public ComObject<IMAPIAdviseSink>
-{
-public:
-    [[nodiscard]] bool Implements(const IID& iid) const noexcept override { return iid == IID_IMAPIAdviseSink; }
-    ULONG DEFTMAPI_STDCALL OnNotify(ULONG count, LPNOTIFICATION notifications) noexcept override
-    {
-        for (ULONG i = 0; i < count; ++i)
-            if (notifications[i].ulEventType == fnevExtended && notifications[i].info.ext.cb == 0)
-                ++ends;
-        return 0;
-    }
-    std::atomic<int> ends{0};
-};
-
 class ProfileSectionTest : public SessionTest
 {
 protected:
@@ -55,17 +37,19 @@ protected:
     }
     static HRESULT SetLong(IMAPIProp& prop, ULONG tag, LONG number)
     {
-        SPropValue value{};
-        value.ulPropTag = tag;
-        value.Value.l = number;
+        SPropValue value = Long(tag, number);
         return prop.SetProps(1, &value, nullptr);
+    }
+    static std::uint64_t SizeOf(IStream& stream)
+    {
+        STATSTG stat{};
+        EXPECT_EQ(stream.Stat(&stat, STATFLAG_NONAME), S_OK);
+        return stat.cbSize.QuadPart;
     }
     [[nodiscard]] static MAPIUID FirstService(IMAPISession& session, ULONG column)
     {
-        Ptr<IMsgServiceAdmin> services;
-        EXPECT_EQ(session.AdminServices(0, Out(services)), S_OK);
         Ptr<IMAPITable> table;
-        EXPECT_EQ(services->GetProviderTable(0, Out(table)), S_OK);
+        EXPECT_EQ(Services(session)->GetProviderTable(0, Out(table)), S_OK);
         const Bytes bytes = std::get<Bytes>(Rows(*table, {column}).at(0)[0].data);
         MAPIUID uid{};
         std::memcpy(&uid, bytes.data(), sizeof uid);
@@ -75,9 +59,8 @@ protected:
 
 TEST_F(ProfileSectionTest, SettingsAreKeptAtOnceAndForTheirProfile)
 {
-    ASSERT_EQ(Create(u"p"), S_OK);
+    auto session = LogOnToNew(u"p");
     ASSERT_EQ(Create(u"q"), S_OK);
-    auto session = LogOnTo(u"p");
     EXPECT_FALSE(Section(*session, Other(1), 0, MAPI_E_NOT_FOUND));
     {
         const auto global = Section(*session, Global, 0);
@@ -94,11 +77,7 @@ TEST_F(ProfileSectionTest, SettingsAreKeptAtOnceAndForTheirProfile)
 
     // One of the application's own, with a value that is written as a stream.
     const auto own = Section(*session, Other(1), MAPI_MODIFY);
-    Ptr<IUnknown> opened;
-    ASSERT_EQ(own->OpenProperty(Settings, &IID_IStream, 0, MAPI_CREATE | MAPI_MODIFY, Out(opened)), S_OK);
-    Ptr<IStream> stream;
-    ASSERT_EQ(opened->QueryInterface(IID_IStream, OutVoid(stream)), S_OK);
-    opened.Reset();
+    auto stream = OpenStream(*own, Settings, MAPI_CREATE | MAPI_MODIFY);
     const auto kept = [&] {
         const Bytes bytes = Get(*Section(*LogOnTo(u"p"), Other(1), 0), Settings).Blob();
         return std::string(bytes.begin(), bytes.end());
@@ -111,8 +90,7 @@ TEST_F(ProfileSectionTest, SettingsAreKeptAtOnceAndForTheirProfile)
     ASSERT_EQ(stream->Write("s", 1, nullptr), S_OK);
     stream.Reset();
     EXPECT_EQ(kept(), "settings") << "the end of the stream keeps the rest";
-    SPropTagArray tag{1, {Settings}};
-    ASSERT_EQ(own->DeleteProps(&tag, nullptr), S_OK);
+    ASSERT_EQ(own->DeleteProps(Tags{Settings}, nullptr), S_OK);
     EXPECT_EQ(Get(*Section(*session, Other(1), 0), Settings).Error(), MAPI_E_NOT_FOUND);
     GUID set = PS_PUBLIC_STRINGS;
     MAPINAMEID name{&set, MNID_ID, {}};
@@ -123,31 +101,17 @@ TEST_F(ProfileSectionTest, SettingsAreKeptAtOnceAndForTheirProfile)
 
 TEST_F(ProfileSectionTest, AValueHasAtMostAMegabyteByEitherRoad)
 {
-    ASSERT_EQ(Create(u"p"), S_OK);
-    auto session = LogOnTo(u"p");
+    auto session = LogOnToNew(u"p");
     const auto section = Section(*session, Other(1), MAPI_MODIFY);
     constexpr std::size_t limit = 1024 * 1024;
     Bytes large(limit + 1, 7);
-    SPropValue values[2] = {};
-    values[0].ulPropTag = Settings;
-    values[0].Value.bin = {limit, large.data()};
-    values[1].ulPropTag = ConfigFlags;
+    SPropValue values[2] = {Binary(Settings, large), Long(ConfigFlags, 0)};
+    values[0].Value.bin.cb = limit;
     MapiBuffer<SPropProblemArray> problems;
     ASSERT_EQ(section->SetProps(2, values, problems.Out()), S_OK);
     EXPECT_FALSE(problems);
 
-    const auto openStream = [&](ULONG tag, ULONG flags) {
-        Ptr<IUnknown> opened;
-        EXPECT_EQ(section->OpenProperty(tag, &IID_IStream, 0, flags, Out(opened)), S_OK);
-        Ptr<IStream> stream;
-        EXPECT_EQ(opened->QueryInterface(IID_IStream, OutVoid(stream)), S_OK);
-        return stream;
-    };
-    const auto size = [&] {
-        STATSTG stat{};
-        EXPECT_EQ(openStream(Settings, 0)->Stat(&stat, STATFLAG_NONAME), S_OK);
-        return stat.cbSize.QuadPart;
-    };
+    const auto size = [&] { return SizeOf(*OpenStream(*section, Settings, 0)); };
     EXPECT_EQ(size(), limit);
 
     values[0].Value.bin.cb = limit + 1;
@@ -160,7 +124,7 @@ TEST_F(ProfileSectionTest, AValueHasAtMostAMegabyteByEitherRoad)
     EXPECT_EQ(size(), limit) << "the old value stays";
     EXPECT_EQ(Get(*section, ConfigFlags).Number(), 5) << "and the other property is set";
 
-    const auto stream = openStream(Settings, MAPI_CREATE | MAPI_MODIFY);
+    const auto stream = OpenStream(*section, Settings, MAPI_CREATE | MAPI_MODIFY);
     EXPECT_EQ(stream->Write(large.data(), limit + 1, nullptr), STG_E_MEDIUMFULL);
     EXPECT_EQ(stream->Write(large.data(), limit, nullptr), S_OK);
     EXPECT_EQ(stream->Write(large.data(), 1, nullptr), STG_E_MEDIUMFULL);
@@ -170,16 +134,58 @@ TEST_F(ProfileSectionTest, AValueHasAtMostAMegabyteByEitherRoad)
     ASSERT_EQ(stream->Commit(0), S_OK);
     EXPECT_EQ(size(), limit);
     // Narrow text is kept as wide text.
-    const auto text = openStream(tag::Comment - 1, MAPI_CREATE | MAPI_MODIFY);
+    const auto text = OpenStream(*section, tag::Comment - 1, MAPI_CREATE | MAPI_MODIFY);
     EXPECT_EQ(text->Write(large.data(), limit / 2, nullptr), S_OK);
     EXPECT_EQ(text->Write(large.data(), 1, nullptr), STG_E_MEDIUMFULL);
     EXPECT_EQ(text->Commit(0), S_OK);
 }
 
+TEST_F(ProfileSectionTest, AStreamIsRevertedToWhatTheSectionHas)
+{
+    auto session = LogOnToNew(u"p");
+    const auto section = Section(*session, Other(1), MAPI_MODIFY);
+    const auto kept = [&](ULONG tag) { return Get(*Section(*LogOnTo(u"p"), Other(1), 0), tag); };
+    const auto write = [](IStream& stream, const char* text) {
+        EXPECT_EQ(stream.Write(text, static_cast<ULONG>(std::strlen(text)), nullptr), S_OK);
+    };
+    // One that was never there, and is not by the stream's end.
+    auto stream = OpenStream(*section, Settings, MAPI_CREATE | MAPI_MODIFY);
+    write(*stream, "new");
+    EXPECT_EQ(stream->Revert(), S_OK);
+    stream.Reset();
+    EXPECT_EQ(kept(Settings).Error(), MAPI_E_NOT_FOUND);
+    // What somebody else has set meanwhile stays; what was read at the beginning comes back to the stream.
+    Set(*section, {Binary(Settings, {1, 2, 3}), Text(tag::Comment, u"old")});
+    for (const ULONG flags : {MAPI_MODIFY, MAPI_CREATE | MAPI_MODIFY}) {
+        stream = OpenStream(*section, Settings, flags);
+        write(*stream, "new");
+        Set(*Section(*LogOnTo(u"p"), Other(1), MAPI_MODIFY), {Binary(Settings, {4, 5})});
+        EXPECT_EQ(stream->Revert(), S_OK);
+        EXPECT_EQ(SizeOf(*stream), flags & MAPI_CREATE ? 0u : 3u);
+        stream.Reset();
+        EXPECT_EQ(kept(Settings).Blob(), (Bytes{4, 5}));
+        Set(*section, {Binary(Settings, {1, 2, 3})});
+    }
+    stream = OpenStream(*section, tag::Comment - 1, MAPI_MODIFY); // narrow, of a text that is kept wide
+    write(*stream, "new");
+    EXPECT_EQ(stream->Revert(), S_OK);
+    stream.Reset();
+    EXPECT_EQ(kept(tag::Comment).Wide(), u"old");
+    // A commit is final, and the stream says so of what is written after it.
+    stream = OpenStream(*section, Settings, MAPI_MODIFY);
+    write(*stream, "new");
+    ASSERT_EQ(stream->Commit(STGC_DEFAULT), S_OK);
+    EXPECT_EQ(stream->Revert(), S_OK);
+    EXPECT_EQ(kept(Settings).Blob(), (Bytes{'n', 'e', 'w'}));
+    write(*stream, "er");
+    EXPECT_EQ(stream->Revert(), STG_E_INVALIDFUNCTION);
+    stream.Reset();
+    EXPECT_EQ(kept(Settings).Blob(), (Bytes{'n', 'e', 'w', 'e', 'r'}));
+}
+
 TEST_F(ProfileSectionTest, SectionsGoWithTheirServiceAndCopyWithTheirProfile)
 {
-    ASSERT_EQ(Create(u"p"), S_OK);
-    auto session = LogOnTo(u"p");
+    auto session = LogOnToNew(u"p");
     const MAPIUID service = FirstService(*session, tag::ServiceUid);
     const MAPIUID provider = FirstService(*session, tag::ProviderUid);
     ASSERT_EQ(SetLong(*Section(*session, service, MAPI_MODIFY), ConfigFlags, 1), S_OK);
@@ -187,8 +193,7 @@ TEST_F(ProfileSectionTest, SectionsGoWithTheirServiceAndCopyWithTheirProfile)
     ASSERT_EQ(SetLong(*Section(*session, Other(9), MAPI_MODIFY), ConfigFlags, 3), S_OK);
 
     // The administration of the service's providers opens the same sections.
-    Ptr<IMsgServiceAdmin> services;
-    ASSERT_EQ(session->AdminServices(0, Out(services)), S_OK);
+    auto services = Services(*session);
     Ptr<IProviderAdmin> providers;
     MAPIUID uid = Other(5);
     EXPECT_EQ(services->AdminProviders(&uid, 0, Out(providers)), MAPI_E_NOT_FOUND);
@@ -225,11 +230,8 @@ TEST_F(ProfileSectionTest, SectionsGoWithTheirServiceAndCopyWithTheirProfile)
 TEST_F(ProfileSectionTest, AFileOfTheFirstVersionGetsSections)
 {
     ASSERT_EQ(Create(u"p", u"pw"), S_OK);
-    {
-        Database database(Home() / "profiles.db", Database::Mode::Open);
-        database.Execute("DROP TABLE sections");
-        database.Execute("PRAGMA user_version = 1");
-    }
+    for (const char* sql : {"DROP TABLE sections", "PRAGMA user_version = 1"})
+        Database(Home() / "profiles.db", Database::Mode::Open).Execute(sql);
     EXPECT_EQ(TryLogOn(u"p", u"wrong"), MAPI_E_LOGON_FAILED);
     Ptr<IMAPISession> session;
     ASSERT_EQ(MAPILogonEx(0, W(u"p"), W(u"pw"), Logon, Out(session)), S_OK);
@@ -238,23 +240,24 @@ TEST_F(ProfileSectionTest, AFileOfTheFirstVersionGetsSections)
 
 TEST_F(ProfileSectionTest, TheStatusTableAndTheSpooler)
 {
-    ASSERT_EQ(Create(u"Profil Ä"), S_OK);
-    auto session = LogOnTo(u"Profil Ä");
+    auto session = LogOnToNew(u"Profil Ä");
     Ptr<IMAPITable> table;
     ASSERT_EQ(session->GetStatusTable(Unicode, Out(table)), S_OK);
     const auto rows = Rows(*table, {tag::ResourceType, tag::EntryId, tag::DisplayName});
     ASSERT_EQ(rows.size(), 3u);
+    ULONG type = 0;
+    const auto open = [&](const Bytes& id, LPCIID iid, HRESULT expected) {
+        Ptr<IUnknown> object;
+        EXPECT_EQ(session->OpenEntry(static_cast<ULONG>(id.size()), AsEntry(id), iid, 0, &type, Out(object)), expected);
+        return object;
+    };
     const ULONG types[] = {MAPI_SUBSYSTEM, MAPI_SPOOLER, MAPI_STORE_PROVIDER};
     const std::u16string names[] = {u"Profil Ä", u"Deft MAPI spooler", u"Personal Folders"};
     for (std::size_t i = 0; i < rows.size(); ++i) {
         EXPECT_EQ(NumberAt(rows[i], 0), types[i]);
         EXPECT_EQ(WideAt(rows[i], 2), names[i]);
-        Bytes id = std::get<Bytes>(rows[i][1].data);
-        ULONG type = 0;
-        Ptr<IUnknown> object;
-        ASSERT_EQ(session->OpenEntry(static_cast<ULONG>(id.size()), reinterpret_cast<LPENTRYID>(id.data()),
-                                     &IID_IMAPIStatus, 0, &type, Out(object)),
-                  S_OK);
+        const auto object = open(std::get<Bytes>(rows[i][1].data), &IID_IMAPIStatus, S_OK);
+        ASSERT_TRUE(object);
         EXPECT_EQ(type, MAPI_STATUS);
         Ptr<IMAPIStatus> status;
         ASSERT_EQ(object->QueryInterface(IID_IMAPIStatus, OutVoid(status)), S_OK);
@@ -264,12 +267,7 @@ TEST_F(ProfileSectionTest, TheStatusTableAndTheSpooler)
                   types[i] == MAPI_SPOOLER ? S_OK : MAPI_E_NO_SUPPORT);
         EXPECT_EQ(SetLong(*status, ConfigFlags, 1), MAPI_E_NO_ACCESS);
     }
-    Bytes gone = MakeEntryId({Other(1), EntryKind::Status, MAPI_STORE_PROVIDER});
-    ULONG type = 0;
-    Ptr<IUnknown> object;
-    EXPECT_EQ(session->OpenEntry(static_cast<ULONG>(gone.size()), reinterpret_cast<LPENTRYID>(gone.data()), nullptr, 0,
-                                 &type, Out(object)),
-              MAPI_E_NOT_FOUND);
+    EXPECT_FALSE(open(MakeEntryId({Other(1), EntryKind::Status, MAPI_STORE_PROVIDER}), nullptr, MAPI_E_NOT_FOUND));
 }
 
 TEST_F(ProfileSectionTest, SessionsAreJoinedAndEndedForAll)

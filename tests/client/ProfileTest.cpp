@@ -2,7 +2,6 @@
 #include "client/session/PasswordHash.hpp"
 #include "tests/client/SessionFixture.hpp"
 
-#include <fstream>
 #include <gmock/gmock.h>
 #include <sys/wait.h>
 #include <thread>
@@ -13,7 +12,6 @@ namespace deftmapi::client::test
 namespace
 {
 
-using namespace mapi;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
@@ -43,11 +41,8 @@ TEST_F(ProfileTest, NamesAreUniqueWithoutRegardToCaseAndLimited)
 {
     ASSERT_EQ(Create(u"Übung"), S_OK);
     EXPECT_EQ(Create(u"ÜBUNG"), MAPI_E_NO_ACCESS);
-    EXPECT_EQ(Create(u""), MAPI_E_INVALID_PARAMETER);
-    EXPECT_EQ(Create(nullptr), MAPI_E_INVALID_PARAMETER);
-    EXPECT_EQ(Create(u" a"), MAPI_E_INVALID_PARAMETER);
-    EXPECT_EQ(Create(u"a "), MAPI_E_INVALID_PARAMETER);
-    EXPECT_EQ(Create(u"a\nb"), MAPI_E_INVALID_PARAMETER);
+    for (const char16_t* name : {u"", static_cast<const char16_t*>(nullptr), u" a", u"a ", u"a\nb"})
+        EXPECT_EQ(Create(name), MAPI_E_INVALID_PARAMETER) << (name ? KwToUtf8(name) : "null");
     EXPECT_EQ(Create(u"../a/b\\c:*?"), S_OK);
     const std::u16string longest(cchProfileNameMax, u'x');
     EXPECT_EQ(Create(longest.c_str()), S_OK);
@@ -90,9 +85,8 @@ TEST_F(ProfileTest, PasswordsGuardTheLogon)
     ASSERT_EQ(admin->ChangeProfilePassword(W(u"p"), W(u"new"), nullptr, Unicode), S_OK);
     EXPECT_EQ(TryLogOn(u"p", nullptr), S_OK);
 
-    std::ifstream file(Home() / "profiles.db", std::ios::binary);
-    const std::string content{std::istreambuf_iterator<char>(file), {}};
-    EXPECT_EQ(content.find("sesam"), std::string::npos);
+    const Bytes content = ReadFile(Home() / "profiles.db");
+    EXPECT_EQ(std::string(content.begin(), content.end()).find("sesam"), std::string::npos);
 }
 
 TEST(PasswordHash, AgreesWithPublishedVectors)
@@ -153,34 +147,19 @@ TEST_F(ProfileTest, ADamagedForeignOrNewerFileIsRefusedAndLeftAlone)
 {
     const auto file = Home() / "profiles.db";
     ASSERT_EQ(Create(u"p"), S_OK);
-    const auto refused = [] {
+    const auto expectRefused = [&](HRESULT result) {
+        const Bytes before = ReadFile(file);
         Ptr<IProfAdmin> admin;
-        const HRESULT hr = MAPIAdminProfiles(0, Out(admin));
-        EXPECT_EQ(TryLogOn(u"p", nullptr), hr);
-        return hr;
+        EXPECT_EQ(MAPIAdminProfiles(0, Out(admin)), result);
+        EXPECT_EQ(TryLogOn(u"p", nullptr), result);
+        EXPECT_TRUE(ReadFile(file) == before);
     };
-    const auto content = [&] {
-        std::ifstream in(file, std::ios::binary);
-        return std::string{std::istreambuf_iterator<char>(in), {}};
-    };
-    {
-        Database database(file, Database::Mode::Open);
-        database.Execute("PRAGMA user_version = 99");
-    }
-    std::string before = content();
-    EXPECT_EQ(refused(), MAPI_E_VERSION);
-    EXPECT_EQ(content(), before);
-    {
-        Database database(file, Database::Mode::Open);
-        database.Execute("PRAGMA application_id = 7");
-    }
-    before = content();
-    EXPECT_EQ(refused(), MAPI_E_CORRUPT_STORE);
-    EXPECT_EQ(content(), before);
+    Database(file, Database::Mode::Open).Execute("PRAGMA user_version = 99");
+    expectRefused(MAPI_E_VERSION);
+    Database(file, Database::Mode::Open).Execute("PRAGMA application_id = 7");
+    expectRefused(MAPI_E_CORRUPT_STORE);
     std::ofstream(file, std::ios::binary | std::ios::trunc) << std::string(4096, 'x');
-    before = content();
-    EXPECT_EQ(refused(), MAPI_E_CORRUPT_STORE);
-    EXPECT_EQ(content(), before);
+    expectRefused(MAPI_E_CORRUPT_STORE);
 }
 
 // What waits for the lock of profiles.db, and what lets it go.
@@ -348,9 +327,8 @@ TEST_F(ProfileTest, AKilledProcessLeavesWholeProfilesOnly)
     EXPECT_LE(names.size(), confirmed + 1);
     for (std::size_t i = 0; i < names.size(); ++i) {
         auto session = LogOnTo((u"p" + KwFromUtf8(std::to_string(i))).c_str());
-        const auto stores = Stores(*session);
-        ASSERT_EQ(stores.size(), 1u);
-        EXPECT_TRUE(OpenStore(*session, stores[0].id));
+        ASSERT_EQ(Stores(*session).size(), 1u);
+        EXPECT_TRUE(OpenFirstStore(*session));
     }
 }
 

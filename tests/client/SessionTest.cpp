@@ -3,9 +3,7 @@
 #include "tests/client/FolderFixture.hpp"
 #include "tests/client/SessionFixture.hpp"
 
-#include <array>
 #include <atomic>
-#include <gmock/gmock.h>
 #include <thread>
 
 namespace deftmapi::client::test
@@ -13,17 +11,7 @@ namespace deftmapi::client::test
 namespace
 {
 
-using namespace mapi;
-
 constexpr ULONG PstPath = 0x6700001F;
-
-/// Counts what it is told.
-class Sink final : public ComObject<IMAPIAdviseSink>
-{
-public:
-    [[nodiscard]] bool Implements(const IID& iid) const noexcept override { return iid == IID_IMAPIAdviseSink; }
-    ULONG DEFTMAPI_STDCALL OnNotify(ULONG, LPNOTIFICATION) noexcept override { return 0; }
-};
 
 TEST_F(SessionTest, LogonTakesTheNameThatIsGivenElseTheDefault)
 {
@@ -59,37 +47,21 @@ TEST_F(SessionTest, TheWholeRoadFromLogonToTheContentsTable)
         auto store = OpenStore(*session, stores[0].id);
         EXPECT_EQ(Get(*store, tag::EntryId).Blob(), stores[0].id);
         EXPECT_EQ(Get(*store, tag::DisplayName).Wide(), u"Personal Folders");
-        ULONG size = 0;
-        MapiBuffer<ENTRYID> inboxId;
-        ASSERT_EQ(store->GetReceiveFolder(nullptr, 0, &size, inboxId.Out(), nullptr), S_OK);
-        ULONG type = 0;
-        Ptr<IUnknown> object;
-        ASSERT_EQ(session->OpenEntry(size, inboxId.Get(), nullptr, MAPI_MODIFY, &type, Out(object)), S_OK);
-        ASSERT_EQ(type, MAPI_FOLDER);
-        Ptr<IMAPIFolder> inbox;
-        ASSERT_EQ(object->QueryInterface(IID_IMAPIFolder, OutVoid(inbox)), S_OK);
-        Ptr<IMessage> message;
-        ASSERT_EQ(inbox->CreateMessage(nullptr, 0, Out(message)), S_OK);
+        auto message = EmptyMessage(*Opened<IMAPIFolder>(*session, InboxIdOf(*store)));
         Set(*message, {Text(tag::Subject, u"hello")});
         ASSERT_EQ(message->SaveChanges(KEEP_OPEN_READONLY), S_OK);
         ASSERT_EQ(session->Logoff(0, 0, 0), S_OK);
     }
     auto session = LogOnTo(u"p");
-    auto store = OpenStore(*session, Stores(*session)[0].id, 0);
-    ULONG size = 0;
-    MapiBuffer<ENTRYID> inboxId;
-    ASSERT_EQ(store->GetReceiveFolder(nullptr, 0, &size, inboxId.Out(), nullptr), S_OK);
-    ULONG type = 0;
-    Ptr<IMAPIFolder> inbox;
-    ASSERT_EQ(store->OpenEntry(size, inboxId.Get(), nullptr, 0, &type, reinterpret_cast<LPUNKNOWN*>(Out(inbox))), S_OK);
-    Ptr<IMAPITable> contents;
-    ASSERT_EQ(inbox->GetContentsTable(Unicode, Out(contents)), S_OK);
-    const auto rows = Rows(*contents, {tag::Subject, tag::EntryId});
+    auto store = OpenFirstStore(*session, 0);
+    const auto rows =
+        Rows(*ContentsTable(*Opened<IMAPIFolder>(*store, InboxIdOf(*store), 0)), {tag::Subject, tag::EntryId});
     ASSERT_EQ(rows.size(), 1u);
     EXPECT_EQ(WideAt(rows[0], 0), u"hello");
 
     // The message through the session: without the right to change it, then with it.
     const Bytes id = std::get<Bytes>(rows[0][1].data);
+    ULONG type = 0;
     Ptr<IUnknown> message;
     const auto open = [&](ULONG flags, LPCIID iid) {
         return session->OpenEntry(static_cast<ULONG>(id.size()), AsEntry(id), iid, flags, &type, Out(message));
@@ -106,11 +78,9 @@ TEST_F(SessionTest, TheWholeRoadFromLogonToTheContentsTable)
 
 TEST_F(SessionTest, EntryIdentifiersOfOthersAreTold)
 {
-    ASSERT_EQ(Create(u"one"), S_OK);
-    ASSERT_EQ(Create(u"two"), S_OK);
-    auto session = LogOnTo(u"one");
+    auto session = LogOnToNew(u"one");
     const Bytes own = Stores(*session)[0].id;
-    const Bytes other = Stores(*LogOnTo(u"two"))[0].id;
+    const Bytes other = Stores(*LogOnToNew(u"two"))[0].id;
     Ptr<IMsgStore> store;
     const auto open = [&](const Bytes& id, ULONG flags = 0, LPCIID iid = nullptr) {
         return session->OpenMsgStore(0, static_cast<ULONG>(id.size()), AsEntry(id), iid, flags, Out(store));
@@ -133,27 +103,25 @@ TEST_F(SessionTest, EntryIdentifiersOfOthersAreTold)
         S_OK);
     EXPECT_EQ(type, MAPI_STORE);
 
-    ULONG same = 7;
-    const auto compare = [&](const Bytes& a, const Bytes& b) {
-        return session->CompareEntryIDs(static_cast<ULONG>(a.size()), AsEntry(a), static_cast<ULONG>(b.size()),
-                                        AsEntry(b), 0, &same);
+    const auto compare = [&](const Bytes& a, const Bytes& b, HRESULT expected = S_OK) {
+        ULONG same = 7;
+        EXPECT_EQ(session->CompareEntryIDs(static_cast<ULONG>(a.size()), AsEntry(a), static_cast<ULONG>(b.size()),
+                                           AsEntry(b), 0, &same),
+                  expected);
+        return same;
     };
-    EXPECT_EQ(compare(own, own), S_OK);
-    EXPECT_EQ(same, 1u);
-    EXPECT_EQ(compare(own, other), S_OK);
-    EXPECT_EQ(same, 0u);
-    EXPECT_EQ(compare(own, foreign), S_OK);
-    EXPECT_EQ(same, 0u);
-    EXPECT_EQ(compare(foreign, foreign), MAPI_E_UNKNOWN_ENTRYID);
-    EXPECT_EQ(compare(own, {}), MAPI_E_INVALID_ENTRYID);
+    EXPECT_EQ(compare(own, own), 1u);
+    EXPECT_EQ(compare(own, other), 0u);
+    EXPECT_EQ(compare(own, foreign), 0u);
+    compare(foreign, foreign, MAPI_E_UNKNOWN_ENTRYID);
+    compare(own, {}, MAPI_E_INVALID_ENTRYID);
 }
 
 TEST_F(SessionTest, AfterLogoffTheSessionRefusesWorkAndLetsItsSinksGo)
 {
-    ASSERT_EQ(Create(u"p"), S_OK);
-    auto session = LogOnTo(u"p");
-    auto store = OpenStore(*session, Stores(*session)[0].id);
-    Ptr<Sink> sink(new Sink);
+    auto session = LogOnToNew(u"p");
+    auto store = OpenFirstStore(*session);
+    Ptr<EndSink> sink(new EndSink);
     const auto count = [&] {
         sink->AddRef();
         return sink->Release();
@@ -181,8 +149,7 @@ TEST_F(SessionTest, AfterLogoffTheSessionRefusesWorkAndLetsItsSinksGo)
 
 TEST_F(SessionTest, WhatTheSessionCannotDoItSays)
 {
-    ASSERT_EQ(Create(u"p"), S_OK);
-    auto session = LogOnTo(u"p");
+    auto session = LogOnToNew(u"p");
     Ptr<IAddrBook> book;
     EXPECT_EQ(session->OpenAddressBook(0, nullptr, 0, Out(book)), MAPI_E_NO_SUPPORT);
     MapiBuffer<MAPIERROR> error;
@@ -207,15 +174,12 @@ TEST_F(SessionTest, ServicesBringStoresNewAndOld)
     ASSERT_EQ(admin->CreateProfile(W(u"p"), nullptr, 0, Unicode), S_OK); // without the default services
     auto session = LogOnTo(u"p");
     EXPECT_TRUE(Stores(*session).empty());
-    Ptr<IMsgServiceAdmin> services;
-    ASSERT_EQ(session->AdminServices(0, Out(services)), S_OK);
+    auto services = Services(*session);
     EXPECT_EQ(services->CreateMsgService(W(u"MSPST MS"), nullptr, 0, Unicode), MAPI_E_EXTENDED_ERROR);
     EXPECT_EQ(services->CreateMsgService(W(u"CONTAB"), nullptr, 0, Unicode), MAPI_E_NOT_FOUND);
 
-    Ptr<IMsgServiceAdmin2> services2;
-    ASSERT_EQ(services->QueryInterface(IID_IMsgServiceAdmin2, OutVoid(services2)), S_OK);
     MAPIUID first{};
-    ASSERT_EQ(services2->CreateMsgServiceEx(W(u"DeftStore"), W(u"Mail"), 0, Unicode, &first), S_OK);
+    ASSERT_EQ(services->CreateMsgServiceEx(W(u"DeftStore"), W(u"Mail"), 0, Unicode, &first), S_OK);
     EXPECT_TRUE(Stores(*session).empty()); // not configured yet
     ASSERT_EQ(services->ConfigureMsgService(&first, 0, 0, 0, nullptr), S_OK);
     const auto stores = Stores(*session);
@@ -225,71 +189,71 @@ TEST_F(SessionTest, ServicesBringStoresNewAndOld)
     // A store at a place of one's own; it is found again by that place after its service is gone.
     const auto place = (FFolder.Path() / "elsewhere" / "archive.db").u16string();
     SPropValue config[] = {Text(PstPath, place.c_str()), Text(tag::DisplayName, u"Archive"), Long(0x66010003, 1)};
-    MAPIUID second{};
-    ASSERT_EQ(services2->CreateMsgServiceEx(W(u"DEFTSTORE"), nullptr, 0, Unicode, &second), S_OK);
-    ASSERT_EQ(services->ConfigureMsgService(&second, 0, 0, 3, config), S_OK);
-    EXPECT_EQ(services->ConfigureMsgService(&second, 0, 0, 3, config), S_OK); // the same again changes nothing
+    MAPIUID second = AddService(*services);
+    const auto configure = [&](MAPIUID service, ULONG count) {
+        return services->ConfigureMsgService(&service, 0, 0, count, config);
+    };
+    ASSERT_EQ(configure(second, 3), S_OK);
+    EXPECT_EQ(configure(second, 3), S_OK); // the same again changes nothing
     const auto both = Stores(*session);
     ASSERT_EQ(both.size(), 2u);
-    EXPECT_EQ(both[1].name, u"Archive");
     EXPECT_FALSE(both[1].isDefault);
-    EXPECT_EQ(Get(*OpenStore(*session, both[1].id), tag::DisplayName).Wide(), u"Archive");
-    MAPIUID third{};
-    ASSERT_EQ(services2->CreateMsgServiceEx(W(u"DEFTSTORE"), nullptr, 0, Unicode, &third), S_OK);
-    EXPECT_EQ(services->ConfigureMsgService(&third, 0, 0, 1, config), MAPI_E_COLLISION);
+    const auto expectName = [&](const char16_t* name) {
+        EXPECT_EQ(Stores(*session).at(1).name, name);
+        EXPECT_EQ(Get(*OpenStore(*session, both[1].id), tag::DisplayName).Wide(), name);
+    };
+    expectName(u"Archive");
+    MAPIUID third = AddService(*services);
+    EXPECT_EQ(configure(third, 1), MAPI_E_COLLISION);
     ASSERT_EQ(services->DeleteMsgService(&third), S_OK);
     ASSERT_EQ(services->DeleteMsgService(&second), S_OK);
     EXPECT_EQ(services->DeleteMsgService(&second), MAPI_E_NOT_FOUND);
     EXPECT_EQ(services->ConfigureMsgService(&second, 0, 0, 0, nullptr), MAPI_E_NOT_FOUND);
     EXPECT_EQ(Stores(*session).size(), 1u);
-    ASSERT_EQ(services2->CreateMsgServiceEx(W(u"DEFTSTORE"), nullptr, 0, Unicode, &third), S_OK);
-    ASSERT_EQ(services->ConfigureMsgService(&third, 0, 0, 1, config), S_OK);
+    third = AddService(*services);
+    ASSERT_EQ(configure(third, 1), S_OK);
     EXPECT_EQ(Stores(*session).at(1).id, both[1].id);
-    EXPECT_EQ(Stores(*session).at(1).name, u"Archive");
+    expectName(u"Archive");
 
     // Configured once more: another name is taken over, by the store and by who else has it; another place is not.
     ASSERT_EQ(admin->CopyProfile(W(u"p"), nullptr, W(u"copy"), 0, Unicode), S_OK);
     config[1] = Text(tag::DisplayName, u"Old mail");
-    ASSERT_EQ(services->ConfigureMsgService(&third, 0, 0, 2, config), S_OK);
-    EXPECT_EQ(Stores(*session).at(1).name, u"Old mail");
-    EXPECT_EQ(Get(*OpenStore(*session, both[1].id), tag::DisplayName).Wide(), u"Old mail");
+    ASSERT_EQ(configure(third, 2), S_OK);
+    expectName(u"Old mail");
     EXPECT_EQ(Stores(*LogOnTo(u"copy")).at(1).name, u"Old mail");
     config[0] = Text(PstPath, u"somewhere else.db");
     config[1] = Text(tag::DisplayName, u"Other");
-    EXPECT_EQ(services->ConfigureMsgService(&third, 0, 0, 2, config), MAPI_E_NO_ACCESS);
+    EXPECT_EQ(configure(third, 2), MAPI_E_NO_ACCESS);
     config[0] = Text(PstPath, place.c_str());
-    ASSERT_EQ(services->ConfigureMsgService(&third, 0, 0, 1, config), S_OK);
-    EXPECT_EQ(Stores(*session).at(1).name, u"Old mail");
+    ASSERT_EQ(configure(third, 1), S_OK);
+    expectName(u"Old mail");
     // So is one that comes with a store that was there before.
     ASSERT_EQ(services->DeleteMsgService(&third), S_OK);
-    ASSERT_EQ(services2->CreateMsgServiceEx(W(u"DEFTSTORE"), nullptr, 0, Unicode, &third), S_OK);
-    ASSERT_EQ(services->ConfigureMsgService(&third, 0, 0, 2, config), S_OK);
-    EXPECT_EQ(Stores(*session).at(1).name, u"Other");
-    EXPECT_EQ(Get(*OpenStore(*session, both[1].id), tag::DisplayName).Wide(), u"Other");
+    third = AddService(*services);
+    ASSERT_EQ(configure(third, 2), S_OK);
+    expectName(u"Other");
 
-    ASSERT_EQ(session->SetDefaultStore(MAPI_DEFAULT_STORE, static_cast<ULONG>(both[1].id.size()), AsEntry(both[1].id)),
-              S_OK);
-    EXPECT_FALSE(Stores(*session)[0].isDefault);
-    EXPECT_TRUE(Stores(*session)[1].isDefault);
+    const auto setDefault = [&](const Bytes& id) {
+        return session->SetDefaultStore(MAPI_DEFAULT_STORE, static_cast<ULONG>(id.size()), AsEntry(id));
+    };
     const auto defaults = [&] {
         std::string marks;
         for (const StoreRow& store : Stores(*session))
             marks += store.isDefault ? '*' : '-';
         return marks;
     };
+    ASSERT_EQ(setDefault(both[1].id), S_OK);
+    EXPECT_EQ(defaults(), "-*");
     Bytes unknown = both[1].id;
     unknown[10] ^= 0xFF;
-    EXPECT_NE(session->SetDefaultStore(MAPI_DEFAULT_STORE, static_cast<ULONG>(unknown.size()), AsEntry(unknown)), S_OK);
-    const Bytes folder = Get(*OpenStore(*session, both[0].id), tag::IpmSubtree).Blob();
-    EXPECT_EQ(session->SetDefaultStore(MAPI_DEFAULT_STORE, static_cast<ULONG>(folder.size()), AsEntry(folder)),
-              MAPI_E_INVALID_ENTRYID)
+    EXPECT_NE(setDefault(unknown), S_OK);
+    EXPECT_EQ(setDefault(Get(*OpenStore(*session, both[0].id), tag::IpmSubtree).Blob()), MAPI_E_INVALID_ENTRYID)
         << "an entry of the store is not the store";
     EXPECT_EQ(session->SetDefaultStore(MAPI_SIMPLE_STORE_PERMANENT, 0, nullptr), MAPI_E_NO_SUPPORT);
     EXPECT_EQ(defaults(), "-*");
     ASSERT_EQ(session->SetDefaultStore(MAPI_DEFAULT_STORE, 0, nullptr), S_OK) << "no store is the default one";
     EXPECT_EQ(defaults(), "--");
-    ASSERT_EQ(session->SetDefaultStore(MAPI_DEFAULT_STORE, static_cast<ULONG>(both[1].id.size()), AsEntry(both[1].id)),
-              S_OK);
+    ASSERT_EQ(setDefault(both[1].id), S_OK);
 
     Ptr<IMAPITable> table;
     ASSERT_EQ(services->GetMsgServiceTable(0, Out(table)), S_OK);
@@ -307,121 +271,33 @@ TEST_F(SessionTest, ServicesBringStoresNewAndOld)
     // The default store goes with its service, and another one takes the role.
     ASSERT_EQ(services->DeleteMsgService(&third), S_OK);
     EXPECT_EQ(defaults(), "*");
-    ASSERT_EQ(services2->CreateMsgServiceEx(W(u"DEFTSTORE"), nullptr, 0, Unicode, &third), S_OK);
-    ASSERT_EQ(services->ConfigureMsgService(&third, 0, 0, 1, config), S_OK);
+    third = AddService(*services);
+    ASSERT_EQ(configure(third, 1), S_OK);
     EXPECT_EQ(defaults(), "*-");
-}
-
-/// Writes down the events of a table: "+name<before" for a row that came, "*name" for a changed one, "-" for one that
-/// went.
-class RowSink final : public ComObject<IMAPIAdviseSink>
-{
-public:
-    [[nodiscard]] bool Implements(const IID& iid) const noexcept override { return iid == IID_IMAPIAdviseSink; }
-    ULONG DEFTMAPI_STDCALL OnNotify(ULONG count, LPNOTIFICATION notifications) noexcept override
-    {
-        for (ULONG i = 0; i < count; ++i) {
-            const TABLE_NOTIFICATION& event = notifications[i].info.tab;
-            text += event.ulTableEvent == TABLE_ROW_ADDED      ? '+'
-                    : event.ulTableEvent == TABLE_ROW_MODIFIED ? '*'
-                    : event.ulTableEvent == TABLE_ROW_DELETED  ? '-'
-                                                               : '?';
-            if (event.ulTableEvent != TABLE_ROW_DELETED && event.row.cValues > 0)
-                text += KwToUtf8(static_cast<const char16_t*>(event.row.lpProps[0].Value.lpszW));
-            text += ' ';
-        }
-        return 0;
-    }
-    std::string text;
-};
-
-TEST_F(SessionTest, TheTablesOfStoresAndResourcesTellOfChanges)
-{
-    ASSERT_EQ(Create(u"p"), S_OK);
-    auto session = LogOnTo(u"p");
-    Ptr<IMAPITable> tables[2];
-    ASSERT_EQ(session->GetMsgStoresTable(Unicode, Out(tables[0])), S_OK);
-    ASSERT_EQ(session->GetStatusTable(Unicode, Out(tables[1])), S_OK);
-    Ptr<RowSink> sinks[2];
-    for (int i = 0; i < 2; ++i) {
-        ULONG columns[] = {3, tag::DisplayName, tag::DefaultStore, tag::ResourceFlags};
-        ASSERT_EQ(tables[i]->SetColumns(reinterpret_cast<LPSPropTagArray>(columns), 0), S_OK);
-        sinks[i] = Ptr<RowSink>(new RowSink);
-        ULONG_PTR connection = 0;
-        ASSERT_EQ(tables[i]->Advise(fnevTableModified, sinks[i].Get(), &connection), S_OK);
-    }
-    const auto told = [&] {
-        EXPECT_EQ(HrDispatchNotifications(0), S_OK);
-        return std::array{std::exchange(sinks[0]->text, {}), std::exchange(sinks[1]->text, {})};
-    };
-    const auto both = [](const char* text) { return std::array{std::string(text), std::string(text)}; };
-    EXPECT_EQ(told(), both(""));
-
-    // By another session of the process.
-    auto other = LogOnTo(u"p");
-    Ptr<IMsgServiceAdmin> services;
-    ASSERT_EQ(other->AdminServices(0, Out(services)), S_OK);
-    Ptr<IMsgServiceAdmin2> services2;
-    ASSERT_EQ(services->QueryInterface(IID_IMsgServiceAdmin2, OutVoid(services2)), S_OK);
-    MAPIUID uid{};
-    ASSERT_EQ(services2->CreateMsgServiceEx(W(u"DEFTSTORE"), nullptr, 0, Unicode, &uid), S_OK);
-    EXPECT_EQ(told(), both("")) << "it has no store yet";
-    SPropValue name = Text(tag::DisplayName, u"Archive");
-    ASSERT_EQ(services->ConfigureMsgService(&uid, 0, 0, 1, &name), S_OK);
-    EXPECT_EQ(told(), both("+Archive "));
-    EXPECT_EQ(Rows(*tables[0], {tag::DisplayName}).size(), 2u) << "the table that was open has it, too";
-    name = Text(tag::DisplayName, u"Old mail");
-    ASSERT_EQ(services->ConfigureMsgService(&uid, 0, 0, 1, &name), S_OK);
-    EXPECT_EQ(told(), both("*Old mail "));
-    const auto stores = Stores(*session);
-    ASSERT_EQ(
-        session->SetDefaultStore(MAPI_DEFAULT_STORE, static_cast<ULONG>(stores[1].id.size()), AsEntry(stores[1].id)),
-        S_OK);
-    EXPECT_EQ(told(), both("*Personal Folders *Old mail "));
-    ASSERT_EQ(Create(u"another"), S_OK);
-    EXPECT_EQ(told(), both("")) << "a profile that is none of the session's";
-    ASSERT_EQ(services->DeleteMsgService(&uid), S_OK);
-    EXPECT_EQ(told(), both("- *Personal Folders ")) << "which is the default store now";
-    ASSERT_EQ(Admin()->DeleteProfile(W(u"p"), Unicode), S_OK);
-    EXPECT_EQ(told(), both("")) << "the session keeps the stores that it had";
-    ASSERT_EQ(session->Logoff(0, 0, 0), S_OK);
-    EXPECT_EQ(sinks[0]->AddRef(), 2u) << "the logoff ends the connections";
-    sinks[0]->Release();
 }
 
 TEST_F(SessionTest, AStoreThatCannotBeAddedLeavesNothing)
 {
-    ASSERT_EQ(Create(u"p"), S_OK);
-    auto session = LogOnTo(u"p");
-    Ptr<IMsgServiceAdmin> services;
-    ASSERT_EQ(session->AdminServices(0, Out(services)), S_OK);
-    Ptr<IMsgServiceAdmin2> services2;
-    ASSERT_EQ(services->QueryInterface(IID_IMsgServiceAdmin2, OutVoid(services2)), S_OK);
-    MAPIUID uid{};
-    ASSERT_EQ(services2->CreateMsgServiceEx(W(u"DEFTSTORE"), nullptr, 0, Unicode, &uid), S_OK);
+    auto session = LogOnToNew(u"p");
+    auto services = Services(*session);
+    MAPIUID uid = AddService(*services);
     const auto place = FFolder.Path() / "new.db";
-    const std::u16string placeText = place.u16string();
-    {
-        // The store file is made before the profile has it; the profile refuses.
-        Database database(Home() / "profiles.db", Database::Mode::Open);
-        database.Execute("CREATE TRIGGER refuse BEFORE UPDATE OF store_uid ON services "
-                         "BEGIN SELECT RAISE(ABORT, 'refused'); END");
-    }
-    SPropValue config = Text(PstPath, placeText.c_str());
-    EXPECT_EQ(services->ConfigureMsgService(&uid, 0, 0, 1, &config), MAPI_E_COLLISION);
+    const auto configure = [&](const std::u16string& path) {
+        SPropValue config = Text(PstPath, path.c_str());
+        return services->ConfigureMsgService(&uid, 0, 0, 1, &config);
+    };
+    // The store file is made before the profile has it; the profile refuses.
+    Database(Home() / "profiles.db", Database::Mode::Open)
+        .Execute("CREATE TRIGGER refuse BEFORE UPDATE OF store_uid ON services "
+                 "BEGIN SELECT RAISE(ABORT, 'refused'); END");
+    EXPECT_EQ(configure(place.u16string()), MAPI_E_COLLISION);
     EXPECT_FALSE(std::filesystem::exists(place)) << "the new file goes again";
     const auto other = OnlyStoreFile();
-    const std::u16string otherText = other.u16string();
-    config = Text(PstPath, otherText.c_str());
-    EXPECT_NE(services->ConfigureMsgService(&uid, 0, 0, 1, &config), S_OK);
+    EXPECT_NE(configure(other.u16string()), S_OK);
     EXPECT_TRUE(std::filesystem::exists(other)) << "one that was there stays";
     EXPECT_EQ(Stores(*session).size(), 1u);
-    {
-        Database database(Home() / "profiles.db", Database::Mode::Open);
-        database.Execute("DROP TRIGGER refuse");
-    }
-    config = Text(PstPath, placeText.c_str());
-    EXPECT_EQ(services->ConfigureMsgService(&uid, 0, 0, 1, &config), S_OK) << "tried again";
+    Database(Home() / "profiles.db", Database::Mode::Open).Execute("DROP TRIGGER refuse");
+    EXPECT_EQ(configure(place.u16string()), S_OK) << "tried again";
     EXPECT_EQ(Stores(*session).size(), 2u);
 }
 
@@ -441,11 +317,8 @@ TEST_F(SessionTest, AFailedStoreAndALogoffKeepTheSinksOfTheThread)
     Ptr<IMAPIAdviseSink> wrapped;
     ASSERT_EQ(HrThisThreadAdviseSink(sink.Get(), Out(wrapped)), S_OK);
     auto session = LogOnTo(u"p");
-    const auto store = Stores(*session).at(0);
     std::filesystem::remove(OnlyStoreFile());
-    Ptr<IMsgStore> opened;
-    EXPECT_NE(session->OpenMsgStore(0, static_cast<ULONG>(store.id.size()), AsEntry(store.id), nullptr, 0, Out(opened)),
-              S_OK);
+    EXPECT_FALSE(OpenStore(*session, Stores(*session).at(0).id, 0, MAPI_E_NOT_FOUND));
     ASSERT_EQ(session->Logoff(0, 0, 0), S_OK);
     NOTIFICATION event{};
     event.ulEventType = fnevExtended;
@@ -456,39 +329,32 @@ TEST_F(SessionTest, AFailedStoreAndALogoffKeepTheSinksOfTheThread)
 
 TEST_F(SessionTest, ADamagedOrMissingStoreFileIsToldWhenTheStoreOpens)
 {
-    ASSERT_EQ(Create(u"p"), S_OK);
-    auto session = LogOnTo(u"p");
-    const Bytes id = Stores(*session)[0].id;
-    std::filesystem::path file;
-    for (const auto& entry : std::filesystem::directory_iterator(Home() / "stores"))
-        file = entry.path();
-    const auto open = [&] {
-        Ptr<IMsgStore> store;
-        return session->OpenMsgStore(0, static_cast<ULONG>(id.size()), AsEntry(id), nullptr, MDB_WRITE, Out(store));
+    auto session = LogOnToNew(u"p");
+    const auto file = OnlyStoreFile();
+    const auto open = [&, id = Stores(*session)[0].id](HRESULT expected) {
+        EXPECT_EQ(static_cast<bool>(OpenStore(*session, id, MDB_WRITE, expected)), expected == S_OK);
     };
     std::filesystem::rename(file, file.string() + ".away");
-    EXPECT_EQ(open(), MAPI_E_NOT_FOUND);
+    open(MAPI_E_NOT_FOUND);
     EXPECT_FALSE(std::filesystem::exists(file)); // not made anew
     CreateStoreFile(file, NewUid().ab, u"another");
-    EXPECT_EQ(open(), MAPI_E_NOT_FOUND);
+    open(MAPI_E_NOT_FOUND);
     std::filesystem::remove(file);
     std::filesystem::create_directory(file);
-    EXPECT_EQ(open(), MAPI_E_CORRUPT_STORE);
+    open(MAPI_E_CORRUPT_STORE);
     std::filesystem::remove_all(file);
     std::filesystem::rename(file.string() + ".away", file);
-    EXPECT_EQ(open(), S_OK);
+    open(S_OK);
 }
 
 TEST_F(SessionTest, ASessionOutlivesItsProfile)
 {
-    ASSERT_EQ(Create(u"p"), S_OK);
-    auto session = LogOnTo(u"p");
+    auto session = LogOnToNew(u"p");
     const Bytes id = Stores(*session)[0].id;
     ASSERT_EQ(Admin()->DeleteProfile(W(u"p"), Unicode), S_OK);
     EXPECT_EQ(Stores(*session).size(), 1u);
     EXPECT_TRUE(OpenStore(*session, id));
-    Ptr<IMsgServiceAdmin> services;
-    ASSERT_EQ(session->AdminServices(0, Out(services)), S_OK);
+    auto services = Services(*session);
     EXPECT_EQ(services->CreateMsgService(W(u"DEFTSTORE"), nullptr, 0, Unicode), MAPI_E_NOT_FOUND);
     Ptr<IMAPITable> status;
     EXPECT_EQ(session->GetStatusTable(Unicode, Out(status)), S_OK);
@@ -497,20 +363,11 @@ TEST_F(SessionTest, ASessionOutlivesItsProfile)
 
 TEST_F(SessionTest, ACallThatTellsItsProgressUsesTheSessionWhileOthersOpenItsStore)
 {
-    ASSERT_EQ(Create(u"p"), S_OK);
-    auto session = LogOnTo(u"p");
+    auto session = LogOnToNew(u"p");
     const Bytes id = Stores(*session).at(0).id;
     auto store = OpenStore(*session, id);
     const Bytes outbox = Get(*store, tag::IpmOutbox).Blob();
-    const auto open = [&](const Bytes& entry) {
-        ULONG type = 0;
-        Ptr<IUnknown> object;
-        EXPECT_EQ(session->OpenEntry(static_cast<ULONG>(entry.size()), AsEntry(entry), nullptr, MAPI_MODIFY, &type,
-                                     Out(object)),
-                  S_OK);
-        return object;
-    };
-    const Ptr<IUnknown> folder = open(outbox);
+    const auto folder = Opened<IMAPIFolder>(*session, outbox);
     std::atomic<int> opening{0};
     std::vector<std::thread> others;
     Ptr<RecordingProgress> progress(new RecordingProgress);
@@ -523,14 +380,14 @@ TEST_F(SessionTest, ACallThatTellsItsProgressUsesTheSessionWhileOthersOpenItsSto
         });
         others.emplace_back([&] {
             ++opening;
-            EXPECT_TRUE(open(outbox));
+            EXPECT_TRUE(Opened<IMAPIFolder>(*session, outbox));
         });
         while (opening < 2)
             std::this_thread::yield();
         for (int i = 0; i < 3000; ++i)
             EXPECT_EQ(session->Unadvise(7), MAPI_E_NOT_FOUND);
     };
-    EXPECT_EQ(static_cast<IMAPIFolder*>(folder.Get())->EmptyFolder(0, progress.Get(), 0), S_OK);
+    EXPECT_EQ(folder->EmptyFolder(0, progress.Get(), 0), S_OK);
     for (auto& other : others)
         other.join();
     EXPECT_EQ(others.size(), 2u);
@@ -548,20 +405,9 @@ TEST_F(SessionTest, ThreadsWorkWithSessionsOfTheirOwn)
             ASSERT_EQ(MAPIInitialize(nullptr), S_OK);
             {
                 auto session = LogOnTo(u"p");
-                auto store = OpenStore(*session, Stores(*session).at(0).id);
-                ULONG size = 0;
-                ULONG type = 0;
-                MapiBuffer<ENTRYID> id;
-                Ptr<IMAPIFolder> inbox;
-                ASSERT_EQ(store->GetReceiveFolder(nullptr, 0, &size, id.Out(), nullptr), S_OK);
-                ASSERT_EQ(session->OpenEntry(size, id.Get(), nullptr, MAPI_MODIFY, &type,
-                                             reinterpret_cast<LPUNKNOWN*>(Out(inbox))),
-                          S_OK);
-                for (int i = 0; i < Messages; ++i) {
-                    Ptr<IMessage> message;
-                    ASSERT_EQ(inbox->CreateMessage(nullptr, 0, Out(message)), S_OK);
-                    saved += message->SaveChanges(0) == S_OK;
-                }
+                auto inbox = Opened<IMAPIFolder>(*session, InboxIdOf(*OpenFirstStore(*session)));
+                for (int i = 0; i < Messages; ++i)
+                    saved += EmptyMessage(*inbox)->SaveChanges(0) == S_OK;
             }
             MAPIUninitialize();
         });
@@ -570,14 +416,8 @@ TEST_F(SessionTest, ThreadsWorkWithSessionsOfTheirOwn)
         thread.join();
     EXPECT_EQ(saved.load(), Threads * Messages);
     auto session = LogOnTo(u"p");
-    auto store = OpenStore(*session, Stores(*session).at(0).id, 0);
-    ULONG size = 0;
-    ULONG type = 0;
-    MapiBuffer<ENTRYID> id;
-    ASSERT_EQ(store->GetReceiveFolder(nullptr, 0, &size, id.Out(), nullptr), S_OK);
-    Ptr<IUnknown> object;
-    ASSERT_EQ(store->OpenEntry(size, id.Get(), nullptr, 0, &type, Out(object)), S_OK);
-    EXPECT_EQ(Get(*static_cast<IMAPIFolder*>(object.Get()), tag::ContentCount).Number(), Threads * Messages);
+    auto store = OpenFirstStore(*session, 0);
+    EXPECT_EQ(Get(*Opened<IMAPIFolder>(*store, InboxIdOf(*store), 0), tag::ContentCount).Number(), Threads * Messages);
 }
 
 } // namespace

@@ -2,13 +2,12 @@
 // another one, and when a sink asks for one object only.
 #include "client/store/Folder.hpp"
 #include "tests/client/NotifyFixture.hpp"
+#include "tests/client/TableConditions.hpp"
 
 namespace deftmapi::client::test
 {
 namespace
 {
-
-using namespace mapi;
 
 /// Keeps each event as a line: what happened, the names of the object and of the folders.
 class EventSink final : public ComObject<IMAPIAdviseSink>
@@ -24,6 +23,16 @@ public:
         FChanged.notify_all();
         return 0;
     }
+    static std::string Name(ULONG size, LPENTRYID id)
+    {
+        if (!id)
+            return "-";
+        const auto reference = ParseEntryId({reinterpret_cast<const std::uint8_t*>(id), size});
+        const char* kind = reference->kind == EntryKind::Folder    ? "f"
+                           : reference->kind == EntryKind::Message ? "m"
+                                                                   : "store";
+        return kind + std::to_string(reference->row);
+    }
     [[nodiscard]] std::vector<std::string> Take()
     {
         const std::lock_guard lock(FLock);
@@ -36,16 +45,6 @@ public:
     }
 
 private:
-    static std::string Name(ULONG size, LPENTRYID id)
-    {
-        if (!id)
-            return "-";
-        const auto reference = ParseEntryId({reinterpret_cast<const std::uint8_t*>(id), size});
-        const char* kind = reference->kind == EntryKind::Folder    ? "f"
-                           : reference->kind == EntryKind::Message ? "m"
-                                                                   : "store";
-        return kind + std::to_string(reference->row);
-    }
     static std::string Describe(const NOTIFICATION& item)
     {
         if (item.ulEventType == fnevNewMail) {
@@ -98,19 +97,7 @@ protected:
             expected);
         return connection;
     }
-    static Ptr<IMAPIFolder> Create(IMAPIFolder& parent, const char16_t* name)
-    {
-        Ptr<IMAPIFolder> folder;
-        EXPECT_EQ(parent.CreateFolder(FOLDER_GENERIC, const_cast<char16_t*>(name), nullptr, nullptr, MAPI_UNICODE,
-                                      Out(folder)),
-                  S_OK);
-        return folder;
-    }
-    static std::string Name(const Bytes& id)
-    {
-        const auto reference = ParseEntryId(id);
-        return (reference->kind == EntryKind::Folder ? "f" : "m") + std::to_string(reference->row);
-    }
+    static std::string Name(const Bytes& id) { return EventSink::Name(static_cast<ULONG>(id.size()), AsEntry(id)); }
     static std::string Name(IMAPIProp& object) { return Name(Get(object, tag::EntryId).Blob()); }
     static Lines Told(EventSink& sink)
     {
@@ -125,9 +112,7 @@ protected:
     }
     HRESULT CopyMessage(const Bytes& id, IMAPIFolder& to, ULONG flags) const
     {
-        SBinary entry{static_cast<ULONG>(id.size()), const_cast<std::uint8_t*>(id.data())};
-        ENTRYLIST list{1, &entry};
-        return FInbox->CopyMessages(&list, nullptr, &to, 0, nullptr, flags);
+        return FInbox->CopyMessages(Ids({id}), nullptr, &to, 0, nullptr, flags);
     }
 };
 
@@ -136,8 +121,8 @@ TEST_F(StoreEventsTest, EachChangeIsToldInItsPlaceWithItsIdentifiers)
     Start(false);
     const std::string inbox = Name(*FInbox);
     auto all = Listen({});
-    auto one = Create(*FInbox, u"one");
-    auto two = Create(*FInbox, u"two");
+    auto one = NewFolder(*FInbox, u"one");
+    auto two = NewFolder(*FInbox, u"two");
     const std::string f1 = Name(*one);
     const std::string f2 = Name(*two);
     EXPECT_EQ(Told(*all.sink), (Lines{"created " + f1 + " in " + inbox, "created " + f2 + " in " + inbox}));
@@ -190,7 +175,7 @@ TEST_F(StoreEventsTest, EachChangeIsToldInItsPlaceWithItsIdentifiers)
 TEST_F(StoreEventsTest, ASinkIsToldOfWhatItAskedForOnly)
 {
     Start(false);
-    auto other = Create(*FInbox, u"other");
+    auto other = NewFolder(*FInbox, u"other");
     const Bytes id = AddMessage(u"watched");
     auto inbox = Listen(Get(*FInbox, tag::EntryId).Blob());
     auto message = Listen(id);
@@ -198,7 +183,7 @@ TEST_F(StoreEventsTest, ASinkIsToldOfWhatItAskedForOnly)
     EXPECT_EQ(Listen({}, All | 0x20000000, MAPI_E_UNKNOWN_FLAGS).number, 0u);
     EXPECT_EQ(Listen({}, fnevTableModified, MAPI_E_NO_SUPPORT).number, 0u);
     EXPECT_EQ(Listen({1, 2, 3}, All, MAPI_E_INVALID_ENTRYID).number, 0u);
-    Create(*other, u"deeper");
+    NewFolder(*other, u"deeper");
     const Bytes second = AddMessage(u"second");
     EXPECT_EQ(Told(*inbox.sink).size(), 2u); // the message and the counters; nothing of what lies in another folder
     EXPECT_EQ(Told(*message.sink), Lines());
@@ -216,7 +201,7 @@ TEST_F(StoreEventsTest, AStoreThatIsRenamedTellsItsSinksInEverySession)
     auto byName = Listen(Get(*FStore, tag::EntryId).Blob());
     auto folder = Listen(Get(*FInbox, tag::EntryId).Blob());
     auto session = LogOnTo(u"p");
-    auto store = OpenStore(*session, Stores(*session).at(0).id);
+    auto store = OpenFirstStore(*session);
     auto table = Contents();
     const ULONG_PTR connection = Advise(*table, FSink.Get());
     Set(*store, {Text(tag::DisplayName, u"renamed")});
@@ -232,28 +217,32 @@ TEST_F(StoreEventsTest, AnotherProcessIsHeardByTheClientsThreadOnceItsChangeIsDu
 {
     Start(true);
     auto all = Listen({}, fnevObjectCreated | fnevObjectModified);
-    OtherProcess other(StorePath());
+    auto table = Watched();
+    OtherProcess other(OnlyStoreFile());
     ASSERT_EQ(other.Do("add hello"), "ok");
     ASSERT_TRUE(all.sink->WaitForOne());
     auto lines = all.sink->Take();
     EXPECT_EQ(lines.at(0).substr(0, 9), "created m");
+    EXPECT_EQ(Heard(1), std::vector<std::u16string>{u"added hello"}); // before the next change, which might join it
     // More than is told one by one: the folder has changed.
     ASSERT_EQ(other.Do("burst 600"), "ok");
     ASSERT_TRUE(all.sink->WaitForOne());
     EXPECT_EQ(all.sink->Take(), (Lines{"modified " + Name(*FInbox) + " in f2 count unread"}));
+    EXPECT_EQ(Heard(1), std::vector<std::u16string>{u"reload"});
     ASSERT_EQ(other.Do("hold secret"), "ok");
     other.Kill();
     const Bytes own = AddMessage(u"own");
     ASSERT_TRUE(all.sink->WaitForOne());
     EXPECT_EQ(all.sink->Take().at(0),
               "created " + Name(own) + " in " + Name(*FInbox)); // nothing of what was not committed
+    EXPECT_EQ(Heard(1), std::vector<std::u16string>{u"added own"});
 }
 
 TEST_F(StoreEventsTest, AnotherProcessIsHeardWhateverItDoes)
 {
     Start(true);
     auto all = Listen({}, All & ~fnevObjectModified);
-    OtherProcess other(StorePath());
+    OtherProcess other(OnlyStoreFile());
     const auto told = [&](const std::string& command) {
         EXPECT_EQ(other.Do(command), "ok");
         EXPECT_TRUE(all.sink->WaitForOne());
@@ -285,40 +274,28 @@ TEST_F(StoreEventsTest, ASearchIsToldWhenItIsDoneAndItsTableFollows)
 {
     Start(true);
     auto all = Listen({});
-    Ptr<IMAPIFolder> search;
     auto finder = OpenFolder(Get(*FStore, tag::Finder).Blob());
-    ASSERT_EQ(
-        finder->CreateFolder(FOLDER_SEARCH, const_cast<char16_t*>(u"s"), nullptr, nullptr, MAPI_UNICODE, Out(search)),
-        S_OK);
+    auto search = NewFolder(*finder, u"s", FOLDER_SEARCH);
     ASSERT_TRUE(all.sink->WaitForOne());
     static_cast<void>(all.sink->Take());
-    SPropValue value = Text(tag::Subject, u"h");
-    SRestriction wanted{};
-    wanted.rt = RES_CONTENT;
-    wanted.res.resContent = {FL_PREFIX | FL_IGNORECASE, tag::Subject, &value};
-    const Bytes inbox = Get(*FInbox, tag::EntryId).Blob();
-    SBinary entry{static_cast<ULONG>(inbox.size()), const_cast<std::uint8_t*>(inbox.data())};
-    ENTRYLIST list{1, &entry};
-    ASSERT_EQ(search->SetSearchCriteria(&wanted, &list, SHALLOW_SEARCH), S_OK);
+    ASSERT_EQ(search->SetSearchCriteria(Starts(Text(tag::Subject, u"h")), Ids({Get(*FInbox, tag::EntryId).Blob()}),
+                                        SHALLOW_SEARCH),
+              S_OK);
     ASSERT_TRUE(all.sink->WaitForOne());
     EXPECT_EQ(all.sink->Take(), (Lines{"searched " + Name(*search) + " in " + Name(*finder),
                                        "modified " + Name(*search) + " in " + Name(*finder) + " count unread"}));
-    Ptr<IMAPITable> table;
-    ASSERT_EQ(search->GetContentsTable(MAPI_UNICODE, Out(table)), S_OK);
+    auto table = ContentsTable(*search);
     ASSERT_EQ(table->SetColumns(Tags{tag::Subject, tag::InstanceKey}, 0), S_OK);
     const ULONG_PTR connection = Advise(*table, FSink.Get());
-    OtherProcess other(StorePath());
+    OtherProcess other(OnlyStoreFile());
     ASSERT_EQ(other.Do("add other"), "ok"); // does not fit
     ASSERT_EQ(other.Do("add hello"), "ok");
-    ASSERT_TRUE(FSink->WaitFor(1));
-    EXPECT_EQ(Describe(FSink->Take()), (std::vector<std::u16string>{u"added hello"}));
+    EXPECT_EQ(Heard(1), std::vector<std::u16string>{u"added hello"});
     ASSERT_EQ(other.Do("rename hello"), "ok");
-    ASSERT_TRUE(FSink->WaitFor(1));
-    EXPECT_EQ(Describe(FSink->Take()), (std::vector<std::u16string>{u"modified hello'"}));
+    EXPECT_EQ(Heard(1), std::vector<std::u16string>{u"modified hello'"});
     for (const Props& row : Rows(*table, {tag::EntryId}))
         Delete(std::get<Bytes>(row[0].data));
-    ASSERT_TRUE(FSink->WaitFor(1));
-    EXPECT_EQ(Describe(FSink->Take()), (std::vector<std::u16string>{u"deleted"}));
+    EXPECT_EQ(Heard(1), std::vector<std::u16string>{u"deleted"});
     EXPECT_EQ(table->Unadvise(connection), S_OK);
 }
 

@@ -3,11 +3,11 @@
 namespace deftmapi::client::test
 {
 
-mapi::HRESULT Modify(mapi::IMessage& message, ULONG flags, const std::vector<NewRecipient>& recipients)
+HRESULT Modify(IMessage& message, ULONG flags, const std::vector<NewRecipient>& recipients)
 {
     constexpr ULONG Columns = 5;
-    std::vector<std::vector<mapi::SPropValue>> values;
-    auto list = AllocateAs<mapi::ADRLIST>(sizeof(mapi::ADRLIST) + recipients.size() * sizeof(mapi::ADRENTRY));
+    std::vector<std::vector<SPropValue>> values;
+    auto list = AllocateAs<ADRLIST>(sizeof(ADRLIST) + recipients.size() * sizeof(ADRENTRY));
     list->cEntries = static_cast<ULONG>(recipients.size());
     for (const auto& recipient : recipients) {
         values.push_back({Text(tag::DisplayName, recipient.name), Text(tag::EmailAddress, recipient.address),
@@ -21,14 +21,60 @@ mapi::HRESULT Modify(mapi::IMessage& message, ULONG flags, const std::vector<New
     return message.ModifyRecipients(flags, list.Get());
 }
 
-std::vector<Props> Rows(mapi::IMAPITable& table, std::initializer_list<ULONG> columns, mapi::LONG batch)
+Bytes InboxIdOf(IMsgStore& store)
 {
-    EXPECT_EQ(table.SetColumns(Tags(columns), 0), mapi::S_OK);
-    EXPECT_EQ(table.SeekRow(mapi::BOOKMARK_BEGINNING, 0, nullptr), mapi::S_OK);
+    ULONG size = 0;
+    MapiBuffer<ENTRYID> id;
+    EXPECT_EQ(store.GetReceiveFolder(nullptr, 0, &size, id.Out(), nullptr), S_OK);
+    const auto* bytes = reinterpret_cast<const std::uint8_t*>(id.Get());
+    return Bytes(bytes, bytes + size);
+}
+
+Ptr<IMAPIFolder> NewFolder(IMAPIFolder& parent, const char16_t* name, ULONG type)
+{
+    Ptr<IMAPIFolder> folder;
+    EXPECT_EQ(parent.CreateFolder(type, const_cast<char16_t*>(name), nullptr, nullptr, MAPI_UNICODE, Out(folder)),
+              S_OK);
+    return folder;
+}
+
+Ptr<IMessage> EmptyMessage(IMAPIFolder& folder, ULONG flags)
+{
+    Ptr<IMessage> message;
+    EXPECT_EQ(folder.CreateMessage(nullptr, flags, Out(message)), S_OK);
+    return message;
+}
+
+Ptr<IMAPITable> ContentsTable(IMAPIFolder& folder, ULONG flags)
+{
+    Ptr<IMAPITable> table;
+    EXPECT_EQ(folder.GetContentsTable(MAPI_UNICODE | flags, Out(table)), S_OK);
+    return table;
+}
+
+ULONG RowCount(IMAPITable& table)
+{
+    ULONG count = 0;
+    EXPECT_EQ(table.GetRowCount(0, &count), S_OK);
+    return count;
+}
+
+ULONG RowAt(IMAPITable& table)
+{
+    ULONG row = 0;
+    ULONG ignored = 0;
+    EXPECT_EQ(table.QueryPosition(&row, &ignored, &ignored), S_OK);
+    return row;
+}
+
+std::vector<Props> Rows(IMAPITable& table, std::initializer_list<ULONG> columns, LONG batch)
+{
+    EXPECT_EQ(table.SetColumns(Tags(columns), 0), S_OK);
+    EXPECT_EQ(table.SeekRow(BOOKMARK_BEGINNING, 0, nullptr), S_OK);
     std::vector<Props> result;
     for (;;) {
         RowSet rows;
-        if (table.QueryRows(batch, 0, rows.Out()) != mapi::S_OK) {
+        if (table.QueryRows(batch, 0, rows.Out()) != S_OK) {
             ADD_FAILURE() << "QueryRows";
             return result;
         }
@@ -43,12 +89,11 @@ std::vector<Props> Rows(mapi::IMAPITable& table, std::initializer_list<ULONG> co
     }
 }
 
-Ptr<mapi::IStream> OpenStream(mapi::IMAPIProp& object, ULONG tag, ULONG flags)
+Ptr<IStream> OpenStream(IMAPIProp& object, ULONG tag, ULONG flags)
 {
-    Ptr<mapi::IStream> stream;
-    const auto hr =
-        object.OpenProperty(tag, &mapi::IID_IStream, 0, flags, reinterpret_cast<mapi::LPUNKNOWN*>(Out(stream)));
-    EXPECT_EQ(hr, mapi::S_OK) << std::hex << hr;
+    Ptr<IStream> stream;
+    const auto hr = object.OpenProperty(tag, &IID_IStream, 0, flags, reinterpret_cast<LPUNKNOWN*>(Out(stream)));
+    EXPECT_EQ(hr, S_OK) << std::hex << hr;
     return stream;
 }
 
@@ -68,71 +113,65 @@ void StoreTest::SetUp()
     ASSERT_EQ(LiveBuffers(), 0u);
     ASSERT_EQ(LiveObjects(), 0u);
     CreateStoreFile(File(), ToBytes(NewUid()), u"Test store");
-    FStoreFile = StoreFile::Open(File());
-    FStore = OpenStoreObject(FStoreFile, true, true);
+    Reopen();
 }
 
 void StoreTest::TearDown()
 {
-    FStore.Reset();
-    FStoreFile.reset();
+    Close();
     EXPECT_EQ(LiveObjects(), 0u) << "objects are left";
     EXPECT_EQ(LiveBuffers(), 0u) << "MAPI buffers are left";
 }
 
-Ptr<mapi::IMsgStore> StoreTest::OpenAnother(bool writable) const
+void StoreTest::Close()
+{
+    FStore.Reset();
+    FStoreFile.reset();
+}
+
+void StoreTest::Reopen()
+{
+    Close();
+    FStoreFile = StoreFile::Open(File());
+    FStore = OpenStoreObject(FStoreFile, true, true);
+}
+
+Ptr<IMsgStore> StoreTest::OpenAnother(bool writable) const
 {
     return OpenStoreObject(StoreFile::Open(File()), writable, false);
 }
 
-Ptr<mapi::IMAPIFolder> StoreTest::OpenFolder(const Bytes& id, ULONG flags) const
+Ptr<IMAPIFolder> StoreTest::OpenFolder(const Bytes& id, ULONG flags) const
 {
-    ULONG type = 0;
-    Ptr<mapi::IMAPIFolder> folder;
-    const auto hr = FStore->OpenEntry(static_cast<ULONG>(id.size()), AsEntry(id), nullptr, flags, &type,
-                                      reinterpret_cast<mapi::LPUNKNOWN*>(Out(folder)));
-    EXPECT_EQ(hr, mapi::S_OK) << std::hex << hr;
-    EXPECT_EQ(type, mapi::MAPI_FOLDER);
-    return folder;
+    return Opened<IMAPIFolder>(*FStore, id, flags);
 }
 
 Bytes StoreTest::InboxId() const
 {
-    ULONG size = 0;
-    MapiBuffer<mapi::ENTRYID> id;
-    EXPECT_EQ(FStore->GetReceiveFolder(nullptr, 0, &size, id.Out(), nullptr), mapi::S_OK);
-    const auto* bytes = reinterpret_cast<const std::uint8_t*>(id.Get());
-    return Bytes(bytes, bytes + size);
+    return InboxIdOf(*FStore);
 }
 
-Ptr<mapi::IMAPIFolder> StoreTest::Inbox(ULONG flags) const
+Ptr<IMAPIFolder> StoreTest::Inbox(ULONG flags) const
 {
     return OpenFolder(InboxId(), flags);
 }
 
-Ptr<mapi::IMessage> StoreTest::OpenMessage(const Bytes& id, ULONG flags) const
+Ptr<IMessage> StoreTest::OpenMessage(const Bytes& id, ULONG flags) const
 {
-    ULONG type = 0;
-    Ptr<mapi::IMessage> message;
-    const auto hr = FStore->OpenEntry(static_cast<ULONG>(id.size()), AsEntry(id), nullptr, flags, &type,
-                                      reinterpret_cast<mapi::LPUNKNOWN*>(Out(message)));
-    EXPECT_EQ(hr, mapi::S_OK) << std::hex << hr;
-    EXPECT_EQ(type, mapi::MAPI_MESSAGE);
-    return message;
+    return Opened<IMessage>(*FStore, id, flags);
 }
 
-Ptr<mapi::IMessage> StoreTest::NewMessage(mapi::IMAPIFolder& folder, const char16_t* subject)
+Ptr<IMessage> StoreTest::NewMessage(IMAPIFolder& folder, const char16_t* subject)
 {
-    Ptr<mapi::IMessage> message;
-    EXPECT_EQ(folder.CreateMessage(nullptr, 0, Out(message)), mapi::S_OK);
+    auto message = EmptyMessage(folder);
     Set(*message, {Text(tag::Subject, subject)});
     return message;
 }
 
-Bytes StoreTest::Save(mapi::IMessage& message)
+Bytes StoreTest::Save(IMessage& message)
 {
-    const auto hr = message.SaveChanges(mapi::KEEP_OPEN_READWRITE);
-    EXPECT_EQ(hr, mapi::S_OK) << std::hex << hr;
+    const auto hr = message.SaveChanges(KEEP_OPEN_READWRITE);
+    EXPECT_EQ(hr, S_OK) << std::hex << hr;
     return Get(message, tag::EntryId).Blob();
 }
 
@@ -140,7 +179,7 @@ void ContentsTest::SetUp()
 {
     StoreTest::SetUp();
     FInbox = Inbox();
-    ASSERT_EQ(FInbox->GetContentsTable(mapi::MAPI_UNICODE, Out(FTable)), mapi::S_OK);
+    FTable = ContentsTable(*FInbox);
 }
 
 void ContentsTest::TearDown()
@@ -150,18 +189,9 @@ void ContentsTest::TearDown()
     StoreTest::TearDown();
 }
 
-void ContentsTest::Delete(Bytes id)
+void ContentsTest::Delete(const Bytes& id)
 {
-    mapi::SBinary entry{static_cast<ULONG>(id.size()), id.data()};
-    mapi::ENTRYLIST list{1, &entry};
-    ASSERT_EQ(FInbox->DeleteMessages(&list, 0, nullptr, 0), mapi::S_OK);
-}
-
-ULONG ContentsTest::Count()
-{
-    ULONG count = 0;
-    EXPECT_EQ(FTable->GetRowCount(0, &count), mapi::S_OK);
-    return count;
+    ASSERT_EQ(FInbox->DeleteMessages(Ids({id}), 0, nullptr, 0), S_OK);
 }
 
 } // namespace deftmapi::client::test

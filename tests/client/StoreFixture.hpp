@@ -11,6 +11,7 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <gtest/gtest.h>
 #include <string>
 #include <vector>
@@ -18,7 +19,7 @@
 namespace deftmapi::client::test
 {
 
-using mapi::ULONG;
+using namespace mapi;
 template <typename T>
 using Ptr = TKwComPtr<T>;
 
@@ -46,6 +47,12 @@ private:
     std::filesystem::path FPath;
 };
 
+[[nodiscard]] inline Bytes ReadFile(const std::filesystem::path& file)
+{
+    std::ifstream in(file, std::ios::binary);
+    return Bytes(std::istreambuf_iterator<char>(in), {});
+}
+
 /// Any number of tags as the structure that calls take.
 class Tags
 {
@@ -54,50 +61,84 @@ public:
     {
         FWords.insert(FWords.end(), tags.begin(), tags.end());
     }
-    operator mapi::LPSPropTagArray() { return reinterpret_cast<mapi::LPSPropTagArray>(FWords.data()); }
+    operator LPSPropTagArray() { return reinterpret_cast<LPSPropTagArray>(FWords.data()); }
 
 private:
     std::vector<ULONG> FWords;
 };
 
-inline mapi::SPropValue Text(ULONG tag, const char16_t* text)
+inline LPENTRYID AsEntry(const Bytes& id)
 {
-    mapi::SPropValue value{};
+    return reinterpret_cast<LPENTRYID>(const_cast<std::uint8_t*>(id.data()));
+}
+
+/// Any number of entry identifiers as the structure that calls take.
+class Ids
+{
+public:
+    explicit Ids(std::vector<Bytes> ids) : FIds(std::move(ids))
+    {
+        for (Bytes& id : FIds)
+            FEntries.push_back({static_cast<ULONG>(id.size()), id.data()});
+        FList = {static_cast<ULONG>(FEntries.size()), FEntries.data()};
+    }
+    Ids(const Ids&) = delete;
+    Ids& operator=(const Ids&) = delete;
+    operator LPENTRYLIST() { return &FList; }
+
+private:
+    std::vector<Bytes> FIds;
+    std::vector<SBinary> FEntries;
+    ENTRYLIST FList{};
+};
+
+inline SPropValue Text(ULONG tag, const char16_t* text)
+{
+    SPropValue value{};
     value.ulPropTag = tag;
     value.Value.lpszW = const_cast<char16_t*>(text);
     return value;
 }
-inline mapi::SPropValue Long(ULONG tag, mapi::LONG number)
+/// @param texts  must outlive the value
+inline SPropValue Texts(ULONG tag, const std::vector<const char16_t*>& texts)
 {
-    mapi::SPropValue value{};
+    SPropValue value{};
+    value.ulPropTag = tag;
+    value.Value.MVszW = {static_cast<ULONG>(texts.size()),
+                         reinterpret_cast<LPWSTR*>(const_cast<char16_t**>(texts.data()))};
+    return value;
+}
+inline SPropValue Long(ULONG tag, LONG number)
+{
+    SPropValue value{};
     value.ulPropTag = tag;
     value.Value.l = number;
     return value;
 }
-inline mapi::SPropValue Binary(ULONG tag, const Bytes& bytes)
+inline SPropValue Binary(ULONG tag, const Bytes& bytes)
 {
-    mapi::SPropValue value{};
+    SPropValue value{};
     value.ulPropTag = tag;
     value.Value.bin = {static_cast<ULONG>(bytes.size()), const_cast<std::uint8_t*>(bytes.data())};
     return value;
 }
-inline mapi::SPropValue Time(ULONG tag, std::uint64_t time)
+inline SPropValue Time(ULONG tag, std::uint64_t time)
 {
-    mapi::SPropValue value{};
+    SPropValue value{};
     value.ulPropTag = tag;
-    value.Value.ft = {static_cast<mapi::DWORD>(time), static_cast<mapi::DWORD>(time >> 32)};
+    value.Value.ft = {static_cast<DWORD>(time), static_cast<DWORD>(time >> 32)};
     return value;
 }
 
 /// The value of one property as GetProps gives it; an error property when the object does not have it.
 struct Got
 {
-    MapiBuffer<mapi::SPropValue> value;
-    [[nodiscard]] bool IsError() const { return mapi::PROP_TYPE(value->ulPropTag) == mapi::PT_ERROR; }
-    [[nodiscard]] mapi::SCODE Error() const { return IsError() ? value->Value.err : 0; }
+    MapiBuffer<SPropValue> value;
+    [[nodiscard]] bool IsError() const { return PROP_TYPE(value->ulPropTag) == PT_ERROR; }
+    [[nodiscard]] SCODE Error() const { return IsError() ? value->Value.err : 0; }
     [[nodiscard]] std::u16string Wide() const { return IsError() ? u"(error)" : value->Value.lpszW; }
     [[nodiscard]] std::string Narrow() const { return IsError() ? "(error)" : value->Value.lpszA; }
-    [[nodiscard]] mapi::LONG Number() const { return IsError() ? -99999 : value->Value.l; }
+    [[nodiscard]] LONG Number() const { return IsError() ? -99999 : value->Value.l; }
     [[nodiscard]] bool Flag() const { return !IsError() && value->Value.b != 0; }
     [[nodiscard]] Bytes Blob() const
     {
@@ -105,40 +146,55 @@ struct Got
     }
 };
 
-inline Got Get(mapi::IMAPIProp& object, ULONG tag, ULONG flags = mapi::MAPI_UNICODE)
+inline Got Get(IMAPIProp& object, ULONG tag, ULONG flags = MAPI_UNICODE)
 {
     Got got;
     ULONG count = 0;
     const auto hr = object.GetProps(Tags{tag}, flags, &count, got.value.Out());
-    EXPECT_TRUE(mapi::Succeeded(hr)) << std::hex << hr;
+    EXPECT_TRUE(Succeeded(hr)) << std::hex << hr;
     EXPECT_EQ(count, 1u);
     return got;
 }
 
-inline void Set(mapi::IMAPIProp& object, std::vector<mapi::SPropValue> values)
+inline void Set(IMAPIProp& object, std::vector<SPropValue> values)
 {
-    MapiBuffer<mapi::SPropProblemArray> problems;
-    ASSERT_EQ(object.SetProps(static_cast<ULONG>(values.size()), values.data(), problems.Out()), mapi::S_OK);
+    MapiBuffer<SPropProblemArray> problems;
+    ASSERT_EQ(object.SetProps(static_cast<ULONG>(values.size()), values.data(), problems.Out()), S_OK);
     EXPECT_FALSE(problems) << std::hex << problems->aProblem[0].ulPropTag << " " << problems->aProblem[0].scode;
 }
 
-inline mapi::LPENTRYID AsEntry(const Bytes& id)
+/// What an object with this identifier is opened as, out of a session, a store or a folder.
+template <typename Interface>
+Ptr<Interface> Opened(auto& container, const Bytes& id, ULONG flags = MAPI_MODIFY)
 {
-    return reinterpret_cast<mapi::LPENTRYID>(const_cast<std::uint8_t*>(id.data()));
+    ULONG type = 0;
+    Ptr<Interface> object;
+    const auto hr = container.OpenEntry(static_cast<ULONG>(id.size()), AsEntry(id), nullptr, flags, &type,
+                                        reinterpret_cast<LPUNKNOWN*>(Out(object)));
+    EXPECT_EQ(hr, S_OK) << std::hex << hr;
+    EXPECT_EQ(type, (std::is_same_v<Interface, IMessage> ? MAPI_MESSAGE : MAPI_FOLDER));
+    return object;
 }
+/// The identifier of the folder where messages are delivered.
+Bytes InboxIdOf(IMsgStore& store);
+Ptr<IMAPIFolder> NewFolder(IMAPIFolder& parent, const char16_t* name, ULONG type = FOLDER_GENERIC);
+Ptr<IMessage> EmptyMessage(IMAPIFolder& folder, ULONG flags = 0);
+Ptr<IMAPITable> ContentsTable(IMAPIFolder& folder, ULONG flags = 0);
+ULONG RowCount(IMAPITable& table);
+ULONG RowAt(IMAPITable& table); // its position
 
 /// An ADRLIST of recipients with a name, an address and a type.
 struct NewRecipient
 {
     const char16_t* name;
     const char16_t* address;
-    mapi::LONG type = mapi::MAPI_TO;
-    mapi::LONG rowId = -1;
+    LONG type = MAPI_TO;
+    LONG rowId = -1;
 };
-mapi::HRESULT Modify(mapi::IMessage& message, ULONG flags, const std::vector<NewRecipient>& recipients);
+HRESULT Modify(IMessage& message, ULONG flags, const std::vector<NewRecipient>& recipients);
 
 /// All rows of a table, walked in batches.
-std::vector<Props> Rows(mapi::IMAPITable& table, std::initializer_list<ULONG> columns, mapi::LONG batch = 7);
+std::vector<Props> Rows(IMAPITable& table, std::initializer_list<ULONG> columns, LONG batch = 7);
 inline std::u16string WideAt(const Props& row, std::size_t column)
 {
     const auto* text = std::get_if<WideString>(&row[column].data);
@@ -149,8 +205,12 @@ inline std::int64_t NumberAt(const Props& row, std::size_t column)
     const auto* number = std::get_if<std::int64_t>(&row[column].data);
     return number ? *number : -99999;
 }
+inline Bytes BytesOf(const SBinary& value)
+{
+    return Bytes(value.lpb, value.lpb + value.cb);
+}
 
-Ptr<mapi::IStream> OpenStream(mapi::IMAPIProp& object, ULONG tag, ULONG flags);
+Ptr<IStream> OpenStream(IMAPIProp& object, ULONG tag, ULONG flags);
 /// A byte sequence that never repeats within a chunk.
 Bytes Pattern(std::size_t size, std::uint32_t seed = 1);
 
@@ -159,23 +219,26 @@ class StoreTest : public ::testing::Test
 protected:
     void SetUp() override;
     void TearDown() override;
+    /// Closes the store and its file, and opens them again.
+    void Close();
+    void Reopen();
 
     [[nodiscard]] std::filesystem::path File() const { return FFolder.Path() / "test.store"; }
     /// A store object with a connection of its own.
-    [[nodiscard]] Ptr<mapi::IMsgStore> OpenAnother(bool writable = true) const;
-    [[nodiscard]] Ptr<mapi::IMAPIFolder> OpenFolder(const Bytes& id, ULONG flags = mapi::MAPI_MODIFY) const;
-    [[nodiscard]] Ptr<mapi::IMAPIFolder> Inbox(ULONG flags = mapi::MAPI_MODIFY) const;
+    [[nodiscard]] Ptr<IMsgStore> OpenAnother(bool writable = true) const;
+    [[nodiscard]] Ptr<IMAPIFolder> OpenFolder(const Bytes& id, ULONG flags = MAPI_MODIFY) const;
+    [[nodiscard]] Ptr<IMAPIFolder> Inbox(ULONG flags = MAPI_MODIFY) const;
     [[nodiscard]] Bytes InboxId() const;
-    [[nodiscard]] Ptr<mapi::IMessage> OpenMessage(const Bytes& id, ULONG flags = mapi::MAPI_MODIFY) const;
-    static Ptr<mapi::IMessage> NewMessage(mapi::IMAPIFolder& folder, const char16_t* subject);
+    [[nodiscard]] Ptr<IMessage> OpenMessage(const Bytes& id, ULONG flags = MAPI_MODIFY) const;
+    static Ptr<IMessage> NewMessage(IMAPIFolder& folder, const char16_t* subject);
     /// Saves and gives the entry identifier.
-    static Bytes Save(mapi::IMessage& message);
+    static Bytes Save(IMessage& message);
     /// The connection behind FStore, for tests that must break something.
     [[nodiscard]] Database& Db() const { return FStoreFile->Db(); }
 
     TemporaryFolder FFolder;
     StorePtr FStoreFile;
-    Ptr<mapi::IMsgStore> FStore;
+    Ptr<IMsgStore> FStore;
 };
 
 /// The Inbox and its contents table besides.
@@ -184,11 +247,12 @@ class ContentsTest : public StoreTest
 protected:
     void SetUp() override;
     void TearDown() override;
-    void Delete(Bytes id);
-    [[nodiscard]] ULONG Count();
+    void Delete(const Bytes& id);
+    [[nodiscard]] ULONG Count() const { return RowCount(*FTable); }
+    [[nodiscard]] ULONG Position() const { return RowAt(*FTable); }
 
-    Ptr<mapi::IMAPIFolder> FInbox;
-    Ptr<mapi::IMAPITable> FTable;
+    Ptr<IMAPIFolder> FInbox;
+    Ptr<IMAPITable> FTable;
 };
 
 } // namespace deftmapi::client::test

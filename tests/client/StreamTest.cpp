@@ -9,8 +9,6 @@ namespace deftmapi::client::test
 namespace
 {
 
-using namespace mapi;
-
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 constexpr bool UnderSanitizer = true; // it keeps freed memory for a while
 #else
@@ -20,6 +18,19 @@ constexpr bool UnderSanitizer = false;
 class StreamTest : public StoreTest
 {
 protected:
+    static HRESULT Write(IStream& stream, std::string_view bytes)
+    {
+        return stream.Write(bytes.data(), static_cast<ULONG>(bytes.size()), nullptr);
+    }
+    /// What is left of a stream that is no longer than this.
+    static Bytes ReadAll(IStream& stream, std::size_t most)
+    {
+        Bytes read(most + 1);
+        ULONG count = 0;
+        EXPECT_EQ(stream.Read(read.data(), static_cast<ULONG>(read.size()), &count), S_FALSE);
+        read.resize(count);
+        return read;
+    }
     static std::int64_t PeakMemoryKiB()
     {
         std::ifstream status("/proc/self/status");
@@ -93,12 +104,7 @@ TEST_F(StreamTest, ValuesAroundTheLimitsComeBack)
         } else {
             EXPECT_TRUE(got.Blob() == data) << size;
         }
-        auto stream = OpenStream(*again, tag::Html, 0);
-        Bytes read(size + 1);
-        ULONG count = 0;
-        EXPECT_EQ(stream->Read(read.data(), static_cast<ULONG>(read.size()), &count), S_FALSE);
-        read.resize(count);
-        EXPECT_TRUE(read == data) << size;
+        EXPECT_TRUE(ReadAll(*OpenStream(*again, tag::Html, 0), size) == data) << size;
     }
 }
 
@@ -129,10 +135,10 @@ TEST_F(StreamTest, TextStreamsInBothWidths)
     }
     {
         auto narrow = OpenStream(*message, CHANGE_PROP_TYPE(tag::Body, PT_STRING8), MAPI_CREATE | MAPI_MODIFY);
-        ASSERT_EQ(narrow->Write("kurz \xfc", 6, nullptr), S_OK);
+        ASSERT_EQ(Write(*narrow, "kurz \xfc"), S_OK);
         ASSERT_EQ(narrow->Commit(STGC_DEFAULT), S_OK);
         EXPECT_EQ(Get(*message, tag::Body).Wide(), u"kurz \u00fc");
-        ASSERT_EQ(narrow->Write("!", 1, nullptr), S_OK);
+        ASSERT_EQ(Write(*narrow, "!"), S_OK);
     }
     EXPECT_EQ(Get(*message, tag::Body).Wide(), u"kurz \u00fc!"); // the release counts as a commit
     Save(*message);
@@ -151,24 +157,18 @@ TEST_F(StreamTest, WritesAreNotOnDiskBeforeTheMessageIsSaved)
     LARGE_INTEGER at;
     at.QuadPart = 100;
     ASSERT_EQ(stream->Seek(at, STREAM_SEEK_SET, nullptr), S_OK);
-    ASSERT_EQ(stream->Write("xyz", 3, nullptr), S_OK);
+    ASSERT_EQ(Write(*stream, "xyz"), S_OK);
     ULARGE_INTEGER size;
     size.QuadPart = 60000;
     ASSERT_EQ(stream->SetSize(size), S_OK);
-    Bytes read(old.size());
-    ASSERT_EQ(
-        OpenStream(*OpenMessage(id, 0), tag::Html, 0)->Read(read.data(), static_cast<ULONG>(read.size()), nullptr),
-        S_OK);
-    EXPECT_TRUE(read == old);
+    const auto saved = [&] { return ReadAll(*OpenStream(*OpenMessage(id, 0), tag::Html, 0), 60000); };
+    EXPECT_TRUE(saved() == old);
     Save(*message);
     // The stream outlives the save, and what it writes then belongs to the next one.
-    ASSERT_EQ(stream->Write("after", 5, nullptr), S_OK);
+    ASSERT_EQ(Write(*stream, "after"), S_OK);
     Save(*message);
-    auto again = OpenStream(*OpenMessage(id, 0), tag::Html, 0);
-    read.resize(60001);
-    ULONG got = 0;
-    EXPECT_EQ(again->Read(read.data(), static_cast<ULONG>(read.size()), &got), S_FALSE);
-    EXPECT_EQ(got, 60000u);
+    const Bytes read = saved();
+    ASSERT_EQ(read.size(), 60000u);
     EXPECT_EQ(std::memcmp(read.data() + 100, "xyzafter", 8), 0);
     EXPECT_EQ(read[99], old[99]);
     EXPECT_EQ(read[59999], 0);
@@ -189,7 +189,7 @@ TEST_F(StreamTest, FoldersAndStoresTakeWhatWasWrittenAtTheCommit)
             EXPECT_TRUE(Get(*object, Tag).Blob() == old);
             ASSERT_EQ(stream->Commit(STGC_DEFAULT), S_OK);
             EXPECT_TRUE(Get(*object, Tag).Blob() == fresh);
-            ASSERT_EQ(stream->Write("!", 1, nullptr), S_OK);
+            ASSERT_EQ(Write(*stream, "!"), S_OK);
             EXPECT_TRUE(Get(*object, Tag).Blob() == fresh);
         }
         EXPECT_EQ(Get(*object, Tag).Blob().size(), 20001u); // the release counts as a commit
@@ -206,22 +206,22 @@ TEST_F(StreamTest, WhatIsNotCommittedCanBeReverted)
     for (const ULONG flags : {MAPI_MODIFY, MAPI_CREATE | MAPI_MODIFY}) {
         auto stream = OpenStream(*inbox, Value, flags);
         EXPECT_EQ(stream->Revert(), S_OK);
-        EXPECT_EQ(stream->Write("xyz", 3, nullptr), S_OK);
+        EXPECT_EQ(Write(*stream, "xyz"), S_OK);
         EXPECT_EQ(stream->Revert(), S_OK);
         stream.Reset();
         EXPECT_EQ(Get(*inbox, Value).Blob(), (Bytes{1, 2}));
     }
     auto stream = OpenStream(*inbox, Value, MAPI_MODIFY);
-    EXPECT_EQ(stream->Write("x", 1, nullptr), S_OK);
+    EXPECT_EQ(Write(*stream, "x"), S_OK);
     EXPECT_EQ(stream->Revert(), S_OK);
-    EXPECT_EQ(stream->Write("yz", 2, nullptr), S_OK); // the position stays
+    EXPECT_EQ(Write(*stream, "yz"), S_OK); // the position stays
     EXPECT_EQ(stream->Commit(STGC_DEFAULT), S_OK);
     stream.Reset();
     EXPECT_EQ(Get(*inbox, Value).Blob(), (Bytes{1, 'y', 'z'}));
     // A message has it at once.
     auto message = NewMessage(*inbox, u"direct");
     stream = OpenStream(*message, Value, MAPI_CREATE | MAPI_MODIFY);
-    EXPECT_EQ(stream->Write("x", 1, nullptr), S_OK);
+    EXPECT_EQ(Write(*stream, "x"), S_OK);
     EXPECT_EQ(stream->Revert(), STG_E_INVALIDFUNCTION);
 }
 

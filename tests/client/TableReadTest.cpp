@@ -1,16 +1,12 @@
 // What rows show and what searches find where the store takes a short way: values that did not fit their column, types
 // that columns ask for, searches that look near by before they ask an index.
 #include "client/store/Database.hpp"
-#include "tests/client/StoreFixture.hpp"
-
-#include <deque>
+#include "tests/client/TableConditions.hpp"
 
 namespace deftmapi::client::test
 {
 namespace
 {
-
-using namespace mapi;
 
 constexpr ULONG BagText = 0x6700001F;
 constexpr ULONG BagBytes = 0x67010102;
@@ -24,8 +20,13 @@ class TableReadTest : public ContentsTest
 protected:
     void SortByTime(ULONG direction)
     {
-        SSortOrderSet order{1, 0, 0, {{tag::DeliveryTime, direction}}};
-        ASSERT_EQ(FTable->SortTable(&order, 0), S_OK);
+        ASSERT_EQ(FTable->SortTable(SortKeys{{tag::DeliveryTime, direction}}, 0), S_OK);
+    }
+    /// Says that the folder has changed, as every change in the file does.
+    void Touch(const std::string& counters = "")
+    {
+        FillIndexes(Db());
+        Db().Execute("UPDATE folders SET changes = changes + 1" + counters + " WHERE id = 3");
     }
     /// The time of the row at the position, which stays.
     std::int64_t TimeHere()
@@ -42,11 +43,7 @@ TEST_F(TableReadTest, RowsShowValuesInTheTypesThatColumnsAskFor)
     const std::u16string mixed = u"Grüße " + pair + u" 日本";
     const std::u16string split = std::u16string(254, u'é') + pair; // the 255th unit is half of a character
     const GUID guid{1, 2, 3, {4, 5, 6, 7, 8, 9, 10, 11}};
-    std::u16string words[] = {u"red", mixed};
-    LPWSTR wordList[] = {words[0].data(), words[1].data()};
-    SPropValue texts{};
-    texts.ulPropTag = BagTexts;
-    texts.Value.MVszW = {2, wordList};
+    const std::vector<const char16_t*> words = {u"red", mixed.c_str()};
     SPropValue guidValue{};
     guidValue.ulPropTag = BagGuid;
     guidValue.Value.lpguid = const_cast<GUID*>(&guid);
@@ -58,8 +55,8 @@ TEST_F(TableReadTest, RowsShowValuesInTheTypesThatColumnsAskFor)
     number.Value.i = -2;
     for (const bool last : {false, true}) {
         auto message = NewMessage(*FInbox, mixed.c_str());
-        Set(*message, {Text(tag::SenderName, split.c_str()), Text(BagText, split.c_str()), texts, guidValue, real,
-                       number, Long(tag::Importance, last ? 2 : 1)});
+        Set(*message, {Text(tag::SenderName, split.c_str()), Text(BagText, split.c_str()), Texts(BagTexts, words),
+                       guidValue, real, number, Long(tag::Importance, last ? 2 : 1)});
         Save(*message);
     }
     const ULONG narrowName = CHANGE_PROP_TYPE(tag::SenderName, PT_STRING8);
@@ -109,14 +106,9 @@ TEST_F(TableReadTest, BytesTooLargeForARowAreAnErrorAndEmptyOnesAreEmpty)
     }
     // By index, and as a vector: two keys.
     for (const ULONG keys : {1, 2}) {
-        struct
-        {
-            ULONG cSorts;
-            ULONG cCategories = 0;
-            ULONG cExpanded = 0;
-            SSortOrder aSort[2] = {{tag::DeliveryTime, TABLE_SORT_ASCEND}, {tag::MessageSize, TABLE_SORT_ASCEND}};
-        } order{keys};
-        ASSERT_EQ(FTable->SortTable(reinterpret_cast<LPSSortOrderSet>(&order), 0), S_OK);
+        SortKeys order{{tag::DeliveryTime, TABLE_SORT_ASCEND}, {tag::MessageSize, TABLE_SORT_ASCEND}};
+        order->cSorts = keys;
+        ASSERT_EQ(FTable->SortTable(order, 0), S_OK);
         const auto rows = Rows(*FTable, {tag::ConversationIndex, BagBytes});
         ASSERT_EQ(rows.size(), 4u);
         for (const std::size_t column : {0, 1}) {
@@ -138,20 +130,17 @@ TEST_F(TableReadTest, ASearchByACommonBeginningFindsTheNearestRow)
     db.Execute("WITH RECURSIVE n(i) AS (SELECT 0 UNION ALL SELECT i + 1 FROM n WHERE i < 11999) "
                "INSERT INTO messages (folder, delivery_time, subject, version) "
                "SELECT 3, (i * 7919) % 12000, 'hay', 1 FROM n");
-    db.Execute("UPDATE folders SET content_count = 12000 WHERE id = 3");
+    Touch(", content_count = 12000");
     const auto mark = [&](const std::string& where) {
         db.Execute("UPDATE messages SET subject = 'hay'");
         db.Execute("UPDATE messages SET subject = 'Needle' WHERE " + where);
-        db.Execute("UPDATE folders SET changes = changes + 1 WHERE id = 3");
+        Touch();
     };
     ASSERT_EQ(FTable->SetColumns(Tags{tag::DeliveryTime}, 0), S_OK);
-    SPropValue text = Text(tag::Subject, u"need");
-    SRestriction needle{};
-    needle.rt = RES_CONTENT;
-    needle.res.resContent = {FL_PREFIX | FL_IGNORECASE, tag::Subject, &text};
+    const Condition needle = Starts(Text(tag::Subject, u"need"));
     const auto find = [&](LONG from, ULONG flags) -> std::int64_t {
         EXPECT_EQ(FTable->SeekRow(BOOKMARK_BEGINNING, from, nullptr), S_OK);
-        return FTable->FindRow(&needle, BOOKMARK_CURRENT, flags) == S_OK ? TimeHere() : -1;
+        return FTable->FindRow(needle, BOOKMARK_CURRENT, flags) == S_OK ? TimeHere() : -1;
     };
     SortByTime(TABLE_SORT_ASCEND);
     mark("delivery_time % 10 = 7"); // many, everywhere
@@ -186,43 +175,29 @@ TEST_F(TableReadTest, ARestrictionOfManyPartsIsDecidedHoweverItIsNested)
     }
     // 200 times 200 alternatives, of which only the last of each 200 is true, for one message.
     constexpr ULONG Parts = 200;
-    std::deque<SPropValue> values;
-    const auto equals = [&values](ULONG tag, LONG number) {
-        SRestriction leaf{};
-        leaf.rt = RES_PROPERTY;
-        leaf.res.resProperty = {RELOP_EQ, tag, &values.emplace_back(Long(tag, number))};
-        return leaf;
-    };
-    std::deque<std::vector<SRestriction>> children;
-    std::vector<SRestriction> all(Parts);
+    const auto equals = [](ULONG tag, LONG number) { return Is(Long(tag, number)); };
+    std::vector<Condition> all;
     for (ULONG i = 0; i < Parts; ++i) {
-        auto& some = children.emplace_back();
+        std::vector<Condition> some;
         for (ULONG k = 1; k < Parts; ++k)
             some.push_back(equals(i % 2 ? tag::Importance : tag::Sensitivity, static_cast<LONG>(1000 + k)));
         some.push_back(equals(tag::Importance, i == 0 ? 2 : static_cast<LONG>(1 + i % 2)));
         some.push_back(equals(tag::Sensitivity, 14));
-        all[i].rt = RES_OR;
-        all[i].res.resOr = {static_cast<ULONG>(some.size()), some.data()};
+        all.push_back(Or(some));
     }
-    SRestriction root{};
-    root.rt = RES_AND;
-    root.res.resAnd = {Parts, all.data()};
-    ASSERT_EQ(FTable->Restrict(&root, 0), S_OK);
+    ASSERT_EQ(FTable->Restrict(And(all), 0), S_OK);
     const auto rows = Rows(*FTable, {tag::Importance});
     ASSERT_EQ(rows.size(), 1u);
     EXPECT_EQ(NumberAt(rows[0], 0), 2);
     // Chains within chains: 12 levels of 199 parts beside the next level.
-    std::deque<std::vector<SRestriction>> levels;
-    SRestriction inner = equals(tag::Importance, 1);
+    Condition inner = equals(tag::Importance, 1);
     for (int level = 0; level < 12; ++level) {
-        auto& some = levels.emplace_back();
-        some.push_back(inner);
+        std::vector<Condition> some = {inner};
         for (int k = 0; k < 198; ++k)
             some.push_back(equals(tag::Importance, level % 2 ? 1 : 1000));
-        inner.rt = level % 2 ? RES_AND : RES_OR;
-        inner.res.resAnd = {static_cast<ULONG>(some.size()), some.data()};
+        inner = level % 2 ? And(some) : Or(some);
     }
-    ASSERT_EQ(FTable->Restrict(&inner, 0), S_OK);
+    ASSERT_EQ(FTable->Restrict(inner, 0), S_OK);
     const auto deep = Rows(*FTable, {tag::Importance});
     ASSERT_EQ(deep.size(), 1u);
     EXPECT_EQ(NumberAt(deep[0], 0), 1);
@@ -236,23 +211,16 @@ TEST_F(TableReadTest, AnOpenTableFollowsChangesAsANewOneShowsThem)
                "INSERT INTO messages (folder, importance, subject, flags, version) "
                "SELECT 3, i % 3, 'subject ' || (i * 7919) % 100, i % 2, 1 FROM n");
     db.Execute("INSERT INTO bags (message, props) SELECT id, x'' FROM messages");
-    db.Execute("UPDATE folders SET changes = changes + 1, content_count = 600 WHERE id = 3");
-    struct Sort
-    {
-        ULONG cSorts = 3;
-        ULONG cCategories = 0;
-        ULONG cExpanded = 0;
-        SSortOrder aSort[3] = {
-            {tag::Importance, TABLE_SORT_DESCEND}, {BagText, TABLE_SORT_ASCEND}, {tag::Subject, TABLE_SORT_DESCEND}};
-    } byKeys;
-    SRestriction unread{};
-    unread.rt = RES_BITMASK;
-    unread.res.resBitMask = {BMR_EQZ, tag::MessageFlags, MSGFLAG_READ};
-    const auto prepare = [&](IMAPITable& table, bool sorted) {
-        ASSERT_EQ(table.Restrict(&unread, 0), S_OK);
+    Touch(", content_count = 600, unread_count = 300");
+    SortKeys byKeys{
+        {tag::Importance, TABLE_SORT_DESCEND}, {BagText, TABLE_SORT_ASCEND}, {tag::Subject, TABLE_SORT_DESCEND}};
+    const auto prepared = [&](bool sorted) {
+        auto table = ContentsTable(*FInbox);
+        EXPECT_EQ(table->Restrict(Unread(), 0), S_OK);
         if (sorted) {
-            ASSERT_EQ(table.SortTable(reinterpret_cast<LPSSortOrderSet>(&byKeys), 0), S_OK);
+            EXPECT_EQ(table->SortTable(byKeys, 0), S_OK);
         }
+        return table;
     };
     const auto keysOf = [](IMAPITable& table) {
         std::vector<Bytes> keys;
@@ -262,8 +230,7 @@ TEST_F(TableReadTest, AnOpenTableFollowsChangesAsANewOneShowsThem)
     };
     std::vector<Ptr<IMAPITable>> open(2);
     for (const bool sorted : {false, true}) {
-        ASSERT_EQ(FInbox->GetContentsTable(MAPI_UNICODE, Out(open[sorted])), S_OK);
-        prepare(*open[sorted], sorted);
+        open[sorted] = prepared(sorted);
         ASSERT_EQ(keysOf(*open[sorted]).size(), 300u);
     }
     std::vector<Ptr<IMessage>> messages;
@@ -283,20 +250,14 @@ TEST_F(TableReadTest, AnOpenTableFollowsChangesAsANewOneShowsThem)
             ASSERT_EQ(messages.front()->SetReadFlag(step % 8 == 2 ? 0 : CLEAR_READ_FLAG), S_OK);
         }
         if (step % 4 == 3) {
-            Bytes id = Get(*messages.back(), tag::EntryId).Blob();
+            const Bytes id = Get(*messages.back(), tag::EntryId).Blob();
             messages.pop_back();
-            SBinary entry{static_cast<ULONG>(id.size()), id.data()};
-            ENTRYLIST list{1, &entry};
-            ASSERT_EQ(FInbox->DeleteMessages(&list, 0, nullptr, 0), S_OK);
+            Delete(id);
         }
         if (step % 3 == 0)
             continue; // several changes at once
-        for (const bool sorted : {false, true}) {
-            Ptr<IMAPITable> fresh;
-            ASSERT_EQ(FInbox->GetContentsTable(MAPI_UNICODE, Out(fresh)), S_OK);
-            prepare(*fresh, sorted);
-            ASSERT_EQ(keysOf(*open[sorted]), keysOf(*fresh)) << step;
-        }
+        for (const bool sorted : {false, true})
+            ASSERT_EQ(keysOf(*open[sorted]), keysOf(*prepared(sorted))) << step;
     }
 }
 
@@ -304,13 +265,9 @@ TEST_F(TableReadTest, ManyBookmarksFollowTheirRowsThroughAChange)
 {
     constexpr ULONG Count = 40; // messages, each in two rows
     constexpr ULONG Word = BagTexts | MV_INSTANCE;
-    const auto add = [&](std::u16string first, std::u16string second) {
-        LPWSTR words[] = {first.data(), second.data()};
-        SPropValue value{};
-        value.ulPropTag = BagTexts;
-        value.Value.MVszW = {2, words};
+    const auto add = [&](const std::u16string& first, const std::u16string& second) {
         auto message = NewMessage(*FInbox, u"any");
-        Set(*message, {value});
+        Set(*message, {Texts(BagTexts, {first.c_str(), second.c_str()})});
         return Save(*message);
     };
     std::vector<Bytes> ids;
@@ -318,8 +275,7 @@ TEST_F(TableReadTest, ManyBookmarksFollowTheirRowsThroughAChange)
         const std::u16string letter(1, static_cast<char16_t>(u'\u4E00' + i));
         ids.push_back(add(u"a" + letter, u"b" + letter));
     }
-    SSortOrderSet byWord{1, 0, 0, {{Word, TABLE_SORT_ASCEND}}};
-    ASSERT_EQ(FTable->SortTable(&byWord, 0), S_OK);
+    ASSERT_EQ(FTable->SortTable(SortKeys{{Word, TABLE_SORT_ASCEND}}, 0), S_OK);
     ASSERT_EQ(FTable->SetColumns(Tags{Word}, 0), S_OK);
     const auto wordHere = [&] {
         RowSet rows;
@@ -332,9 +288,7 @@ TEST_F(TableReadTest, ManyBookmarksFollowTheirRowsThroughAChange)
         ASSERT_EQ(FTable->CreateBookmark(&places.emplace_back(0, wordHere()).first), S_OK);
     }
     add(u"0", u"1"); // before all
-    SBinary entry{static_cast<ULONG>(ids[5].size()), ids[5].data()};
-    ENTRYLIST list{1, &entry};
-    ASSERT_EQ(FInbox->DeleteMessages(&list, 0, nullptr, 0), S_OK);
+    Delete(ids[5]);
     for (ULONG i = 0; i < 2 * Count; ++i) {
         const bool gone = i % Count == 5;
         ASSERT_EQ(FTable->SeekRow(places[i].first, 0, nullptr), gone ? MAPI_W_POSITION_CHANGED : S_OK) << i;
@@ -356,11 +310,7 @@ TEST_F(TableReadTest, BeginningsEndWhereTheNextLetterBegins)
         std::size_t expected = 0;
         for (const auto& subject : subjects)
             expected += KwUpperCase(subject).starts_with(KwUpperCase(prefix));
-        SPropValue text = Text(tag::Subject, prefix.c_str());
-        SRestriction begins{};
-        begins.rt = RES_CONTENT;
-        begins.res.resContent = {FL_PREFIX | FL_IGNORECASE, tag::Subject, &text};
-        ASSERT_EQ(FTable->Restrict(&begins, 0), S_OK);
+        ASSERT_EQ(FTable->Restrict(Starts(Text(tag::Subject, prefix.c_str())), 0), S_OK);
         EXPECT_EQ(Rows(*FTable, {tag::Subject}).size(), expected) << KwToUtf8(prefix);
     }
 }

@@ -5,8 +5,10 @@
 #include "client/formats/MimeOptions.hpp"
 #include "client/formats/MimeTags.hpp"
 #include "client/formats/Recipients.hpp"
+#include "mapi/core/uKwMAPIProps.hpp"
 #include "support/uKwEncoding.hpp"
 
+#include <chrono>
 #include <cstdio>
 #include <iterator>
 
@@ -16,64 +18,10 @@ namespace deftmapi::client::mime::test
 namespace
 {
 
-struct TName
+std::string TagName(ULONG propTag)
 {
-    mapi::ULONG Tag;
-    const char* Name;
-};
-constexpr TName names[] = {
-    {tag::Importance, "PR_IMPORTANCE"},
-    {tag::MessageClass, "PR_MESSAGE_CLASS"},
-    {tag::Priority, "PR_PRIORITY"},
-    {tag::Sensitivity, "PR_SENSITIVITY"},
-    {tag::Subject, "PR_SUBJECT"},
-    {tag::ClientSubmitTime, "PR_CLIENT_SUBMIT_TIME"},
-    {tag::SentReprSearchKey, "PR_SENT_REPRESENTING_SEARCH_KEY"},
-    {tag::SubjectPrefix, "PR_SUBJECT_PREFIX"},
-    {tag::SentReprEntryId, "PR_SENT_REPRESENTING_ENTRYID"},
-    {tag::SentReprName, "PR_SENT_REPRESENTING_NAME"},
-    {tag::ReplyRecipientEntries, "PR_REPLY_RECIPIENT_ENTRIES"},
-    {tag::ReplyRecipientNames, "PR_REPLY_RECIPIENT_NAMES"},
-    {tag::SentReprAddrType, "PR_SENT_REPRESENTING_ADDRTYPE"},
-    {tag::SentReprEmailAddress, "PR_SENT_REPRESENTING_EMAIL_ADDRESS"},
-    {tag::ConversationTopic, "PR_CONVERSATION_TOPIC"},
-    {tag::ConversationIndex, "PR_CONVERSATION_INDEX"},
-    {tag::TransportHeaders, "PR_TRANSPORT_MESSAGE_HEADERS"},
-    {tag::SenderEntryId, "PR_SENDER_ENTRYID"},
-    {tag::SenderName, "PR_SENDER_NAME"},
-    {tag::SenderSearchKey, "PR_SENDER_SEARCH_KEY"},
-    {tag::SenderAddrType, "PR_SENDER_ADDRTYPE"},
-    {tag::SenderEmailAddress, "PR_SENDER_EMAIL_ADDRESS"},
-    {tag::MessageDeliveryTime, "PR_MESSAGE_DELIVERY_TIME"},
-    {tag::MessageFlags, "PR_MESSAGE_FLAGS"},
-    {tag::NormalizedSubject, "PR_NORMALIZED_SUBJECT"},
-    {tag::Body, "PR_BODY"},
-    {tag::Html, "PR_HTML"},
-    {tag::NativeBodyInfo, "PR_NATIVE_BODY_INFO"},
-    {tag::InternetMessageId, "PR_INTERNET_MESSAGE_ID"},
-    {tag::InternetReferences, "PR_INTERNET_REFERENCES"},
-    {tag::InReplyToId, "PR_IN_REPLY_TO_ID"},
-    {tag::DisplayName, "PR_DISPLAY_NAME"},
-    {tag::AttachDataBin, "PR_ATTACH_DATA_BIN"},
-    {tag::AttachExtension, "PR_ATTACH_EXTENSION"},
-    {tag::AttachFileName, "PR_ATTACH_FILENAME"},
-    {tag::AttachMethod, "PR_ATTACH_METHOD"},
-    {tag::AttachLongFileName, "PR_ATTACH_LONG_FILENAME"},
-    {tag::RenderingPosition, "PR_RENDERING_POSITION"},
-    {tag::AttachMimeTag, "PR_ATTACH_MIME_TAG"},
-    {tag::AttachContentId, "PR_ATTACH_CONTENT_ID"},
-    {tag::AttachContentLocation, "PR_ATTACH_CONTENT_LOCATION"},
-    {tag::AttachFlags, "PR_ATTACH_FLAGS"},
-    {tag::InternetCodePage, "PR_INTERNET_CPID"},
-    {tag::MsgEditorFormat, "PR_MSG_EDITOR_FORMAT"},
-    {tag::AttachmentHidden, "PR_ATTACHMENT_HIDDEN"},
-};
-
-std::string TagName(mapi::ULONG propTag)
-{
-    for (const TName& name : names)
-        if (name.Tag == propTag)
-            return name.Name;
+    if (const TKwMAPIPropInfo* info = FindProp(propTag, true))
+        return KwToUtf8(info->PropName());
     char text[16];
     std::snprintf(text, sizeof text, "0x%08X", propTag);
     return text;
@@ -119,21 +67,16 @@ std::string Quoted(WideView text)
 
 std::string TimeText(std::uint64_t ticks)
 {
-    // Civil date from a day count, so that the listing does not depend on the C library's range.
-    const std::uint64_t seconds = ticks / 10'000'000;
-    const std::uint64_t days = seconds / 86'400 + 584'694; // since 0000-03-01
-    const std::uint64_t era = days / 146'097;
-    const std::uint64_t dayOfEra = days % 146'097;
-    const std::uint64_t year = (dayOfEra - dayOfEra / 1'460 + dayOfEra / 36'524 - dayOfEra / 146'096) / 365;
-    const std::uint64_t dayOfYear = dayOfEra - (365 * year + year / 4 - year / 100);
-    const std::uint64_t monthIndex = (5 * dayOfYear + 2) / 153;
-    const std::uint64_t month = monthIndex < 10 ? monthIndex + 3 : monthIndex - 9;
+    using namespace std::chrono;
+    const auto time = sys_days(year(1601) / 1 / 1) + seconds(ticks / 10'000'000);
+    const auto day = floor<days>(time);
+    const year_month_day date(day);
+    const hh_mm_ss<seconds> clock(time - day);
     char text[64];
-    std::snprintf(text, sizeof text, "%04u-%02u-%02u %02u:%02u:%02u",
-                  static_cast<unsigned>(year + era * 400 + (month <= 2 ? 1 : 0)), static_cast<unsigned>(month),
-                  static_cast<unsigned>(dayOfYear - (153 * monthIndex + 2) / 5 + 1),
-                  static_cast<unsigned>(seconds / 3600 % 24), static_cast<unsigned>(seconds / 60 % 60),
-                  static_cast<unsigned>(seconds % 60));
+    std::snprintf(text, sizeof text, "%04d-%02u-%02u %02d:%02d:%02d", static_cast<int>(date.year()),
+                  static_cast<unsigned>(date.month()), static_cast<unsigned>(date.day()),
+                  static_cast<int>(clock.hours().count()), static_cast<int>(clock.minutes().count()),
+                  static_cast<int>(clock.seconds().count()));
     return text;
 }
 
@@ -148,15 +91,14 @@ std::string Hex(std::string_view bytes)
     return result;
 }
 
-const TValue* Find(const TValues& values, mapi::ULONG propTag)
+const TValue* Find(const TValues& values, ULONG propTag)
 {
     const auto it = values.find(propTag);
     return it != values.end() ? &it->second : nullptr;
 }
 
 /// True when the identifier and the search key of an address say what its name and address say.
-bool Agrees(const TValues& values, mapi::ULONG entryId, mapi::ULONG searchKey, mapi::ULONG name, mapi::ULONG type,
-            mapi::ULONG address)
+bool Agrees(const TValues& values, ULONG entryId, ULONG searchKey, ULONG name, ULONG type, ULONG address)
 {
     const TValue *id = Find(values, entryId), *key = Find(values, searchKey), *text = Find(values, name),
                  *kind = Find(values, type), *mail = Find(values, address);
@@ -177,18 +119,18 @@ void ListLines(const std::string& head, WideView text, std::size_t indent, std::
     }
 }
 
-void ListValue(mapi::ULONG propTag, const TValue& value, std::size_t indent, unsigned codePage, std::string& out)
+void ListValue(ULONG propTag, const TValue& value, std::size_t indent, unsigned codePage, std::string& out)
 {
     const std::string head = std::string(indent, ' ') + TagName(propTag);
-    switch (mapi::PROP_TYPE(propTag)) {
-    case mapi::PT_LONG:
-    case mapi::PT_BOOLEAN:
+    switch (PROP_TYPE(propTag)) {
+    case PT_LONG:
+    case PT_BOOLEAN:
         out += head + ": " + std::to_string(value.Number) + '\n';
         break;
-    case mapi::PT_SYSTIME:
+    case PT_SYSTIME:
         out += head + ": " + TimeText(value.Time) + '\n';
         break;
-    case mapi::PT_UNICODE:
+    case PT_UNICODE:
         if (propTag == tag::Body)
             ListLines(head, value.Text, indent, out);
         else
@@ -245,7 +187,7 @@ std::string ListMessage(const TMessageState& message, std::size_t indent)
             ListValue(propTag, value, indent, codePage, out);
     }
     const std::string pad(indent, ' ');
-    mapi::LONG rowId = 0;
+    LONG rowId = 0;
     for (const TRow& row : message.Recipients) {
         static constexpr const char* kinds[] = {"From", "To", "Cc", "Bcc"};
         const TValue *kind = Find(row, tag::RecipientType), *name = Find(row, tag::DisplayName),

@@ -15,12 +15,14 @@
 namespace deftmapi::client::mime::test
 {
 
+using namespace mapi;
+
 /// Lets the n-th call into any object of this file fail. One for each test.
 struct TFaults
 {
     long FailAt = 0; ///< 0: never
     long Calls = 0;
-    mapi::HRESULT Code = mapi::MAPI_E_DISK_ERROR;
+    HRESULT Code = MAPI_E_DISK_ERROR;
     bool Discard = false; ///< streams only count what is written
     std::uint64_t Discarded = 0;
 
@@ -29,12 +31,12 @@ struct TFaults
 
 struct TValue
 {
-    mapi::LONG Number = 0;
+    LONG Number = 0;
     std::uint64_t Time = 0;
     WideString Text;
     std::string Bytes;
 };
-using TValues = std::map<mapi::ULONG, TValue>;
+using TValues = std::map<ULONG, TValue>;
 using TRow = TValues;
 
 struct TAttachmentState;
@@ -52,41 +54,41 @@ struct TAttachmentState
     std::shared_ptr<TMessageState> Message;
 };
 
+/// What a stream need not have for the reader.
+class TStreamDouble : public ComObject<IStream>
+{
+public:
+    HRESULT DEFTMAPI_STDCALL Write(const void*, ULONG, ULONG*) noexcept override { return E_NOTIMPL; }
+    HRESULT DEFTMAPI_STDCALL SetSize(ULARGE_INTEGER) noexcept override { return E_NOTIMPL; }
+    HRESULT DEFTMAPI_STDCALL Commit(DWORD) noexcept override { return E_NOTIMPL; }
+    HRESULT DEFTMAPI_STDCALL CopyTo(IStream*, ULARGE_INTEGER, ULARGE_INTEGER*, ULARGE_INTEGER*) noexcept override
+    {
+        return E_NOTIMPL;
+    }
+    HRESULT DEFTMAPI_STDCALL Revert() noexcept override { return E_NOTIMPL; }
+    HRESULT DEFTMAPI_STDCALL LockRegion(ULARGE_INTEGER, ULARGE_INTEGER, DWORD) noexcept override { return E_NOTIMPL; }
+    HRESULT DEFTMAPI_STDCALL UnlockRegion(ULARGE_INTEGER, ULARGE_INTEGER, DWORD) noexcept override { return E_NOTIMPL; }
+    HRESULT DEFTMAPI_STDCALL Stat(STATSTG*, DWORD) noexcept override { return E_NOTIMPL; }
+    HRESULT DEFTMAPI_STDCALL Clone(IStream**) noexcept override { return E_NOTIMPL; }
+    [[nodiscard]] bool Implements(const IID& iid) const noexcept override { return iid == IID_IStream; }
+};
+
 /// A stream over its own bytes.
-class TMemoryStream final : public ComObject<mapi::IStream>
+class TMemoryStream final : public TStreamDouble
 {
 public:
     explicit TMemoryStream(std::string bytes, TFaults* faults = nullptr) : FBytes(std::move(bytes)), FFaults(faults) {}
 
     bool CanSeek = true;
-    std::size_t LargestRead = 0;
     /// Receives the bytes at Commit.
     std::function<void(const std::string&)> OnCommit;
 
-    mapi::HRESULT DEFTMAPI_STDCALL Read(void* pv, mapi::ULONG cb, mapi::ULONG* pcbRead) noexcept override;
-    mapi::HRESULT DEFTMAPI_STDCALL Write(const void* pv, mapi::ULONG cb, mapi::ULONG* pcbWritten) noexcept override;
-    mapi::HRESULT DEFTMAPI_STDCALL Seek(mapi::LARGE_INTEGER dlibMove, mapi::DWORD dwOrigin,
-                                        mapi::ULARGE_INTEGER* plibNewPosition) noexcept override;
-    mapi::HRESULT DEFTMAPI_STDCALL SetSize(mapi::ULARGE_INTEGER libNewSize) noexcept override;
-    mapi::HRESULT DEFTMAPI_STDCALL Commit(mapi::DWORD grfCommitFlags) noexcept override;
-    mapi::HRESULT DEFTMAPI_STDCALL CopyTo(mapi::IStream*, mapi::ULARGE_INTEGER, mapi::ULARGE_INTEGER*,
-                                          mapi::ULARGE_INTEGER*) noexcept override
-    {
-        return mapi::E_NOTIMPL;
-    }
-    mapi::HRESULT DEFTMAPI_STDCALL Revert() noexcept override { return mapi::E_NOTIMPL; }
-    mapi::HRESULT DEFTMAPI_STDCALL LockRegion(mapi::ULARGE_INTEGER, mapi::ULARGE_INTEGER, mapi::DWORD) noexcept override
-    {
-        return mapi::E_NOTIMPL;
-    }
-    mapi::HRESULT DEFTMAPI_STDCALL UnlockRegion(mapi::ULARGE_INTEGER, mapi::ULARGE_INTEGER,
-                                                mapi::DWORD) noexcept override
-    {
-        return mapi::E_NOTIMPL;
-    }
-    mapi::HRESULT DEFTMAPI_STDCALL Stat(mapi::STATSTG*, mapi::DWORD) noexcept override { return mapi::E_NOTIMPL; }
-    mapi::HRESULT DEFTMAPI_STDCALL Clone(mapi::IStream**) noexcept override { return mapi::E_NOTIMPL; }
-    [[nodiscard]] bool Implements(const mapi::IID& iid) const noexcept override { return iid == mapi::IID_IStream; }
+    HRESULT DEFTMAPI_STDCALL Read(void* pv, ULONG cb, ULONG* pcbRead) noexcept override;
+    HRESULT DEFTMAPI_STDCALL Write(const void* pv, ULONG cb, ULONG* pcbWritten) noexcept override;
+    HRESULT DEFTMAPI_STDCALL Seek(LARGE_INTEGER dlibMove, DWORD dwOrigin,
+                                  ULARGE_INTEGER* plibNewPosition) noexcept override;
+    HRESULT DEFTMAPI_STDCALL SetSize(ULARGE_INTEGER libNewSize) noexcept override;
+    HRESULT DEFTMAPI_STDCALL Commit(DWORD grfCommitFlags) noexcept override;
 
 private:
     std::string FBytes;
@@ -99,62 +101,51 @@ template <typename Interface>
 class TMemoryProps : public ComObject<Interface>
 {
 public:
-    mapi::HRESULT DEFTMAPI_STDCALL GetLastError(mapi::HRESULT, mapi::ULONG, mapi::LPMAPIERROR*) noexcept override
+    HRESULT DEFTMAPI_STDCALL GetLastError(HRESULT, ULONG, LPMAPIERROR*) noexcept override { return MAPI_E_NO_SUPPORT; }
+    HRESULT DEFTMAPI_STDCALL GetProps(LPSPropTagArray, ULONG, ULONG*, LPSPropValue*) noexcept override
     {
-        return mapi::MAPI_E_NO_SUPPORT;
+        return MAPI_E_NO_SUPPORT;
     }
-    mapi::HRESULT DEFTMAPI_STDCALL GetProps(mapi::LPSPropTagArray, mapi::ULONG, mapi::ULONG*,
-                                            mapi::LPSPropValue*) noexcept override
+    HRESULT DEFTMAPI_STDCALL GetPropList(ULONG, LPSPropTagArray*) noexcept override { return MAPI_E_NO_SUPPORT; }
+    HRESULT DEFTMAPI_STDCALL OpenProperty(ULONG ulPropTag, LPCIID lpiid, ULONG ulInterfaceOptions, ULONG ulFlags,
+                                          LPUNKNOWN* lppUnk) noexcept override;
+    HRESULT DEFTMAPI_STDCALL SetProps(ULONG cValues, LPSPropValue lpPropArray,
+                                      LPSPropProblemArray* lppProblems) noexcept override;
+    HRESULT DEFTMAPI_STDCALL DeleteProps(LPSPropTagArray, LPSPropProblemArray*) noexcept override
     {
-        return mapi::MAPI_E_NO_SUPPORT;
+        return MAPI_E_NO_SUPPORT;
     }
-    mapi::HRESULT DEFTMAPI_STDCALL GetPropList(mapi::ULONG, mapi::LPSPropTagArray*) noexcept override
+    HRESULT DEFTMAPI_STDCALL CopyTo(ULONG, LPCIID, LPSPropTagArray, ULONG_PTR, LPMAPIPROGRESS, LPCIID, LPVOID, ULONG,
+                                    LPSPropProblemArray*) noexcept override
     {
-        return mapi::MAPI_E_NO_SUPPORT;
+        return MAPI_E_NO_SUPPORT;
     }
-    mapi::HRESULT DEFTMAPI_STDCALL OpenProperty(mapi::ULONG ulPropTag, mapi::LPCIID lpiid,
-                                                mapi::ULONG ulInterfaceOptions, mapi::ULONG ulFlags,
-                                                mapi::LPUNKNOWN* lppUnk) noexcept override;
-    mapi::HRESULT DEFTMAPI_STDCALL SetProps(mapi::ULONG cValues, mapi::LPSPropValue lpPropArray,
-                                            mapi::LPSPropProblemArray* lppProblems) noexcept override;
-    mapi::HRESULT DEFTMAPI_STDCALL DeleteProps(mapi::LPSPropTagArray, mapi::LPSPropProblemArray*) noexcept override
+    HRESULT DEFTMAPI_STDCALL CopyProps(LPSPropTagArray, ULONG_PTR, LPMAPIPROGRESS, LPCIID, LPVOID, ULONG,
+                                       LPSPropProblemArray*) noexcept override
     {
-        return mapi::MAPI_E_NO_SUPPORT;
+        return MAPI_E_NO_SUPPORT;
     }
-    mapi::HRESULT DEFTMAPI_STDCALL CopyTo(mapi::ULONG, mapi::LPCIID, mapi::LPSPropTagArray, mapi::ULONG_PTR,
-                                          mapi::LPMAPIPROGRESS, mapi::LPCIID, mapi::LPVOID, mapi::ULONG,
-                                          mapi::LPSPropProblemArray*) noexcept override
+    HRESULT DEFTMAPI_STDCALL GetNamesFromIDs(LPSPropTagArray*, LPGUID, ULONG, ULONG*, LPMAPINAMEID**) noexcept override
     {
-        return mapi::MAPI_E_NO_SUPPORT;
+        return MAPI_E_NO_SUPPORT;
     }
-    mapi::HRESULT DEFTMAPI_STDCALL CopyProps(mapi::LPSPropTagArray, mapi::ULONG_PTR, mapi::LPMAPIPROGRESS, mapi::LPCIID,
-                                             mapi::LPVOID, mapi::ULONG, mapi::LPSPropProblemArray*) noexcept override
+    HRESULT DEFTMAPI_STDCALL GetIDsFromNames(ULONG, LPMAPINAMEID*, ULONG, LPSPropTagArray*) noexcept override
     {
-        return mapi::MAPI_E_NO_SUPPORT;
-    }
-    mapi::HRESULT DEFTMAPI_STDCALL GetNamesFromIDs(mapi::LPSPropTagArray*, mapi::LPGUID, mapi::ULONG, mapi::ULONG*,
-                                                   mapi::LPMAPINAMEID**) noexcept override
-    {
-        return mapi::MAPI_E_NO_SUPPORT;
-    }
-    mapi::HRESULT DEFTMAPI_STDCALL GetIDsFromNames(mapi::ULONG, mapi::LPMAPINAMEID*, mapi::ULONG,
-                                                   mapi::LPSPropTagArray*) noexcept override
-    {
-        return mapi::MAPI_E_NO_SUPPORT;
+        return MAPI_E_NO_SUPPORT;
     }
 
     /// Tags that SetProps refuses with this code each, as a problem.
-    std::map<mapi::ULONG, mapi::SCODE> Refused;
+    std::map<ULONG, SCODE> Refused;
 
 protected:
     explicit TMemoryProps(TFaults& faults) : FFaults(faults) {}
-    virtual mapi::HRESULT OpenObject(mapi::ULONG, mapi::LPUNKNOWN*) { return mapi::MAPI_E_INTERFACE_NOT_SUPPORTED; }
+    virtual HRESULT OpenObject(ULONG, LPUNKNOWN*) { return MAPI_E_INTERFACE_NOT_SUPPORTED; }
 
     TFaults& FFaults;
     TValues FValues;
 };
 
-class TMemoryMessage final : public TMemoryProps<mapi::IMessage>
+class TMemoryMessage final : public TMemoryProps<IMessage>
 {
 public:
     /// @param target  receives the state at SaveChanges
@@ -162,33 +153,22 @@ public:
         : TMemoryProps(faults), FTarget(std::move(target))
     {}
 
-    mapi::HRESULT DEFTMAPI_STDCALL SaveChanges(mapi::ULONG ulFlags) noexcept override;
-    mapi::HRESULT DEFTMAPI_STDCALL CreateAttach(mapi::LPCIID lpInterface, mapi::ULONG ulFlags,
-                                                mapi::ULONG* lpulAttachmentNum,
-                                                mapi::LPATTACH* lppAttach) noexcept override;
-    mapi::HRESULT DEFTMAPI_STDCALL ModifyRecipients(mapi::ULONG ulFlags, mapi::LPADRLIST lpMods) noexcept override;
-    mapi::HRESULT DEFTMAPI_STDCALL GetAttachmentTable(mapi::ULONG, mapi::LPMAPITABLE*) noexcept override
+    HRESULT DEFTMAPI_STDCALL SaveChanges(ULONG ulFlags) noexcept override;
+    HRESULT DEFTMAPI_STDCALL CreateAttach(LPCIID lpInterface, ULONG ulFlags, ULONG* lpulAttachmentNum,
+                                          LPATTACH* lppAttach) noexcept override;
+    HRESULT DEFTMAPI_STDCALL ModifyRecipients(ULONG ulFlags, LPADRLIST lpMods) noexcept override;
+    HRESULT DEFTMAPI_STDCALL GetAttachmentTable(ULONG, LPMAPITABLE*) noexcept override { return MAPI_E_NO_SUPPORT; }
+    HRESULT DEFTMAPI_STDCALL OpenAttach(ULONG, LPCIID, ULONG, LPATTACH*) noexcept override { return MAPI_E_NO_SUPPORT; }
+    HRESULT DEFTMAPI_STDCALL DeleteAttach(ULONG, ULONG_PTR, LPMAPIPROGRESS, ULONG) noexcept override
     {
-        return mapi::MAPI_E_NO_SUPPORT;
+        return MAPI_E_NO_SUPPORT;
     }
-    mapi::HRESULT DEFTMAPI_STDCALL OpenAttach(mapi::ULONG, mapi::LPCIID, mapi::ULONG, mapi::LPATTACH*) noexcept override
+    HRESULT DEFTMAPI_STDCALL GetRecipientTable(ULONG, LPMAPITABLE*) noexcept override { return MAPI_E_NO_SUPPORT; }
+    HRESULT DEFTMAPI_STDCALL SubmitMessage(ULONG) noexcept override { return MAPI_E_NO_SUPPORT; }
+    HRESULT DEFTMAPI_STDCALL SetReadFlag(ULONG) noexcept override { return MAPI_E_NO_SUPPORT; }
+    [[nodiscard]] bool Implements(const IID& iid) const noexcept override
     {
-        return mapi::MAPI_E_NO_SUPPORT;
-    }
-    mapi::HRESULT DEFTMAPI_STDCALL DeleteAttach(mapi::ULONG, mapi::ULONG_PTR, mapi::LPMAPIPROGRESS,
-                                                mapi::ULONG) noexcept override
-    {
-        return mapi::MAPI_E_NO_SUPPORT;
-    }
-    mapi::HRESULT DEFTMAPI_STDCALL GetRecipientTable(mapi::ULONG, mapi::LPMAPITABLE*) noexcept override
-    {
-        return mapi::MAPI_E_NO_SUPPORT;
-    }
-    mapi::HRESULT DEFTMAPI_STDCALL SubmitMessage(mapi::ULONG) noexcept override { return mapi::MAPI_E_NO_SUPPORT; }
-    mapi::HRESULT DEFTMAPI_STDCALL SetReadFlag(mapi::ULONG) noexcept override { return mapi::MAPI_E_NO_SUPPORT; }
-    [[nodiscard]] bool Implements(const mapi::IID& iid) const noexcept override
-    {
-        return iid == mapi::IID_IMessage || iid == mapi::IID_IMAPIProp;
+        return iid == IID_IMessage || iid == IID_IMAPIProp;
     }
 
 private:
@@ -198,6 +178,8 @@ private:
 };
 
 /// Stores the values of a row or of SetProps.
-[[nodiscard]] TValues CopyValues(mapi::ULONG count, const mapi::SPropValue* values);
+[[nodiscard]] TValues CopyValues(ULONG count, const SPropValue* values);
+/// The value that a stream has.
+[[nodiscard]] TValue StreamedValue(ULONG propTag, const std::string& bytes);
 
 } // namespace deftmapi::client::mime::test

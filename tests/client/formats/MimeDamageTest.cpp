@@ -17,10 +17,10 @@ protected:
     TResult Damaged(const std::string& text, TMimeDamage damage)
     {
         Options.Strict = true;
-        EXPECT_EQ(Convert(text).Code, mapi::MAPI_E_CORRUPT_DATA) << text;
+        EXPECT_EQ(Convert(text).Code, MAPI_E_CORRUPT_DATA) << text;
         Options.Strict = false;
         TResult result = Convert(text);
-        EXPECT_EQ(result.Code, mapi::S_OK) << text;
+        EXPECT_EQ(result.Code, S_OK) << text;
         EXPECT_EQ(DamageText(result.Damage), DamageText(damage)) << text;
         return result;
     }
@@ -39,7 +39,7 @@ TEST_F(MimeDamaged, NoMessageAtAll)
           std::string(" folded: onto nothing\n\n"), std::string("\xFF\xD8\xFF\xE0 JFIF \x01\nSubject: in a picture\n")})
     {
         const TResult result = Convert(text);
-        EXPECT_EQ(result.Code, mapi::MAPI_E_CORRUPT_DATA) << text;
+        EXPECT_EQ(result.Code, MAPI_E_CORRUPT_DATA) << text;
         EXPECT_TRUE(result.Message.Values.empty());
     }
     std::mt19937 random(7);
@@ -47,7 +47,7 @@ TEST_F(MimeDamaged, NoMessageAtAll)
         std::string junk(4096, '\0');
         for (char& c : junk)
             c = static_cast<char>(random());
-        EXPECT_EQ(Convert(junk).Code, mapi::MAPI_E_CORRUPT_DATA) << i;
+        EXPECT_EQ(Convert(junk).Code, MAPI_E_CORRUPT_DATA) << i;
     }
 }
 
@@ -100,7 +100,7 @@ TEST_F(MimeDamaged, Multiparts)
                      mdTruncated);
     EXPECT_EQ(result.Text(tag::Body), u"body");
     ASSERT_EQ(result.Message.Attachments.size(), 1u);
-    EXPECT_EQ(result.Message.Attachments[0]->Values.at(tag::AttachDataBin).Bytes, "png");
+    EXPECT_EQ(result.Attached(tag::AttachDataBin).Bytes, "png");
 
     // A type that is none.
     result = Damaged("Content-Type: nonsense\n\ndata", mdContentType);
@@ -126,7 +126,7 @@ TEST_F(MimeDamaged, CutAnywhere)
     const std::size_t subjectEnd = text.find("Date:");
     for (std::size_t size = 0; size <= text.size(); ++size) {
         const TResult result = Convert(text.substr(0, size));
-        ASSERT_TRUE(result.Code == mapi::S_OK || result.Code == mapi::MAPI_E_CORRUPT_DATA) << size;
+        ASSERT_TRUE(result.Code == S_OK || result.Code == MAPI_E_CORRUPT_DATA) << size;
         if (size >= subjectEnd) {
             ASSERT_EQ(result.Text(tag::Subject), u"Fwd: the whole story") << size;
         }
@@ -156,7 +156,7 @@ TEST_F(MimeDamaged, ChangedAnywhere)
                 }
             }
             const TResult result = Convert(changed);
-            ASSERT_TRUE(result.Code == mapi::S_OK || result.Code == mapi::MAPI_E_CORRUPT_DATA) << changed;
+            ASSERT_TRUE(result.Code == S_OK || result.Code == MAPI_E_CORRUPT_DATA) << changed;
         }
     }
 }

@@ -15,26 +15,24 @@ namespace deftmapi::client::mime::test
 
 struct TResult
 {
-    mapi::HRESULT Code = mapi::S_OK;
+    HRESULT Code = S_OK;
     TMimeDamage Damage = 0;
     TMessageState Message; ///< empty after a failure
 
-    [[nodiscard]] WideString Text(mapi::ULONG propTag) const
+    [[nodiscard]] TValue Value(ULONG propTag) const
     {
         const auto it = Message.Values.find(propTag);
-        return it != Message.Values.end() ? it->second.Text : WideString();
+        return it != Message.Values.end() ? it->second : TValue{-1, 0, {}, {}};
     }
-    [[nodiscard]] std::string Bytes(mapi::ULONG propTag) const
+    [[nodiscard]] WideString Text(ULONG propTag) const { return Value(propTag).Text; }
+    [[nodiscard]] std::string Bytes(ULONG propTag) const { return Value(propTag).Bytes; }
+    [[nodiscard]] LONG Number(ULONG propTag) const { return Value(propTag).Number; }
+    /// Of an attachment.
+    [[nodiscard]] const TValue& Attached(ULONG propTag, std::size_t number = 0) const
     {
-        const auto it = Message.Values.find(propTag);
-        return it != Message.Values.end() ? it->second.Bytes : std::string();
+        return Message.Attachments.at(number)->Values.at(propTag);
     }
-    [[nodiscard]] mapi::LONG Number(mapi::ULONG propTag) const
-    {
-        const auto it = Message.Values.find(propTag);
-        return it != Message.Values.end() ? it->second.Number : -1;
-    }
-    [[nodiscard]] bool Has(mapi::ULONG propTag) const { return Message.Values.contains(propTag); }
+    [[nodiscard]] bool Has(ULONG propTag) const { return Message.Values.contains(propTag); }
 };
 
 class MimeTest : public testing::Test
@@ -56,7 +54,7 @@ protected:
     {
         TResult result;
         auto state = std::make_shared<TMessageState>();
-        const TKwComPtr<mapi::IStream> kept(stream);
+        const TKwComPtr<IStream> kept(stream);
         TKwComPtr<TMemoryMessage> message(new TMemoryMessage(Faults, state));
         message->Refused = Refused;
         LastError last;
@@ -71,7 +69,7 @@ protected:
 
     TMimeOptions Options;
     TFaults Faults;
-    std::map<mapi::ULONG, mapi::SCODE> Refused;
+    std::map<ULONG, SCODE> Refused;
 
 private:
     std::size_t FObjects;

@@ -41,7 +41,7 @@ class MimeGolden : public MimeTest, public testing::WithParamInterface<std::stri
 TEST_P(MimeGolden, IsListedAsExpected)
 {
     const TResult result = Convert(ReadFile(GetParam()));
-    ASSERT_EQ(result.Code, mapi::S_OK);
+    ASSERT_EQ(result.Code, S_OK);
     const std::string listing = "damage: " + DamageText(result.Damage) + '\n' + ListMessage(result.Message);
     const std::string goldenName = goldenFolder + '/' + std::filesystem::path(GetParam()).stem().string() + ".txt";
     if (std::getenv("DEFTMAPI_UPDATE_GOLDEN") != nullptr)

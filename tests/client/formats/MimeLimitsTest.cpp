@@ -4,7 +4,6 @@
 
 #include <sys/resource.h>
 
-#include <chrono>
 #include <cstring>
 
 namespace deftmapi::client::mime::test
@@ -37,61 +36,36 @@ std::string WithParts(std::size_t count, const std::string& part)
 const std::string attachedPart = "Content-Type: application/octet-stream\n\ndata";
 
 /// A message with one base64 attachment that is made up while it is read.
-class TGeneratedStream final : public ComObject<mapi::IStream>
+class TGeneratedStream final : public TStreamDouble
 {
 public:
     explicit TGeneratedStream(std::uint64_t lines) : FSize(FHead.size() + lines * FLine.size()) {}
 
-    mapi::HRESULT DEFTMAPI_STDCALL Read(void* pv, mapi::ULONG cb, mapi::ULONG* pcbRead) noexcept override
+    HRESULT DEFTMAPI_STDCALL Read(void* pv, ULONG cb, ULONG* pcbRead) noexcept override
     {
         auto* out = static_cast<char*>(pv);
-        mapi::ULONG got = 0;
+        ULONG got = 0;
         while (got < cb && FPosition < FSize) {
             const bool head = FPosition < FHead.size();
             const std::string& from = head ? FHead : FLine;
             const std::size_t at = head ? FPosition : (FPosition - FHead.size()) % FLine.size();
             const std::size_t size = std::min<std::size_t>(cb - got, from.size() - at);
             std::memcpy(out + got, from.data() + at, size);
-            got += static_cast<mapi::ULONG>(size);
+            got += static_cast<ULONG>(size);
             FPosition += size;
         }
         *pcbRead = got;
-        return mapi::S_OK;
+        return S_OK;
     }
-    mapi::HRESULT DEFTMAPI_STDCALL Seek(mapi::LARGE_INTEGER move, mapi::DWORD origin,
-                                        mapi::ULARGE_INTEGER* position) noexcept override
+    HRESULT DEFTMAPI_STDCALL Seek(LARGE_INTEGER move, DWORD origin, ULARGE_INTEGER* position) noexcept override
     {
-        FPosition = static_cast<std::uint64_t>(move.QuadPart) + (origin == mapi::STREAM_SEEK_SET   ? 0
-                                                                 : origin == mapi::STREAM_SEEK_CUR ? FPosition
-                                                                                                   : FSize);
+        FPosition = static_cast<std::uint64_t>(move.QuadPart) + (origin == STREAM_SEEK_SET   ? 0
+                                                                 : origin == STREAM_SEEK_CUR ? FPosition
+                                                                                             : FSize);
         if (position != nullptr)
             position->QuadPart = FPosition;
-        return mapi::S_OK;
+        return S_OK;
     }
-    mapi::HRESULT DEFTMAPI_STDCALL Write(const void*, mapi::ULONG, mapi::ULONG*) noexcept override
-    {
-        return mapi::E_NOTIMPL;
-    }
-    mapi::HRESULT DEFTMAPI_STDCALL SetSize(mapi::ULARGE_INTEGER) noexcept override { return mapi::E_NOTIMPL; }
-    mapi::HRESULT DEFTMAPI_STDCALL CopyTo(mapi::IStream*, mapi::ULARGE_INTEGER, mapi::ULARGE_INTEGER*,
-                                          mapi::ULARGE_INTEGER*) noexcept override
-    {
-        return mapi::E_NOTIMPL;
-    }
-    mapi::HRESULT DEFTMAPI_STDCALL Commit(mapi::DWORD) noexcept override { return mapi::E_NOTIMPL; }
-    mapi::HRESULT DEFTMAPI_STDCALL Revert() noexcept override { return mapi::E_NOTIMPL; }
-    mapi::HRESULT DEFTMAPI_STDCALL LockRegion(mapi::ULARGE_INTEGER, mapi::ULARGE_INTEGER, mapi::DWORD) noexcept override
-    {
-        return mapi::E_NOTIMPL;
-    }
-    mapi::HRESULT DEFTMAPI_STDCALL UnlockRegion(mapi::ULARGE_INTEGER, mapi::ULARGE_INTEGER,
-                                                mapi::DWORD) noexcept override
-    {
-        return mapi::E_NOTIMPL;
-    }
-    mapi::HRESULT DEFTMAPI_STDCALL Stat(mapi::STATSTG*, mapi::DWORD) noexcept override { return mapi::E_NOTIMPL; }
-    mapi::HRESULT DEFTMAPI_STDCALL Clone(mapi::IStream**) noexcept override { return mapi::E_NOTIMPL; }
-    [[nodiscard]] bool Implements(const mapi::IID& iid) const noexcept override { return iid == mapi::IID_IStream; }
 
 private:
     const std::string FHead =
@@ -109,11 +83,11 @@ protected:
     void CheckBoth(const std::string& exact, const std::string& past, TMimeDamage damage)
     {
         Options.Strict = true;
-        EXPECT_EQ(Convert(exact).Code, mapi::S_OK);
-        EXPECT_EQ(Convert(past).Code, mapi::MAPI_E_CORRUPT_DATA);
+        EXPECT_EQ(Convert(exact).Code, S_OK);
+        EXPECT_EQ(Convert(past).Code, MAPI_E_CORRUPT_DATA);
         Options.Strict = false;
         const TResult result = Convert(past);
-        EXPECT_EQ(result.Code, mapi::S_OK);
+        EXPECT_EQ(result.Code, S_OK);
         EXPECT_EQ(DamageText(result.Damage), DamageText(damage));
     }
 };
@@ -133,7 +107,7 @@ TEST_F(MimeLimits, Depth)
         "Content-Type: message/rfc822\nContent-Transfer-Encoding: base64\n\nU3ViamVjdDogeAoKeA==\n";
     const TResult result = Convert(encoded);
     ASSERT_EQ(result.Message.Attachments.size(), 1u);
-    EXPECT_EQ(result.Message.Attachments[0]->Values.at(tag::AttachDataBin).Bytes, "Subject: x\n\nx");
+    EXPECT_EQ(result.Attached(tag::AttachDataBin).Bytes, "Subject: x\n\nx");
     EXPECT_EQ(result.Damage, mdDepthLimit);
     Options.MaxDepth = 2;
     EXPECT_NE(Convert(encoded).Message.Attachments[0]->Message, nullptr);
@@ -182,39 +156,34 @@ TEST_F(MimeLimits, BodyBytes)
         const TResult result = Convert(head + std::string(11, 'x'));
         EXPECT_FALSE(result.Has(tag::Body) || result.Has(tag::Html));
         ASSERT_EQ(result.Message.Attachments.size(), 1u);
-        EXPECT_EQ(result.Message.Attachments[0]->Values.at(tag::AttachDataBin).Bytes, std::string(11, 'x'));
+        EXPECT_EQ(result.Attached(tag::AttachDataBin).Bytes, std::string(11, 'x'));
     }
 }
 
-TEST_F(MimeLimits, HostileTextsEndSoon)
+// What took steps without end, or the square of its length, would not end within the time that a test may take.
+TEST_F(MimeLimits, HostileTextsEnd)
 {
-    const auto start = std::chrono::steady_clock::now();
     // Deeper than any stack would stand.
     EXPECT_NE(Convert(Nested(10'000)).Damage & mdDepthLimit, 0u);
-    std::string messages;
-    for (int i = 0; i < 10'000; ++i)
-        messages += "Content-Type: message/rfc822\n\n";
-    EXPECT_NE(Convert(messages).Damage & mdDepthLimit, 0u);
+    const auto repeated = [](const char* text, int times) {
+        std::string all;
+        while (times-- > 0)
+            all += text;
+        return all;
+    };
+    EXPECT_NE(Convert(repeated("Content-Type: message/rfc822\n\n", 10'000)).Damage & mdDepthLimit, 0u);
     // Empty parts, fields, recipients, parameters by the hundred thousand.
     Options.MaxParts = 1000;
     Options.MaxHeaderFields = 1000;
-    std::string parts = "Content-Type: multipart/mixed; boundary=a\n\n";
-    for (int i = 0; i < 100'000; ++i)
-        parts += "--a\n";
+    const std::string parts = "Content-Type: multipart/mixed; boundary=a\n\n" + repeated("--a\n", 100'000);
     EXPECT_NE(Convert(parts).Damage & mdPartLimit, 0u);
-    std::string fields = "Content-Type: text/plain\n";
-    for (int i = 0; i < 100'000; ++i)
-        fields += "A:\n";
+    const std::string fields = "Content-Type: text/plain\n" + repeated("A:\n", 100'000);
     EXPECT_NE(Convert(fields + "\nbody").Damage & mdHeaderLimit, 0u);
     std::string parameters = "Content-Type: text/plain";
     for (int i = 0; i < 20'000; ++i)
         parameters += ";\n a" + std::to_string(i) + "*0=x";
     EXPECT_NE(Convert(parameters + "\n\nbody").Damage & mdHeaderLimit, 0u);
-    std::string to = "To: a@b";
-    for (int i = 0; i < 20'000; ++i)
-        to += ",\n a@b";
-    EXPECT_EQ(Convert(to + "\n\n").Message.Recipients.size(), 20'001u);
-    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(60));
+    EXPECT_EQ(Convert("To: a@b" + repeated(",\n a@b", 20'000) + "\n\n").Message.Recipients.size(), 20'001u);
 }
 
 TEST_F(MimeLimits, LargeAttachmentsAreNotHeldInMemory)
@@ -227,8 +196,8 @@ TEST_F(MimeLimits, LargeAttachmentsAreNotHeldInMemory)
     rusage before{};
     getrusage(RUSAGE_SELF, &before);
     auto state = std::make_shared<TMessageState>();
-    const TKwComPtr<mapi::IStream> stream(new TGeneratedStream(lines));
-    const TKwComPtr<mapi::IMessage> message(new TMemoryMessage(Faults, state));
+    const TKwComPtr<IStream> stream(new TGeneratedStream(lines));
+    const TKwComPtr<IMessage> message(new TMemoryMessage(Faults, state));
     ReadMime(*stream, *message, Options);
     rusage after{};
     getrusage(RUSAGE_SELF, &after);

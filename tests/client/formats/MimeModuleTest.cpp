@@ -13,8 +13,8 @@ namespace deftmapi::client::mime::test
 namespace
 {
 
-using TGetClassObject = mapi::HRESULT (*)(mapi::REFCLSID, mapi::REFIID, void**);
-using TCanUnloadNow = mapi::HRESULT (*)();
+using TGetClassObject = HRESULT (*)(REFCLSID, REFIID, void**);
+using TCanUnloadNow = HRESULT (*)();
 
 class MimeModule : public MimeTest
 {};
@@ -26,7 +26,7 @@ TEST_F(MimeModule, LoadsConvertsAndUnloadsRepeatedly)
     const char* path = std::getenv("DEFTMAPI_CLIENT");
     if (path == nullptr)
         GTEST_SKIP() << "DEFTMAPI_CLIENT does not name the client library";
-    ASSERT_EQ(Convert("Subject: by the copy in this program\n\n").Code, mapi::S_OK);
+    ASSERT_EQ(Convert("Subject: by the copy in this program\n\n").Code, S_OK);
     for (int round = 0; round < 3; ++round) {
         void* module = ::dlopen(path, RTLD_NOW | RTLD_LOCAL);
         ASSERT_NE(module, nullptr) << ::dlerror();
@@ -34,21 +34,20 @@ TEST_F(MimeModule, LoadsConvertsAndUnloadsRepeatedly)
         const auto canUnloadNow = reinterpret_cast<TCanUnloadNow>(::dlsym(module, "DllCanUnloadNow"));
         ASSERT_TRUE(getClassObject != nullptr && canUnloadNow != nullptr);
         {
-            TKwComPtr<mapi::IClassFactory> factory;
-            TKwComPtr<mapi::IConverterSession> converter;
-            ASSERT_EQ(getClassObject(mapi::CLSID_IConverterSession, mapi::IID_IClassFactory, OutVoid(factory)),
-                      mapi::S_OK);
-            ASSERT_EQ(factory->CreateInstance(nullptr, mapi::IID_IConverterSession, OutVoid(converter)), mapi::S_OK);
+            TKwComPtr<IClassFactory> factory;
+            TKwComPtr<IConverterSession> converter;
+            ASSERT_EQ(getClassObject(CLSID_IConverterSession, IID_IClassFactory, OutVoid(factory)), S_OK);
+            ASSERT_EQ(factory->CreateInstance(nullptr, IID_IConverterSession, OutVoid(converter)), S_OK);
             auto state = std::make_shared<TMessageState>();
-            const TKwComPtr<mapi::IMessage> message(new TMemoryMessage(Faults, state));
-            const TKwComPtr<mapi::IStream> stream(new TMemoryStream(
+            const TKwComPtr<IMessage> message(new TMemoryMessage(Faults, state));
+            const TKwComPtr<IStream> stream(new TMemoryStream(
                 ReadFile(std::string(DEFTMAPI_SOURCE_DIR) + "/examples/messages/forwarded-messages.eml")));
-            EXPECT_EQ(converter->MIMEToMAPI(stream.Get(), message.Get(), nullptr, mapi::CCSF_SMTP), mapi::S_OK);
-            EXPECT_EQ(message->SaveChanges(0), mapi::S_OK);
+            EXPECT_EQ(converter->MIMEToMAPI(stream.Get(), message.Get(), nullptr, CCSF_SMTP), S_OK);
+            EXPECT_EQ(message->SaveChanges(0), S_OK);
             EXPECT_EQ(state->Attachments.size(), 1u);
-            EXPECT_EQ(canUnloadNow(), mapi::S_FALSE) << "the converter is in use";
+            EXPECT_EQ(canUnloadNow(), S_FALSE) << "the converter is in use";
         }
-        EXPECT_EQ(canUnloadNow(), mapi::S_OK);
+        EXPECT_EQ(canUnloadNow(), S_OK);
         EXPECT_EQ(::dlclose(module), 0);
     }
 }

@@ -48,13 +48,13 @@ TEST_F(MimeSamples, EveryMessageConvertsOrIsRefused)
             entry.path().filename().string().find("_decoded") != std::string::npos)
             continue;
         const TResult result = Convert(ReadFile(entry.path().string()));
-        EXPECT_TRUE(result.Code == mapi::S_OK || result.Code == mapi::MAPI_E_CORRUPT_DATA) << entry.path();
-        ++(result.Code == mapi::S_OK ? messages : refused);
+        EXPECT_TRUE(result.Code == S_OK || result.Code == MAPI_E_CORRUPT_DATA) << entry.path();
+        ++(result.Code == S_OK ? messages : refused);
         if (std::getenv("DEFTMAPI_LIST_SAMPLES") != nullptr)
             std::cout << "==== " << entry.path().string() << "\nresult: " << std::hex << result.Code << std::dec
                       << "\ndamage: " << DamageText(result.Damage) << '\n'
                       << ListMessage(result.Message);
-        if (result.Code == mapi::S_OK) {
+        if (result.Code == S_OK) {
             EXPECT_TRUE(result.Has(tag::TransportHeaders)) << entry.path();
             EXPECT_TRUE(result.Has(tag::MessageDeliveryTime)) << entry.path();
         }
@@ -91,7 +91,7 @@ TEST_F(MimeSamples, KnownMessages)
     };
     for (const TCase& one : cases) {
         const TResult result = Sample(one.Name);
-        EXPECT_EQ(result.Code, mapi::S_OK) << one.Name;
+        EXPECT_EQ(result.Code, S_OK) << one.Name;
         EXPECT_EQ(KwToUtf8(result.Text(tag::Subject)), KwToUtf8(one.Subject)) << one.Name;
         EXPECT_EQ(result.Message.Attachments.size(), one.Attachments) << one.Name;
         EXPECT_EQ(result.Has(tag::Body), one.Text) << one.Name;

@@ -42,7 +42,7 @@ protected:
     std::string Shape(const std::string& text)
     {
         const TResult result = Convert(text);
-        EXPECT_EQ(result.Code, mapi::S_OK);
+        EXPECT_EQ(result.Code, S_OK);
         std::string shape = result.Has(tag::Body) ? KwToUtf8(result.Text(tag::Body)) : "-";
         shape += " | " + (result.Has(tag::Html) ? result.Bytes(tag::Html) : "-") + " |";
         for (const auto& attachment : result.Message.Attachments)
@@ -121,9 +121,9 @@ TEST_F(MimeStructure, RelatedRoots)
         Multipart("related", {{"Content-Type: text/html; charset=utf-16le\nContent-Transfer-Encoding: base64", wide},
                               {"Content-Type: image/png\nContent-Location:\n logo.png", "png"}}));
     ASSERT_EQ(result.Message.Attachments.size(), 1u);
-    EXPECT_EQ(result.Message.Attachments[0]->Values.at(tag::AttachmentHidden).Number, 1);
-    EXPECT_EQ(result.Message.Attachments[0]->Values.at(tag::AttachFlags).Number, tag::attMhtmlRef);
-    EXPECT_EQ(result.Message.Attachments[0]->Values.at(tag::AttachContentLocation).Text, u"logo.png");
+    EXPECT_EQ(result.Attached(tag::AttachmentHidden).Number, 1);
+    EXPECT_EQ(result.Attached(tag::AttachFlags).Number, tag::attMhtmlRef);
+    EXPECT_EQ(result.Attached(tag::AttachContentLocation).Text, u"logo.png");
     EXPECT_EQ(result.Number(tag::InternetCodePage), 1200);
 }
 
@@ -134,15 +134,15 @@ TEST_F(MimeStructure, AttachedMessagesBehindAnEncoding)
     ASSERT_EQ(result.Message.Attachments.size(), 1u);
     ASSERT_NE(result.Message.Attachments[0]->Message, nullptr);
     EXPECT_EQ(result.Message.Attachments[0]->Message->Values.at(tag::Subject).Text, u"ä");
-    EXPECT_EQ(result.Message.Attachments[0]->Values.at(tag::DisplayName).Text, u"ä");
+    EXPECT_EQ(result.Attached(tag::DisplayName).Text, u"ä");
     EXPECT_EQ(result.Message.Attachments[0]->Message->Values.at(tag::MessageFlags).Number,
-              static_cast<mapi::LONG>(mapi::MSGFLAG_READ | mapi::MSGFLAG_UNMODIFIED));
+              static_cast<LONG>(MSGFLAG_READ | MSGFLAG_UNMODIFIED));
 
     // What is no message stays a file.
     result = Convert(message + "\n\nonly text\n");
     ASSERT_EQ(result.Message.Attachments.size(), 1u);
     EXPECT_EQ(result.Message.Attachments[0]->Message, nullptr);
-    EXPECT_EQ(result.Message.Attachments[0]->Values.at(tag::AttachLongFileName).Text, u"ATT00001.eml");
+    EXPECT_EQ(result.Attached(tag::AttachLongFileName).Text, u"ATT00001.eml");
     EXPECT_NE(result.Damage & mdEmbedded, 0u);
 }
 

@@ -32,14 +32,6 @@ protected:
     }
 };
 
-std::string Repeated(const std::string& text, int times)
-{
-    std::string result;
-    while (times-- > 0)
-        result += text;
-    return result;
-}
-
 } // namespace
 
 TEST_F(MimeText, CharacterSets)
@@ -142,10 +134,8 @@ TEST_F(MimeText, SubjectPrefixes)
 
 TEST_F(MimeText, Times)
 {
-    const auto time = [this](const std::string& header, mapi::ULONG propTag) {
-        const TResult result = Convert(header + "\n\n");
-        const auto it = result.Message.Values.find(propTag);
-        return it != result.Message.Values.end() ? it->second.Time : 0;
+    const auto time = [this](const std::string& header, ULONG propTag) {
+        return Convert(header + "\n\n").Value(propTag).Time;
     };
     constexpr std::uint64_t second = 10'000'000;
     constexpr std::uint64_t noon = 133'156'224'000'000'000 + 12 * 3600 * second; // 2022-12-16
@@ -168,7 +158,7 @@ TEST_F(MimeText, Times)
 
 TEST_F(MimeText, Importance)
 {
-    const auto check = [this](const std::string& header, mapi::LONG importance, mapi::LONG priority) {
+    const auto check = [this](const std::string& header, LONG importance, LONG priority) {
         const TResult result = Convert(header + "\nSubject: x\n\n");
         EXPECT_EQ(result.Number(tag::Importance), importance) << header;
         EXPECT_EQ(result.Message.Values.at(tag::Priority).Number, priority) << header;
@@ -228,10 +218,13 @@ TEST_F(MimeText, BinaryFormsOfAddresses)
 
 TEST_F(MimeText, ManyRecipientsAreAddedInSeveralCalls)
 {
-    const TResult result = Convert("To: x@y" + Repeated(", \"N\" <a@b.c>", 1200) + "\nBcc: z@z\n\n");
+    std::string to = "To: x@y";
+    for (int i = 0; i < 1200; ++i)
+        to += ", \"N\" <a@b.c>";
+    const TResult result = Convert(to + "\nBcc: z@z\n\n");
     ASSERT_EQ(result.Message.Recipients.size(), 1202u);
     EXPECT_EQ(result.Message.Recipients.back().at(tag::RowId).Number, 1201);
-    EXPECT_EQ(result.Message.Recipients.back().at(tag::RecipientType).Number, mapi::LONG{mapi::MAPI_BCC});
+    EXPECT_EQ(result.Message.Recipients.back().at(tag::RecipientType).Number, LONG{MAPI_BCC});
 }
 
 TEST_F(MimeText, HeaderTextsStayOnOneLine)
