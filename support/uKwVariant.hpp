@@ -6,6 +6,7 @@
 #include "support/uKwText.hpp"
 
 #include <compare>
+#include <concepts>
 #include <cstdint>
 #include <span>
 #include <variant>
@@ -16,10 +17,24 @@ namespace deftmapi
 
 using TKwBytes = std::vector<std::uint8_t>;
 
-/// A Boolean that crosses an interface: 16 bits, true is 65535.
-using WordBool = std::uint16_t;
-inline constexpr WordBool WordTrue = 0xFFFF;
-inline constexpr WordBool WordFalse = 0;
+/// A Boolean that crosses an interface: 16 bits, true reads as 65535. It is made of a C++ one, and is true as one.
+class WordBool
+{
+public:
+    constexpr WordBool() noexcept = default;
+    constexpr WordBool(bool value) noexcept : FValue(value ? 0xFFFF : 0) {}
+    constexpr operator std::uint16_t() const noexcept { return FValue; }
+    /// As Booleans; compared with a number it is 0 or 65535.
+    template <std::same_as<bool> T>
+    [[nodiscard]] friend constexpr bool operator==(WordBool a, T b) noexcept
+    {
+        return (a.FValue != 0) == b;
+    }
+
+private:
+    std::uint16_t FValue = 0;
+};
+static_assert(sizeof(WordBool) == 2);
 
 /// 100-nanosecond intervals since 1601-01-01 00:00 UTC.
 struct TKwFileTime
@@ -96,6 +111,7 @@ public:
     TKwVariant(TKwDate v) : FValue(v) {}
     TKwVariant(TKwFileTime v) : FValue(v) {}
     TKwVariant(bool v) : FValue(v) {}
+    TKwVariant(WordBool v) : FValue(v == true) {}
     TKwVariant(TKwErrorCode v) : FValue(v) {}
     TKwVariant(WideString v) : FValue(std::move(v)) {}
     TKwVariant(WideView v) : FValue(WideString(v)) {}

@@ -112,12 +112,12 @@ void Definitions(Context& context, const std::string& question)
 
 } // namespace
 
-void AddDefinitions(CLI::App& app, Context& context)
+void AddDefinitions(const Command& app, Context& context)
 {
     const auto question = std::make_shared<std::string>();
-    CLI::App* command = app.add_subcommand("defs", "the property definitions: number, name, tag or set and id, type");
-    command->add_option("WHAT", *question, "a name, a tag (0x0037001F) or a number");
-    command->callback([&context, question] { Definitions(context, *question); });
+    const Command command = app.AddCommand("defs", "the property definitions: number, name, tag or set and id, type");
+    command.AddOption("WHAT", *question, "a name, a tag (0x0037001F) or a number");
+    command.OnRun([&context, question] { Definitions(context, *question); });
 }
 
 } // namespace deftmapi::tool

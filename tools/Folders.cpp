@@ -63,7 +63,7 @@ void RemoveFolder(Context& context, const std::string& path, bool recursive)
 
 } // namespace
 
-void AddFolders(CLI::App& app, Context& context)
+void AddFolders(const Command& app, Context& context)
 {
     struct MakeArguments
     {
@@ -71,10 +71,10 @@ void AddFolders(CLI::App& app, Context& context)
         std::string Class = "IPF.Note";
     };
     const auto make = std::make_shared<MakeArguments>();
-    CLI::App* mkdir = app.add_subcommand("mkdir", "a new folder; prints its entry identifier");
-    mkdir->add_option("PATH", make->Path, "the path of the new folder, for example //[Inbox]/Project A")->required();
-    mkdir->add_option("--class", make->Class, "its container class")->capture_default_str();
-    mkdir->callback([&context, make] { MakeFolder(context, make->Path, make->Class); });
+    const Command mkdir = app.AddCommand("mkdir", "a new folder; prints its entry identifier");
+    mkdir.AddOption("PATH", make->Path, "the path of the new folder, for example //[Inbox]/Project A").Required();
+    mkdir.AddOption("--class", make->Class, "its container class").ShowsDefault();
+    mkdir.OnRun([&context, make] { MakeFolder(context, make->Path, make->Class); });
 
     struct RemoveArguments
     {
@@ -82,10 +82,10 @@ void AddFolders(CLI::App& app, Context& context)
         bool Recursive = false;
     };
     const auto remove = std::make_shared<RemoveArguments>();
-    CLI::App* rmdir = app.add_subcommand("rmdir", "deletes an empty folder");
-    rmdir->add_option("PATH", remove->Path, "the folder, for example //[Inbox]/Project A")->required();
-    rmdir->add_flag("-r,--recursive", remove->Recursive, "with its messages and subfolders");
-    rmdir->callback([&context, remove] { RemoveFolder(context, remove->Path, remove->Recursive); });
+    const Command rmdir = app.AddCommand("rmdir", "deletes an empty folder");
+    rmdir.AddOption("PATH", remove->Path, "the folder, for example //[Inbox]/Project A").Required();
+    rmdir.AddFlag("-r,--recursive", remove->Recursive, "with its messages and subfolders");
+    rmdir.OnRun([&context, remove] { RemoveFolder(context, remove->Path, remove->Recursive); });
 }
 
 } // namespace deftmapi::tool

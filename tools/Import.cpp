@@ -97,14 +97,14 @@ void Import(Context& context, const Arguments& arguments)
 
 } // namespace
 
-void AddImport(CLI::App& app, Context& context)
+void AddImport(const Command& app, Context& context)
 {
     const auto arguments = std::make_shared<Arguments>();
-    CLI::App* command =
-        app.add_subcommand("import", "message files (.eml) into a folder; prints the new entry identifiers");
-    command->add_option("PATH", arguments->Path, "the folder")->required();
-    command->add_option("FILE", arguments->Files, "files, or folders with .eml files")->required();
-    command->callback([&context, arguments] { Import(context, *arguments); });
+    const Command command =
+        app.AddCommand("import", "message files (.eml) into a folder; prints the new entry identifiers");
+    command.AddOption("PATH", arguments->Path, "the folder").Required();
+    command.AddOption("FILE", arguments->Files, "files, or folders with .eml files").Required();
+    command.OnRun([&context, arguments] { Import(context, *arguments); });
 }
 
 } // namespace deftmapi::tool

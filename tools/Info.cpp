@@ -52,12 +52,12 @@ void Info(Context& context)
 
 } // namespace
 
-void AddInfo(CLI::App& app, Context& context)
+void AddInfo(const Command& app, Context& context)
 {
-    CLI::App* command =
-        app.add_subcommand("info", "library and client versions, client path, extended MAPI or not, the mail clients "
-                                   "that are installed, default profile");
-    command->callback([&context] { Info(context); });
+    const Command command =
+        app.AddCommand("info", "library and client versions, client path, extended MAPI or not, the mail clients "
+                               "that are installed, default profile");
+    command.OnRun([&context] { Info(context); });
 }
 
 } // namespace deftmapi::tool

@@ -108,41 +108,41 @@ bool List(Context& context, const Arguments& arguments, const std::optional<Cond
     return !rows.empty() || (arguments.Limit == 0 && table->Get_RowCount() != 0);
 }
 
-void AddCommonOptions(CLI::App& command, const std::shared_ptr<Arguments>& arguments)
+void AddCommonOptions(const Command& command, const std::shared_ptr<Arguments>& arguments)
 {
-    command.add_option("--columns", arguments->Columns, "PR_… names, separated by commas")->delimiter(',');
-    command.add_option("--sort", arguments->Sort, "PR_… to sort by, :desc for descending; several by commas")
-        ->delimiter(',');
-    command.add_option("--limit", arguments->Limit, "at most this many rows")->check(CLI::NonNegativeNumber);
+    command.AddOption("--columns", arguments->Columns, "PR_… names, separated by commas").SeparatedByCommas();
+    command.AddOption("--sort", arguments->Sort, "PR_… to sort by, :desc for descending; several by commas")
+        .SeparatedByCommas();
+    command.AddOption("--limit", arguments->Limit, "at most this many rows").NotNegative();
 }
 
 } // namespace
 
-void AddList(CLI::App& app, Context& context)
+void AddList(const Command& app, Context& context)
 {
     const auto arguments = std::make_shared<Arguments>();
-    CLI::App* command = app.add_subcommand("ls", "the messages of a folder");
-    command->add_option("PATH", arguments->Path, "the folder, for example //[Inbox]")->required();
-    AddCommonOptions(*command, arguments);
-    const CLI::Option* where =
-        command->add_option("--where", arguments->Where,
-                            "only messages that fit, for example 'PR_SUBJECT ~ \"report\" and PR_IMPORTANCE = 2'");
-    command->add_flag("--associated", arguments->Associated, "the hidden messages instead");
-    command->footer(WhereHelp);
-    command->callback([&context, arguments, where] {
+    const Command command = app.AddCommand("ls", "the messages of a folder");
+    command.AddOption("PATH", arguments->Path, "the folder, for example //[Inbox]").Required();
+    AddCommonOptions(command, arguments);
+    const Option where =
+        command.AddOption("--where", arguments->Where,
+                          "only messages that fit, for example 'PR_SUBJECT ~ \"report\" and PR_IMPORTANCE = 2'");
+    command.AddFlag("--associated", arguments->Associated, "the hidden messages instead");
+    command.SetFooter(WhereHelp);
+    command.OnRun([&context, arguments, where] {
         std::optional<Condition> condition;
-        if (where->count() != 0)
+        if (where.Given())
             condition = ParseWhere(arguments->Where);
         List(context, *arguments, condition);
     });
 
     const auto found = std::make_shared<Arguments>();
     const auto wanted = std::make_shared<std::string>();
-    CLI::App* find = app.add_subcommand("find", "the messages of a folder whose subject contains a text");
-    find->add_option("PATH", found->Path, "the folder, for example //[Inbox]")->required();
-    find->add_option("TEXT", *wanted, "the text, in whatever case")->required();
-    AddCommonOptions(*find, found);
-    find->callback([&context, found, wanted] {
+    const Command find = app.AddCommand("find", "the messages of a folder whose subject contains a text");
+    find.AddOption("PATH", found->Path, "the folder, for example //[Inbox]").Required();
+    find.AddOption("TEXT", *wanted, "the text, in whatever case").Required();
+    AddCommonOptions(find, found);
+    find.OnRun([&context, found, wanted] {
         Condition condition;
         condition.Type = rtContent;
         condition.Prop = PR_SUBJECT;

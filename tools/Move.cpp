@@ -156,28 +156,28 @@ void Remove(Context& context, const std::vector<std::string>& ids)
         throw ExitWith{exitFailure};
 }
 
-void AddTransfer(CLI::App& app, Context& context, const char* name, const char* what, bool move)
+void AddTransfer(const Command& app, Context& context, const char* name, const char* what, bool move)
 {
     const auto arguments = std::make_shared<Arguments>();
-    CLI::App* command = app.add_subcommand(name, what);
-    command->add_option("ID", arguments->ID, "the entry identifier of a message or a folder")->required();
-    command->add_option("PATH", arguments->Path, "the folder that it goes into")->required();
-    command->add_option("--name", arguments->Name, "the new name of a folder (default: the one it has)");
-    command->callback([&context, arguments, move] { Transfer(context, *arguments, move); });
+    const Command command = app.AddCommand(name, what);
+    command.AddOption("ID", arguments->ID, "the entry identifier of a message or a folder").Required();
+    command.AddOption("PATH", arguments->Path, "the folder that it goes into").Required();
+    command.AddOption("--name", arguments->Name, "the new name of a folder (default: the one it has)");
+    command.OnRun([&context, arguments, move] { Transfer(context, *arguments, move); });
 }
 
 } // namespace
 
-void AddMove(CLI::App& app, Context& context)
+void AddMove(const Command& app, Context& context)
 {
     AddTransfer(app, context, "mv", "moves a message, or a folder with all that is in it", true);
     AddTransfer(app, context, "cp",
                 "copies a message, or a folder with all that is in it; prints the copy's identifier", false);
 
     const auto ids = std::make_shared<std::vector<std::string>>();
-    CLI::App* rm = app.add_subcommand("rm", "deletes messages");
-    rm->add_option("ID", *ids, "entry identifiers")->required();
-    rm->callback([&context, ids] { Remove(context, *ids); });
+    const Command rm = app.AddCommand("rm", "deletes messages");
+    rm.AddOption("ID", *ids, "entry identifiers").Required();
+    rm.OnRun([&context, ids] { Remove(context, *ids); });
 }
 
 } // namespace deftmapi::tool

@@ -37,13 +37,13 @@ void Report(const Context& context, const std::string& name, const char* done)
         PrintJson({{"name", name}, {done, true}});
 }
 
-void AddOn(CLI::App& parent, Context& context, const char* name, const char* help, const char* done,
+void AddOn(const Command& parent, Context& context, const char* name, const char* help, const char* done,
            void (IKwMAPIProfileAdmin::*action)(WideView))
 {
     const auto profile = std::make_shared<std::string>();
-    CLI::App* command = parent.add_subcommand(name, help);
-    command->add_option("NAME", *profile, "the profile's name")->required();
-    command->callback([&context, profile, done, action] {
+    const Command command = parent.AddCommand(name, help);
+    command.AddOption("NAME", *profile, "the profile's name").Required();
+    command.OnRun([&context, profile, done, action] {
         const auto admin = context.Session().GetProfileAdmin();
         (admin.Get()->*action)(KwFromUtf8(*profile));
         Report(context, *profile, done);
@@ -100,7 +100,7 @@ std::string ReadPassword()
 }
 
 /// rename and copy: from one name to another.
-void AddFromTo(CLI::App& parent, Context& context, const char* name, const char* help, const char* done,
+void AddFromTo(const Command& parent, Context& context, const char* name, const char* help, const char* done,
                void (IKwMAPIProfileAdmin::*action)(WideView, WideView, WideView))
 {
     struct Arguments
@@ -109,10 +109,10 @@ void AddFromTo(CLI::App& parent, Context& context, const char* name, const char*
         std::string New;
     };
     const auto arguments = std::make_shared<Arguments>();
-    CLI::App* command = parent.add_subcommand(name, help);
-    command->add_option("OLD", arguments->Old, "the profile's name")->required();
-    command->add_option("NEW", arguments->New, "the new name")->required();
-    command->callback([&context, arguments, done, action] {
+    const Command command = parent.AddCommand(name, help);
+    command.AddOption("OLD", arguments->Old, "the profile's name").Required();
+    command.AddOption("NEW", arguments->New, "the new name").Required();
+    command.OnRun([&context, arguments, done, action] {
         const auto admin = context.Session().GetProfileAdmin();
         (admin.Get()->*action)(KwFromUtf8(arguments->Old), KwFromUtf8(context.Options.Password),
                                KwFromUtf8(arguments->New));
@@ -129,17 +129,17 @@ struct NewPassword
     bool Ask = false;
 };
 
-void AddCreate(CLI::App& parent, Context& context)
+void AddCreate(const Command& parent, Context& context)
 {
     const auto arguments = std::make_shared<NewPassword>();
-    CLI::App* command = parent.add_subcommand(
+    const Command command = parent.AddCommand(
         "create", "a new profile with a store of its own; its password is that of --password unless --new or --ask "
                   "gives another one");
-    command->add_option("NAME", arguments->Profile, "the profile's name")->required();
-    CLI::Option* given = command->add_option("--new", arguments->New, "the profile's password");
-    command->add_flag("--ask", arguments->Ask, "read the password from standard input")->excludes(given);
-    command->callback([&context, arguments, given] {
-        std::string password = given->count() != 0 ? arguments->New : context.Options.Password;
+    command.AddOption("NAME", arguments->Profile, "the profile's name").Required();
+    const Option given = command.AddOption("--new", arguments->New, "the profile's password");
+    command.AddFlag("--ask", arguments->Ask, "read the password from standard input").Excludes(given);
+    command.OnRun([&context, arguments, given] {
+        std::string password = given.Given() ? arguments->New : context.Options.Password;
         if (arguments->Ask)
             password = ReadPassword();
         context.Session().GetProfileAdmin()->CreateProfile(KwFromUtf8(arguments->Profile), KwFromUtf8(password));
@@ -147,16 +147,16 @@ void AddCreate(CLI::App& parent, Context& context)
     });
 }
 
-void AddPassword(CLI::App& parent, Context& context)
+void AddPassword(const Command& parent, Context& context)
 {
     const auto arguments = std::make_shared<NewPassword>();
-    CLI::App* command = parent.add_subcommand(
-        "password", "changes the password of a profile; the present one is given with --password");
-    command->add_option("NAME", arguments->Profile, "the profile's name")->required();
-    const CLI::Option* given = command->add_option(
-        "--new", arguments->New, "the new password, empty for none (default: read from standard input)");
-    command->callback([&context, arguments, given] {
-        const std::string password = given->count() != 0 ? arguments->New : ReadPassword();
+    const Command command =
+        parent.AddCommand("password", "changes the password of a profile; the present one is given with --password");
+    command.AddOption("NAME", arguments->Profile, "the profile's name").Required();
+    const Option given = command.AddOption("--new", arguments->New,
+                                           "the new password, empty for none (default: read from standard input)");
+    command.OnRun([&context, arguments, given] {
+        const std::string password = given.Given() ? arguments->New : ReadPassword();
         context.Session().GetProfileAdmin()->ChangeProfilePassword(
             KwFromUtf8(arguments->Profile), KwFromUtf8(context.Options.Password), KwFromUtf8(password));
         Report(context, arguments->Profile, "changed");
@@ -165,21 +165,20 @@ void AddPassword(CLI::App& parent, Context& context)
 
 } // namespace
 
-void AddProfiles(CLI::App& app, Context& context)
+void AddProfiles(const Command& app, Context& context)
 {
-    CLI::App* profile = app.add_subcommand("profile", "the profiles of the MAPI client library");
-    profile->require_subcommand(1);
-    profile->fallthrough();
-    profile->add_subcommand("list", "all profiles; * marks the default one")->callback([&context] { List(context); });
-    AddCreate(*profile, context);
-    AddOn(*profile, context, "delete", "removes a profile", "deleted", &IKwMAPIProfileAdmin::DeleteProfile);
-    AddOn(*profile, context, "default", "makes a profile the default one", "default",
+    const Command profile = app.AddCommand("profile", "the profiles of the MAPI client library");
+    profile.RequireCommand();
+    profile.AddCommand("list", "all profiles; * marks the default one").OnRun([&context] { List(context); });
+    AddCreate(profile, context);
+    AddOn(profile, context, "delete", "removes a profile", "deleted", &IKwMAPIProfileAdmin::DeleteProfile);
+    AddOn(profile, context, "default", "makes a profile the default one", "default",
           &IKwMAPIProfileAdmin::SetDefaultProfile);
-    AddFromTo(*profile, context, "rename", "gives a profile another name", "renamed",
+    AddFromTo(profile, context, "rename", "gives a profile another name", "renamed",
               &IKwMAPIProfileAdmin::RenameProfile);
-    AddFromTo(*profile, context, "copy", "a new profile with the services, stores and password of another one",
-              "copied", &IKwMAPIProfileAdmin::CopyProfile);
-    AddPassword(*profile, context);
+    AddFromTo(profile, context, "copy", "a new profile with the services, stores and password of another one", "copied",
+              &IKwMAPIProfileAdmin::CopyProfile);
+    AddPassword(profile, context);
 }
 
 } // namespace deftmapi::tool

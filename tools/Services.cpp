@@ -104,12 +104,11 @@ void MakeDefault(Context& context, const std::string& uid)
 
 } // namespace
 
-void AddServices(CLI::App& app, Context& context)
+void AddServices(const Command& app, Context& context)
 {
-    CLI::App* service = app.add_subcommand("service", "the message services of the profile");
-    service->require_subcommand(1);
-    service->fallthrough();
-    service->add_subcommand("list", "all services; * marks the one of the default store")->callback([&context] {
+    const Command service = app.AddCommand("service", "the message services of the profile");
+    service.RequireCommand();
+    service.AddCommand("list", "all services; * marks the one of the default store").OnRun([&context] {
         List(context);
     });
 
@@ -120,19 +119,19 @@ void AddServices(CLI::App& app, Context& context)
         std::vector<std::string> Settings;
     };
     const auto arguments = std::make_shared<Arguments>();
-    CLI::App* add = service->add_subcommand("add", "adds and configures a service; prints its identifier");
-    add->add_option("NAME", arguments->Service, "the service, as the client library knows it")->required();
-    add->add_option("PROPERTY=VALUE", arguments->Settings, "its settings, for example PR_DISPLAY_NAME=Archive");
-    add->add_option("--name", arguments->Name, "the service's display name");
-    add->callback([&context, arguments] { Add(context, arguments->Service, arguments->Name, arguments->Settings); });
+    const Command add = service.AddCommand("add", "adds and configures a service; prints its identifier");
+    add.AddOption("NAME", arguments->Service, "the service, as the client library knows it").Required();
+    add.AddOption("PROPERTY=VALUE", arguments->Settings, "its settings, for example PR_DISPLAY_NAME=Archive");
+    add.AddOption("--name", arguments->Name, "the service's display name");
+    add.OnRun([&context, arguments] { Add(context, arguments->Service, arguments->Name, arguments->Settings); });
 
-    CLI::App* remove = service->add_subcommand("remove", "removes a service; the file of its store stays");
-    remove->add_option("UID", arguments->Service, "the service's identifier, as list prints it")->required();
-    remove->callback([&context, arguments] { Remove(context, arguments->Service); });
+    const Command remove = service.AddCommand("remove", "removes a service; the file of its store stays");
+    remove.AddOption("UID", arguments->Service, "the service's identifier, as list prints it").Required();
+    remove.OnRun([&context, arguments] { Remove(context, arguments->Service); });
 
-    CLI::App* makeDefault = service->add_subcommand("default", "makes the store of a service the default store");
-    makeDefault->add_option("UID", arguments->Service, "the service's identifier, as list prints it")->required();
-    makeDefault->callback([&context, arguments] { MakeDefault(context, arguments->Service); });
+    const Command makeDefault = service.AddCommand("default", "makes the store of a service the default store");
+    makeDefault.AddOption("UID", arguments->Service, "the service's identifier, as list prints it").Required();
+    makeDefault.OnRun([&context, arguments] { MakeDefault(context, arguments->Service); });
 }
 
 } // namespace deftmapi::tool

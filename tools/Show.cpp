@@ -116,17 +116,16 @@ void Show(Context& context, const Arguments& arguments)
 
 } // namespace
 
-void AddShow(CLI::App& app, Context& context)
+void AddShow(const Command& app, Context& context)
 {
     const auto arguments = std::make_shared<Arguments>();
-    CLI::App* command = app.add_subcommand("show", "one message: a summary, its properties or its body");
-    command->add_option("ID", arguments->ID, "the message's entry identifier")->required();
-    CLI::Option_group* what = command->add_option_group("what");
-    what->add_flag("--props", arguments->Props, "all properties");
-    what->add_flag("--text", arguments->Text, "the plain text body");
-    what->add_flag("--html", arguments->Html, "the HTML body");
-    what->require_option(0, 1);
-    command->callback([&context, arguments] { Show(context, *arguments); });
+    const Command command = app.AddCommand("show", "one message: a summary, its properties or its body");
+    command.AddOption("ID", arguments->ID, "the message's entry identifier").Required();
+    const Command what = command.AddChoice("what");
+    what.AddFlag("--props", arguments->Props, "all properties");
+    what.AddFlag("--text", arguments->Text, "the plain text body");
+    what.AddFlag("--html", arguments->Html, "the HTML body");
+    command.OnRun([&context, arguments] { Show(context, *arguments); });
 }
 
 } // namespace deftmapi::tool

@@ -64,12 +64,12 @@ void Tree(Context& context, const std::string& path)
 
 } // namespace
 
-void AddTree(CLI::App& app, Context& context)
+void AddTree(const Command& app, Context& context)
 {
     const auto path = std::make_shared<std::string>();
-    CLI::App* command = app.add_subcommand("tree", "folders with type, class and counts");
-    command->add_option("PATH", *path, "where to begin (default: the top of the store)");
-    command->callback([&context, path] { Tree(context, *path); });
+    const Command command = app.AddCommand("tree", "folders with type, class and counts");
+    command.AddOption("PATH", *path, "where to begin (default: the top of the store)");
+    command.OnRun([&context, path] { Tree(context, *path); });
 }
 
 } // namespace deftmapi::tool

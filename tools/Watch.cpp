@@ -238,29 +238,29 @@ void WatchStore(Context& context, const Arguments& arguments, Printer& printer)
 
 } // namespace
 
-void AddWatch(CLI::App& app, Context& context)
+void AddWatch(const Command& app, Context& context)
 {
     const auto arguments = std::make_shared<Arguments>();
-    CLI::App* command =
-        app.add_subcommand("watch", "one line per change in a folder or in the store, until interrupted");
-    CLI::Option* path = command->add_option("PATH", arguments->Path,
-                                            "the folder, for example //[Inbox] (default: everything in the store)");
-    command->add_option("--columns", arguments->Columns, "of the folder's rows: PR_… names, separated by commas")
-        ->delimiter(',')
-        ->needs(path);
-    const CLI::Option* where =
-        command->add_option("--where", arguments->Where, "only messages of the folder that fit (see ls --help)")
-            ->needs(path);
-    command->add_option("--count", arguments->Count, "end after this many events")->check(CLI::NonNegativeNumber);
-    command->callback([&context, arguments, path, where] {
+    const Command command =
+        app.AddCommand("watch", "one line per change in a folder or in the store, until interrupted");
+    const Option path = command.AddOption("PATH", arguments->Path,
+                                          "the folder, for example //[Inbox] (default: everything in the store)");
+    command.AddOption("--columns", arguments->Columns, "of the folder's rows: PR_… names, separated by commas")
+        .SeparatedByCommas()
+        .Needs(path);
+    const Option where =
+        command.AddOption("--where", arguments->Where, "only messages of the folder that fit (see ls --help)")
+            .Needs(path);
+    command.AddOption("--count", arguments->Count, "end after this many events").NotNegative();
+    command.OnRun([&context, arguments, path, where] {
         std::optional<Condition> condition;
-        if (where->count() != 0)
+        if (where.Given())
             condition = ParseWhere(arguments->Where);
         const StopSignal stop;
         Printer printer(context.Options.Json, *arguments);
         KwSetServerExceptionHandler(&ReportEventError, nullptr); // nothing else would tell of it
         context.Session().Get_LogonInfo()->Set_MultiThreadedNotifications(true);
-        if (path->count() != 0)
+        if (path.Given())
             WatchFolder(context, *arguments, condition, printer);
         else
             WatchStore(context, *arguments, printer);

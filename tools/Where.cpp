@@ -346,11 +346,12 @@ private:
             return TakeBoolean();
         case mapi::PT_UNICODE:
         case mapi::PT_STRING8:
-        case mapi::PT_CLSID:
         case mapi::PT_MV_UNICODE:
             if (FToken.Kind != TokenKind::Text)
                 Fail(FToken, "a text in quotes expected instead of " + Named(FToken));
             return KwFromUtf8(Take().Text);
+        case mapi::PT_CLSID:
+            return TakeGuid();
         case mapi::PT_SYSTIME:
         case mapi::PT_APPTIME:
             return TakeTime(info.PropType == mapi::PT_APPTIME);
@@ -382,6 +383,19 @@ private:
         if (token.Kind != TokenKind::Word || (token.Text != "true" && token.Text != "false"))
             Fail(token, "true or false expected instead of " + Named(token));
         return token.Text == "true";
+    }
+
+    TKwVariant TakeGuid()
+    {
+        const Token token = Take();
+        const WideString text = KwFromUtf8(token.Text);
+        try {
+            static_cast<void>(KwStrToGuid(text));
+        } catch (const EKwConvertError&) {
+            Fail(token,
+                 "a GUID such as \"{00020D0B-0000-0000-C000-000000000046}\" expected instead of " + Named(token));
+        }
+        return text;
     }
 
     TKwVariant TakeTime(bool asDate)
@@ -438,7 +452,7 @@ TKwRef<IKwMAPIRestriction> Restrictions::Build(const Condition& condition)
         const auto content = Create<IKwMAPIRestrictionContent>(rtContent);
         content->Set_PropDef(condition.Prop);
         content->Set_MatchType(condition.Match);
-        content->Set_CaseInsensitive(WordTrue);
+        content->Set_CaseInsensitive(true);
         content->Set_Value(condition.Value.AsStringW());
         return content;
     }

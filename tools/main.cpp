@@ -42,15 +42,13 @@ bool AsksForJson(int argc, char** argv)
 int main(int argc, char** argv)
 {
     Context context;
-    CLI::App app{"Looks at a messaging store through the Deft MAPI library", "deftmapi"};
-    app.require_subcommand(1);
-    app.fallthrough();
-    app.set_version_flag("--version", [] { return KwToUtf8(TSession::Create()->Get_Version()); });
-    app.add_option("--profile", context.Options.Profile, "the profile to log on to (default: the default profile)");
-    app.add_option("--password", context.Options.Password, "the password of the profile");
-    app.add_option("--home", context.Options.Home, "the data folder of the embedded client");
-    app.add_option("--client", context.Options.Client, "the MAPI client library to load");
-    app.add_flag("--json", context.Options.Json, "one JSON document instead of text");
+    CommandLine app("deftmapi", "Looks at a messaging store through the Deft MAPI library");
+    app.SetVersion("--version", [] { return KwToUtf8(TSession::Create()->Get_Version()); });
+    app.AddOption("--profile", context.Options.Profile, "the profile to log on to (default: the default profile)");
+    app.AddOption("--password", context.Options.Password, "the password of the profile");
+    app.AddOption("--home", context.Options.Home, "the data folder of the embedded client");
+    app.AddOption("--client", context.Options.Client, "the MAPI client library to load");
+    app.AddFlag("--json", context.Options.Json, "one JSON document instead of text");
     AddInfo(app, context);
     AddProfiles(app, context);
     AddServices(app, context);
@@ -64,11 +62,9 @@ int main(int argc, char** argv)
     AddDefinitions(app, context);
 
     try {
-        app.parse(argc, argv); // runs the command, too
+        app.Run(argc, argv);
         return exitSuccess;
-    } catch (const CLI::ParseError& e) {
-        if (e.get_exit_code() == 0)
-            return app.exit(e); // help is an exception, too
+    } catch (const CommandLineError& e) {
         const bool json = AsksForJson(argc, argv);
         return ReportError(json, std::string(e.what()) + (json ? "" : " (see --help)"), mapi::MAPI_E_INVALID_PARAMETER,
                            UsageErrorClass, exitUsage);

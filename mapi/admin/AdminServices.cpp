@@ -114,7 +114,7 @@ std::vector<TKwMAPIEntryID> TKwMAPIAdminServices::ServiceUIDs()
 
 // ---- Services
 
-TKwMAPIEntryID TKwMAPIAdminServices::CreateMsgService(WideView serviceName, WideView displayName, bool showDialog)
+TKwMAPIEntryID TKwMAPIAdminServices::CreateMsgService(WideView serviceName, WideView displayName, WordBool showDialog)
 {
     CheckActive(u"CreateMsgService");
     const std::vector<TKwMAPIEntryID> before = ServiceUIDs();
@@ -196,7 +196,7 @@ void TKwMAPIAdminServices::DeleteMsgService(const TKwMAPIEntryID& serviceUID)
 }
 
 TKwMAPIEntryID TKwMAPIAdminServices::AddPstFileToCurrentProfile(const WideString& fileName, WideView displayName,
-                                                                bool showDialog)
+                                                                WordBool showDialog)
 {
     CheckActive(u"AddPstFileToCurrentProfile");
     if (!KwPlatform().FileExists(fileName))

@@ -68,7 +68,7 @@ mapi::HRESULT TKwMAPIProfileAdmin::CallGetLastError(mapi::HRESULT result, mapi::
 }
 
 TKwRef<IKwMAPIAdminServices> TKwMAPIProfileAdmin::GetAdminServices(WideView profileName, WideView password,
-                                                                   bool showDialog)
+                                                                   WordBool showDialog)
 {
     CheckExtendedMAPI(u"GetAdminServices");
     TKwComPtr<mapi::IMsgServiceAdmin> services;
@@ -81,7 +81,7 @@ TKwRef<IKwMAPIAdminServices> TKwMAPIProfileAdmin::GetAdminServices(WideView prof
     return KwMake<TKwMAPIAdminServices>(*Session(), services.Get(), false);
 }
 
-void TKwMAPIProfileAdmin::CreateProfile(WideView name, WideView password, bool defaultServices, bool showDialog)
+void TKwMAPIProfileAdmin::CreateProfile(WideView name, WideView password, WordBool defaultServices, WordBool showDialog)
 {
     CheckExtendedMAPI(u"CreateProfile");
     const mapi::ULONG options =
@@ -203,7 +203,7 @@ WideString TKwMAPIProfileAdmin::GetDefaultProfile()
     return {};
 }
 
-bool TKwMAPIProfileAdmin::HasDefaultProfile()
+WordBool TKwMAPIProfileAdmin::HasDefaultProfile()
 {
     CheckActive(u"HasDefaultProfile");
     if (!Session()->UsesExtendedMAPI())

@@ -31,10 +31,10 @@ public:
 
     /// @throws EMAPI_LOGON_FAILED  no such profile, or the password is wrong
     [[nodiscard]] TKwRef<IKwMAPIAdminServices> GetAdminServices(WideView profileName, WideView password,
-                                                                bool showDialog) override;
+                                                                WordBool showDialog) override;
     /// @throws EMAPI_NO_ACCESS, EMAPI_COLLISION  "The specified new profile already exists."
     /// @throws EMAPI_NO_ACCESS  with the client's own text: the profiles cannot be changed
-    void CreateProfile(WideView name, WideView password, bool defaultServices, bool showDialog) override;
+    void CreateProfile(WideView name, WideView password, WordBool defaultServices, WordBool showDialog) override;
     /// @throws EMAPI_NOT_FOUND  "The specified profile does not exist."
     void DeleteProfile(WideView name) override;
     /// @throws EMAPI_NOT_FOUND  "The specified profile does not exist."
@@ -46,7 +46,7 @@ public:
     void CopyProfile(WideView name, WideView password, WideView newName) override;
     void ChangeProfilePassword(WideView name, WideView oldPassword, WideView newPassword) override;
     [[nodiscard]] WideString GetDefaultProfile() override;
-    [[nodiscard]] bool HasDefaultProfile() override;
+    [[nodiscard]] WordBool HasDefaultProfile() override;
     [[nodiscard]] std::vector<WideString> GetProfiles() override;
     [[nodiscard]] WideString GetProfiles(WideView separator) override;
     [[nodiscard]] TKwRef<IKwMAPITable> GetProfileTable() override;
@@ -78,7 +78,8 @@ public:
     /// The services of the session's own profile are read again through an administration of its own, as some clients
     /// show in one administration only what was there when it was opened.
     /// @throws EMAPI_CALL_FAILED  "… Unable to locate the newly created service"
-    [[nodiscard]] TKwMAPIEntryID CreateMsgService(WideView serviceName, WideView displayName, bool showDialog) override;
+    [[nodiscard]] TKwMAPIEntryID CreateMsgService(WideView serviceName, WideView displayName,
+                                                  WordBool showDialog) override;
     /// @throws EMAPI_INVALID_PARAMETER  "An invalid ServiceUID was provided!"
     /// @throws EMAPI_NOT_FOUND          there is no such service
     /// @throws EMAPI_NOT_INITIALIZED    the service cannot be configured
@@ -94,7 +95,7 @@ public:
                                                                      TKwMAPIAccessLevel accessLevel) override;
     /// @throws EMAPI_INVALID_PARAMETER  the file does not exist; no service has been created then
     [[nodiscard]] TKwMAPIEntryID AddPstFileToCurrentProfile(const WideString& fileName, WideView displayName,
-                                                            bool showDialog) override;
+                                                            WordBool showDialog) override;
 
     /// Services of the session's profile need a session that is logged on.
     void CheckActive(WideView methodName) const override;

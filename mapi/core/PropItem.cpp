@@ -217,7 +217,7 @@ void TKwMAPIPropItem::MarkModified()
     FModified = true;
 }
 
-void TKwMAPIPropItem::SetModified(bool modified)
+void TKwMAPIPropItem::SetModified(WordBool modified)
 {
     CheckActive(u"SetModified");
     if (modified == FModified)
@@ -306,12 +306,12 @@ void TKwMAPIPropItem::Set_AsStringW(WideView value)
     Set_Value(value);
 }
 
-bool TKwMAPIPropItem::Get_AsBoolean()
+WordBool TKwMAPIPropItem::Get_AsBoolean()
 {
     return Get_Value().AsBoolean();
 }
 
-void TKwMAPIPropItem::Set_AsBoolean(bool value)
+void TKwMAPIPropItem::Set_AsBoolean(WordBool value)
 {
     Set_Value(value);
 }

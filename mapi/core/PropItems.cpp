@@ -177,7 +177,7 @@ TKwRef<IKwMAPIProperty> TKwMAPIPropItems::FindPropByTag(mapi::ULONG tag)
     return TKwRef<IKwMAPIProperty>(found != FByTag.end() ? found->second : nullptr);
 }
 
-TKwRef<IKwMAPIProperty> TKwMAPIPropItems::PropByTag(mapi::ULONG tag, bool create)
+TKwRef<IKwMAPIProperty> TKwMAPIPropItems::PropByTag(mapi::ULONG tag, WordBool create)
 {
     CheckActive(u"PropByTag");
     if (IsNamedTag(tag))
@@ -212,7 +212,7 @@ void TKwMAPIPropItems::UnnamedByTag(mapi::ULONG tag)
         Append(tag, nullptr, KwFormat(u"0x%.8x", {tag}));
 }
 
-bool TKwMAPIPropItems::HasProp(TKwMAPIPropDef def)
+WordBool TKwMAPIPropItems::HasProp(TKwMAPIPropDef def)
 {
     CheckActive(u"HasProp");
     // A name that the store does not give a tag for is no property of the object.

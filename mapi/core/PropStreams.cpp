@@ -62,7 +62,7 @@ TKwComPtr<mapi::IUnknown> TKwMAPIProp::OpenProperty(mapi::ULONG tag, const mapi:
 
 TKwComPtr<mapi::IUnknown> TKwMAPIProp::OpenIntfPropertyByTag(mapi::ULONG tag, const mapi::GUID& iid,
                                                              mapi::ULONG interfaceOptions,
-                                                             TKwMAPIAccessLevel accessLevel, bool create)
+                                                             TKwMAPIAccessLevel accessLevel, WordBool create)
 {
     CheckActive(u"OpenIntfProperty");
     return OpenProperty(tag, iid, interfaceOptions, interfaceOptions, accessLevel, create);
@@ -70,13 +70,14 @@ TKwComPtr<mapi::IUnknown> TKwMAPIProp::OpenIntfPropertyByTag(mapi::ULONG tag, co
 
 TKwComPtr<mapi::IUnknown> TKwMAPIProp::OpenIntfProperty(TKwMAPIPropDef def, const mapi::GUID& iid,
                                                         mapi::ULONG interfaceOptions, TKwMAPIAccessLevel accessLevel,
-                                                        bool create)
+                                                        WordBool create)
 {
     CheckActive(u"OpenIntfProperty");
     return OpenProperty(GetPropTag(def), iid, interfaceOptions, interfaceOptions, accessLevel, create);
 }
 
-TKwComPtr<mapi::IStream> TKwMAPIProp::OpenBinProperty(TKwMAPIPropDef def, TKwMAPIAccessLevel accessLevel, bool create)
+TKwComPtr<mapi::IStream> TKwMAPIProp::OpenBinProperty(TKwMAPIPropDef def, TKwMAPIAccessLevel accessLevel,
+                                                      WordBool create)
 {
     CheckActive(u"OpenBinProperty");
     return OpenStream(GetPropTag(def), accessLevel, create);

@@ -77,7 +77,7 @@ void TKwMAPISessionBase::RemoveLogoffNotification(const TKwMAPIWrapper& wrapper)
     FLogoffList.Remove(&wrapper);
 }
 
-void TKwMAPISessionBase::Set_Active(bool active)
+void TKwMAPISessionBase::Set_Active(WordBool active)
 {
     if (active)
         return;

@@ -183,7 +183,7 @@ public:
     /// False: tells every wrapper that is bound to the session, from the last bound to the first, to drop its MAPI
     /// object; one that went away while others were told is skipped. All are told even when one raises; the first
     /// exception is then raised. They stay bound. True does nothing here: logging on is the derived class's.
-    virtual void Set_Active(bool active);
+    virtual void Set_Active(WordBool active);
 
     /// Set while the session calls its event sinks. Calls nest: as many false as true.
     void SetExecutingEvents(bool executing) noexcept;
@@ -236,11 +236,11 @@ public:
     [[nodiscard]] TKwRef<IKwMAPIProperty> PropByName(TKwMAPIPropDef def) override;
     [[nodiscard]] TKwRef<IKwMAPIProperty> PropByName(const TKwMAPIPropInfo& info);
     /// A property marked for deletion counts as absent, one set but not saved as present.
-    [[nodiscard]] bool HasProp(TKwMAPIPropDef def) override;
+    [[nodiscard]] WordBool HasProp(TKwMAPIPropDef def) override;
     /// The same; prop receives the item when the object has the property, else null.
-    [[nodiscard]] bool HasProp(TKwMAPIPropDef def, TKwRef<IKwMAPIProperty>& prop) override;
+    [[nodiscard]] WordBool HasProp(TKwMAPIPropDef def, TKwRef<IKwMAPIProperty>& prop) override;
     void DeleteProperty(TKwMAPIPropDef def) override;
-    [[nodiscard]] bool GetModified() const override;
+    [[nodiscard]] WordBool GetModified() const override;
     /// The tag for this object's store; a text type is the 8-bit one when Unicode is disabled.
     [[nodiscard]] mapi::ULONG GetPropTag(TKwMAPIPropDef def) override;
     [[nodiscard]] mapi::ULONG GetPropTag(const TKwMAPIPropInfo& info);
@@ -289,13 +289,14 @@ public:
     // forgets a property that is opened for writing: read it there again only when the interface has been committed.
 
     [[nodiscard]] TKwComPtr<mapi::IStream> OpenBinProperty(TKwMAPIPropDef def, TKwMAPIAccessLevel accessLevel,
-                                                           bool create) override;
+                                                           WordBool create) override;
     [[nodiscard]] TKwComPtr<mapi::IUnknown> OpenIntfProperty(TKwMAPIPropDef def, const mapi::GUID& iid,
                                                              mapi::ULONG interfaceOptions,
-                                                             TKwMAPIAccessLevel accessLevel, bool create) override;
+                                                             TKwMAPIAccessLevel accessLevel, WordBool create) override;
     [[nodiscard]] TKwComPtr<mapi::IUnknown> OpenIntfPropertyByTag(mapi::ULONG tag, const mapi::GUID& iid,
                                                                   mapi::ULONG interfaceOptions,
-                                                                  TKwMAPIAccessLevel accessLevel, bool create) override;
+                                                                  TKwMAPIAccessLevel accessLevel,
+                                                                  WordBool create) override;
     /// @throws EMAPI_NOT_SUPPORTED  no procedure is set
     void DisplayProperties() override;
 
@@ -344,9 +345,9 @@ public:
                                    TKwKeepAlive keepAlive = TKwKeepAlive::kaNone);
 
     [[nodiscard]] WideString GetClassName() const override;
-    [[nodiscard]] bool Get_Active() const noexcept override { return true; }
-    [[nodiscard]] bool UsesExtendedMAPI() const noexcept override { return true; }
-    [[nodiscard]] bool Get_ConnectedToExchange() const noexcept override { return false; }
+    [[nodiscard]] WordBool Get_Active() const noexcept override { return true; }
+    [[nodiscard]] WordBool UsesExtendedMAPI() const noexcept override { return true; }
+    [[nodiscard]] WordBool Get_ConnectedToExchange() const noexcept override { return false; }
 
     /// MAPI's default allocator, fetched on first use. Adds no reference for the caller.
     [[nodiscard]] mapi::IMalloc* GetMemAllocIntf() override;

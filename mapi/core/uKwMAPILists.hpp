@@ -52,7 +52,7 @@ class DEFTMAPI_API TKwMAPIList : public TKwAutoIntfObject, public virtual IKwMAP
 public:
     void Clear() override;
     [[nodiscard]] std::int32_t Get_Count() const override { return static_cast<std::int32_t>(FIndex.size()); }
-    [[nodiscard]] bool Get_EOF() const override { return FCurrent == nullptr; }
+    [[nodiscard]] WordBool Get_EOF() const override { return FCurrent == nullptr; }
     /// Makes the first record current; none in an empty list.
     void First() override;
     /// Nothing changes at EOF.

@@ -128,12 +128,12 @@ TKwRef<IKwMAPIProperty> TKwMAPIProp::PropByName(const TKwMAPIPropInfo& info)
     return Items().PropByName(info);
 }
 
-bool TKwMAPIProp::HasProp(TKwMAPIPropDef def)
+WordBool TKwMAPIProp::HasProp(TKwMAPIPropDef def)
 {
     return Items().HasProp(def);
 }
 
-bool TKwMAPIProp::HasProp(TKwMAPIPropDef def, TKwRef<IKwMAPIProperty>& prop)
+WordBool TKwMAPIProp::HasProp(TKwMAPIPropDef def, TKwRef<IKwMAPIProperty>& prop)
 {
     prop.Reset();
     if (!HasProp(def))
@@ -147,7 +147,7 @@ void TKwMAPIProp::DeleteProperty(TKwMAPIPropDef def)
     Items().DeleteProperty(def);
 }
 
-bool TKwMAPIProp::GetModified() const
+WordBool TKwMAPIProp::GetModified() const
 {
     CheckActive(u"GetModified");
     return FItems && FItems->GetModified();

@@ -48,8 +48,8 @@ public:
     /// @throws EKwConvertError, EMAPI_INVALID_PARAMETER  see TKwMAPIPropValue; the property is unchanged then
     void Set_Value(const TKwVariant& value) override;
 
-    [[nodiscard]] bool GetModified() const noexcept override { return FModified; }
-    void SetModified(bool modified) override;
+    [[nodiscard]] WordBool GetModified() const noexcept override { return FModified; }
+    void SetModified(WordBool modified) override;
 
     [[nodiscard]] std::int32_t Get_AsInteger() override;
     void Set_AsInteger(std::int32_t value) override;
@@ -61,8 +61,8 @@ public:
     void Set_AsStringA(std::string_view value) override;
     [[nodiscard]] WideString Get_AsStringW() override;
     void Set_AsStringW(WideView value) override;
-    [[nodiscard]] bool Get_AsBoolean() override;
-    void Set_AsBoolean(bool value) override;
+    [[nodiscard]] WordBool Get_AsBoolean() override;
+    void Set_AsBoolean(WordBool value) override;
     [[nodiscard]] TKwDate Get_AsDateTime() override;
     void Set_AsDateTime(TKwDate value) override;
     [[nodiscard]] mapi::SYSTEMTIME Get_AsSystemTime() override;
@@ -131,10 +131,10 @@ public:
     [[nodiscard]] TKwRef<IKwMAPIProperty> Get_Item(std::int32_t index) override;
     [[nodiscard]] TKwRef<IKwMAPIProperty> PropByName(TKwMAPIPropDef def) override;
     [[nodiscard]] TKwRef<IKwMAPIProperty> FindPropByTag(mapi::ULONG tag) override;
-    [[nodiscard]] bool HasProp(TKwMAPIPropDef def) override;
+    [[nodiscard]] WordBool HasProp(TKwMAPIPropDef def) override;
     void DeleteProperty(TKwMAPIPropDef def) override;
     [[nodiscard]] TKwRef<IKwMAPIProperty> FindPropByDef(TKwMAPIPropDef def) override;
-    TKwRef<IKwMAPIProperty> PropByTag(mapi::ULONG tag, bool create) override;
+    TKwRef<IKwMAPIProperty> PropByTag(mapi::ULONG tag, WordBool create) override;
     TKwRef<IKwMAPIProperty> PropByTag(mapi::ULONG tag, const mapi::MAPINAMEID& nameID) override;
     TKwRef<IKwMAPIProperty> Add(TKwMAPIPropDef def) override;
     void Delete(std::int32_t index) override;

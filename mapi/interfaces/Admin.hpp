@@ -14,11 +14,11 @@ public:
     /// The message services of a profile.
     /// @param showDialog  a missing or wrong password is asked for
     [[nodiscard]] virtual TKwRef<IKwMAPIAdminServices> GetAdminServices(WideView profileName, WideView password,
-                                                                        bool showDialog) = 0;
+                                                                        WordBool showDialog) = 0;
     /// @param defaultServices  the client's default services are added
     /// @param showDialog       they may show their dialogs
-    virtual void CreateProfile(WideView name, WideView password, bool defaultServices = true,
-                               bool showDialog = false) = 0;
+    virtual void CreateProfile(WideView name, WideView password, WordBool defaultServices = true,
+                               WordBool showDialog = false) = 0;
     virtual void DeleteProfile(WideView name) = 0;
     virtual void SetDefaultProfile(WideView name) = 0;
     /// @param password  the profile's; empty when it has none
@@ -29,7 +29,7 @@ public:
     virtual void ChangeProfilePassword(WideView name, WideView oldPassword, WideView newPassword) = 0;
     /// Empty when there is none.
     [[nodiscard]] virtual WideString GetDefaultProfile() = 0;
-    [[nodiscard]] virtual bool HasDefaultProfile() = 0;
+    [[nodiscard]] virtual WordBool HasDefaultProfile() = 0;
     [[nodiscard]] virtual std::vector<WideString> GetProfiles() = 0;
     /// Their names, one after the other.
     [[nodiscard]] virtual WideString GetProfiles(WideView separator) = 0;
@@ -40,9 +40,9 @@ public:
 /// How a message service may show its configuration; any of the three.
 struct TKwMAPIServiceDialogs
 {
-    bool Show = false;     ///< always, filled with the properties given
-    bool Allow = false;    ///< when something is missing
-    bool ReadOnly = false; ///< shown, but not to be changed
+    WordBool Show = false;     ///< always, filled with the properties given
+    WordBool Allow = false;    ///< when something is missing
+    WordBool ReadOnly = false; ///< shown, but not to be changed
 };
 
 /// The message services of one profile. A service, a provider or a section is named by its identifier of 16 bytes.
@@ -56,7 +56,7 @@ public:
     /// Adds a service and returns its identifier. MAPI does not tell it: it is the first one in the table of services
     /// that was not there before, so a service that another process adds at the same time may be taken for it.
     [[nodiscard]] virtual TKwMAPIEntryID CreateMsgService(WideView serviceName, WideView displayName,
-                                                          bool showDialog) = 0;
+                                                          WordBool showDialog) = 0;
     /// Gives a service its settings. Those of the profile itself (PR_PROFILE_CONFIG_FLAGS, PR_PROFILE_CONNECT_FLAGS,
     /// PR_PROFILE_UI_STATE) are written to the profile's global section, too, where it has one.
     virtual void ConfigureMsgService(const TKwMAPIEntryID& serviceUID, const TKwMAPIServiceDialogs& dialogs,
@@ -70,7 +70,7 @@ public:
     /// Adds a personal-folders file as a service and returns the service's identifier.
     /// @param showDialog  the service may show its dialog
     [[nodiscard]] virtual TKwMAPIEntryID AddPstFileToCurrentProfile(const WideString& fileName, WideView displayName,
-                                                                    bool showDialog) = 0;
+                                                                    WordBool showDialog) = 0;
 };
 
 /// A section of a profile: settings as properties. What is set is kept by SaveChanges.

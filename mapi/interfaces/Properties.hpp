@@ -63,9 +63,9 @@ public:
     /// Marks the property modified, also when the value is equal. Empty or Null: the next save deletes the property.
     virtual void Set_Value(const TKwVariant& value) = 0;
 
-    [[nodiscard]] virtual bool GetModified() const noexcept = 0;
+    [[nodiscard]] virtual WordBool GetModified() const noexcept = 0;
     /// @throws EMAPI_INVALID_PARAMETER  true for a property that is an object, which cannot be written
-    virtual void SetModified(bool modified) = 0;
+    virtual void SetModified(WordBool modified) = 0;
 
     /// The MAPI form of the value; for a property without a value one of type PT_ERROR with MAPI_E_NOT_FOUND. Owned by
     /// the property and valid until its value changes, it is read again, or it leaves the cache.
@@ -85,8 +85,8 @@ public:
     virtual void Set_AsStringA(std::string_view value) = 0;
     [[nodiscard]] virtual WideString Get_AsStringW() = 0;
     virtual void Set_AsStringW(WideView value) = 0;
-    [[nodiscard]] virtual bool Get_AsBoolean() = 0;
-    virtual void Set_AsBoolean(bool value) = 0;
+    [[nodiscard]] virtual WordBool Get_AsBoolean() = 0;
+    virtual void Set_AsBoolean(WordBool value) = 0;
     [[nodiscard]] virtual TKwDate Get_AsDateTime() = 0;
     virtual void Set_AsDateTime(TKwDate value) = 0;
     [[nodiscard]] virtual mapi::SYSTEMTIME Get_AsSystemTime() = 0;
@@ -114,10 +114,10 @@ public:
     [[nodiscard]] virtual TKwRef<IKwMAPIProperty> FindPropByTag(mapi::ULONG tag) = 0;
     /// The cached item of a plain tag; created when it is not there and create is true, else null.
     /// @throws EMAPI_INVALID_PARAMETER  the tag is in the named range (0x8000 and above)
-    virtual TKwRef<IKwMAPIProperty> PropByTag(mapi::ULONG tag, bool create) = 0;
+    virtual TKwRef<IKwMAPIProperty> PropByTag(mapi::ULONG tag, WordBool create) = 0;
     /// The item of a tag of this object's store in the named range, whose name is given. Created when it is not there.
     virtual TKwRef<IKwMAPIProperty> PropByTag(mapi::ULONG tag, const mapi::MAPINAMEID& nameID) = 0;
-    [[nodiscard]] virtual bool HasProp(TKwMAPIPropDef def) = 0;
+    [[nodiscard]] virtual WordBool HasProp(TKwMAPIPropDef def) = 0;
     /// PropByName(def); the property stays unread and unmodified.
     virtual TKwRef<IKwMAPIProperty> Add(TKwMAPIPropDef def) = 0;
     /// Takes an item out of the cache; a change that was not written is lost, the object keeps the property.
@@ -137,9 +137,9 @@ public:
     /// The property, read from the object on its first access.
     [[nodiscard]] virtual TKwRef<IKwMAPIProperty> PropByName(TKwMAPIPropDef def) = 0;
     /// True when the object has the property (a value too large to be read at once counts).
-    [[nodiscard]] virtual bool HasProp(TKwMAPIPropDef def) = 0;
+    [[nodiscard]] virtual WordBool HasProp(TKwMAPIPropDef def) = 0;
     /// The same; prop receives the property when the object has it, else null.
-    [[nodiscard]] virtual bool HasProp(TKwMAPIPropDef def, TKwRef<IKwMAPIProperty>& prop) = 0;
+    [[nodiscard]] virtual WordBool HasProp(TKwMAPIPropDef def, TKwRef<IKwMAPIProperty>& prop) = 0;
     /// Marks the property for deletion at the next save.
     virtual void DeleteProperty(TKwMAPIPropDef def) = 0;
     /// The tag for this object's store. @throws EMAPI_NO_SUPPORT and others, see _GetPropTag
@@ -149,7 +149,7 @@ public:
     ///                          readwrite access!"
     virtual void CheckAccessLevel(TKwMAPIAccessLevel level) const = 0;
     /// True while a property is modified and not yet written.
-    [[nodiscard]] virtual bool GetModified() const = 0;
+    [[nodiscard]] virtual WordBool GetModified() const = 0;
 
     [[nodiscard]] virtual TKwMAPIEntryID Get_EntryID() = 0;
     [[nodiscard]] virtual TKwVariant Get_RecordKey() = 0;
@@ -184,16 +184,17 @@ public:
     /// A binary or text property as a stream, for values of any size. create: an absent property is created (needs
     /// write access).
     [[nodiscard]] virtual TKwComPtr<mapi::IStream> OpenBinProperty(TKwMAPIPropDef def, TKwMAPIAccessLevel accessLevel,
-                                                                   bool create) = 0;
+                                                                   WordBool create) = 0;
     /// A property as an interface, for example PR_ATTACH_DATA_OBJ as IID_IMessage.
     [[nodiscard]] virtual TKwComPtr<mapi::IUnknown> OpenIntfProperty(TKwMAPIPropDef def, const mapi::GUID& iid,
                                                                      mapi::ULONG interfaceOptions,
-                                                                     TKwMAPIAccessLevel accessLevel, bool create) = 0;
+                                                                     TKwMAPIAccessLevel accessLevel,
+                                                                     WordBool create) = 0;
     /// The same by tag. (No overload: a number would fit both.)
     [[nodiscard]] virtual TKwComPtr<mapi::IUnknown> OpenIntfPropertyByTag(mapi::ULONG tag, const mapi::GUID& iid,
                                                                           mapi::ULONG interfaceOptions,
                                                                           TKwMAPIAccessLevel accessLevel,
-                                                                          bool create) = 0;
+                                                                          WordBool create) = 0;
     /// Shows the properties through the procedure set with SetShowPropertiesProc.
     virtual void DisplayProperties() = 0;
 };
@@ -202,10 +203,10 @@ public:
 class IKwMAPISessionBase : public virtual IKwMAPIWrapper
 {
 public:
-    [[nodiscard]] virtual bool Get_Active() const noexcept = 0;
+    [[nodiscard]] virtual WordBool Get_Active() const noexcept = 0;
     /// True when the session runs on Extended MAPI.
-    [[nodiscard]] virtual bool UsesExtendedMAPI() const noexcept = 0;
-    [[nodiscard]] virtual bool Get_ConnectedToExchange() const noexcept = 0;
+    [[nodiscard]] virtual WordBool UsesExtendedMAPI() const noexcept = 0;
+    [[nodiscard]] virtual WordBool Get_ConnectedToExchange() const noexcept = 0;
 };
 
 /// The session of messages kept in structured storage.
@@ -224,7 +225,7 @@ class IKwMAPIList : public virtual IKwMAPIObject
 public:
     virtual void Clear() = 0;
     [[nodiscard]] virtual std::int32_t Get_Count() const = 0;
-    [[nodiscard]] virtual bool Get_EOF() const = 0;
+    [[nodiscard]] virtual WordBool Get_EOF() const = 0;
     virtual void First() = 0;
     virtual void Next() = 0;
     virtual void Previous() = 0;

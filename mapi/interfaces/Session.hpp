@@ -11,8 +11,8 @@ class IKwMAPILogonInfo : public virtual IKwMAPIObject
 {
 public:
 #define DEFTMAPI_OPTION(Name)                                                                                          \
-    [[nodiscard]] virtual bool Get_##Name() const noexcept = 0;                                                        \
-    virtual void Set_##Name(bool value) noexcept = 0;
+    [[nodiscard]] virtual WordBool Get_##Name() const noexcept = 0;                                                    \
+    virtual void Set_##Name(WordBool value) noexcept = 0;
     DEFTMAPI_OPTION(Shared)
     DEFTMAPI_OPTION(ProfileRequired)
     DEFTMAPI_OPTION(UseExtendedMAPI)
@@ -37,10 +37,10 @@ public:
 class IKwMAPILogoffInfo : public virtual IKwMAPIObject
 {
 public:
-    [[nodiscard]] virtual bool Get_Shared() const noexcept = 0;
-    virtual void Set_Shared(bool value) noexcept = 0;
-    [[nodiscard]] virtual bool Get_ShowLogoffDialog() const noexcept = 0;
-    virtual void Set_ShowLogoffDialog(bool value) noexcept = 0;
+    [[nodiscard]] virtual WordBool Get_Shared() const noexcept = 0;
+    virtual void Set_Shared(WordBool value) noexcept = 0;
+    [[nodiscard]] virtual WordBool Get_ShowLogoffDialog() const noexcept = 0;
+    virtual void Set_ShowLogoffDialog(WordBool value) noexcept = 0;
     /// An integer value: MAPI_LOGOFF_SHARED and MAPI_LOGOFF_UI as the options say.
     [[nodiscard]] virtual TKwVariant Flags() const = 0;
 };
@@ -67,7 +67,7 @@ public:
     /// The client library that is loaded; empty when none is.
     [[nodiscard]] virtual WideString Get_DllFileName() const = 0;
     /// True when the loaded library offers Extended MAPI.
-    [[nodiscard]] virtual bool Get_ExtendedMAPI() const = 0;
+    [[nodiscard]] virtual WordBool Get_ExtendedMAPI() const = 0;
     /// The system's default mail client; empty where none is set.
     [[nodiscard]] virtual WideString Get_DefaultClient() const = 0;
     /// The installed mail clients; Set_MAPIClient of the session takes those whose library offers what it needs.
@@ -81,9 +81,9 @@ class IKwMAPISessionInfo : public virtual IKwMAPIObject
 {
 public:
     [[nodiscard]] virtual WideString Get_ProfileName() = 0;
-    [[nodiscard]] virtual bool Get_ConnectedToExchange() = 0;
+    [[nodiscard]] virtual WordBool Get_ConnectedToExchange() = 0;
     /// True when Outlook keeps a local copy of the Exchange mailbox and works with that.
-    [[nodiscard]] virtual bool Get_CachedExchangeMode() = 0;
+    [[nodiscard]] virtual WordBool Get_CachedExchangeMode() = 0;
     /// The Exchange server of the mailbox. @throws EMAPI_NOT_SUPPORTED  not connected to Exchange
     [[nodiscard]] virtual WideString ServerName() = 0;
     /// The address-book entry of the profile's user.
@@ -98,10 +98,10 @@ class IKwMAPISessionProxy : public virtual IKwMAPIObject
 public:
     /// @param fileName  empty finds the default library
     /// @param loaded    receives false when the system cannot load it
-    virtual void MAPILoad(const WideString& fileName, bool& extendedMAPI, bool& loaded) = 0;
-    [[nodiscard]] virtual bool MAPILoaded() const = 0;
+    virtual void MAPILoad(const WideString& fileName, WordBool& extendedMAPI, WordBool& loaded) = 0;
+    [[nodiscard]] virtual WordBool MAPILoaded() const = 0;
     virtual void MAPIInitialize() = 0;
-    [[nodiscard]] virtual bool MAPIInitialized() const = 0;
+    [[nodiscard]] virtual WordBool MAPIInitialized() const = 0;
     virtual void MAPIUnitialize() = 0;
     virtual void MAPIUnload() = 0;
 };
@@ -112,7 +112,7 @@ class IKwMAPISession : public virtual IKwMAPISessionBase, public virtual IKwMAPI
 public:
     virtual void Logon() = 0;
     virtual void Logoff() = 0;
-    virtual void Set_Active(bool active) = 0;
+    virtual void Set_Active(WordBool active) = 0;
     [[nodiscard]] virtual TKwRef<IKwMAPILogonInfo> Get_LogonInfo() = 0;
     [[nodiscard]] virtual TKwRef<IKwMAPILogoffInfo> Get_LogoffInfo() = 0;
     [[nodiscard]] virtual TKwRef<IKwMAPIInfo> Get_MAPIInfo() = 0;
@@ -157,11 +157,11 @@ public:
                                                                 mapi::ULONG flags, TKwMAPIObjectType& objectType) = 0;
     /// OpenEntry for an identifier that may be stale, or of a store that the session has not opened yet: every store of
     /// the profile is asked. False, and a null object, when none knows it.
-    virtual bool FindEntry(const TKwMAPIEntryID& entryID, TKwMAPIAccessLevel accessLevel,
-                           TKwRef<IKwMAPIProp>& object) = 0;
-    virtual bool FindEntryEx(const TKwMAPIEntryID& entryID, const mapi::GUID* iid, mapi::ULONG flags,
-                             TKwMAPIObjectType& objectType, TKwComPtr<mapi::IUnknown>& object) = 0;
-    [[nodiscard]] virtual bool CompareEntryIDs(const TKwMAPIEntryID& a, const TKwMAPIEntryID& b) = 0;
+    virtual WordBool FindEntry(const TKwMAPIEntryID& entryID, TKwMAPIAccessLevel accessLevel,
+                               TKwRef<IKwMAPIProp>& object) = 0;
+    virtual WordBool FindEntryEx(const TKwMAPIEntryID& entryID, const mapi::GUID* iid, mapi::ULONG flags,
+                                 TKwMAPIObjectType& objectType, TKwComPtr<mapi::IUnknown>& object) = 0;
+    [[nodiscard]] virtual WordBool CompareEntryIDs(const TKwMAPIEntryID& a, const TKwMAPIEntryID& b) = 0;
 
     // Other services.
 
@@ -178,7 +178,7 @@ public:
     // The same as those of the profile administration; without a logon, too.
     [[nodiscard]] virtual WideString GetDefaultProfile() = 0;
     [[nodiscard]] virtual WideString GetProfiles(WideView separator) = 0;
-    [[nodiscard]] virtual bool HasDefaultProfile() = 0;
+    [[nodiscard]] virtual WordBool HasDefaultProfile() = 0;
     [[nodiscard]] virtual TKwComPtr<mapi::IMAPIFormMgr> GetFormManager() = 0;
     /// Asks the spooler to send and fetch mail at once. @param flags  FLUSH_… of MAPI
     virtual void FlushQueues(mapi::ULONG flags) = 0;
@@ -218,7 +218,7 @@ public:
 
     /// Connects or disconnects a sink; the session holds a reference while it is connected.
     /// @throws EMAPI_INVALID_PARAMETER  null is to be connected
-    virtual void DEventConnect(const TKwRef<IKwMAPISessionDEvents>& sink, bool connect) = 0;
+    virtual void DEventConnect(const TKwRef<IKwMAPISessionDEvents>& sink, WordBool connect) = 0;
 };
 
 } // namespace deftmapi

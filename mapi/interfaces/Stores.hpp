@@ -20,7 +20,7 @@ public:
     virtual void Set_ContainerClass(WideView containerClass) = 0;
     [[nodiscard]] virtual TKwRef<IKwMAPITable> GetContentsTable() = 0;
     /// @param deep  all levels below the container in one table, each folder before its own subfolders
-    [[nodiscard]] virtual TKwRef<IKwMAPITable> GetHierarchyTable(bool deep) = 0;
+    [[nodiscard]] virtual TKwRef<IKwMAPITable> GetHierarchyTable(WordBool deep) = 0;
     /// An object of the container as it comes from MAPI.
     /// @param iid         the interface asked for; null for the standard one of the object
     /// @param flags       MAPI_MODIFY, MAPI_BEST_ACCESS, …
@@ -41,21 +41,21 @@ public:
 
     /// @param openIfExists  an existing folder of the name is opened instead of failing
     [[nodiscard]] virtual TKwRef<IKwMAPIFolder> CreateFolder(WideView containerClass, WideView AFolderName,
-                                                             WideView comment, bool openIfExists) = 0;
+                                                             WideView comment, WordBool openIfExists) = 0;
     /// The same with the container class of a kind of folder.
     [[nodiscard]] virtual TKwRef<IKwMAPIFolder> CreateFolderByType(TKwMAPIFolderType folderType, WideView AFolderName,
-                                                                   WideView comment, bool openIfExists) = 0;
+                                                                   WideView comment, WordBool openIfExists) = 0;
     /// Copies a subfolder with its messages into another folder, which may be one of another store.
     /// @param newName         empty: the copy has the name of the original
     /// @param move            the original goes
     /// @param copySubFolders  the folders below it go with it; those of a folder that is moved always do
-    virtual void CopyFolder(const TKwMAPIEntryID& entryID, IKwMAPIFolder& destination, WideView newName, bool move,
-                            bool copySubFolders, bool showProgress) = 0;
-    virtual void DeleteFolder(const TKwMAPIEntryID& entryID, bool ADeleteMessages, bool ADeleteSubFolders,
-                              bool showProgress) = 0;
+    virtual void CopyFolder(const TKwMAPIEntryID& entryID, IKwMAPIFolder& destination, WideView newName, WordBool move,
+                            WordBool copySubFolders, WordBool showProgress) = 0;
+    virtual void DeleteFolder(const TKwMAPIEntryID& entryID, WordBool ADeleteMessages, WordBool ADeleteSubFolders,
+                              WordBool showProgress) = 0;
     /// Deletes all messages and subfolders of this folder.
     /// @param deleteAssociated  and the hidden messages that are kept beside its contents
-    virtual void EmptyFolder(bool deleteAssociated, bool showProgress) = 0;
+    virtual void EmptyFolder(WordBool deleteAssociated, WordBool showProgress) = 0;
 
     // Messages.
 
@@ -65,12 +65,12 @@ public:
     /// when reading fails nothing is left behind.
     [[nodiscard]] virtual TKwRef<IKwMAPIMessage> ImportMessage(const WideString& fileName) = 0;
     /// Copies a message into another folder. @param move  the original goes
-    virtual void CopyMessage(const TKwMAPIEntryID& entryID, IKwMAPIFolder& destination, bool move) = 0;
+    virtual void CopyMessage(const TKwMAPIEntryID& entryID, IKwMAPIFolder& destination, WordBool move) = 0;
     /// Looks for a message of this folder by its search key, which a copy shares with its original.
     /// @param message  receives the first one, or null
     /// @return false when there is none
-    virtual bool SearchMessage(const TKwVariant& searchKey, TKwMAPIAccessLevel accessLevel,
-                               TKwRef<IKwMAPIMessage>& message) = 0;
+    virtual WordBool SearchMessage(const TKwVariant& searchKey, TKwMAPIAccessLevel accessLevel,
+                                   TKwRef<IKwMAPIMessage>& message) = 0;
     virtual void DeleteMessage(const TKwMAPIEntryID& entryID) = 0;
     /// MSGSTATUS_… bits, which belong to the message's row in this folder.
     [[nodiscard]] virtual mapi::ULONG Get_MessageStatus(const TKwMAPIEntryID& entryID) = 0;
@@ -85,8 +85,8 @@ public:
     [[nodiscard]] virtual TKwComPtr<mapi::IExchangeExportChanges> GetHierarchySynchronizer() = 0;
 
     /// Whether this contacts folder is shown in Outlook's address book.
-    [[nodiscard]] virtual bool Get_OutlookAddressbookFolder() = 0;
-    virtual void Set_OutlookAddressbookFolder(bool value) = 0;
+    [[nodiscard]] virtual WordBool Get_OutlookAddressbookFolder() = 0;
+    virtual void Set_OutlookAddressbookFolder(WordBool value) = 0;
 };
 
 /// Sinks of store events, in the order of their methods. Each call names the store. An identifier that the store did
@@ -161,7 +161,7 @@ public:
     [[nodiscard]] virtual TKwRef<IKwMAPIFolder> OpenFolderByName(WideView name, TKwMAPIAccessLevel accessLevel) = 0;
     /// "//[Inbox]/Project A": an optional "//", an optional special-folder keyword in brackets, then display names.
     [[nodiscard]] virtual TKwRef<IKwMAPIFolder> OpenFolderByPath(WideView path, TKwMAPIAccessLevel accessLevel) = 0;
-    [[nodiscard]] virtual bool CompareEntryIDs(const TKwMAPIEntryID& a, const TKwMAPIEntryID& b) = 0;
+    [[nodiscard]] virtual WordBool CompareEntryIDs(const TKwMAPIEntryID& a, const TKwMAPIEntryID& b) = 0;
 
     // Messages.
 
@@ -174,12 +174,12 @@ public:
     [[nodiscard]] virtual TKwComPtr<mapi::IMessage> OpenRawMessage(const TKwMAPIEntryID& entryID,
                                                                    TKwMAPIAccessLevel accessLevel) = 0;
     /// OpenMessage for an identifier that may be stale. False, and a null message, when the store does not know it.
-    virtual bool FindMessage(const TKwMAPIEntryID& entryID, TKwMAPIAccessLevel accessLevel,
-                             TKwRef<IKwMAPIMessage>& message) = 0;
+    virtual WordBool FindMessage(const TKwMAPIEntryID& entryID, TKwMAPIAccessLevel accessLevel,
+                                 TKwRef<IKwMAPIMessage>& message) = 0;
     /// Looks for a message by its search key, folder by folder from the IPM root on: a message keeps that key when it
     /// is moved and gets another identifier. False, and a null message, when there is none.
-    virtual bool SearchMessage(const TKwVariant& searchKey, TKwMAPIAccessLevel accessLevel,
-                               TKwRef<IKwMAPIMessage>& message) = 0;
+    virtual WordBool SearchMessage(const TKwVariant& searchKey, TKwMAPIAccessLevel accessLevel,
+                                   TKwRef<IKwMAPIMessage>& message) = 0;
     /// A message file. A compound file (.msg) is opened itself. A MIME message (.eml) is read into a new message of the
     /// Inbox, which is there to be looked at and gone unless it is saved.
     /// @param accessLevel  of the compound file
@@ -220,18 +220,18 @@ public:
     /// holds for the last sink only, whose disconnecting waits for what is being delivered: an event that is being
     /// delivered on the client's thread may still reach any other.
     /// @throws EMAPI_INVALID_PARAMETER  null is to be connected
-    virtual void DEventConnect(const TKwRef<IKwMAPIMsgStoreDEvents>& sink, bool connect) = 0;
+    virtual void DEventConnect(const TKwRef<IKwMAPIMsgStoreDEvents>& sink, WordBool connect) = 0;
     /// True while MAPI notifies the store.
-    [[nodiscard]] virtual bool Get_Advised() const noexcept = 0;
+    [[nodiscard]] virtual WordBool Get_Advised() const noexcept = 0;
 };
 
 /// The out-of-office assistant: whether replies are sent, and what they say.
 class IKwMAPIOOF : public virtual IKwMAPIObject
 {
 public:
-    [[nodiscard]] virtual bool Get_OutOfOffice() = 0;
+    [[nodiscard]] virtual WordBool Get_OutOfOffice() = 0;
     /// Takes effect at once.
-    virtual void Set_OutOfOffice(bool value) = 0;
+    virtual void Set_OutOfOffice(WordBool value) = 0;
     /// The text of the replies; empty when none was ever set.
     [[nodiscard]] virtual WideString Get_Text() = 0;
     virtual void Set_Text(WideView text) = 0;

@@ -21,7 +21,7 @@ public:
     virtual void Set_Value(const TKwVariant& value) = 0;
     [[nodiscard]] virtual std::int32_t Get_AsInteger() = 0;
     [[nodiscard]] virtual WideString Get_AsString() = 0;
-    [[nodiscard]] virtual bool Get_AsBoolean() = 0;
+    [[nodiscard]] virtual WordBool Get_AsBoolean() = 0;
     [[nodiscard]] virtual TKwDate Get_AsDateTime() = 0;
 };
 
@@ -189,7 +189,7 @@ public:
 struct TKwMAPISortKey
 {
     TKwMAPIPropDef PropDef = 0;
-    bool Descending = false;
+    WordBool Descending = false;
 };
 
 /// Sinks of table events. Each call names the table. The row of a row event is a memory table of one row, which the
@@ -228,14 +228,14 @@ public:
     virtual void Open() = 0;
     /// Also ends notifications.
     virtual void Close() = 0;
-    [[nodiscard]] virtual bool Get_Active() const noexcept = 0;
+    [[nodiscard]] virtual WordBool Get_Active() const noexcept = 0;
     virtual void First() = 0;
     virtual void Next() = 0;
     virtual void Previous() = 0;
     virtual void Last() = 0;
     virtual void MoveBy(TKwMapiTableBookmark origin, std::int32_t count) = 0;
-    virtual void SeekRow(TKwMapiTableBookmark bookmark, std::int32_t rows, bool& found) = 0;
-    [[nodiscard]] virtual bool Get_EOF() = 0;
+    virtual void SeekRow(TKwMapiTableBookmark bookmark, std::int32_t rows, WordBool& found) = 0;
+    [[nodiscard]] virtual WordBool Get_EOF() = 0;
     [[nodiscard]] virtual std::int32_t Get_RowCount() = 0;
     /// Rows per read from the client; 20 unless set.
     [[nodiscard]] virtual std::int32_t Get_BatchSize() const noexcept = 0;
@@ -250,7 +250,7 @@ public:
     /// Shows the fields through the procedure set with SetShowFieldsProc.
     virtual void DisplayFields() = 0;
 
-    virtual void Sort(TKwMAPIPropDef def, bool descending) = 0;
+    virtual void Sort(TKwMAPIPropDef def, WordBool descending) = 0;
     /// The first key counts most.
     virtual void Sort(const std::vector<TKwMAPISortKey>& keys) = 0;
 
@@ -262,25 +262,25 @@ public:
     // Searches. A row that is found becomes the current one; when none is, the table is at its end. FindNext and
     // FindPrevious go on from the row found last.
     // @throws EMAPI_CALL_FAILED  the table is filtered
-    virtual void FindFirst(const TKwRef<IKwMAPIRestriction>& restriction, bool& found) = 0;
-    virtual void FindLast(const TKwRef<IKwMAPIRestriction>& restriction, bool& found) = 0;
-    virtual void FindNext(const TKwRef<IKwMAPIRestriction>& restriction, bool& found) = 0;
-    virtual void FindPrevious(const TKwRef<IKwMAPIRestriction>& restriction, bool& found) = 0;
-    virtual void FindRow(const TKwRef<IKwMAPIRestriction>& restriction, TKwMapiTableBookmark origin, bool forward,
-                         bool& found) = 0;
+    virtual void FindFirst(const TKwRef<IKwMAPIRestriction>& restriction, WordBool& found) = 0;
+    virtual void FindLast(const TKwRef<IKwMAPIRestriction>& restriction, WordBool& found) = 0;
+    virtual void FindNext(const TKwRef<IKwMAPIRestriction>& restriction, WordBool& found) = 0;
+    virtual void FindPrevious(const TKwRef<IKwMAPIRestriction>& restriction, WordBool& found) = 0;
+    virtual void FindRow(const TKwRef<IKwMAPIRestriction>& restriction, TKwMapiTableBookmark origin, WordBool forward,
+                         WordBool& found) = 0;
 
     /// Asks the client for notifications; connected sinks get them. @throws EMAPI_CALL_FAILED  they are on already
     virtual void Advise() = 0;
     /// Ends them. On return no sink is being called on another thread, and none will be. Does nothing when they are
     /// off.
     virtual void UnAdvise() = 0;
-    [[nodiscard]] virtual bool Get_Advised() const noexcept = 0;
+    [[nodiscard]] virtual WordBool Get_Advised() const noexcept = 0;
     /// Connects or disconnects a sink; the table holds a reference while it is connected. Any thread. An event that is
     /// being delivered on another thread may still reach a sink that has just been disconnected; UnAdvise waits for it.
     /// @throws EMAPI_INVALID_PARAMETER  null is to be connected
-    virtual void DEventConnect(const TKwRef<IKwMAPITableDEvents>& sink, bool connect) = 0;
+    virtual void DEventConnect(const TKwRef<IKwMAPITableDEvents>& sink, WordBool connect) = 0;
     /// True while a sink is connected.
-    [[nodiscard]] virtual bool HasDEventSinks() const = 0;
+    [[nodiscard]] virtual WordBool HasDEventSinks() const = 0;
 
     // Editing, for tables held in memory.
     /// Appends a row without values and makes it current.
@@ -323,13 +323,14 @@ public:
     /// Prepares the table for changes; each change calls it first.
     virtual void Edit() = 0;
     /// True once a row has been added, changed or removed.
-    [[nodiscard]] virtual bool GetModified() const noexcept = 0;
-    virtual void SetModified(bool modified) = 0;
+    [[nodiscard]] virtual WordBool GetModified() const noexcept = 0;
+    virtual void SetModified(WordBool modified) = 0;
     /// Deletes all rows, hidden ones included. The fields stay.
     virtual void Clear() = 0;
-    /// Makes the first shown row with these values current. When there is none, nothing moves.
-    virtual void Locate(const std::vector<TKwMAPIFieldValue>& values, bool& found) = 0;
-    virtual void Locate(TKwMAPIPropDef def, const TKwVariant& value, bool& found) = 0;
+    /// Makes the first shown row with these values current; when there is none, nothing moves. The values are converted
+    /// as SetFieldValue does it, and refused as there.
+    virtual void Locate(const std::vector<TKwMAPIFieldValue>& values, WordBool& found) = 0;
+    virtual void Locate(TKwMAPIPropDef def, const TKwVariant& value, WordBool& found) = 0;
     /// Hides the rows for which the predicate is false and goes to the first; an empty predicate shows all rows.
     virtual void FilterRows(TKwMAPIRowPredicate predicate) = 0;
     /// Replaces fields and rows by those of another table, which is walked from its first row to its end.

@@ -66,7 +66,7 @@ TKwMAPIEntryID TKwMAPIFolder::FindInAddressBook(WideView methodName, mapi::IAddr
     return found;
 }
 
-bool TKwMAPIFolder::Get_OutlookAddressbookFolder()
+WordBool TKwMAPIFolder::Get_OutlookAddressbookFolder()
 {
     constexpr auto method = u"Get_OutlookAddressbookFolder";
     CheckActive(method);
@@ -75,7 +75,7 @@ bool TKwMAPIFolder::Get_OutlookAddressbookFolder()
     return !FindInAddressBook(method, *OpenAddressBook(method), container).IsNull();
 }
 
-void TKwMAPIFolder::Set_OutlookAddressbookFolder(bool value)
+void TKwMAPIFolder::Set_OutlookAddressbookFolder(WordBool value)
 {
     constexpr auto method = u"Set_OutlookAddressbookFolder";
     CheckActive(method);

@@ -141,7 +141,7 @@ TKwRef<IKwMAPIMessage> TKwMAPIFolder::ImportMessage(const WideString& fileName)
     return message;
 }
 
-void TKwMAPIFolder::CopyMessage(const TKwMAPIEntryID& entryID, IKwMAPIFolder& destination, bool move)
+void TKwMAPIFolder::CopyMessage(const TKwMAPIEntryID& entryID, IKwMAPIFolder& destination, WordBool move)
 {
     CheckActive(u"CopyMessage");
     CheckExtendedMAPI(u"CopyMessage");
@@ -167,13 +167,13 @@ TKwMAPIEntryID TKwMAPIFolder::FindBySearchKey(const TKwVariant& searchKey)
     equal->Set_PropDef(PR_SEARCH_KEY);
     equal->Set_Operator(oEqual);
     equal->Set_Value(searchKey);
-    bool found = false;
+    WordBool found;
     contents->FindFirst(restriction, found);
     return found ? contents->GetFieldValue(PR_ENTRYID) : TKwNull{};
 }
 
-bool TKwMAPIFolder::SearchMessage(const TKwVariant& searchKey, TKwMAPIAccessLevel accessLevel,
-                                  TKwRef<IKwMAPIMessage>& message)
+WordBool TKwMAPIFolder::SearchMessage(const TKwVariant& searchKey, TKwMAPIAccessLevel accessLevel,
+                                      TKwRef<IKwMAPIMessage>& message)
 {
     message.Reset();
     const TKwMAPIEntryID id = FindBySearchKey(searchKey);

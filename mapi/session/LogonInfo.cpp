@@ -18,13 +18,13 @@ TKwMAPILogonInfoImpl::TKwMAPILogonInfoImpl(TKwRef<TKwMAPILogoffInfoImpl> logoffI
     : TKwMAPIObject(nullptr), FLogoffInfo(std::move(logoffInfo))
 {}
 
-void TKwMAPILogonInfoImpl::Set_Shared(bool value) noexcept
+void TKwMAPILogonInfoImpl::Set_Shared(WordBool value) noexcept
 {
     FShared = value;
     FLogoffInfo->Set_Shared(value);
 }
 
-void TKwMAPILogonInfoImpl::Set_NTService(bool value) noexcept
+void TKwMAPILogonInfoImpl::Set_NTService(WordBool value) noexcept
 {
     FNTService = value;
     if (!value)

@@ -131,8 +131,8 @@ TKwRef<IKwMAPIProp> TSession::WrapEntry(TKwMAPIObjectType objectType, mapi::IUnk
     }
 }
 
-bool TSession::FindEntryEx(const TKwMAPIEntryID& entryID, const mapi::GUID* iid, mapi::ULONG flags,
-                           TKwMAPIObjectType& objectType, TKwComPtr<mapi::IUnknown>& object)
+WordBool TSession::FindEntryEx(const TKwMAPIEntryID& entryID, const mapi::GUID* iid, mapi::ULONG flags,
+                               TKwMAPIObjectType& objectType, TKwComPtr<mapi::IUnknown>& object)
 {
     CheckReady(u"FindEntryEx");
     object.Reset();
@@ -164,7 +164,7 @@ bool TSession::FindEntryEx(const TKwMAPIEntryID& entryID, const mapi::GUID* iid,
     return true;
 }
 
-bool TSession::FindEntry(const TKwMAPIEntryID& entryID, TKwMAPIAccessLevel accessLevel, TKwRef<IKwMAPIProp>& object)
+WordBool TSession::FindEntry(const TKwMAPIEntryID& entryID, TKwMAPIAccessLevel accessLevel, TKwRef<IKwMAPIProp>& object)
 {
     CheckReady(u"FindEntry");
     object.Reset();

@@ -42,7 +42,7 @@ WideString TKwMAPIInfo::Get_DllFileName() const
     return KwCurrentMAPIDllFileName();
 }
 
-bool TKwMAPIInfo::Get_ExtendedMAPI() const
+WordBool TKwMAPIInfo::Get_ExtendedMAPI() const
 {
     return KwExtendedMAPIAvailable();
 }
@@ -87,12 +87,12 @@ WideString TKwMAPISessionInfo::Get_ProfileName()
     return status->GetFieldValue(PR_DISPLAY_NAME).AsStringW();
 }
 
-bool TKwMAPISessionInfo::Get_ConnectedToExchange()
+WordBool TKwMAPISessionInfo::Get_ConnectedToExchange()
 {
     return CheckSession(u"Get_ConnectedToExchange").Get_ConnectedToExchange();
 }
 
-bool TKwMAPISessionInfo::Get_CachedExchangeMode()
+WordBool TKwMAPISessionInfo::Get_CachedExchangeMode()
 {
     TSession& session = CheckSession(u"Get_CachedExchangeMode");
     return session.Get_ConnectedToExchange() && session.DetectCachedMode();
@@ -128,13 +128,16 @@ TKwRef<IKwMAPIProp> TKwMAPISessionInfo::Get_Identity()
 
 // ---- TKwMAPISessionProxy
 
-void TKwMAPISessionProxy::MAPILoad(const WideString& fileName, bool& extendedMAPI, bool& loaded)
+void TKwMAPISessionProxy::MAPILoad(const WideString& fileName, WordBool& extendedMAPI, WordBool& loaded)
 {
     WideString name = fileName;
-    loaded = KwTryLoadMAPIDLL(name, extendedMAPI, false);
+    bool extended = false;
+    extendedMAPI = false;
+    loaded = KwTryLoadMAPIDLL(name, extended, false);
+    extendedMAPI = extended;
 }
 
-bool TKwMAPISessionProxy::MAPILoaded() const
+WordBool TKwMAPISessionProxy::MAPILoaded() const
 {
     return KwMAPIModule() != nullptr;
 }
@@ -147,7 +150,7 @@ void TKwMAPISessionProxy::MAPIInitialize()
     KwMAPIInitialize(false, false, true, true);
 }
 
-bool TKwMAPISessionProxy::MAPIInitialized() const
+WordBool TKwMAPISessionProxy::MAPIInitialized() const
 {
     return KwMAPIInitialized();
 }

@@ -25,7 +25,7 @@ constexpr std::int32_t StateWithCache = 0x4000;     // in PR_PROFILE_UI_STATE
 
 } // namespace
 
-void TSession::Set_Active(bool active)
+void TSession::Set_Active(WordBool active)
 {
     // A sink may drop the last reference in the middle.
     const TKwRef<TSession> self(this);

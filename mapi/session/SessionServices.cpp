@@ -76,7 +76,7 @@ WideString TSession::GetProfiles(WideView separator)
     return GetProfileAdmin()->GetProfiles(separator);
 }
 
-bool TSession::HasDefaultProfile()
+WordBool TSession::HasDefaultProfile()
 {
     return GetProfileAdmin()->HasDefaultProfile();
 }

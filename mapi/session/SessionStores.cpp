@@ -128,7 +128,7 @@ TKwRef<IKwMAPIMsgStore> TSession::OpenDefaultMsgStore(TKwMAPIAccessLevel accessL
     return OpenMsgStore(GetDefaultMsgStoreID(), accessLevel);
 }
 
-bool TSession::CompareEntryIDs(const TKwMAPIEntryID& a, const TKwMAPIEntryID& b)
+WordBool TSession::CompareEntryIDs(const TKwMAPIEntryID& a, const TKwMAPIEntryID& b)
 {
     CheckReady(u"CompareEntryIDs");
     return TKwMAPIEntryIDArg::Equal(a, b, [this](TKwMAPIEntryIDArg& first, TKwMAPIEntryIDArg& second) {

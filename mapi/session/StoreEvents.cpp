@@ -102,7 +102,7 @@ bool TKwMAPIMsgStore::TSink::IsConnected() const
 
 // ---- Asking for notifications
 
-void TKwMAPIMsgStore::DEventConnect(const TKwRef<IKwMAPIMsgStoreDEvents>& sink, bool connect)
+void TKwMAPIMsgStore::DEventConnect(const TKwRef<IKwMAPIMsgStoreDEvents>& sink, WordBool connect)
 {
     if (!KwConnectSink(FEvents->Sinks, sink, connect, GetClassName()))
         return;
@@ -221,7 +221,7 @@ void TKwMAPIMsgStore::UnAdvise()
     CheckMAPIResult(*this, u"UnAdvise", EndAdvise());
 }
 
-bool TKwMAPIMsgStore::Get_Advised() const noexcept
+WordBool TKwMAPIMsgStore::Get_Advised() const noexcept
 {
     const std::lock_guard lock(FEvents->AdviseLock);
     return FSink != nullptr;

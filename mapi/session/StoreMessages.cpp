@@ -36,8 +36,8 @@ TKwRef<IKwMAPIMessage> TKwMAPIMsgStore::OpenMessage(const TKwMAPIEntryID& entryI
     return CreateMessageObjectFromIntf(this, Session(), static_cast<mapi::IMessage*>(object.Get()), accessLevel);
 }
 
-bool TKwMAPIMsgStore::FindMessage(const TKwMAPIEntryID& entryID, TKwMAPIAccessLevel accessLevel,
-                                  TKwRef<IKwMAPIMessage>& message)
+WordBool TKwMAPIMsgStore::FindMessage(const TKwMAPIEntryID& entryID, TKwMAPIAccessLevel accessLevel,
+                                      TKwRef<IKwMAPIMessage>& message)
 {
     message.Reset();
     CheckActive(u"FindMessage");
@@ -81,8 +81,8 @@ TKwMAPIEntryID TKwMAPIMsgStore::_SearchMessage(IKwMAPIFolder& folder, const TKwV
     return TKwNull{};
 }
 
-bool TKwMAPIMsgStore::SearchMessage(const TKwVariant& searchKey, TKwMAPIAccessLevel accessLevel,
-                                    TKwRef<IKwMAPIMessage>& message)
+WordBool TKwMAPIMsgStore::SearchMessage(const TKwVariant& searchKey, TKwMAPIAccessLevel accessLevel,
+                                        TKwRef<IKwMAPIMessage>& message)
 {
     message.Reset();
     CheckActive(u"SearchMessage");

@@ -192,14 +192,17 @@ WideString TSession::Get_Version() const
 
 // ---- The client library
 
-void TSession::MAPILoad(const WideString& fileName, bool& extendedMAPI, bool& loaded)
+void TSession::MAPILoad(const WideString& fileName, WordBool& extendedMAPI, WordBool& loaded)
 {
     // The library stays loaded between sessions: clients are slow to load and some do not survive being loaded twice.
     WideString name = fileName;
-    loaded = KwTryLoadMAPIDLL(name, extendedMAPI, false);
+    bool extended = false;
+    extendedMAPI = false;
+    loaded = KwTryLoadMAPIDLL(name, extended, false);
+    extendedMAPI = extended;
 }
 
-bool TSession::MAPILoaded() const
+WordBool TSession::MAPILoaded() const
 {
     return KwMAPIModule() != nullptr;
 }
@@ -213,11 +216,11 @@ void TSession::MAPIInitialize()
     // With nothing loaded the one below would take the system's library.
     if (!FMAPIClient.empty())
         EnsureLibrary();
-    KwMAPIInitialize(FActive ? FMultiThreadedLogon : FLogonInfo->Get_MultiThreadedNotifications(), IsService(),
-                     extended, true);
+    KwMAPIInitialize(FActive ? WordBool(FMultiThreadedLogon) : FLogonInfo->Get_MultiThreadedNotifications(),
+                     IsService(), extended, true);
 }
 
-bool TSession::MAPIInitialized() const
+WordBool TSession::MAPIInitialized() const
 {
     return KwMAPIInitialized();
 }
@@ -265,8 +268,8 @@ void TSession::EnsureLibrary()
 
 void TSession::LoadLibrary(const WideString& path)
 {
-    bool extended = false;
-    bool loaded = false;
+    WordBool extended;
+    WordBool loaded;
     MAPILoad(path, extended, loaded);
     if (!loaded)
         CreateKwMAPIException(mapi::MAPI_E_CALL_FAILED, sLoadFailed, {path})->Raise();
@@ -336,7 +339,7 @@ TKwMAPIPropDef TSession::RegisterProp(WideView name, const mapi::GUID& set, std:
 
 // ---- Events
 
-void TSession::DEventConnect(const TKwRef<IKwMAPISessionDEvents>& sink, bool connect)
+void TSession::DEventConnect(const TKwRef<IKwMAPISessionDEvents>& sink, WordBool connect)
 {
     KwConnectSink(FEvents, sink, connect, GetClassName());
 }

@@ -30,10 +30,10 @@ public:
     TKwMAPILogoffInfoImpl() : TKwMAPIObject(nullptr) {}
 
     [[nodiscard]] WideString GetClassName() const override { return u"TKwMAPILogoffInfoImpl"; }
-    [[nodiscard]] bool Get_Shared() const noexcept override { return FShared; }
-    void Set_Shared(bool value) noexcept override { FShared = value; }
-    [[nodiscard]] bool Get_ShowLogoffDialog() const noexcept override { return FShowLogoffDialog; }
-    void Set_ShowLogoffDialog(bool value) noexcept override { FShowLogoffDialog = value; }
+    [[nodiscard]] WordBool Get_Shared() const noexcept override { return FShared; }
+    void Set_Shared(WordBool value) noexcept override { FShared = value; }
+    [[nodiscard]] WordBool Get_ShowLogoffDialog() const noexcept override { return FShowLogoffDialog; }
+    void Set_ShowLogoffDialog(WordBool value) noexcept override { FShowLogoffDialog = value; }
     [[nodiscard]] TKwVariant Flags() const override;
 
 private:
@@ -52,11 +52,11 @@ public:
 
 #define DEFTMAPI_OPTION(Name, Default)                                                                                 \
 public:                                                                                                                \
-    [[nodiscard]] bool Get_##Name() const noexcept override                                                            \
+    [[nodiscard]] WordBool Get_##Name() const noexcept override                                                        \
     {                                                                                                                  \
         return F##Name;                                                                                                \
     }                                                                                                                  \
-    void Set_##Name(bool value) noexcept override                                                                      \
+    void Set_##Name(WordBool value) noexcept override                                                                  \
     {                                                                                                                  \
         F##Name = value;                                                                                               \
     }                                                                                                                  \
@@ -77,16 +77,16 @@ private:                                                                        
 #undef DEFTMAPI_OPTION
 
 public:
-    [[nodiscard]] bool Get_Shared() const noexcept override
+    [[nodiscard]] WordBool Get_Shared() const noexcept override
     {
         return FShared;
     }
-    void Set_Shared(bool value) noexcept override;
-    [[nodiscard]] bool Get_NTService() const noexcept override
+    void Set_Shared(WordBool value) noexcept override;
+    [[nodiscard]] WordBool Get_NTService() const noexcept override
     {
         return FNTService;
     }
-    void Set_NTService(bool value) noexcept override;
+    void Set_NTService(WordBool value) noexcept override;
     [[nodiscard]] WideString Get_ProfileName() const override
     {
         return FProfileName;
@@ -122,7 +122,7 @@ public:
     [[nodiscard]] WideString GetClassName() const override { return u"TKwMAPIInfo"; }
     [[nodiscard]] WideString Get_Version() const override;
     [[nodiscard]] WideString Get_DllFileName() const override;
-    [[nodiscard]] bool Get_ExtendedMAPI() const override;
+    [[nodiscard]] WordBool Get_ExtendedMAPI() const override;
     [[nodiscard]] WideString Get_DefaultClient() const override;
     [[nodiscard]] std::vector<WideString> GetClients() const override;
     [[nodiscard]] WideString Get_OutlookVersion() const override;
@@ -139,11 +139,11 @@ public:
     [[nodiscard]] WideString GetClassName() const override { return u"TKwMAPISessionInfo"; }
     /// As the row of the MAPI subsystem in the status table names it.
     [[nodiscard]] WideString Get_ProfileName() override;
-    [[nodiscard]] bool Get_ConnectedToExchange() override;
+    [[nodiscard]] WordBool Get_ConnectedToExchange() override;
     /// As the profile has it now, connected to Exchange: its connection flags say it (0x8000 of
     /// PR_PROFILE_CONNECT_FLAGS and 0x4000 of PR_PROFILE_UI_STATE), or the default store says that it is a local one
     /// (STORE_LOCALSTORE).
-    [[nodiscard]] bool Get_CachedExchangeMode() override;
+    [[nodiscard]] WordBool Get_CachedExchangeMode() override;
     /// PR_PROFILE_HOME_SERVER of the profile's global section.
     /// @throws EMAPI_NOT_SUPPORTED  "The ServerName can only be used when connected to an Exchange Server!"
     [[nodiscard]] WideString ServerName() override;
@@ -162,10 +162,10 @@ public:
 
     [[nodiscard]] WideString GetClassName() const override { return u"TKwMAPISessionProxy"; }
     /// The library stays loaded until MAPIUnload.
-    void MAPILoad(const WideString& fileName, bool& extendedMAPI, bool& loaded) override;
-    [[nodiscard]] bool MAPILoaded() const override;
+    void MAPILoad(const WideString& fileName, WordBool& extendedMAPI, WordBool& loaded) override;
+    [[nodiscard]] WordBool MAPILoaded() const override;
     void MAPIInitialize() override;
-    [[nodiscard]] bool MAPIInitialized() const override;
+    [[nodiscard]] WordBool MAPIInitialized() const override;
     void MAPIUnitialize() override;
     void MAPIUnload() override;
 };
@@ -230,7 +230,7 @@ public:
     [[nodiscard]] WideString GetClassName() const override { return u"TSession"; }
 
     // State.
-    [[nodiscard]] bool Get_Active() const noexcept override { return FActive; }
+    [[nodiscard]] WordBool Get_Active() const noexcept override { return FActive.load(); }
     /// Does nothing, and fires nothing, when the session is in that state already. A logon that fails leaves the
     /// session inactive, and what needs no logon (message files, profile administration) as it was.
     ///
@@ -241,15 +241,15 @@ public:
     /// Each event is told to all sinks. What the first one of them raises is raised when all have been told.
     /// @throws EMAPI_LOGON_FAILED  no such profile, wrong password, …
     /// @throws EMAPI_CALL_FAILED   the client library cannot be loaded or offers no Extended MAPI
-    void Set_Active(bool active) override;
+    void Set_Active(WordBool active) override;
     void Logon() override { Set_Active(true); }
     void Logoff() override { Set_Active(false); }
     /// While logged on: how the session was logged on. Else what the option says.
-    [[nodiscard]] bool UsesExtendedMAPI() const noexcept override
+    [[nodiscard]] WordBool UsesExtendedMAPI() const noexcept override
     {
-        return FActive ? FExtendedLogon : FLogonInfo->Get_UseExtendedMAPI();
+        return FActive ? WordBool(FExtendedLogon) : FLogonInfo->Get_UseExtendedMAPI();
     }
-    [[nodiscard]] bool Get_ConnectedToExchange() const noexcept override { return FConnectedToExchange; }
+    [[nodiscard]] WordBool Get_ConnectedToExchange() const noexcept override { return FConnectedToExchange; }
     [[nodiscard]] TKwRef<IKwMAPILogonInfo> Get_LogonInfo() override { return FLogonInfo; }
     [[nodiscard]] TKwRef<IKwMAPILogoffInfo> Get_LogoffInfo() override { return FLogoffInfo; }
     [[nodiscard]] TKwRef<IKwMAPIInfo> Get_MAPIInfo() override { return FMAPIInfo; }
@@ -278,12 +278,12 @@ public:
     // The client library.
 
     /// The library stays loaded until MAPIUnload.
-    void MAPILoad(const WideString& fileName, bool& extendedMAPI, bool& loaded) override;
-    [[nodiscard]] bool MAPILoaded() const override;
+    void MAPILoad(const WideString& fileName, WordBool& extendedMAPI, WordBool& loaded) override;
+    [[nodiscard]] WordBool MAPILoaded() const override;
     /// Initialises MAPI for this thread with the logon options; while logged on, with those of the logon. Loads the
     /// library of MAPIClient when none is loaded.
     void MAPIInitialize() override;
-    [[nodiscard]] bool MAPIInitialized() const override;
+    [[nodiscard]] WordBool MAPIInitialized() const override;
     void MAPIUnitialize() override;
     /// Sessions that are not logged on drop their MAPI objects, as at a logoff, before the library goes: by this, by
     /// Set_MAPIClient or with the last thread that is uninitialised. REQUIRES: nobody uses such an object meanwhile.
@@ -313,10 +313,11 @@ public:
     /// @throws EMAPI_NOT_FOUND, EMAPI_NO_ACCESS and others
     [[nodiscard]] TKwComPtr<mapi::IUnknown> OpenEntryEx(const TKwMAPIEntryID& entryID, const mapi::GUID* iid,
                                                         mapi::ULONG flags, TKwMAPIObjectType& objectType) override;
-    bool FindEntry(const TKwMAPIEntryID& entryID, TKwMAPIAccessLevel accessLevel, TKwRef<IKwMAPIProp>& object) override;
-    bool FindEntryEx(const TKwMAPIEntryID& entryID, const mapi::GUID* iid, mapi::ULONG flags,
-                     TKwMAPIObjectType& objectType, TKwComPtr<mapi::IUnknown>& object) override;
-    [[nodiscard]] bool CompareEntryIDs(const TKwMAPIEntryID& a, const TKwMAPIEntryID& b) override;
+    WordBool FindEntry(const TKwMAPIEntryID& entryID, TKwMAPIAccessLevel accessLevel,
+                       TKwRef<IKwMAPIProp>& object) override;
+    WordBool FindEntryEx(const TKwMAPIEntryID& entryID, const mapi::GUID* iid, mapi::ULONG flags,
+                         TKwMAPIObjectType& objectType, TKwComPtr<mapi::IUnknown>& object) override;
+    [[nodiscard]] WordBool CompareEntryIDs(const TKwMAPIEntryID& a, const TKwMAPIEntryID& b) override;
 
     // Other services.
     [[nodiscard]] TKwComPtr<mapi::IAddrBook> OpenAddressBook() override;
@@ -329,7 +330,7 @@ public:
                                                              TKwMAPIAccessLevel accessLevel) override;
     [[nodiscard]] WideString GetDefaultProfile() override;
     [[nodiscard]] WideString GetProfiles(WideView separator) override;
-    [[nodiscard]] bool HasDefaultProfile() override;
+    [[nodiscard]] WordBool HasDefaultProfile() override;
     /// @throws EMAPI_NOT_SUPPORTED  "The FormManager is only supported by Microsoft Outlook!!"
     [[nodiscard]] TKwComPtr<mapi::IMAPIFormMgr> GetFormManager() override;
     /// With Outlook the event OutlookFlushQueus is fired when MAPI cannot do it.
@@ -356,7 +357,7 @@ public:
     TKwMAPIPropDef RegisterProp(WideView name, const mapi::GUID& set, std::uint32_t numericId,
                                 std::uint32_t type) override;
 
-    void DEventConnect(const TKwRef<IKwMAPISessionDEvents>& sink, bool connect) override;
+    void DEventConnect(const TKwRef<IKwMAPISessionDEvents>& sink, WordBool connect) override;
 
     /// @throws EMAPI_NO_ACCESS  "You must logon before you can execute …!"
     void CheckActive(WideView methodName) const override;
@@ -400,7 +401,10 @@ private:
     /// CheckActive and CheckUsingExtendedMAPI.
     void CheckReady(WideView methodName) const;
     /// Whether to ask nobody anything.
-    [[nodiscard]] bool IsService() const noexcept { return FActive ? FServiceLogon : FLogonInfo->Get_NTService(); }
+    [[nodiscard]] bool IsService() const noexcept
+    {
+        return FActive ? WordBool(FServiceLogon) : FLogonInfo->Get_NTService();
+    }
     [[nodiscard]] bool GetCanUseUnicode() const noexcept { return UsesExtendedMAPI(); }
     void DoLogon();
     /// @param fromClient  the client asks, by a notification: it must not be kept waiting

@@ -119,7 +119,7 @@ mapi::HRESULT TKwMAPIContainer::OpenHierarchyProperty(mapi::ULONG flags, TKwComP
     }
 }
 
-TKwRef<IKwMAPITable> TKwMAPIContainer::GetHierarchyTable(bool deep)
+TKwRef<IKwMAPITable> TKwMAPIContainer::GetHierarchyTable(WordBool deep)
 {
     CheckActive(u"GetHierarchyTable");
     if (!Session()->UsesExtendedMAPI())

@@ -28,7 +28,7 @@ public:
     /// @throws EMAPI_NOT_SUPPORTED    Simple MAPI
     [[nodiscard]] TKwRef<IKwMAPITable> GetContentsTable() override;
     /// A distribution list gives the table as its PR_CONTAINER_HIERARCHY.
-    [[nodiscard]] TKwRef<IKwMAPITable> GetHierarchyTable(bool deep) override;
+    [[nodiscard]] TKwRef<IKwMAPITable> GetHierarchyTable(WordBool deep) override;
     /// @throws EMAPI_NOT_SUPPORTED  "OpenEntry is not supported for this containertype": the object that is wrapped
     /// does
     ///                              not say which kind of container it is

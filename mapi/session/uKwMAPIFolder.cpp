@@ -128,7 +128,7 @@ WideString TKwMAPIFolder::Get_DefaultMessageClass()
 // ---- Subfolders
 
 TKwRef<IKwMAPIFolder> TKwMAPIFolder::CreateFolder(WideView containerClass, WideView AFolderName, WideView comment,
-                                                  bool openIfExists)
+                                                  WordBool openIfExists)
 {
     CheckActive(u"CreateFolder");
     CheckExtendedMAPI(u"CreateFolder");
@@ -167,7 +167,7 @@ TKwRef<IKwMAPIFolder> TKwMAPIFolder::CreateFolder(WideView containerClass, WideV
 }
 
 TKwRef<IKwMAPIFolder> TKwMAPIFolder::CreateFolderByType(TKwMAPIFolderType folderType, WideView AFolderName,
-                                                        WideView comment, bool openIfExists)
+                                                        WideView comment, WordBool openIfExists)
 {
     WideView containerClass = MailClass;
     for (const TKwMAPIFolderType type : TypesWithClass)
@@ -185,8 +185,8 @@ TKwComPtr<mapi::IMAPIFolder> TKwMAPIFolder::DestinationOf(IKwMAPIFolder& destina
     return folder;
 }
 
-void TKwMAPIFolder::CopyFolder(const TKwMAPIEntryID& entryID, IKwMAPIFolder& destination, WideView newName, bool move,
-                               bool copySubFolders, bool showProgress)
+void TKwMAPIFolder::CopyFolder(const TKwMAPIEntryID& entryID, IKwMAPIFolder& destination, WideView newName,
+                               WordBool move, WordBool copySubFolders, WordBool showProgress)
 {
     CheckActive(u"CopyFolder");
     CheckExtendedMAPI(u"CopyFolder");
@@ -215,7 +215,7 @@ void TKwMAPIFolder::CopyFolder(const TKwMAPIEntryID& entryID, IKwMAPIFolder& des
     }
 }
 
-void TKwMAPIFolder::EmptyFolder(bool deleteAssociated, bool showProgress)
+void TKwMAPIFolder::EmptyFolder(WordBool deleteAssociated, WordBool showProgress)
 {
     CheckActive(u"EmptyFolder");
     CheckExtendedMAPI(u"EmptyFolder");
@@ -230,8 +230,8 @@ void TKwMAPIFolder::EmptyFolder(bool deleteAssociated, bool showProgress)
     CheckMAPIResult(*this, u"EmptyFolder", hr);
 }
 
-void TKwMAPIFolder::DeleteFolder(const TKwMAPIEntryID& entryID, bool ADeleteMessages, bool ADeleteSubFolders,
-                                 bool showProgress)
+void TKwMAPIFolder::DeleteFolder(const TKwMAPIEntryID& entryID, WordBool ADeleteMessages, WordBool ADeleteSubFolders,
+                                 WordBool showProgress)
 {
     CheckActive(u"DeleteFolder");
     CheckExtendedMAPI(u"DeleteFolder");

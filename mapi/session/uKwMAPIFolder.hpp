@@ -25,23 +25,23 @@ public:
     /// The container class is given to a new folder; an existing one (openIfExists) gets it only when it has none.
     /// @throws EMAPI_COLLISION  the name is taken
     [[nodiscard]] TKwRef<IKwMAPIFolder> CreateFolder(WideView containerClass, WideView AFolderName, WideView comment,
-                                                     bool openIfExists) override;
+                                                     WordBool openIfExists) override;
     /// The classes are IPF.Appointment, IPF.Journal, IPF.StickyNote and IPF.Task; every other type, ftContact included,
     /// makes a folder for mail (IPF.Note).
     [[nodiscard]] TKwRef<IKwMAPIFolder> CreateFolderByType(TKwMAPIFolderType folderType, WideView AFolderName,
-                                                           WideView comment, bool openIfExists) override;
+                                                           WideView comment, WordBool openIfExists) override;
     /// move, copySubFolders and showProgress are FOLDER_MOVE, COPY_SUBFOLDERS and FOLDER_DIALOG of the platform.
     /// @throws EMAPI_COLLISION             the destination has a folder of that name
     /// @throws EMAPI_BAD_CHARWIDTH         the store takes the name neither in wide nor in 8-bit text
     /// @throws EMAPI_DECLINE_COPY          the store leaves copying to somebody else
     /// @throws EMAPI_W_PARTIAL_COMPLETION  not all of it was copied
-    void CopyFolder(const TKwMAPIEntryID& entryID, IKwMAPIFolder& destination, WideView newName, bool move,
-                    bool copySubFolders, bool showProgress) override;
+    void CopyFolder(const TKwMAPIEntryID& entryID, IKwMAPIFolder& destination, WideView newName, WordBool move,
+                    WordBool copySubFolders, WordBool showProgress) override;
     /// @throws EMAPI_HAS_FOLDERS, EMAPI_HAS_MESSAGES  the folder is not empty and the option was not given
-    void DeleteFolder(const TKwMAPIEntryID& entryID, bool ADeleteMessages, bool ADeleteSubFolders,
-                      bool showProgress) override;
+    void DeleteFolder(const TKwMAPIEntryID& entryID, WordBool ADeleteMessages, WordBool ADeleteSubFolders,
+                      WordBool showProgress) override;
     /// @throws EKwMAPIException  MAPI_W_PARTIAL_COMPLETION: not all of it was deleted
-    void EmptyFolder(bool deleteAssociated, bool showProgress) override;
+    void EmptyFolder(WordBool deleteAssociated, WordBool showProgress) override;
 
     /// Without a class the message gets that of the kind of folder. In a plain folder this is made from the folder's
     /// container class, and is empty where the folder has none: name a class for what is to be shown as a message.
@@ -56,11 +56,11 @@ public:
     /// @param asker  named with its method in the texts of failures
     [[nodiscard]] TKwRef<IKwMAPIMessage> ReadMessageFile(TKwMAPIWrapper& asker, WideView methodName,
                                                          const WideString& fileName);
-    void CopyMessage(const TKwMAPIEntryID& entryID, IKwMAPIFolder& destination, bool move) override;
+    void CopyMessage(const TKwMAPIEntryID& entryID, IKwMAPIFolder& destination, WordBool move) override;
     /// Null and empty keys are found nowhere. What this folder was opened for limits what the message can be opened
     /// for.
-    bool SearchMessage(const TKwVariant& searchKey, TKwMAPIAccessLevel accessLevel,
-                       TKwRef<IKwMAPIMessage>& message) override;
+    WordBool SearchMessage(const TKwVariant& searchKey, TKwMAPIAccessLevel accessLevel,
+                           TKwRef<IKwMAPIMessage>& message) override;
     /// The identifier of that message, or Null.
     [[nodiscard]] TKwMAPIEntryID FindBySearchKey(const TKwVariant& searchKey);
     void DeleteMessage(const TKwMAPIEntryID& entryID) override;
@@ -77,12 +77,12 @@ public:
 
     /// True when the container of Outlook's address book lists this folder.
     /// @throws EMAPI_NOT_SUPPORTED  the session has no address book
-    [[nodiscard]] bool Get_OutlookAddressbookFolder() override;
+    [[nodiscard]] WordBool Get_OutlookAddressbookFolder() override;
     /// Adds an entry for this folder to that container, or deletes it. Does nothing when it is as wanted.
     /// @throws EMAPI_NOT_SUPPORTED  "The Set_OutlookAddressbookFolder can only be used for folders of type
     /// IPF.Contact!"
     /// @throws EMAPI_NOT_FOUND      the profile does not have Outlook's address book
-    void Set_OutlookAddressbookFolder(bool value) override;
+    void Set_OutlookAddressbookFolder(WordBool value) override;
 
 private:
     [[nodiscard]] mapi::IMAPIFolder& MAPIFolder() const noexcept { return MAPIObjectAs<mapi::IMAPIFolder>(); }

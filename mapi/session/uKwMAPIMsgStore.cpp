@@ -142,7 +142,7 @@ TKwRef<IKwMAPIFolder> TKwMAPIMsgStore::OpenFolder(const TKwMAPIEntryID& entryID,
     return folder;
 }
 
-bool TKwMAPIMsgStore::CompareEntryIDs(const TKwMAPIEntryID& a, const TKwMAPIEntryID& b)
+WordBool TKwMAPIMsgStore::CompareEntryIDs(const TKwMAPIEntryID& a, const TKwMAPIEntryID& b)
 {
     CheckActive(u"CompareEntryIDs");
     if (!Session()->UsesExtendedMAPI())

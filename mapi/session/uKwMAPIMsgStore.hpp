@@ -68,7 +68,7 @@ public:
     [[nodiscard]] TKwRef<IKwMAPIFolder> OpenFolderByName(WideView name, TKwMAPIAccessLevel accessLevel) override;
     /// @throws EMAPI_INVALID_PARAMETER  unknown keyword, or no folder of that name; names match without regard to case
     [[nodiscard]] TKwRef<IKwMAPIFolder> OpenFolderByPath(WideView path, TKwMAPIAccessLevel accessLevel) override;
-    [[nodiscard]] bool CompareEntryIDs(const TKwMAPIEntryID& a, const TKwMAPIEntryID& b) override;
+    [[nodiscard]] WordBool CompareEntryIDs(const TKwMAPIEntryID& a, const TKwMAPIEntryID& b) override;
 
     // Messages.
     [[nodiscard]] TKwRef<IKwMAPIMessage> CreateMessage(TKwMAPIFolderType folderType, WideView messageClass) override;
@@ -76,10 +76,10 @@ public:
                                                      TKwMAPIAccessLevel accessLevel) override;
     [[nodiscard]] TKwComPtr<mapi::IMessage> OpenRawMessage(const TKwMAPIEntryID& entryID,
                                                            TKwMAPIAccessLevel accessLevel) override;
-    bool FindMessage(const TKwMAPIEntryID& entryID, TKwMAPIAccessLevel accessLevel,
-                     TKwRef<IKwMAPIMessage>& message) override;
-    bool SearchMessage(const TKwVariant& searchKey, TKwMAPIAccessLevel accessLevel,
-                       TKwRef<IKwMAPIMessage>& message) override;
+    WordBool FindMessage(const TKwMAPIEntryID& entryID, TKwMAPIAccessLevel accessLevel,
+                         TKwRef<IKwMAPIMessage>& message) override;
+    WordBool SearchMessage(const TKwVariant& searchKey, TKwMAPIAccessLevel accessLevel,
+                           TKwRef<IKwMAPIMessage>& message) override;
     /// @throws as TKwMAPIFolder::ImportMessage
     [[nodiscard]] TKwRef<IKwMAPIMessage> OpenSavedMessage(const WideString& fileName,
                                                           TKwMAPIAccessLevel accessLevel) override;
@@ -105,7 +105,7 @@ public:
     [[nodiscard]] WideString GetMRMConfig() override;
 
     // Events.
-    void DEventConnect(const TKwRef<IKwMAPIMsgStoreDEvents>& sink, bool connect) override;
+    void DEventConnect(const TKwRef<IKwMAPIMsgStoreDEvents>& sink, WordBool connect) override;
     /// Counts the sinks: notifications begin with the first and end with the last. DEventConnect calls it.
     void EventSinkChanged(bool connected);
     /// @throws EMAPI_CALL_FAILED    "The messagestore notification system has already been activated!"
@@ -113,7 +113,7 @@ public:
     void Advise();
     /// Ends notifications: on return no sink is being called on another thread. Does nothing when they are off.
     void UnAdvise();
-    [[nodiscard]] bool Get_Advised() const noexcept override;
+    [[nodiscard]] WordBool Get_Advised() const noexcept override;
     /// What the client calls through the advise sink: hands each notification to its dispatcher. What a sink throws
     /// leaves it (see KwCallServerSink) when all have been called. A sink may destroy the store: nothing more is called
     /// then.

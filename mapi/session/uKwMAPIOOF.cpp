@@ -17,12 +17,12 @@ constexpr auto TemplateClass = u"IPM.Note.Rules.OofTemplate.Microsoft";
 
 TKwMAPIOOF::TKwMAPIOOF(TKwMAPIMsgStore& store) : TKwMAPIObject(&store, TKwKeepAlive::kaOwner), FStore(&store) {}
 
-bool TKwMAPIOOF::Get_OutOfOffice()
+WordBool TKwMAPIOOF::Get_OutOfOffice()
 {
     return FStore->GetPropValues({PR_OOF_STATE}).front() == TKwVariant(true); // others may have switched it
 }
 
-void TKwMAPIOOF::Set_OutOfOffice(bool value)
+void TKwMAPIOOF::Set_OutOfOffice(WordBool value)
 {
     const auto values = KwMake<TKwMAPIPropValueList>();
     values->AddValue(PR_OOF_STATE, value);

@@ -14,8 +14,8 @@ public:
     explicit TKwMAPIOOF(TKwMAPIMsgStore& store);
 
     [[nodiscard]] WideString GetClassName() const override { return u"TKwMAPIOOF"; }
-    [[nodiscard]] bool Get_OutOfOffice() override;
-    void Set_OutOfOffice(bool value) override;
+    [[nodiscard]] WordBool Get_OutOfOffice() override;
+    void Set_OutOfOffice(WordBool value) override;
     [[nodiscard]] WideString Get_Text() override;
     /// Makes the template when there is none. @throws EMAPI_NOT_FOUND  the mailbox has no Inbox
     void Set_Text(WideView text) override;

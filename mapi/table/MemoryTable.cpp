@@ -64,7 +64,7 @@ void TKwMAPIMemoryTable::MoveBy(TKwMapiTableBookmark origin, std::int32_t count)
     }
 }
 
-void TKwMAPIMemoryTable::SeekRow(TKwMapiTableBookmark bookmark, std::int32_t rows, bool& found)
+void TKwMAPIMemoryTable::SeekRow(TKwMapiTableBookmark bookmark, std::int32_t rows, WordBool& found)
 {
     found = false;
     if (bookmark != tbkBeginning && bookmark != tbkCurrentRelative && bookmark != tbkEnd)
@@ -76,7 +76,7 @@ void TKwMAPIMemoryTable::SeekRow(TKwMapiTableBookmark bookmark, std::int32_t row
     found = target >= 0 && target < ShownRows();
 }
 
-bool TKwMAPIMemoryTable::Get_EOF()
+WordBool TKwMAPIMemoryTable::Get_EOF()
 {
     EnsureActive();
     return FEOF;

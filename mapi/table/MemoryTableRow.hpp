@@ -36,15 +36,26 @@ public:
                 FCells.erase(found);
             return;
         }
-        // A column of one value per row holds a single value here, too.
-        TKwMAPIPropValue converted((tag & mapi::MV_INSTANCE) != 0 ? tag & ~mapi::MVI_FLAG : tag, value);
+        TKwMAPIPropValue converted = Converted(tag, value);
         if (found != FCells.end())
             found->Value = std::move(converted);
         else
             FCells.push_back({&info, std::move(converted)});
     }
 
+    /// A value as Get gives it once Set has taken it. REQUIRES: it is neither Empty nor Null.
+    [[nodiscard]] static TKwVariant AsKept(mapi::ULONG tag, const TKwVariant& value)
+    {
+        return KwPropValueToVariant(Converted(tag, value).Value());
+    }
+
 private:
+    /// A column of one value per row holds a single value here, too.
+    [[nodiscard]] static TKwMAPIPropValue Converted(mapi::ULONG tag, const TKwVariant& value)
+    {
+        return {(tag & mapi::MV_INSTANCE) != 0 ? tag & ~mapi::MVI_FLAG : tag, value};
+    }
+
     struct TCell
     {
         const TKwMAPIPropInfo* Info; // owned by the registry

@@ -55,14 +55,9 @@ int Compare(const TKwVariant& a, const TKwVariant& b)
     }
 }
 
-TKwVariant EmptyForNull(const TKwVariant& value)
-{
-    return value.IsNull() ? TKwVariant() : value;
-}
-
 } // namespace
 
-void TKwMAPIMemoryTable::Sort(TKwMAPIPropDef def, bool descending)
+void TKwMAPIMemoryTable::Sort(TKwMAPIPropDef def, WordBool descending)
 {
     Sort(std::vector<TKwMAPISortKey>{{def, descending}});
 }
@@ -102,19 +97,29 @@ void TKwMAPIMemoryTable::FilterRows(TKwMAPIRowPredicate predicate)
     GoTo(0, true);
 }
 
-void TKwMAPIMemoryTable::Locate(TKwMAPIPropDef def, const TKwVariant& value, bool& found)
+void TKwMAPIMemoryTable::Locate(TKwMAPIPropDef def, const TKwVariant& value, WordBool& found)
 {
     Locate(std::vector<TKwMAPIFieldValue>{{def, value}}, found);
 }
 
-void TKwMAPIMemoryTable::Locate(const std::vector<TKwMAPIFieldValue>& values, bool& found)
+void TKwMAPIMemoryTable::Locate(const std::vector<TKwMAPIFieldValue>& values, WordBool& found)
 {
     EnsureActive();
     found = false;
-    const auto matches = [&](const TRow* row) {
-        return std::all_of(values.begin(), values.end(), [&](const TKwMAPIFieldValue& wanted) {
-            return row->Get(Fields().GetField(wanted.PropDef).PropInfo()) == EmptyForNull(wanted.Value);
-        });
+    struct TWanted
+    {
+        const TKwMAPIPropInfo* Info;
+        TKwVariant Value;
+    };
+    std::vector<TWanted> wanted;
+    for (const auto& [def, value] : values) {
+        TKwMAPITableField& field = Fields().GetField(def);
+        wanted.push_back(
+            {&field.PropInfo(), value.IsEmptyOrNull() ? TKwVariant() : TRow::AsKept(field.GetPropTag(), value)});
+    }
+    const auto matches = [&wanted](const TRow* row) {
+        return std::all_of(wanted.begin(), wanted.end(),
+                           [row](const TWanted& one) { return row->Get(*one.Info) == one.Value; });
     };
     const auto row = std::find_if(FShown.begin(), FShown.end(), matches);
     found = row != FShown.end();
@@ -122,47 +127,65 @@ void TKwMAPIMemoryTable::Locate(const std::vector<TKwMAPIFieldValue>& values, bo
         GoTo(row - FShown.begin(), true);
 }
 
+// Both copies read first and change then: a table may be copied into itself, and what fails half-way has changed
+// nothing.
+
 void TKwMAPIMemoryTable::CopyFrom(IKwMAPITable& table)
 {
     if (&table == static_cast<IKwMAPITable*>(this))
         return;
-    Clear();
-    Fields().Clear();
-    table.Open(); // a table without fields chosen gets its columns now
+    EnsureActive();
+    Edit();
+    table.Open(); // a table without fields chosen gets its columns now; one whose session has ended says so
+    table.First();
+    const bool empty = table.Get_EOF();
+    std::vector<TColumn> columns;
     const TKwRef<IKwMAPITableFields> fields = table.Get_Fields();
     for (std::int32_t i = 0, count = fields->Get_Count(); i < count; ++i) {
         const TKwRef<IKwMAPITableField> field = fields->Get_Item(i);
+        const TKwMAPIPropInfo& info = GetPropInfo(field->Get_PropDef());
         // The tag of a named property comes along: it may be of a store that this table does not know.
         auto* known = dynamic_cast<TKwMAPITableField*>(field.Get());
-        Fields().AddField(GetPropInfo(field->Get_PropDef()), known != nullptr ? known->GetPropTag() : 0);
+        columns.push_back({field, &info, known != nullptr ? known->GetPropTag() : empty ? 0 : GetPropTag(info)});
     }
-    CopyDataFrom(table);
+    auto rows = ReadRows(table, columns);
+    Clear();
+    Fields().Clear();
+    for (const TColumn& column : columns)
+        Fields().AddField(*column.Info, column.Tag);
+    AddRows(std::move(rows));
 }
 
 void TKwMAPIMemoryTable::CopyDataFrom(IKwMAPITable& table)
 {
     EnsureActive();
     table.First(); // before its fields are looked at: opening it may choose them
-    struct TColumn
-    {
-        TKwRef<IKwMAPITableField> From;
-        TKwMAPITableField* To;
-    };
+    const bool empty = table.Get_EOF();
     std::vector<TColumn> columns;
     const TKwRef<IKwMAPITableFields> fields = table.Get_Fields();
     for (std::int32_t i = 0, count = fields->Get_Count(); i < count; ++i) {
         const TKwRef<IKwMAPITableField> field = fields->Get_Item(i);
         if (TKwMAPITableField* own = Fields().FindField(GetPropInfo(field->Get_PropDef())))
-            columns.push_back({field, own});
+            columns.push_back({field, &own->PropInfo(), empty ? 0 : own->GetPropTag()});
     }
-    // Read first and added then: a table may be copied into itself, and what fails half-way adds nothing.
-    std::vector<std::unique_ptr<TRow>> rows;
+    auto rows = ReadRows(table, columns);
+    Edit();
+    AddRows(std::move(rows));
+}
+
+TKwMAPIMemoryTable::TRows TKwMAPIMemoryTable::ReadRows(IKwMAPITable& table, const std::vector<TColumn>& columns)
+{
+    TRows rows;
     for (; !table.Get_EOF(); table.Next()) {
         rows.push_back(std::make_unique<TRow>());
         for (const TColumn& column : columns)
-            rows.back()->Set(column.To->PropInfo(), column.To->GetPropTag(), column.From->Get_Value());
+            rows.back()->Set(*column.Info, column.Tag, column.From->Get_Value());
     }
-    Edit();
+    return rows;
+}
+
+void TKwMAPIMemoryTable::AddRows(TRows rows)
+{
     FShown.reserve(FShown.size() + rows.size());
     FRows.reserve(FRows.size() + rows.size());
     for (auto& row : rows) {

@@ -157,6 +157,7 @@ void TKwSimpleMAPIFolderContentTable::Open()
         Close();
         throw;
     }
+    FilterRows(FFilter);
     First();
     SetModified(false);
     FReadOnly = true;
@@ -199,16 +200,19 @@ TKwRef<IKwMAPIRestriction> TKwSimpleMAPIFolderContentTable::CreateRestriction(TK
 
 void TKwSimpleMAPIFolderContentTable::Filter(const TKwRef<IKwMAPIRestriction>& restriction)
 {
-    if (!restriction)
-        return FilterRows({});
-    const auto bits = KwAs<IKwSimpleMAPIRestrictionBitMask>(restriction);
-    if (!bits)
-        CreateKwMAPIException(KwNotSupported, sOnlySimple)->Raise();
-    FilterRows([def = bits->Get_PropDef(), mask = bits->Get_BitMask(),
-                clear = bits->Get_Operator() == bmoEqualsZero](const IKwMAPIMemoryRow& row) {
-        const TKwVariant value = row.GetFieldValue(def);
-        return ((value.IsEmptyOrNull() ? 0 : value.AsInteger() & mask) == 0) == clear;
-    });
+    TKwMAPIRowPredicate filter;
+    if (restriction) {
+        const auto bits = KwAs<IKwSimpleMAPIRestrictionBitMask>(restriction);
+        if (!bits)
+            CreateKwMAPIException(KwNotSupported, sOnlySimple)->Raise();
+        filter = [def = bits->Get_PropDef(), mask = bits->Get_BitMask(),
+                  clear = bits->Get_Operator() == bmoEqualsZero](const IKwMAPIMemoryRow& row) {
+            const TKwVariant value = row.GetFieldValue(def);
+            return ((value.IsEmptyOrNull() ? 0 : value.AsInteger() & mask) == 0) == clear;
+        };
+    }
+    FilterRows(filter);
+    FFilter = std::move(filter);
 }
 
 } // namespace deftmapi

@@ -63,12 +63,12 @@ TKwVariant TKwMAPITableBase::GetFieldValue(TKwMAPIPropDef def)
     return FFields->FieldByName(def)->Get_Value();
 }
 
-void TKwMAPITableBase::SeekRow(TKwMapiTableBookmark, std::int32_t, bool&)
+void TKwMAPITableBase::SeekRow(TKwMapiTableBookmark, std::int32_t, WordBool&)
 {
     RaiseNotSupported();
 }
 
-void TKwMAPITableBase::Sort(TKwMAPIPropDef, bool)
+void TKwMAPITableBase::Sort(TKwMAPIPropDef, WordBool)
 {
     RaiseNotSupported();
 }
@@ -88,27 +88,27 @@ void TKwMAPITableBase::Filter(const TKwRef<IKwMAPIRestriction>&)
     RaiseNotSupported();
 }
 
-void TKwMAPITableBase::FindFirst(const TKwRef<IKwMAPIRestriction>&, bool&)
+void TKwMAPITableBase::FindFirst(const TKwRef<IKwMAPIRestriction>&, WordBool&)
 {
     RaiseNotSupported();
 }
 
-void TKwMAPITableBase::FindLast(const TKwRef<IKwMAPIRestriction>&, bool&)
+void TKwMAPITableBase::FindLast(const TKwRef<IKwMAPIRestriction>&, WordBool&)
 {
     RaiseNotSupported();
 }
 
-void TKwMAPITableBase::FindNext(const TKwRef<IKwMAPIRestriction>&, bool&)
+void TKwMAPITableBase::FindNext(const TKwRef<IKwMAPIRestriction>&, WordBool&)
 {
     RaiseNotSupported();
 }
 
-void TKwMAPITableBase::FindPrevious(const TKwRef<IKwMAPIRestriction>&, bool&)
+void TKwMAPITableBase::FindPrevious(const TKwRef<IKwMAPIRestriction>&, WordBool&)
 {
     RaiseNotSupported();
 }
 
-void TKwMAPITableBase::FindRow(const TKwRef<IKwMAPIRestriction>&, TKwMapiTableBookmark, bool, bool&)
+void TKwMAPITableBase::FindRow(const TKwRef<IKwMAPIRestriction>&, TKwMapiTableBookmark, WordBool, WordBool&)
 {
     RaiseNotSupported();
 }
@@ -118,7 +118,7 @@ void TKwMAPITableBase::Advise()
     RaiseNotSupported();
 }
 
-void TKwMAPITableBase::DEventConnect(const TKwRef<IKwMAPITableDEvents>&, bool)
+void TKwMAPITableBase::DEventConnect(const TKwRef<IKwMAPITableDEvents>&, WordBool)
 {
     RaiseNotSupported();
 }

@@ -218,7 +218,7 @@ std::int32_t TKwMAPITable::DistanceTo(TKwMapiTableBookmark origin, std::int32_t 
     return static_cast<std::int32_t>(std::clamp<std::int64_t>(distance, Limits::min(), Limits::max()));
 }
 
-void TKwMAPITable::SeekRow(TKwMapiTableBookmark bookmark, std::int32_t rows, bool& found)
+void TKwMAPITable::SeekRow(TKwMapiTableBookmark bookmark, std::int32_t rows, WordBool& found)
 {
     found = false;
     if (bookmark != tbkBeginning && bookmark != tbkCurrentRelative && bookmark != tbkEnd)
@@ -233,7 +233,7 @@ void TKwMAPITable::SeekRow(TKwMapiTableBookmark bookmark, std::int32_t rows, boo
     found = GetRowset(1, true, true) && !FEOF && sought == distance;
 }
 
-bool TKwMAPITable::Get_EOF()
+WordBool TKwMAPITable::Get_EOF()
 {
     return FEOF || (!FRowSet && MAPITable() == nullptr); // cached rows imply a MAPI table
 }
@@ -280,7 +280,7 @@ std::int32_t TKwMAPITable::CountByWalking()
     return count;
 }
 
-void TKwMAPITable::Sort(TKwMAPIPropDef def, bool descending)
+void TKwMAPITable::Sort(TKwMAPIPropDef def, WordBool descending)
 {
     Sort(std::vector<TKwMAPISortKey>{{def, descending}});
 }

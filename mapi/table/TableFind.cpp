@@ -70,22 +70,22 @@ void TKwMAPITable::CheckUnfiltered() const
         CreateKwMAPIException(mapi::MAPI_E_CALL_FAILED, sAlreadyFiltered)->Raise();
 }
 
-void TKwMAPITable::FindFirst(const TKwRef<IKwMAPIRestriction>& restriction, bool& found)
+void TKwMAPITable::FindFirst(const TKwRef<IKwMAPIRestriction>& restriction, WordBool& found)
 {
     Search(restriction, mapi::BOOKMARK_BEGINNING, true, found);
 }
 
-void TKwMAPITable::FindLast(const TKwRef<IKwMAPIRestriction>& restriction, bool& found)
+void TKwMAPITable::FindLast(const TKwRef<IKwMAPIRestriction>& restriction, WordBool& found)
 {
     Search(restriction, mapi::BOOKMARK_END, false, found);
 }
 
-void TKwMAPITable::FindNext(const TKwRef<IKwMAPIRestriction>& restriction, bool& found)
+void TKwMAPITable::FindNext(const TKwRef<IKwMAPIRestriction>& restriction, WordBool& found)
 {
     Search(restriction, FSearchBookmark != 0 ? FSearchBookmark : mapi::BOOKMARK_BEGINNING, true, found);
 }
 
-void TKwMAPITable::FindPrevious(const TKwRef<IKwMAPIRestriction>& restriction, bool& found)
+void TKwMAPITable::FindPrevious(const TKwRef<IKwMAPIRestriction>& restriction, WordBool& found)
 {
     found = false;
     if (FFoundBookmark == 0)
@@ -99,8 +99,8 @@ void TKwMAPITable::FindPrevious(const TKwRef<IKwMAPIRestriction>& restriction, b
         Search(restriction, mapi::BOOKMARK_CURRENT, false, found);
 }
 
-void TKwMAPITable::FindRow(const TKwRef<IKwMAPIRestriction>& restriction, TKwMapiTableBookmark origin, bool forward,
-                           bool& found)
+void TKwMAPITable::FindRow(const TKwRef<IKwMAPIRestriction>& restriction, TKwMapiTableBookmark origin, WordBool forward,
+                           WordBool& found)
 {
     if (origin == tbkCurrentRelative && FRowSet) {
         CheckUnfiltered();
@@ -114,7 +114,7 @@ void TKwMAPITable::FindRow(const TKwRef<IKwMAPIRestriction>& restriction, TKwMap
 }
 
 void TKwMAPITable::Search(const TKwRef<IKwMAPIRestriction>& restriction, mapi::BOOKMARK origin, bool forward,
-                          bool& found)
+                          WordBool& found)
 {
     found = false;
     if (MAPITable() == nullptr)
@@ -135,9 +135,14 @@ void TKwMAPITable::Search(const TKwRef<IKwMAPIRestriction>& restriction, mapi::B
     default:
         CheckMAPIResult(GetClassName(), u"FindFirst", hr, FMAPISide.Get());
     }
-    found = true;
     FEOF = false;
     ReadFoundRow();
+    found = FEOF || FFoundBookmark != 0;
+    if (!found) { // the session ended before the row was read: this is the first one of the table that was fetched then
+        ClearRowSet();
+        ReplaceBookmark(FSearchBookmark, false);
+        FIsFound = false;
+    }
 }
 
 void TKwMAPITable::ReadFoundRow()

@@ -134,7 +134,7 @@ void TKwMAPITable::Advise()
         CheckMAPIResult(GetClassName(), u"UnAdvise", MAPITable()->Unadvise(connection), FMAPISide.Get());
 }
 
-bool TKwMAPITable::Get_Advised() const noexcept
+WordBool TKwMAPITable::Get_Advised() const noexcept
 {
     const std::lock_guard lock(FEvents->AdviseLock);
     return FAdviseSink != nullptr;
@@ -195,12 +195,12 @@ void TKwMAPITable::TellColumns()
     FEvents->Columns = std::move(columns);
 }
 
-void TKwMAPITable::DEventConnect(const TKwRef<IKwMAPITableDEvents>& sink, bool connect)
+void TKwMAPITable::DEventConnect(const TKwRef<IKwMAPITableDEvents>& sink, WordBool connect)
 {
     KwConnectSink(FEvents->Sinks, sink, connect, GetClassName());
 }
 
-bool TKwMAPITable::HasDEventSinks() const
+WordBool TKwMAPITable::HasDEventSinks() const
 {
     return FEvents->Sinks.Count() != 0;
 }

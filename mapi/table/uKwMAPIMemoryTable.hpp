@@ -27,14 +27,14 @@ public:
     void Open() override;
     /// The rows stay.
     void Close() override;
-    [[nodiscard]] bool Get_Active() const noexcept override { return FActive; }
+    [[nodiscard]] WordBool Get_Active() const noexcept override { return FActive; }
     void First() override;
     void Next() override { MoveBy(tbkCurrentRelative, 1); }
     void Previous() override { MoveBy(tbkCurrentRelative, -1); }
     void Last() override { MoveBy(tbkEnd, 0); }
     void MoveBy(TKwMapiTableBookmark origin, std::int32_t count) override;
-    void SeekRow(TKwMapiTableBookmark bookmark, std::int32_t rows, bool& found) override;
-    [[nodiscard]] bool Get_EOF() override;
+    void SeekRow(TKwMapiTableBookmark bookmark, std::int32_t rows, WordBool& found) override;
+    [[nodiscard]] WordBool Get_EOF() override;
     /// The shown rows.
     [[nodiscard]] std::int32_t Get_RowCount() override;
     /// Without effect: nothing is read in batches.
@@ -45,7 +45,7 @@ public:
     void QueryColumns() override {}
     /// Sorts the rows once and goes to the first. Rows without a value come before those with one; texts are compared
     /// without regard to case; rows that are equal keep their order.
-    void Sort(TKwMAPIPropDef def, bool descending) override;
+    void Sort(TKwMAPIPropDef def, WordBool descending) override;
     void Sort(const std::vector<TKwMAPISortKey>& keys) override;
 
     /// Valid until the value is set again or the row is deleted. A row without the value gives PT_ERROR with
@@ -53,16 +53,17 @@ public:
     [[nodiscard]] const mapi::SPropValue& GetFieldValueEx(TKwMAPITableField& field) override;
 
     void Edit() override {}
-    [[nodiscard]] bool GetModified() const noexcept override { return FModified; }
-    void SetModified(bool modified) override { FModified = modified; }
+    [[nodiscard]] WordBool GetModified() const noexcept override { return FModified; }
+    void SetModified(WordBool modified) override { FModified = modified; }
     void Insert() override;
     void Delete() override;
     void SetFieldValue(TKwMAPIPropDef def, const TKwVariant& value) override;
     void SetFieldValue(TKwMAPITableField& field, const TKwVariant& value);
     void Clear() override;
-    void Locate(const std::vector<TKwMAPIFieldValue>& values, bool& found) override;
-    void Locate(TKwMAPIPropDef def, const TKwVariant& value, bool& found) override;
+    void Locate(const std::vector<TKwMAPIFieldValue>& values, WordBool& found) override;
+    void Locate(TKwMAPIPropDef def, const TKwVariant& value, WordBool& found) override;
     void FilterRows(TKwMAPIRowPredicate predicate) override;
+    /// All or, when a row can not be read or converted, nothing: the table stays as it was.
     void CopyFrom(IKwMAPITable& table) override;
     /// All rows or, when one of them can not be read or converted, none.
     void CopyDataFrom(IKwMAPITable& table) override;
@@ -73,13 +74,23 @@ protected:
 private:
     class TRow;
     class TRowView;
+    using TRows = std::vector<std::unique_ptr<TRow>>;
+    /// A field of another table, and what its values become here. The tag is only there when there are values.
+    struct TColumn
+    {
+        TKwRef<IKwMAPITableField> From;
+        const TKwMAPIPropInfo* Info;
+        mapi::ULONG Tag;
+    };
 
     void EnsureActive();
     void GoTo(std::int64_t index, bool beyondIsEOF);
     [[nodiscard]] TRow& CurrentRow() const;
+    [[nodiscard]] static TRows ReadRows(IKwMAPITable& table, const std::vector<TColumn>& columns);
+    void AddRows(TRows rows);
     [[nodiscard]] std::int32_t ShownRows() const noexcept { return static_cast<std::int32_t>(FShown.size()); }
 
-    std::vector<std::unique_ptr<TRow>> FRows;
+    TRows FRows;
     std::vector<TRow*> FShown; // those that the filter lets through, in the order of FRows
     std::int32_t FCurrent = -1;
     bool FEOF = true;

@@ -165,12 +165,12 @@ public:
     void Set_Value(WideView value) override;
     [[nodiscard]] TKwMAPIStringMatchType Get_MatchType() const noexcept override { return FMatchType; }
     void Set_MatchType(TKwMAPIStringMatchType matchType) override { FMatchType = matchType; }
-    [[nodiscard]] WordBool Get_CaseInsensitive() const noexcept override { return FCase ? WordTrue : WordFalse; }
-    void Set_CaseInsensitive(WordBool value) override { FCase = value != WordFalse; }
-    [[nodiscard]] WordBool Get_AccentInsensitive() const noexcept override { return FAccent ? WordTrue : WordFalse; }
-    void Set_AccentInsensitive(WordBool value) override { FAccent = value != WordFalse; }
-    [[nodiscard]] WordBool Get_LooseCompare() const noexcept override { return FLoose ? WordTrue : WordFalse; }
-    void Set_LooseCompare(WordBool value) override { FLoose = value != WordFalse; }
+    [[nodiscard]] WordBool Get_CaseInsensitive() const noexcept override { return FCase; }
+    void Set_CaseInsensitive(WordBool value) override { FCase = value; }
+    [[nodiscard]] WordBool Get_AccentInsensitive() const noexcept override { return FAccent; }
+    void Set_AccentInsensitive(WordBool value) override { FAccent = value; }
+    [[nodiscard]] WordBool Get_LooseCompare() const noexcept override { return FLoose; }
+    void Set_LooseCompare(WordBool value) override { FLoose = value; }
 
 protected:
     void Build(mapi::SRestriction& record) override;

@@ -35,7 +35,7 @@ public:
     void Set_Value(const TKwVariant& value) override;
     [[nodiscard]] std::int32_t Get_AsInteger() override { return Get_Value().AsInteger(); }
     [[nodiscard]] WideString Get_AsString() override { return Get_Value().AsStringW(); }
-    [[nodiscard]] bool Get_AsBoolean() override { return Get_Value().AsBoolean(); }
+    [[nodiscard]] WordBool Get_AsBoolean() override { return Get_Value().AsBoolean(); }
     [[nodiscard]] TKwDate Get_AsDateTime() override { return Get_Value().AsDateTime(); }
 
     [[nodiscard]] const TKwMAPIPropInfo& PropInfo() const noexcept { return *FInfo; }
@@ -125,25 +125,25 @@ public:
     void DisplayFields() override;
 
     // Refused here, offered by the kinds that can. @throws EMAPI_NOT_SUPPORTED
-    void SeekRow(TKwMapiTableBookmark bookmark, std::int32_t rows, bool& found) override;
-    void Sort(TKwMAPIPropDef def, bool descending) override;
+    void SeekRow(TKwMapiTableBookmark bookmark, std::int32_t rows, WordBool& found) override;
+    void Sort(TKwMAPIPropDef def, WordBool descending) override;
     void Sort(const std::vector<TKwMAPISortKey>& keys) override;
     [[nodiscard]] TKwRef<IKwMAPIRestriction> CreateRestriction(TKwMAPIRestrictionType type) override;
     void Filter(const TKwRef<IKwMAPIRestriction>& restriction) override;
-    void FindFirst(const TKwRef<IKwMAPIRestriction>& restriction, bool& found) override;
-    void FindLast(const TKwRef<IKwMAPIRestriction>& restriction, bool& found) override;
-    void FindNext(const TKwRef<IKwMAPIRestriction>& restriction, bool& found) override;
-    void FindPrevious(const TKwRef<IKwMAPIRestriction>& restriction, bool& found) override;
-    void FindRow(const TKwRef<IKwMAPIRestriction>& restriction, TKwMapiTableBookmark origin, bool forward,
-                 bool& found) override;
+    void FindFirst(const TKwRef<IKwMAPIRestriction>& restriction, WordBool& found) override;
+    void FindLast(const TKwRef<IKwMAPIRestriction>& restriction, WordBool& found) override;
+    void FindNext(const TKwRef<IKwMAPIRestriction>& restriction, WordBool& found) override;
+    void FindPrevious(const TKwRef<IKwMAPIRestriction>& restriction, WordBool& found) override;
+    void FindRow(const TKwRef<IKwMAPIRestriction>& restriction, TKwMapiTableBookmark origin, WordBool forward,
+                 WordBool& found) override;
     void Advise() override;
-    void DEventConnect(const TKwRef<IKwMAPITableDEvents>& sink, bool connect) override;
+    void DEventConnect(const TKwRef<IKwMAPITableDEvents>& sink, WordBool connect) override;
     void Insert() override;
     void Delete() override;
 
     void UnAdvise() override {}
-    [[nodiscard]] bool Get_Advised() const noexcept override { return false; }
-    [[nodiscard]] bool HasDEventSinks() const override { return false; }
+    [[nodiscard]] WordBool Get_Advised() const noexcept override { return false; }
+    [[nodiscard]] WordBool HasDEventSinks() const override { return false; }
     /// @throws EMAPI_NO_ACCESS  "The table is readonly!"
     void SetFieldValue(TKwMAPIPropDef def, const TKwVariant& value) override;
     /// @throws EMAPI_NO_ACCESS  "The CursorType is a readonly property!"
@@ -189,20 +189,20 @@ public:
 
     void Open() override;
     void Close() override;
-    [[nodiscard]] bool Get_Active() const noexcept override { return FActive; }
+    [[nodiscard]] WordBool Get_Active() const noexcept override { return FActive; }
     void First() override;
     void Next() override { MoveBy(tbkCurrentRelative, 1); }
     void Previous() override { MoveBy(tbkCurrentRelative, -1); }
     void Last() override { MoveBy(tbkEnd, 0); }
     void MoveBy(TKwMapiTableBookmark origin, std::int32_t count) override;
-    void SeekRow(TKwMapiTableBookmark bookmark, std::int32_t rows, bool& found) override;
-    [[nodiscard]] bool Get_EOF() override;
+    void SeekRow(TKwMapiTableBookmark bookmark, std::int32_t rows, WordBool& found) override;
+    [[nodiscard]] WordBool Get_EOF() override;
     [[nodiscard]] std::int32_t Get_RowCount() override;
     [[nodiscard]] std::int32_t Get_BatchSize() const noexcept override { return FBatchSize; }
     void Set_BatchSize(std::int32_t rows) noexcept override { FBatchSize = rows; }
     [[nodiscard]] TKwMAPICursorType Get_CursorType() const noexcept override { return ctDynamic; }
     void QueryColumns() override;
-    void Sort(TKwMAPIPropDef def, bool descending) override;
+    void Sort(TKwMAPIPropDef def, WordBool descending) override;
     void Sort(const std::vector<TKwMAPISortKey>& keys) override;
     [[nodiscard]] const mapi::SPropValue& GetFieldValueEx(TKwMAPITableField& field) override;
 
@@ -210,21 +210,21 @@ public:
     [[nodiscard]] TKwRef<IKwMAPIRestriction> CreateRestriction(TKwMAPIRestrictionType type) override;
     /// @throws EMAPI_BUSY, EMAPI_TOO_COMPLEX and others; the table is closed and shows all rows then
     void Filter(const TKwRef<IKwMAPIRestriction>& restriction) override;
-    void FindFirst(const TKwRef<IKwMAPIRestriction>& restriction, bool& found) override;
-    void FindLast(const TKwRef<IKwMAPIRestriction>& restriction, bool& found) override;
-    void FindNext(const TKwRef<IKwMAPIRestriction>& restriction, bool& found) override;
-    void FindPrevious(const TKwRef<IKwMAPIRestriction>& restriction, bool& found) override;
+    void FindFirst(const TKwRef<IKwMAPIRestriction>& restriction, WordBool& found) override;
+    void FindLast(const TKwRef<IKwMAPIRestriction>& restriction, WordBool& found) override;
+    void FindNext(const TKwRef<IKwMAPIRestriction>& restriction, WordBool& found) override;
+    void FindPrevious(const TKwRef<IKwMAPIRestriction>& restriction, WordBool& found) override;
     /// tbkCurrentRelative searches from the current row: forward it counts as the first, unless a search has found it;
     /// backward it is left out.
-    void FindRow(const TKwRef<IKwMAPIRestriction>& restriction, TKwMapiTableBookmark origin, bool forward,
-                 bool& found) override;
+    void FindRow(const TKwRef<IKwMAPIRestriction>& restriction, TKwMapiTableBookmark origin, WordBool forward,
+                 WordBool& found) override;
 
     /// @throws EMAPI_NO_SUPPORT  "The given table does not support notifications!"
     void Advise() override;
     void UnAdvise() override;
-    [[nodiscard]] bool Get_Advised() const noexcept override;
-    void DEventConnect(const TKwRef<IKwMAPITableDEvents>& sink, bool connect) override;
-    [[nodiscard]] bool HasDEventSinks() const override;
+    [[nodiscard]] WordBool Get_Advised() const noexcept override;
+    void DEventConnect(const TKwRef<IKwMAPITableDEvents>& sink, WordBool connect) override;
+    [[nodiscard]] WordBool HasDEventSinks() const override;
 
     /// What the client calls through the advise sink: hands each notification to its dispatcher.
     /// @throws EKwAssertionFailed  a notification that is none of tables
@@ -275,7 +275,7 @@ private:
     [[nodiscard]] mapi::HRESULT ApplySortOrder();
     [[nodiscard]] mapi::HRESULT Restrict(mapi::SRestriction* restriction);
     void CheckUnfiltered() const;
-    void Search(const TKwRef<IKwMAPIRestriction>& restriction, mapi::BOOKMARK origin, bool forward, bool& found);
+    void Search(const TKwRef<IKwMAPIRestriction>& restriction, mapi::BOOKMARK origin, bool forward, WordBool& found);
     void ReadFoundRow();
     void ReplaceBookmark(mapi::BOOKMARK& bookmark, bool create);
     [[nodiscard]] mapi::HRESULT FreeBookmark(mapi::BOOKMARK& bookmark);

@@ -46,7 +46,8 @@ public:
     void Edit() override;
     /// @throws EMAPI_NOT_SUPPORTED  another kind than rtBitmask
     [[nodiscard]] TKwRef<IKwMAPIRestriction> CreateRestriction(TKwMAPIRestrictionType type) override;
-    /// Null shows all rows. @throws EMAPI_NOT_SUPPORTED  the restriction is none of Simple MAPI
+    /// Null shows all rows. The filter stays when the table is closed and opened again. @throws EMAPI_NOT_SUPPORTED the
+    /// restriction is none of Simple MAPI
     void Filter(const TKwRef<IKwMAPIRestriction>& restriction) override;
 
 private:
@@ -55,6 +56,7 @@ private:
     mapi::LHANDLE FSession;
     mapi::ULONG_PTR FWindow;
     bool FReadOnly = true;
+    TKwMAPIRowPredicate FFilter; // empty: all rows are shown
 };
 
 } // namespace deftmapi

@@ -1,10 +1,11 @@
 // Compares our declarations with the platform headers of mingw-w64 while it compiles; only the slots of the methods,
-// which the language does not let a constant see, are compared at run time (test_mingw_slots.cpp). Ours come first, and
+// which the language does not let a constant see, are compared at run time (test_abi.cpp). Ours come first, and
 // their values are kept in constants, because the platform's are macros that would rewrite ours.
 #include "AbiFacts.hpp"
 
 #include "mapi/headers/uKwMAPIHeaders.hpp"
 
+#include <bit>
 #include <type_traits>
 
 // Names that turn into macros below.
@@ -117,30 +118,13 @@ constexpr bool SameBytes(const mapi::GUID& ours, const mapi::GUID& theirs)
 
 constexpr bool SameBytes(const mapi::GUID& ours, const ::GUID& theirs)
 {
-    const ::BYTE(&tail)[8] = theirs.Data4;
-    return ours == mapi::GUID{theirs.Data1,
-                              theirs.Data2,
-                              theirs.Data3,
-                              {tail[0], tail[1], tail[2], tail[3], tail[4], tail[5], tail[6], tail[7]}};
+    return ours == std::bit_cast<mapi::GUID>(theirs);
 }
 
 /// Profile sections are identifiers in the platform headers and bytes in ours.
 constexpr bool SameBytes(const mapi::MAPIUID& ours, const mapi::GUID& theirs)
 {
-    for (int i = 0; i < 4; ++i) {
-        if (ours.ab[i] != static_cast<mapi::BYTE>(theirs.Data1 >> (8 * i)))
-            return false;
-    }
-    for (int i = 0; i < 2; ++i) {
-        if (ours.ab[4 + i] != static_cast<mapi::BYTE>(theirs.Data2 >> (8 * i)) ||
-            ours.ab[6 + i] != static_cast<mapi::BYTE>(theirs.Data3 >> (8 * i)))
-            return false;
-    }
-    for (int i = 0; i < 8; ++i) {
-        if (ours.ab[8 + i] != theirs.Data4[i])
-            return false;
-    }
-    return true;
+    return std::bit_cast<mapi::GUID>(ours) == theirs;
 }
 
 #include "mingw_theirs.inc"

@@ -2,7 +2,7 @@
 #include "mapi/core/HexDigits.hpp"
 #include "mapi/core/uKwMAPIEntryID.hpp"
 #include "tests/core/Caught.hpp"
-#include "tests/core/FakeProp.hpp"
+#include "tests/support/ScriptedMAPI.hpp"
 
 #include <algorithm>
 #include <cstdio>
@@ -36,11 +36,6 @@ std::string Hex(const TKwBytes& bytes)
     return text;
 }
 
-WideString Wide(const std::string& text)
-{
-    return {text.begin(), text.end()};
-}
-
 TEST(EntryIDTest, TextFormHasTwoUpperCaseDigitsPerByte)
 {
     const TKwMAPIEntryID id = TKwBytes{0, 0, 0, 0, 0xDC, 0xA7, 0x40, 0xC8};
@@ -59,12 +54,12 @@ TEST(EntryIDTest, EveryLengthGoesToTextAndBack)
         const TKwBytes bytes = SomeBytes(count);
         const std::string text = Hex(bytes);
         EXPECT_EQ(EntryIDToStrA(bytes), text);
-        EXPECT_EQ(EntryIDToStrW(bytes), Wide(text));
+        EXPECT_EQ(EntryIDToStrW(bytes), KwFromUtf8(text));
         EXPECT_EQ(*StrToEntryID(text).TryGet<TKwBytes>(), bytes);
-        EXPECT_EQ(*StrToEntryID(Wide(text)).TryGet<TKwBytes>(), bytes);
+        EXPECT_EQ(*StrToEntryID(KwFromUtf8(text)).TryGet<TKwBytes>(), bytes);
         std::string lower = text;
         std::ranges::transform(lower, lower.begin(), [](char c) { return static_cast<char>(std::tolower(c)); });
-        EXPECT_EQ(*StrToEntryID(Wide(lower)).TryGet<TKwBytes>(), bytes);
+        EXPECT_EQ(*StrToEntryID(KwFromUtf8(lower)).TryGet<TKwBytes>(), bytes);
     }
 }
 
@@ -157,23 +152,24 @@ TEST(EntryIDTest, OnlySixteenBytesMakeAUID)
 
 TEST(EntryIDTest, MAPIMemoryComesFromTheSession)
 {
-    test::TFakeSession session;
+    const auto calls = std::make_shared<test::TScriptedCalls>();
+    const TKwRef<test::TScriptedSession> session = KwMake<test::TScriptedSession>(calls);
     const TKwBytes bytes = SomeBytes(70);
     mapi::ULONG size = 0;
-    void* buffer = _GetMAPIEntryID(&session, bytes, size);
+    void* buffer = _GetMAPIEntryID(session.Get(), bytes, size);
     EXPECT_EQ(size, 70u);
-    EXPECT_EQ(session.LastSize, 70u);
     EXPECT_EQ(std::memcmp(buffer, bytes.data(), 70), 0);
-    session.FreeBuffer(buffer);
-    session.FreeBuffer(_GetMAPIEntryID(&session, bytes));
-    EXPECT_TRUE(session.Buffers.empty());
+    session->FreeBuffer(buffer);
+    session->FreeBuffer(_GetMAPIEntryID(session.Get(), bytes));
+    EXPECT_EQ(calls->Take(), "AllocateBuffer(70)\nAllocateBuffer(70)");
+    EXPECT_EQ(test::TScriptedAllocator::Live(), 0u);
 
     const TCaught refused{"EKwAssertionFailed", "Empty EntryID values are not allowed! (uKwMAPIBase)", 0x8000FFFF,
                           false};
     EXPECT_EQ(Catch([&] { (void)_GetMAPIEntryID(nullptr, bytes, size); }), refused);
     for (const TKwMAPIEntryID& id :
          {TKwMAPIEntryID(), TKwMAPIEntryID(TKwNull{}), TKwMAPIEntryID(TKwBytes()), TKwMAPIEntryID(u"AB")})
-        EXPECT_EQ(Catch([&] { (void)_GetMAPIEntryID(&session, id, size); }), refused);
+        EXPECT_EQ(Catch([&] { (void)_GetMAPIEntryID(session.Get(), id, size); }), refused);
     EXPECT_EQ(size, 70u) << "a failure leaves the size alone";
 }
 

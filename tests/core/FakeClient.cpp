@@ -48,7 +48,7 @@ mapi::HRESULT LibraryTest::LogonEx(mapi::ULONG_PTR parent, mapi::LPTSTR profile,
     const bool wide = (flags & mapi::MAPI_UNICODE) != 0;
     Log.Calls.push_back("MAPILogonEx(" + Hex(parent) + ", " + Text(profile, wide) + ", " + Text(password, wide) + ", " +
                         Hex(flags) + ")");
-    *session = Log.Session;
+    *session = TKwComPtr<mapi::IMAPISession>(Log.Session).Detach();
     return Log.LogonResult;
 }
 

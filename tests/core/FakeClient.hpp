@@ -24,7 +24,7 @@ struct TClientLog
     mapi::HRESULT LogonResult = 0;
     mapi::ULONG SimpleResult = 0;
     mapi::LHANDLE SimpleHandle = 0;
-    mapi::IMAPISession* Session = nullptr; // handed out with one reference
+    mapi::IMAPISession* Session = nullptr; // handed out with a reference of its own
 
     /// The calls since the last Take.
     std::vector<std::string> Take() { return std::exchange(Calls, {}); }

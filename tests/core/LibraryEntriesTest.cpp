@@ -126,6 +126,7 @@ TEST_F(LibraryEntries, LookForTheDecoratedNameFirst)
         EXPECT_EQ(Catch(entry.Call), TCaught{}) << entry.Name;
         EXPECT_EQ(plainCalls, 2) << entry.Name;
         KwUnloadDLL();
+        EXPECT_EQ(Catch(entry.Call), missing) << "it went with its library";
 
         client.Exports[entry.Name] = entry.PlainFunction;
         client.Exports[entry.Decorated.empty() ? entry.Name + "@4" : entry.Decorated] = entry.DecoratedFunction;

@@ -1,4 +1,5 @@
 // Loading and unloading the client library.
+#include "mapi/core/uKwMAPIH.hpp"
 #include "mapi/core/uKwMAPIxH.hpp"
 #include "tests/core/FakeClient.hpp"
 
@@ -9,14 +10,6 @@ namespace
 {
 
 using LibraryLoad = LibraryTest;
-
-std::vector<std::string> unloadRound;
-
-template <mapi::HRESULT Result>
-mapi::HRESULT DEFTMAPI_STDCALL Answer(mapi::ULONG)
-{
-    return Result;
-}
 
 TEST_F(LibraryLoad, ReportsWhatItLoaded)
 {
@@ -129,37 +122,23 @@ TEST_F(LibraryLoad, WithoutANameTakesTheDefault)
 
 TEST_F(LibraryLoad, UnloadingRunsTheCallbacksWhileTheLibraryIsThere)
 {
-    const TKwMAPICallback first = [] { unloadRound.push_back(KwMAPIModule() != nullptr ? "first" : "late"); };
-    const TKwMAPICallback second = [] { unloadRound.emplace_back("second"); };
-    const TKwMAPICallback third = [] { unloadRound.emplace_back("third"); };
+    const TKwMAPICallback first = [] { Log.Calls.emplace_back(KwMAPIModule() != nullptr ? "first" : "late"); };
+    const TKwMAPICallback second = [] { Log.Calls.emplace_back("second"); };
+    const TKwMAPICallback third = [] { Log.Calls.emplace_back("third"); };
     KwRegisterOnUnload(first);
     KwRegisterOnUnload(second);
     KwRegisterOnUnload(third);
     KwUnRegisterOnUnload(second);
     KwUnRegisterOnUnload(second);
 
-    unloadRound.clear();
     KwUnloadDLL();
-    EXPECT_TRUE(unloadRound.empty()) << "nothing was loaded";
+    EXPECT_TRUE(Log.Take().empty()) << "nothing was loaded";
     AddClient(u"B.dll");
     Load(u"B.dll");
     KwUnloadDLL();
-    EXPECT_EQ(unloadRound, (std::vector<std::string>{"first", "third"}));
+    EXPECT_EQ(Log.Take(), (std::vector<std::string>{"first", "third"}));
     KwUnRegisterOnUnload(first);
     KwUnRegisterOnUnload(third);
-}
-
-TEST_F(LibraryLoad, AnotherLibraryIsLookedUpAnew)
-{
-    AddClient(u"one.dll").Export("HrDispatchNotifications", &Answer<1>);
-    AddClient(u"two.dll").Export("HrDispatchNotifications", &Answer<2>);
-    Load(u"one.dll");
-    EXPECT_EQ(HrDispatchNotifications(0), 1);
-    KwUnloadDLL();
-    EXPECT_THROW(HrDispatchNotifications(0), EKwException);
-    Load(u"two.dll");
-    EXPECT_EQ(HrDispatchNotifications(0), 2);
-    EXPECT_EQ(HrDispatchNotifications(0), 2);
 }
 
 TEST_F(LibraryLoad, DescribesWhatIsLoaded)
@@ -186,6 +165,27 @@ TEST_F(LibraryLoad, DescribesWhatIsLoaded)
     info = KwGetMAPIInfo();
     EXPECT_EQ(info.DefaultClient, u"ExchangeMAPI");
     EXPECT_EQ(info.Version, u"1.0.0.9");
+}
+
+TEST(LibraryClient, TheSystemsOwnLibraryExportsWhatIsAskedFor)
+{
+    WideString fileName = u"MAPI32.dll";
+    WideString reason;
+    const TKwModule module = KwSystemPlatform().LoadModule(fileName, reason);
+    if (module == nullptr)
+        GTEST_SKIP() << "this system has no MAPI library of its own";
+    KwSystemPlatform().FreeModule(module);
+
+    bool isExtendedMAPI = false;
+    KwLoadMAPIDLL(fileName, isExtendedMAPI, false);
+    EXPECT_TRUE(isExtendedMAPI);
+    void* block = nullptr;
+    MAPIAllocateBuffer(100, &block);
+    EXPECT_NE(block, nullptr);
+    MAPIFreeBuffer(block);
+    FreeProws(nullptr);
+    FreePadrlist(nullptr);
+    KwUnloadDLL();
 }
 
 } // namespace

@@ -2,6 +2,7 @@
 #include "mapi/headers/uKwMAPICodeH.hpp"
 #include "mapi/headers/uKwMAPIdefsH.hpp"
 #include "tests/core/FakeClient.hpp"
+#include "tests/session/ScriptedClient.hpp"
 
 namespace deftmapi::test
 {
@@ -10,82 +11,6 @@ namespace
 {
 
 using TCalls = std::vector<std::string>;
-
-// A session that can be logged off and counted, and nothing else.
-class TSessionStandIn final : public mapi::IMAPISession
-{
-public:
-    int References = 1;
-    mapi::HRESULT LogoffResult = 0;
-    TCalls Logoffs;
-
-    mapi::HRESULT DEFTMAPI_STDCALL QueryInterface(mapi::REFIID, void**) override { return mapi::E_NOINTERFACE; }
-    mapi::ULONG DEFTMAPI_STDCALL AddRef() override { return static_cast<mapi::ULONG>(++References); }
-    mapi::ULONG DEFTMAPI_STDCALL Release() override { return static_cast<mapi::ULONG>(--References); }
-    mapi::HRESULT DEFTMAPI_STDCALL Logoff(mapi::ULONG_PTR parent, mapi::ULONG flags, mapi::ULONG reserved) override
-    {
-        Logoffs.push_back(std::to_string(parent) + " " + std::to_string(flags) + " " + std::to_string(reserved));
-        return LogoffResult;
-    }
-    using mapi::IMAPISession::GetLastError;
-    mapi::HRESULT DEFTMAPI_STDCALL GetLastError(mapi::HRESULT, mapi::ULONG, mapi::LPMAPIERROR*) override { return No; }
-    mapi::HRESULT DEFTMAPI_STDCALL GetMsgStoresTable(mapi::ULONG, mapi::LPMAPITABLE*) override { return No; }
-    mapi::HRESULT DEFTMAPI_STDCALL OpenMsgStore(mapi::ULONG_PTR, mapi::ULONG, mapi::LPENTRYID, mapi::LPCIID,
-                                                mapi::ULONG, mapi::LPMDB*) override
-    {
-        return No;
-    }
-    mapi::HRESULT DEFTMAPI_STDCALL OpenAddressBook(mapi::ULONG_PTR, mapi::LPCIID, mapi::ULONG,
-                                                   mapi::LPADRBOOK*) override
-    {
-        return No;
-    }
-    mapi::HRESULT DEFTMAPI_STDCALL OpenProfileSection(mapi::LPMAPIUID, mapi::LPCIID, mapi::ULONG,
-                                                      mapi::LPPROFSECT*) override
-    {
-        return No;
-    }
-    mapi::HRESULT DEFTMAPI_STDCALL GetStatusTable(mapi::ULONG, mapi::LPMAPITABLE*) override { return No; }
-    mapi::HRESULT DEFTMAPI_STDCALL OpenEntry(mapi::ULONG, mapi::LPENTRYID, mapi::LPCIID, mapi::ULONG, mapi::ULONG*,
-                                             mapi::LPUNKNOWN*) override
-    {
-        return No;
-    }
-    mapi::HRESULT DEFTMAPI_STDCALL CompareEntryIDs(mapi::ULONG, mapi::LPENTRYID, mapi::ULONG, mapi::LPENTRYID,
-                                                   mapi::ULONG, mapi::ULONG*) override
-    {
-        return No;
-    }
-    mapi::HRESULT DEFTMAPI_STDCALL Advise(mapi::ULONG, mapi::LPENTRYID, mapi::ULONG, mapi::LPMAPIADVISESINK,
-                                          mapi::ULONG_PTR*) override
-    {
-        return No;
-    }
-    mapi::HRESULT DEFTMAPI_STDCALL Unadvise(mapi::ULONG_PTR) override { return No; }
-    mapi::HRESULT DEFTMAPI_STDCALL MessageOptions(mapi::ULONG_PTR, mapi::ULONG, mapi::LPTSTR, mapi::LPMESSAGE) override
-    {
-        return No;
-    }
-    mapi::HRESULT DEFTMAPI_STDCALL QueryDefaultMessageOpt(mapi::LPTSTR, mapi::ULONG, mapi::ULONG*,
-                                                          mapi::LPSPropValue*) override
-    {
-        return No;
-    }
-    mapi::HRESULT DEFTMAPI_STDCALL EnumAdrTypes(mapi::ULONG, mapi::ULONG*, mapi::LPTSTR**) override { return No; }
-    mapi::HRESULT DEFTMAPI_STDCALL QueryIdentity(mapi::ULONG*, mapi::LPENTRYID*) override { return No; }
-    mapi::HRESULT DEFTMAPI_STDCALL SetDefaultStore(mapi::ULONG, mapi::ULONG, mapi::LPENTRYID) override { return No; }
-    mapi::HRESULT DEFTMAPI_STDCALL AdminServices(mapi::ULONG, mapi::LPSERVICEADMIN*) override { return No; }
-    mapi::HRESULT DEFTMAPI_STDCALL ShowForm(mapi::ULONG_PTR, mapi::LPMDB, mapi::LPMAPIFOLDER, mapi::LPCIID,
-                                            mapi::ULONG_PTR, mapi::LPMESSAGE, mapi::ULONG, mapi::ULONG, mapi::ULONG,
-                                            mapi::ULONG, mapi::LPSTR) override
-    {
-        return No;
-    }
-    mapi::HRESULT DEFTMAPI_STDCALL PrepareForm(mapi::LPCIID, mapi::LPMESSAGE, mapi::ULONG_PTR*) override { return No; }
-
-private:
-    static constexpr mapi::HRESULT No = mapi::MAPI_E_NO_SUPPORT;
-};
 
 class LibraryLogon : public LibraryTest
 {
@@ -103,7 +28,8 @@ protected:
         LibraryTest::TearDown();
     }
 
-    TSessionStandIn Object;
+    std::shared_ptr<TScriptedCalls> Calls = std::make_shared<TScriptedCalls>();
+    TKwComPtr<TScriptedMAPISession> Object{new TScriptedMAPISession(Calls)};
     TKwComPtr<mapi::IMAPISession> Session;
     mapi::LHANDLE Handle = 0;
 };
@@ -128,20 +54,19 @@ TEST_F(LibraryLogon, ThroughExtendedMAPI)
     AddClient(u"MAPI32.dll");
     KwMAPIInitialize(false, false, true, false);
     Log.Take();
-    Log.Session = &Object;
+    Log.Session = Object.Get();
     Handle = 5;
     EXPECT_EQ(Logon(u"Müller", u"geheim€", Extended | Wide | 1), TCaught{});
     EXPECT_EQ(Log.Take(), TCalls{"MAPILogonEx(0x9, L'Müller', L'geheim€', 0x80000021)"});
-    EXPECT_EQ(Session.Get(), &Object);
-    EXPECT_EQ(Object.References, 1);
+    EXPECT_EQ(Session.Get(), Object.Get());
+    EXPECT_EQ(Object->RefCount(), 2u);
     EXPECT_EQ(Handle, 0u);
 
     KwMAPILogoff(9, 1, Session, Handle);
-    EXPECT_EQ(Object.Logoffs, TCalls{"9 1 0"});
     EXPECT_EQ(Session, nullptr);
-    EXPECT_EQ(Object.References, 0);
+    EXPECT_EQ(Object->RefCount(), 1u);
     KwMAPILogoff(9, 1, Session, Handle);
-    EXPECT_EQ(Object.Logoffs.size(), 1u);
+    EXPECT_EQ(Calls->Take(), "Logoff(9,0x00000001)");
 
     Log.Session = nullptr;
     EXPECT_EQ(Logon(u"M\u00FCller", u"", Extended), TCaught{});
@@ -180,7 +105,7 @@ TEST_F(LibraryLogon, ReportsWhatTheClientReports)
     AddClient(u"MAPI32.dll");
     KwMAPIInitialize(false, false, true, false);
     Log.LogonResult = mapi::MAPI_E_LOGON_FAILED;
-    Session = TKwComPtr<mapi::IMAPISession>(&Object);
+    Session = TKwComPtr<mapi::IMAPISession>(Object.Get());
     EXPECT_EQ(
         Logon(u"a", u"b", Extended),
         (TCaught{"EMAPI_LOGON_FAILED",
@@ -189,25 +114,24 @@ TEST_F(LibraryLogon, ReportsWhatTheClientReports)
                  "open already. (-2147221231)",
                  0x80040111}));
     EXPECT_EQ(Session, nullptr) << "an old session is not left behind";
-    EXPECT_EQ(Object.References, 1);
+    EXPECT_EQ(Object->RefCount(), 1u);
 
     // A warning is a failure, too; the session that came with it is dropped.
     Log.LogonResult = mapi::MAPI_W_NO_SERVICE;
-    Log.Session = &Object;
+    Log.Session = Object.Get();
     EXPECT_EQ(Logon(u"a", u"b", Extended).ClassName, "EMAPI_W_NO_SERVICE");
     EXPECT_EQ(Session, nullptr);
-    EXPECT_EQ(Object.References, 0);
+    EXPECT_EQ(Object->RefCount(), 1u);
 
     Log.SimpleResult = 3;
     EXPECT_EQ(Logon(u"a", u"b", 0), (TCaught{"EMAPI_LOGON_FAILURE", "Failed to logon.", 3}));
     EXPECT_EQ(Handle, 0u);
 
-    Object.References = 1;
-    Object.LogoffResult = mapi::MAPI_E_NETWORK_ERROR;
-    Session = TKwComPtr<mapi::IMAPISession>(&Object, KwAdopt);
+    Calls->Next("Logoff", mapi::MAPI_E_NETWORK_ERROR);
+    Session = TKwComPtr<mapi::IMAPISession>(Object.Get());
     EXPECT_EQ(Catch([&] { KwMAPILogoff(0, 0, Session, Handle); }).ClassName, "EMAPI_NETWORK_ERROR");
     EXPECT_EQ(Session, nullptr) << "cleared all the same";
-    EXPECT_EQ(Object.References, 0);
+    EXPECT_EQ(Object->RefCount(), 1u);
     Handle = 42;
     Log.SimpleResult = 19;
     EXPECT_EQ(Catch([&] { KwMAPILogoff(0, 0, Session, Handle); }).ClassName, "EMAPI_INVALID_SESSION");

@@ -11,37 +11,20 @@ namespace
 class PropertyCacheNamesTest : public TWrapperTest
 {
 protected:
-    mapi::MAPINAMEID Numbered(mapi::LONG identifier)
-    {
-        mapi::MAPINAMEID name{&FSet, mapi::MNID_ID, {}};
-        name.Kind.lID = identifier;
-        return name;
-    }
-    mapi::MAPINAMEID Text(const char16_t* text)
-    {
-        FText = text;
-        mapi::MAPINAMEID name{&FSet, mapi::MNID_STRING, {}};
-        name.Kind.lpwstrName = FText.data();
-        return name;
-    }
     IKwMAPIProperties& Items() { return *Prop->Get_Properties(); }
 
-private:
-    mapi::GUID FSet = PSETID_Common;
-    WideString FText;
+    const TPropName ReminderDate{PSETID_Common, 0x8502};
 };
-
-constexpr mapi::LONG reminderDate = 0x8502;
 
 TEST_F(PropertyCacheNamesTest, ATagWithItsNameIsTheItemOfTheDefinition)
 {
     Bag().Set(LongValue(0x81230040, 7));
-    const TKwRef<IKwMAPIProperty> item = Items().PropByTag(0x81230040, Numbered(reminderDate));
+    const TKwRef<IKwMAPIProperty> item = Items().PropByTag(0x81230040, ReminderDate);
     EXPECT_EQ(item->Get_PropTag(), 0x81230040u);
     EXPECT_TRUE(SameProp(GetPropInfo(item->Get_PropDef()), GetPropInfo(NPR_COMMON_REMINDER_DATE), true));
     EXPECT_EQ(Property(NPR_COMMON_REMINDER_DATE).Get(), item.Get());
-    EXPECT_EQ(Items().PropByTag(0x81230040, Numbered(reminderDate)).Get(), item.Get());
-    EXPECT_EQ(Items().PropByTag(0x84560040, Numbered(reminderDate)).Get(), item.Get()) << "the name decides";
+    EXPECT_EQ(Items().PropByTag(0x81230040, ReminderDate).Get(), item.Get());
+    EXPECT_EQ(Items().PropByTag(0x84560040, ReminderDate).Get(), item.Get()) << "the name decides";
     EXPECT_EQ(Items().Get_Count(), 1);
     EXPECT_EQ(Calls->Take(), "") << "the object was not asked for the tag";
     static_cast<void>(item->Get_Value());
@@ -50,13 +33,13 @@ TEST_F(PropertyCacheNamesTest, ATagWithItsNameIsTheItemOfTheDefinition)
 
 TEST_F(PropertyCacheNamesTest, NamesWithoutADefinitionAreShownInFull)
 {
-    const TKwRef<IKwMAPIProperty> text = Items().PropByTag(0x8001001F, Text(u"x-strange"));
+    const TKwRef<IKwMAPIProperty> text = Items().PropByTag(0x8001001F, TPropName(PSETID_Common, u"x-strange"));
     EXPECT_EQ(text->Get_PropDef(), 0u);
     EXPECT_EQ(text->Get_PropName(), u"{00062008-0000-0000-C000-000000000046}:x-strange");
-    EXPECT_EQ(Items().PropByTag(0x80020003, Numbered(0x7777))->Get_PropName(),
+    EXPECT_EQ(Items().PropByTag(0x80020003, TPropName(PSETID_Common, 0x7777))->Get_PropName(),
               u"{00062008-0000-0000-C000-000000000046}:0x00007777");
     EXPECT_EQ(Items().FindPropByTag(0x8001001F).Get(), text.Get());
-    mapi::MAPINAMEID withoutSet = Numbered(3);
+    TPropName withoutSet(PSETID_Common, 3);
     withoutSet.lpguid = nullptr;
     EXPECT_EQ(Items().PropByTag(0x80030003, withoutSet)->Get_PropName(),
               u"{00000000-0000-0000-0000-000000000000}:0x00000003");
@@ -64,8 +47,8 @@ TEST_F(PropertyCacheNamesTest, NamesWithoutADefinitionAreShownInFull)
 
 TEST_F(PropertyCacheNamesTest, WhatIsDefinedLaterTakesTheItemOver)
 {
-    const mapi::ULONG id = Bag().IdOfName(Text(u"x-later"));
-    const TKwRef<IKwMAPIProperty> item = Items().PropByTag(id | mapi::PT_UNICODE, Text(u"x-later"));
+    const mapi::ULONG id = Bag().IdOfName(TPropName(PSETID_Common, u"x-later"));
+    const TKwRef<IKwMAPIProperty> item = Items().PropByTag(id | mapi::PT_UNICODE, TPropName(PSETID_Common, u"x-later"));
     item->Set_AsString(u"pending");
     const TKwMAPIPropDef later = RegisterProp(PSETID_Common, u"NPR_TEST_LATER", u"x-later", mapi::PT_UNICODE).Hash;
     EXPECT_EQ(Property(later).Get(), item.Get());
@@ -77,9 +60,9 @@ TEST_F(PropertyCacheNamesTest, WhatIsDefinedLaterTakesTheItemOver)
 TEST_F(PropertyCacheNamesTest, WithoutUnicodeTheTagIsEightBit)
 {
     Prop->SetDisableUnicode(true);
-    const TKwRef<IKwMAPIProperty> text = Items().PropByTag(0x8001001F, Text(u"x-eight-bit"));
+    const TKwRef<IKwMAPIProperty> text = Items().PropByTag(0x8001001F, TPropName(PSETID_Common, u"x-eight-bit"));
     EXPECT_EQ(text->Get_PropTag(), 0x8001001Eu);
-    EXPECT_EQ(Items().PropByTag(0x8001001E, Text(u"x-eight-bit")).Get(), text.Get());
+    EXPECT_EQ(Items().PropByTag(0x8001001E, TPropName(PSETID_Common, u"x-eight-bit")).Get(), text.Get());
 }
 
 } // namespace

@@ -210,20 +210,12 @@ TEST_F(PropertyCacheReadTest, ANamedPropertyIsResolvedOncePerObject)
 
 TEST_F(PropertyCacheReadTest, RetrieveAllListsAndNamesAndReadsLater)
 {
-    mapi::GUID common = PSETID_Common;
-    mapi::MAPINAMEID reminder{&common, mapi::MNID_ID, {}};
-    reminder.Kind.lID = 0x8503;
-    mapi::MAPINAMEID strange{&common, mapi::MNID_STRING, {}};
-    WideString strangeName = u"x-strange";
-    strange.Kind.lpwstrName = strangeName.data();
-    mapi::MAPINAMEID numbered{&common, mapi::MNID_ID, {}};
-    numbered.Kind.lID = 0x7777;
     Bag().Set(TextValue(subject, u"Hello"));
     Bag().Set(LongValue(importance, 2));
     Bag().Set(LongValue(unknownTag, 9));
-    Bag().Set(LongValue(Bag().IdOfName(reminder) | mapi::PT_BOOLEAN, 1));
-    Bag().Set(TextValue(Bag().IdOfName(strange) | mapi::PT_UNICODE, u"odd"));
-    Bag().Set(LongValue(Bag().IdOfName(numbered) | mapi::PT_LONG, 5));
+    Bag().Set(LongValue(Bag().IdOfName(TPropName(PSETID_Common, 0x8503)) | mapi::PT_BOOLEAN, 1));
+    Bag().Set(TextValue(Bag().IdOfName(TPropName(PSETID_Common, u"x-strange")) | mapi::PT_UNICODE, u"odd"));
+    Bag().Set(LongValue(Bag().IdOfName(TPropName(PSETID_Common, 0x7777)) | mapi::PT_LONG, 5));
     Bag().Refused[0x0017] = mapi::MAPI_E_NO_ACCESS;
     Property(PR_BODY)->Set_AsString(u"pending");
 
@@ -255,10 +247,7 @@ TEST_F(PropertyCacheReadTest, RetrieveAllListsAndNamesAndReadsLater)
 
 TEST_F(PropertyCacheReadTest, NamesThatTheStoreForgotDoNotStopTheOthers)
 {
-    mapi::GUID common = PSETID_Common;
-    mapi::MAPINAMEID name{&common, mapi::MNID_ID, {}};
-    name.Kind.lID = 0x8503;
-    Bag().Set(LongValue(Bag().IdOfName(name) | mapi::PT_LONG, 4));
+    Bag().Set(LongValue(Bag().IdOfName(TPropName(PSETID_Common, 0x8503)) | mapi::PT_LONG, 4));
     Bag().ForgetNames = true;
     Prop->RetrieveAllProperties();
     const TKwRef<IKwMAPIProperty> item = Prop->Items().FindPropByTag(0x80000003);
@@ -347,10 +336,7 @@ TEST_F(PropertyCacheReadTest, AnEightBitStoreIsAskedForEightBitText)
 
 TEST_F(PropertyCacheReadTest, OfAnEightBitStoreAlsoWhatHasNoNameIsEightBitText)
 {
-    mapi::GUID common = PSETID_Common;
-    mapi::MAPINAMEID name{&common, mapi::MNID_ID, {}};
-    name.Kind.lID = 0x8503;
-    const mapi::ULONG id = Bag().IdOfName(name);
+    const mapi::ULONG id = Bag().IdOfName(TPropName(PSETID_Common, 0x8503));
     Bag().Set(TextValue(id | mapi::PT_STRING8, "odd"));
     Bag().ForgetNames = true;
     Prop->SetDisableUnicode(true);

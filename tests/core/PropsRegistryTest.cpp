@@ -5,6 +5,7 @@
 #include "mapi/headers/uKwMAPICodeH.hpp"
 #include "mapi/headers/uKwMAPIPropTypesH.hpp"
 #include "tests/core/Caught.hpp"
+#include "tests/support/ScriptedMAPI.hpp"
 
 #include <gtest/gtest.h>
 
@@ -14,6 +15,7 @@ namespace
 using namespace deftmapi;
 using deftmapi::test::Catch;
 using deftmapi::test::TCaught;
+using deftmapi::test::TPropName;
 using TIdentity = TKwMAPIPropIdentity;
 using enum TKwMAPIPropRegistry::THashMode;
 
@@ -151,9 +153,7 @@ TEST(PropsRegistryTest, TheLibrarysRegistryIsTheOneBehindThePublicFunctions)
     // GetProp names what it has to make after its identity.
     EXPECT_EQ(GetProp(0x6F010003u, true).PropName(), u"0x6F010003");
     EXPECT_EQ(GetProp(0x6F01, 0x0003, true).Hash, before + 2);
-    mapi::GUID set = PSETID_Velmora;
-    mapi::MAPINAMEID nameID{&set, mapi::MNID_ID, {}};
-    nameID.Kind.lID = 0x7002;
+    const TPropName nameID(PSETID_Velmora, 0x7002);
     const TKwMAPIPropInfo& made = GetProp(0x8001001Fu, nameID, true);
     EXPECT_EQ(made.PropName(), u"{52A474EE-E1A3-4E63-8FFC-FCDACB06A7FC}:0x7002");
     EXPECT_EQ(&GetProp(nameID, 0x001E, false), &made) << "either width is the property while unicode is off";
@@ -199,21 +199,14 @@ TEST(PropsRegistryTest, SamePropComparesIdentityAndForgivesWidthWhenUnicodeIsOff
                        "This overloaded version of SameProp will only work on Standard Properties (uKwMAPIProps)",
                        0x8000FFFF, false}));
 
-    mapi::GUID set = PSETID_CalendarAssistant;
-    WideString name = u"ClientIntent";
-    mapi::MAPINAMEID nameID{&set, mapi::MNID_STRING, {}};
-    nameID.Kind.lpwstrName = name.data();
+    const TPropName nameID(PSETID_CalendarAssistant, u"ClientIntent");
     const auto& intent = GetPropInfo(NPR_CLIENTINTENT);
     EXPECT_TRUE(SameProp(intent, 0x80010003u, nameID, true));
     EXPECT_TRUE(SameProp(intent, nameID, 0x9F420003u, true));
     EXPECT_FALSE(SameProp(intent, nameID, 0x8001001Fu, false));
     EXPECT_FALSE(SameProp(subject, nameID, 0x0037001Fu, false));
-    set = PSETID_Task;
-    EXPECT_FALSE(SameProp(intent, nameID, 0x80010003u, true));
-    set = PSETID_CalendarAssistant;
-    name = u"clientIntent";
-    nameID.Kind.lpwstrName = name.data();
-    EXPECT_FALSE(SameProp(intent, nameID, 0x80010003u, true));
+    EXPECT_FALSE(SameProp(intent, TPropName(PSETID_Task, u"ClientIntent"), 0x80010003u, true));
+    EXPECT_FALSE(SameProp(intent, TPropName(PSETID_CalendarAssistant, u"clientIntent"), 0x80010003u, true));
 }
 
 } // namespace

@@ -1,43 +1,27 @@
 // Tags of definitions, named ones resolved by an object that answers as told.
-#include "mapi/core/uKwMAPIProps.hpp"
+#include "mapi/core/uKwMAPILists.hpp"
 #include "mapi/headers/uKwMAPIPropTypesH.hpp"
-#include "tests/core/Caught.hpp"
-#include "tests/core/FakeProp.hpp"
+#include "tests/core/WrapperFixture.hpp"
 
-#include <gtest/gtest.h>
+namespace deftmapi::test
+{
 
 namespace
 {
 
-using namespace deftmapi;
-using deftmapi::test::Catch;
-using deftmapi::test::TCaught;
-
-class PropsTagsTest : public testing::Test
+class PropsTagsTest : public TWrapperTest
 {
 protected:
-    PropsTagsTest() { Prop.Object = &Object; }
-    ~PropsTagsTest() override
-    {
-        EXPECT_TRUE(Prop.Buffers.empty()) << "a tag array was not freed";
-        EXPECT_EQ(Object.References, 0);
-    }
-
-    /// The object answers with one tag and this result.
-    void AnswerWith(mapi::ULONG tag, mapi::HRESULT result = mapi::S_OK)
-    {
-        Object.Answer = [this, tag, result](mapi::LPSPropTagArray* tags) {
-            *tags = Prop.MakeTags({tag});
-            return result;
-        };
-    }
     mapi::ULONG Resolve(TKwMAPIPropDef def, bool raiseOnError = true)
     {
-        return _GetPropTag(GetPropInfo(def), &Prop, raiseOnError);
+        return _GetPropTag(GetPropInfo(def), Prop.Get(), raiseOnError);
     }
-
-    test::TFakeMAPIProp Object;
-    test::TFakeProp Prop;
+    /// Gives zero where nothing is to be raised; what is raised otherwise.
+    TCaught Unresolved()
+    {
+        EXPECT_EQ(Resolve(NPR_CLIENTINTENT, false), 0u);
+        return Catch([&] { static_cast<void>(Resolve(NPR_CLIENTINTENT)); });
+    }
 };
 
 TEST_F(PropsTagsTest, TaggedDefinitionsNeedNoObject)
@@ -46,7 +30,7 @@ TEST_F(PropsTagsTest, TaggedDefinitionsNeedNoObject)
     EXPECT_EQ(GetPropTag(PR_EMS_AB_SERVER_A), 0xFFFE001Eu);
     EXPECT_EQ(_GetPropTag(GetPropInfo(PR_SUBJECT), nullptr, true), 0x0037001Fu);
     EXPECT_EQ(Resolve(PR_ENTRYID), 0x0FFF0102u);
-    EXPECT_TRUE(Object.Calls.empty());
+    EXPECT_EQ(Calls->Take(), "");
     EXPECT_EQ(Catch([] { (void)GetPropTag(NPR_CLIENTINTENT); }),
               (TCaught{"EMAPI_INVALID_PARAMETER", "The uKwMAPIProps.GetPropTag does not support named properties!",
                        0x80070057, false}));
@@ -54,21 +38,18 @@ TEST_F(PropsTagsTest, TaggedDefinitionsNeedNoObject)
 
 TEST_F(PropsTagsTest, NamedDefinitionsAskTheObjectEachTime)
 {
-    AnswerWith(0x8123000A); // a type that counts for nothing
+    Bag().IDs = {0x81230003}; // a type that counts for nothing
     EXPECT_EQ(Resolve(NPR_COMMON_REMINDER_DATE), 0x81230040u);
-    AnswerWith(0x9ABC0000);
-    EXPECT_EQ(Resolve(NPR_NAMEATTACHMENTMACCONTENTTYPE), 0x9ABC001Fu);
-    EXPECT_EQ(Resolve(NPR_NAMEATTACHMENTMACCONTENTTYPE), 0x9ABC001Fu);
-
-    ASSERT_EQ(Object.Calls.size(), 3u);
-    EXPECT_EQ(Object.Calls[0].Count, 1u);
-    EXPECT_TRUE(SameGuid(Object.Calls[0].Set, PSETID_Common));
-    EXPECT_EQ(Object.Calls[0].Kind, mapi::MNID_ID);
-    EXPECT_EQ(Object.Calls[0].Identifier, 0x8502);
-    EXPECT_EQ(Object.Calls[0].Flags, 2u);
-    EXPECT_TRUE(SameGuid(Object.Calls[1].Set, PSETID_Attachment));
-    EXPECT_EQ(Object.Calls[1].Kind, mapi::MNID_STRING);
-    EXPECT_EQ(Object.Calls[1].Name, u"AttachmentMacContentType");
+    Bag().IDs.reset();
+    // The names under which the object knows them.
+    EXPECT_EQ(Bag().IdOfName(TPropName(PSETID_Attachment, u"AttachmentMacContentType")), 0x80000000u);
+    EXPECT_EQ(Bag().IdOfName(TPropName(PSETID_Common, 0x8502)), 0x80010000u);
+    EXPECT_EQ(Resolve(NPR_COMMON_REMINDER_DATE), 0x80010040u);
+    EXPECT_EQ(Resolve(NPR_NAMEATTACHMENTMACCONTENTTYPE), 0x8000001Fu);
+    EXPECT_EQ(Resolve(NPR_NAMEATTACHMENTMACCONTENTTYPE), 0x8000001Fu);
+    EXPECT_EQ(Calls->Take(), "GetIDsFromNames(0x00008502,0x00000002)\nGetIDsFromNames(0x00008502,0x00000002)\n"
+                             "GetIDsFromNames(\"AttachmentMacContentType\",0x00000002)\n"
+                             "GetIDsFromNames(\"AttachmentMacContentType\",0x00000002)");
 }
 
 TEST_F(PropsTagsTest, WithoutAnObjectNamedDefinitionsAreNotSupported)
@@ -76,53 +57,50 @@ TEST_F(PropsTagsTest, WithoutAnObjectNamedDefinitionsAreNotSupported)
     const TKwMAPIPropInfo& info = GetPropInfo(NPR_CLIENTINTENT);
     EXPECT_EQ(_GetPropTag(info, nullptr, false), 0u);
     EXPECT_EQ(Catch([&] { (void)_GetPropTag(info, nullptr, true); }),
-              (TCaught{"EMAPI_NO_SUPPORT",
-                       "Named Property NPR_CLIENTINTENT requested, however Named Properties are not supported!",
-                       0x80040102, false}));
-    Prop.Object = nullptr;
-    EXPECT_EQ(Resolve(NPR_CLIENTINTENT, false), 0u);
-    EXPECT_EQ(Catch([&] { (void)Resolve(NPR_CLIENTINTENT); }),
-              (TCaught{"EMAPI_NO_ACCESS", "TKwMAPIFake.GetPropTag failed.\r\nThe object is not, or no longer, active!",
-                       0x80070005, false}));
+              Failure("EMAPI_NO_SUPPORT", 0x80040102,
+                      "Named Property NPR_CLIENTINTENT requested, however Named Properties are not supported!"));
+    Prop->SetMAPIOBJECT(nullptr);
+    EXPECT_EQ(Unresolved(), Failure("EMAPI_NO_ACCESS", 0x80070005,
+                                    "TTestProp.GetPropTag failed.\r\nThe object is not, or no longer, active!"));
+    const TKwComPtr<TScriptedStream> noProp(new TScriptedStream(Calls, "", {}));
+    Prop->SetMAPIOBJECT(noProp.Get());
+    EXPECT_EQ(Unresolved().ClassName, "EMAPI_INTERFACE_NOT_SUPPORTED");
 }
 
 TEST_F(PropsTagsTest, FailuresAndWarningsRaiseOrGiveZero)
 {
-    const struct
-    {
-        mapi::HRESULT Result;
-        bool BringsArray;
-        const char* Class;
-        const char* Message;
-    } cases[] = {
-        {mapi::MAPI_E_NO_SUPPORT, false, "EMAPI_NO_SUPPORT",
-         "TKwMAPIFake.GetPropTag has raised the following exception:\r\nMAPI_E_NO_SUPPORT (-2147221246=0x80040102)"},
-        {mapi::MAPI_W_ERRORS_RETURNED, true, "EMAPI_W_ERRORS_RETURNED",
-         "TKwMAPIFake.GetPropTag has raised the following exception:\r\nMAPI_W_ERRORS_RETURNED (263040)"},
-    };
-    for (const auto& c : cases) {
-        if (c.BringsArray)
-            AnswerWith(0x0000000A, c.Result);
-        else
-            Object.Answer = [&c](mapi::LPSPropTagArray*) { return c.Result; };
-        EXPECT_EQ(Resolve(NPR_CLIENTINTENT, false), 0u);
-        EXPECT_EQ(Catch([&] { (void)Resolve(NPR_CLIENTINTENT); }),
-                  (TCaught{c.Class, c.Message, static_cast<std::uint32_t>(c.Result), false}));
-    }
+    Calls->Next("GetIDsFromNames", mapi::MAPI_E_NO_SUPPORT);
+    Calls->Next("GetIDsFromNames", mapi::MAPI_E_NO_SUPPORT);
+    EXPECT_EQ(Unresolved(), Failure("EMAPI_NO_SUPPORT", 0x80040102,
+                                    "TTestProp.GetPropTag has raised the following exception:\r\nMAPI_E_NO_SUPPORT "
+                                    "(-2147221246=0x80040102)"));
+    Bag().IDs = {0x0000000A}; // comes with a warning
+    EXPECT_EQ(Unresolved(),
+              Failure("EMAPI_W_ERRORS_RETURNED", 0x00040380,
+                      "TTestProp.GetPropTag has raised the following exception:\r\nMAPI_W_ERRORS_RETURNED (263040)"));
+    Bag().IDs = std::vector<mapi::ULONG>();
+    EXPECT_EQ(Unresolved().ClassName, "EMAPI_CALL_FAILED");
+    Calls->Next("GetIDsFromNames", mapi::S_OK); // without an array
+    Calls->Next("GetIDsFromNames", mapi::S_OK);
+    EXPECT_EQ(Unresolved().ClassName, "EMAPI_CALL_FAILED");
+}
 
-    // Success without a tag.
-    Object.Answer = [](mapi::LPSPropTagArray*) { return mapi::S_OK; };
-    EXPECT_EQ(Resolve(NPR_CLIENTINTENT, false), 0u);
-    EXPECT_EQ(Catch([&] { (void)Resolve(NPR_CLIENTINTENT); }).ClassName, "EMAPI_CALL_FAILED");
-    Object.Answer = [this](mapi::LPSPropTagArray* tags) {
-        *tags = Prop.MakeTags({});
-        return mapi::S_OK;
-    };
-    EXPECT_EQ(Catch([&] { (void)Resolve(NPR_CLIENTINTENT); }).ClassName, "EMAPI_CALL_FAILED");
+TEST_F(PropsTagsTest, ArraysHoldTheTagsOfTheObject)
+{
+    const auto list = KwMake<TKwMAPIPropList>();
+    TKwMAPIBuffer<mapi::SPropTagArray> tags(*Prop, list->CreatePropTagArray(*Prop));
+    EXPECT_EQ(TextOf(tags.Get()), "[]");
+    list->Add(PR_SUBJECT);
+    list->Add(NPR_CLIENTINTENT);
+    list->Add(PR_BODY_A);
+    tags = TKwMAPIBuffer<mapi::SPropTagArray>(*Prop, list->CreatePropTagArray(*Prop));
+    EXPECT_EQ(TextOf(tags.Get()), "[0x0037001F,0x80000003,0x1000001E]");
+    EXPECT_EQ(Calls->Take(), "AllocateBuffer(4)\nAllocateBuffer(16)\nGetIDsFromNames(\"ClientIntent\",0x00000002)");
+    EXPECT_EQ(TScriptedAllocator::Live(), 1u);
 
-    Object.HasIMAPIProp = false;
-    EXPECT_EQ(Resolve(NPR_CLIENTINTENT, false), 0u);
-    EXPECT_EQ(Catch([&] { (void)Resolve(NPR_CLIENTINTENT); }).ClassName, "EMAPI_INTERFACE_NOT_SUPPORTED");
+    Calls->Next("GetIDsFromNames", mapi::MAPI_E_NO_SUPPORT);
+    EXPECT_EQ(Catch([&] { (void)list->CreatePropTagArray(*Prop); }).ClassName, "EMAPI_NO_SUPPORT");
+    EXPECT_EQ(TScriptedAllocator::Live(), 1u) << "the array was freed";
 }
 
 TEST(PropTypeToStrTest, NamesEveryTypeAndNothingElse)
@@ -151,3 +129,5 @@ TEST(PropTypeToStrTest, NamesEveryTypeAndNothingElse)
 }
 
 } // namespace
+
+} // namespace deftmapi::test

@@ -59,9 +59,9 @@ protected:
     TKwRef<TTestProp> Prop;
 };
 
-inline TCaught Failure(const char* className, std::uint32_t code, const char* message)
+inline TCaught Failure(const char* className, std::uint32_t code, std::string message)
 {
-    return {className, message, code, false};
+    return {className, std::move(message), code, false};
 }
 
 } // namespace deftmapi::test

@@ -1,6 +1,7 @@
 // Binding wrappers to sessions, the walk at logoff, the guards, and what memory and events go through a session.
 #include "mapi/core/uKwMAPILists.hpp"
 #include "tests/core/WrapperFixture.hpp"
+#include "tests/support/TestPlatform.hpp"
 
 #include <algorithm>
 
@@ -232,12 +233,20 @@ TEST_F(WrapperSessionTest, ItemsPropertiesObjectAndSessionMayGoInAnyOrder)
             default:
                 session.Reset(); // the object still holds it
             }
-            const char* const expected = object ? "" : "EMAPI_NO_ACCESS";
+            const auto expected = [&](const std::string& method) {
+                return object ? TCaught{}
+                              : Failure("EMAPI_NO_ACCESS", 0x80070005,
+                                        "Failed to execute " + method +
+                                            "!\r\nThe parentobject of this instance has been destroyed!");
+            };
             if (item) {
-                EXPECT_EQ(Catch([&] { EXPECT_EQ(item->Get_AsString(), u"pending"); }).ClassName, expected);
+                EXPECT_EQ(Catch([&] { EXPECT_EQ(item->Get_AsString(), u"pending"); }),
+                          expected(properties ? "TKwMAPIPropItems.Get_Value" : "TKwMAPIPropItem.Get_Value"));
+                EXPECT_EQ(item->Get_PropName(), u"PR_SUBJECT");
             }
             if (properties) {
-                EXPECT_EQ(Catch([&] { EXPECT_EQ(properties->Get_Count(), 1); }).ClassName, expected);
+                EXPECT_EQ(Catch([&] { EXPECT_EQ(properties->Get_Count(), 1); }),
+                          expected("TKwMAPIPropItems.Get_Count"));
             }
             if (object) {
                 EXPECT_TRUE(object->GetModified());
@@ -278,20 +287,6 @@ TEST_F(WrapperSessionTest, WriteAccessIsWhatWasGranted)
     Prop->SetAccessLevel(alBestAccess, true);
     Prop->CheckAccessLevel(alReadWrite);
     EXPECT_EQ(Prop->Get_AccessLevel(), alBestAccess);
-}
-
-TEST_F(WrapperSessionTest, PropertiesOutliveTheirObjectAndSaySo)
-{
-    const TKwRef<IKwMAPIProperties> properties = Prop->Get_Properties();
-    const TKwRef<IKwMAPIProperty> subject = Property(PR_SUBJECT);
-    Prop.Reset();
-    EXPECT_EQ(Catch([&] { (void)properties->Get_Count(); }),
-              Failure("EMAPI_NO_ACCESS", 0x80070005,
-                      "Failed to execute TKwMAPIPropItems.Get_Count!\r\nThe parentobject of this instance has been "
-                      "destroyed!"));
-    EXPECT_EQ(Catch([&] { (void)subject->Get_Value(); }).Message,
-              "Failed to execute TKwMAPIPropItems.Get_Value!\r\nThe parentobject of this instance has been destroyed!");
-    EXPECT_EQ(subject->Get_PropName(), u"PR_SUBJECT");
 }
 
 TEST_F(WrapperSessionTest, AfterLogoffEveryOperationSaysThatTheObjectIsNotActive)
@@ -341,11 +336,9 @@ TEST_F(WrapperSessionTest, AfterLogoffEveryOperationSaysThatTheObjectIsNotActive
     Session->Set_Active(false);
     static_cast<void>(Calls->Take());
     for (const auto& [name, operation] : operations)
-        EXPECT_EQ(
-            Catch(operation),
-            Failure(
-                "EMAPI_NO_ACCESS", 0x80070005,
-                ("TTestProp." + std::string(name) + " failed.\r\nThe object is not, or no longer, active!").c_str()));
+        EXPECT_EQ(Catch(operation),
+                  Failure("EMAPI_NO_ACCESS", 0x80070005,
+                          "TTestProp." + std::string(name) + " failed.\r\nThe object is not, or no longer, active!"));
     EXPECT_EQ(Calls->Take(), "");
 }
 
@@ -424,9 +417,16 @@ TEST_F(WrapperSessionTest, TheProvidersTextStandsInTheMessage)
     Prop->CheckLastError(u"Copy", 0);
     EXPECT_EQ(Calls->Take(), "") << "nothing is asked for success";
 
-    // MAPI_E_EXTENDED_ERROR takes the same text on the common road of results.
-    EXPECT_EQ(Catch([&] { CheckMAPIResult(*Prop, u"Copy", mapi::MAPI_E_EXTENDED_ERROR); }).Message,
-              "TTestProp.Copy has raised the following exception:\r\nQuota (Store) (-2147221223=0x80040119)");
+    // MAPI_E_EXTENDED_ERROR takes the same text on the common road of results; no other result asks for it.
+    const TCaught extended =
+        Failure("EKwMAPIException", 0x80040119,
+                "TTestProp.Copy has raised the following exception:\r\nQuota (Store) (-2147221223=0x80040119)");
+    EXPECT_EQ(Catch([&] { CheckMAPIResult(*Prop, u"Copy", mapi::MAPI_E_EXTENDED_ERROR); }), extended);
+    EXPECT_EQ(Catch([&] { CheckMAPIResult(u"TTestProp", u"Copy", mapi::MAPI_E_EXTENDED_ERROR, Prop.Get()); }),
+              extended);
+    EXPECT_EQ(Calls->Take(), "GetLastError(0x80040119,0x80000000)\nGetLastError(0x80040119,0x80000000)");
+    EXPECT_EQ(Catch([&] { CheckMAPIResult(*Prop, u"Copy", mapi::MAPI_E_NO_SUPPORT); }).ClassName, "EMAPI_NO_SUPPORT");
+    EXPECT_EQ(Calls->Take(), "");
 
     TKwMAPIError error;
     Prop->GetExtendedErrorInfo(mapi::MAPI_E_BUSY, error);
@@ -438,6 +438,14 @@ TEST_F(WrapperSessionTest, WithoutATextTheResultIsRaisedAsAlways)
 {
     EXPECT_EQ(Catch([&] { Prop->CheckLastError(u"Copy", mapi::MAPI_E_BUSY); }).Message,
               "TTestProp.Copy has raised the following exception:\r\nMAPI_E_BUSY (-2147221237=0x8004010b)");
+    TTestPlatform platform;
+    const TKwPlatformOverride override(platform);
+    for (const char16_t* const text : {u"", u"The system's text."}) {
+        platform.Messages[mapi::MAPI_E_EXTENDED_ERROR] = text;
+        EXPECT_EQ(Catch([&] { CheckMAPIResult(*Prop, u"Copy", mapi::MAPI_E_EXTENDED_ERROR); }).Message,
+                  "TTestProp.Copy has raised the following exception:\r\n" + KwToUtf8(text) +
+                      " (-2147221223=0x80040119)");
+    }
     TKwMAPIError error{u"stale", u"stale", 1, 2};
     Prop->SetMAPIOBJECT(nullptr);
     Prop->GetExtendedErrorInfo(mapi::MAPI_E_BUSY, error);

@@ -25,13 +25,25 @@ TKwModuleInfo Read(const std::string& image)
     return KwReadModuleInfo(u"m");
 }
 
-std::vector<std::string> AllImages()
+std::vector<TElfOptions> ElfLayouts()
 {
-    std::vector<std::string> result{MakePeImage(false, exports), MakePeImage(true, exports)};
+    std::vector<TElfOptions> result;
     for (const auto symbols : {TElfSymbols::Sections, TElfSymbols::Hash, TElfSymbols::GnuHash})
         for (const bool is64Bit : {false, true})
             for (const bool bigEndian : {false, true})
-                result.push_back(MakeElfImage({is64Bit, bigEndian, machineElfX64, symbols}, exports));
+                result.push_back({is64Bit, bigEndian,
+                                  bigEndian ? machineElfPpc64
+                                  : is64Bit ? machineElfX64
+                                            : machineElf386,
+                                  symbols});
+    return result;
+}
+
+std::vector<std::string> AllImages()
+{
+    std::vector<std::string> result{MakePeImage(false, exports), MakePeImage(true, exports)};
+    for (const TElfOptions& layout : ElfLayouts())
+        result.push_back(MakeElfImage(layout, exports));
     return result;
 }
 
@@ -53,18 +65,15 @@ TEST(ModuleInfoTest, PeImages)
 
 TEST(ModuleInfoTest, ElfImagesInEveryLayout)
 {
-    for (const auto symbols : {TElfSymbols::Sections, TElfSymbols::Hash, TElfSymbols::GnuHash})
-        for (const bool is64Bit : {false, true})
-            for (const bool bigEndian : {false, true}) {
-                const std::uint16_t machine = bigEndian ? machineElfPpc64 : is64Bit ? machineElfX64 : machineElf386;
-                const TKwModuleInfo info = Read(MakeElfImage({is64Bit, bigEndian, machine, symbols}, exports));
-                EXPECT_EQ(info.FileFormat, Format::ELF);
-                EXPECT_EQ(info.Is64Bit, is64Bit);
-                EXPECT_EQ(info.Machine, machine);
-                // Neither what it imports nor what it hides.
-                EXPECT_THAT(info.Exports, testing::UnorderedElementsAreArray(exports));
-                EXPECT_TRUE(Read(MakeElfImage({is64Bit, bigEndian, machine, symbols}, {})).Exports.empty());
-            }
+    for (const TElfOptions& layout : ElfLayouts()) {
+        const TKwModuleInfo info = Read(MakeElfImage(layout, exports));
+        EXPECT_EQ(info.FileFormat, Format::ELF);
+        EXPECT_EQ(info.Is64Bit, layout.Is64Bit);
+        EXPECT_EQ(info.Machine, layout.Machine);
+        // Neither what it imports nor what it hides.
+        EXPECT_THAT(info.Exports, testing::UnorderedElementsAreArray(exports));
+        EXPECT_TRUE(Read(MakeElfImage(layout, {})).Exports.empty());
+    }
 }
 
 TEST(ModuleInfoTest, RealModules)

@@ -4,8 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-
 namespace deftmapi::test
 {
 namespace
@@ -59,25 +57,16 @@ TEST_F(TEmbeddedStoreTest, CopiesMovesAndWhatIsLeft)
     const auto to = Root->CreateFolder(u"IPF.Note", u"To", u"", false);
     const auto project = from->CreateFolder(u"IPF.Note", u"Project", u"", false);
     static_cast<void>(AddMessage(*project->CreateFolder(u"IPF.Note", u"Sub", u"", false), u"deep"));
-    const auto message = AddMessage(*project, u"one");
+    static_cast<void>(AddMessage(*project, u"one"));
 
     from->CopyFolder(project->Get_EntryID(), *to, u"Copy", false, true, false);
     from->CopyFolder(project->Get_EntryID(), *to, u"Alone", false, false, false);
     EXPECT_EQ(Walk(from), "[Project][Sub]deep one ");
     EXPECT_EQ(Walk(to), "[Alone]one [Copy][Sub]deep one ");
-    EXPECT_EQ(Catch([&] { from->CopyFolder(project->Get_EntryID(), *to, u"copy", false, false, false); }).Message,
-              "TKwMAPIFolder.CopyFolder failed!\r\nA folder with the name given in the AFolderName parameter already "
-              "exists. Folder names must be unique.");
     from->CopyFolder(project->Get_EntryID(), *to, u"", true, false, false);
     EXPECT_EQ(Walk(from), "");
     EXPECT_EQ(Walk(Store->OpenFolderByPath(u"To/Project", alReadOnly)), "[Sub]deep one ");
 
-    const auto moved = Store->OpenFolderByPath(u"To/Project", alReadWrite);
-    moved->CopyMessage(message->Get_EntryID(), *from, false);
-    EXPECT_EQ(Walk(from), "one ");
-    moved->CopyMessage(message->Get_EntryID(), *from, true);
-    EXPECT_EQ(Walk(from), "one one ");
-    EXPECT_EQ(Walk(moved), "[Sub]deep ");
     static_cast<void>(AddMessage(*to, u"last"));
     to->EmptyFolder(false, false);
     EXPECT_EQ(Walk(to), "");
@@ -111,16 +100,11 @@ TEST_F(TEmbeddedStoreTest, SearchingStatusAndNames)
     EXPECT_EQ(Store->OpenFolderByName(u"TIEF", alReadOnly)->Get_EntryID(), folder->Get_EntryID());
     EXPECT_EQ(Store->OpenFolderByName(u"SentItems", alReadOnly)->Get_FolderType(), ftSentItems);
     EXPECT_EQ(
-        Catch([&] { static_cast<void>(Store->OpenFolderByName(u"Nichts", alReadOnly)); }).Message,
+        Catch([&] { return Store->OpenFolderByName(u"Nichts", alReadOnly); }).Message,
         "TKwMAPIMsgStore.OpenFolderByName failed, because the message store does not have a folder of the type you "
         "requested!");
     EXPECT_EQ(Store->OpenContainer(folder->Get_EntryID(), alReadOnly)->Get_ContainerType(), ctFolder);
     EXPECT_EQ(Store->CreateMessage(ftDraft, u"")->Get_MessageClass(), u"IPM.Note");
-    EXPECT_EQ(Store->Get_ExchangeStoreType(), etNone);
-    EXPECT_EQ(Store->GetMRMConfig(), u"");
-    EXPECT_EQ(Catch([&] { static_cast<void>(Store->Get_AsExchangeManageStore()); }).ClassName,
-              "EMAPI_INTERFACE_NOT_SUPPORTED");
-    EXPECT_EQ(Catch([&] { static_cast<void>(Store->OpenOOF()); }).ClassName, "EMAPI_NOT_SUPPORTED");
 }
 
 TEST_F(TEmbeddedStoreTest, FoldersOfTheSessionAndIdentifiersOfTables)
@@ -149,49 +133,33 @@ TEST_F(TEmbeddedStoreTest, ASavedMessageIsLookedAtAndGone)
     EXPECT_EQ(inbox->GetContentsTable()->Get_RowCount(), 0);
     Store->OpenSavedMessage(file, alReadOnly)->SaveChanges();
     EXPECT_EQ(inbox->GetContentsTable()->Get_RowCount(), 1);
-    EXPECT_EQ(Catch([&] { static_cast<void>(Store->OpenSavedMessage(file + u"x", alReadOnly)); }).ClassName,
+    EXPECT_EQ(Catch([&] { return Store->OpenSavedMessage(file + u"x", alReadOnly); }).ClassName,
               "EMAPI_INVALID_PARAMETER");
     const WideString junk = WriteFile("junk.eml", std::string("\x00\x01\x02\xFF", 4));
     EXPECT_TRUE(Catch([&] {
-                    static_cast<void>(Store->OpenSavedMessage(junk, alReadOnly));
+                    return Store->OpenSavedMessage(junk, alReadOnly);
                 }).Message.starts_with("TKwMAPIMsgStore.OpenSavedMessage failed!"));
 }
 
 TEST_F(TEmbeddedStoreTest, EventsOfTheStore)
 {
-    const auto folder = Root->CreateFolder(u"IPF.Note", u"Watched", u"", false);
-    const auto other = Root->CreateFolder(u"IPF.Note", u"Other", u"", false);
-    std::vector<std::string> told;
-    const auto note = [&](const char* event) {
-        return [&told, event, &folder](IKwMAPIMsgStore& store, const TKwMAPIEntryID&, TKwMAPIObjectType type,
-                                       const TKwMAPIEntryID& parentID, const TKwMAPIEntryID&,
-                                       const TKwMAPIEntryID& oldParentID, IKwMAPIPropList&) {
-            if (type != otMessage)
-                return; // the folders change with their counters
-            const bool here = store.CompareEntryIDs(parentID, folder->Get_EntryID());
-            const bool left = store.CompareEntryIDs(oldParentID, folder->Get_EntryID());
-            told.push_back(std::string(event) + (here ? " here" : left ? " away" : " elsewhere"));
-        };
-    };
-    TKwMAPIMsgStoreEvents events;
-    events.OnObjectCreated = note("created");
-    events.OnObjectDeleted = note("deleted");
-    events.OnObjectMoved = note("moved");
-    events.Start(*Store);
-    EXPECT_TRUE(events.GetActive());
-    const auto first = AddMessage(*folder, u"one")->Get_EntryID();
-    const auto second = AddMessage(*folder, u"two")->Get_EntryID();
-    folder->CopyMessage(first, *other, true);
-    folder->DeleteMessage(second);
-    EXPECT_EQ(HrDispatchNotifications(0), 0);
-    EXPECT_EQ(told, (std::vector<std::string>{"created here", "created here", "moved away", "deleted here"}));
-    events.Stop();
-    static_cast<void>(AddMessage(*folder, u"three"));
-    EXPECT_EQ(HrDispatchNotifications(0), 0);
-    EXPECT_EQ(told.size(), 4u);
-
+    std::vector<TKwMAPIEntryID> told;
     bool ended = false;
+    TKwMAPIMsgStoreEvents events;
+    events.OnObjectCreated = [&](IKwMAPIMsgStore&, const TKwMAPIEntryID& id, TKwMAPIObjectType type, auto&&...) {
+        if (type == otMessage)
+            told.push_back(id);
+    };
     events.OnSessionLogoff = [&](IKwMAPIMsgStore&) { ended = true; };
+    events.Start(*Store);
+    const auto message = AddMessage(*Root, u"one");
+    EXPECT_EQ(HrDispatchNotifications(0), 0);
+    ASSERT_EQ(told.size(), 1u);
+    EXPECT_TRUE(Store->CompareEntryIDs(told[0], message->Get_EntryID()));
+    events.Stop();
+    static_cast<void>(AddMessage(*Root, u"two"));
+    EXPECT_EQ(HrDispatchNotifications(0), 0);
+    EXPECT_EQ(told.size(), 1u);
     events.Start(*Store);
     Session->Logoff();
     EXPECT_TRUE(ended);

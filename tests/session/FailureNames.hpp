@@ -1,12 +1,15 @@
-// The names that failures give to the operations of a class.
+// The names that failures give to the operations of a class, and the texts of results that one of them explains.
 #pragma once
 
-#include "tests/session/ScriptedClient.hpp"
+#include "tests/core/Caught.hpp"
+#include "tests/support/ScriptedMAPI.hpp"
 
 #include <functional>
+#include <gtest/gtest.h>
 #include <span>
 #include <string>
 #include <tuple>
+#include <utility>
 
 namespace deftmapi::test
 {
@@ -24,6 +27,19 @@ inline void ExpectFailuresNameTheOperation(TScriptedCalls& calls, const std::str
         EXPECT_EQ(caught.ClassName, "EMAPI_NO_SUPPORT") << method;
         EXPECT_TRUE(caught.Message.starts_with(className + "." + method + " has raised the following"))
             << caught.Message;
+    }
+}
+
+/// Lets the client answer the call with each result and compares what is told.
+inline void ExpectTexts(TScriptedCalls& calls, const char* call, const std::string& beginning,
+                        std::span<const std::pair<mapi::HRESULT, const char*>> failures,
+                        const std::function<void()>& operation)
+{
+    for (const auto& [code, text] : failures) {
+        calls.Next(call, code);
+        const TCaught caught = Catch(operation);
+        EXPECT_EQ(caught.Message, beginning + text);
+        EXPECT_EQ(caught.Code, static_cast<std::uint32_t>(code));
     }
 }
 

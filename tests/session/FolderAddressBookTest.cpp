@@ -34,56 +34,40 @@ public:
     TKwComPtr<TScriptedTable> Hierarchy;
     TKwComPtr<TScriptedProp> NewEntry;
 
-    HRESULT DEFTMAPI_STDCALL GetContentsTable(ULONG, mapi::LPMAPITABLE*) override { return No("GetContentsTable"); }
+    DEFTMAPI_REFUSED(GetContentsTable, ULONG, mapi::LPMAPITABLE*)
     HRESULT DEFTMAPI_STDCALL GetHierarchyTable(ULONG flags, mapi::LPMAPITABLE* table) override
     {
         Bag.Enter("GetHierarchyTable", Hex(flags));
-        *table = TKwComPtr<mapi::IMAPITable>(Hierarchy.Get()).Detach();
-        return mapi::S_OK;
+        return Give(Hierarchy, table);
     }
-    HRESULT DEFTMAPI_STDCALL OpenEntry(ULONG, mapi::LPENTRYID, mapi::LPCIID, ULONG, ULONG*, mapi::LPUNKNOWN*) override
-    {
-        return No("OpenEntry");
-    }
-    HRESULT DEFTMAPI_STDCALL SetSearchCriteria(mapi::LPSRestriction, mapi::LPENTRYLIST, ULONG) override
-    {
-        return No("SetSearchCriteria");
-    }
-    HRESULT DEFTMAPI_STDCALL GetSearchCriteria(ULONG, mapi::LPSRestriction*, mapi::LPENTRYLIST*, ULONG*) override
-    {
-        return No("GetSearchCriteria");
-    }
+    DEFTMAPI_REFUSED(OpenEntry, ULONG, mapi::LPENTRYID, mapi::LPCIID, ULONG, ULONG*, mapi::LPUNKNOWN*)
+    DEFTMAPI_REFUSED(SetSearchCriteria, mapi::LPSRestriction, mapi::LPENTRYLIST, ULONG)
+    DEFTMAPI_REFUSED(GetSearchCriteria, ULONG, mapi::LPSRestriction*, mapi::LPENTRYLIST*, ULONG*)
     HRESULT DEFTMAPI_STDCALL CreateEntry(ULONG size, mapi::LPENTRYID id, ULONG flags, mapi::LPMAPIPROP* entry) override
     {
         if (const auto result = Bag.Enter("CreateEntry", HexOf(size, id) + "," + Hex(flags)))
             return *result;
-        *entry = TKwComPtr<mapi::IMAPIProp>(NewEntry.Get()).Detach();
-        return mapi::S_OK;
+        return Give(NewEntry, entry);
     }
-    HRESULT DEFTMAPI_STDCALL CopyEntries(mapi::LPENTRYLIST, mapi::ULONG_PTR, mapi::LPMAPIPROGRESS, ULONG) override
-    {
-        return No("CopyEntries");
-    }
+    DEFTMAPI_REFUSED(CopyEntries, mapi::LPENTRYLIST, mapi::ULONG_PTR, mapi::LPMAPIPROGRESS, ULONG)
     HRESULT DEFTMAPI_STDCALL DeleteEntries(mapi::LPENTRYLIST list, ULONG flags) override
     {
         return Bag.Enter("DeleteEntries", HexOf(list->lpbin[0].cb, list->lpbin[0].lpb) + "," + Hex(flags))
             .value_or(mapi::S_OK);
     }
-    HRESULT DEFTMAPI_STDCALL ResolveNames(mapi::LPSPropTagArray, ULONG, mapi::LPADRLIST, mapi::LPFlagList) override
-    {
-        return No("ResolveNames");
-    }
+    DEFTMAPI_REFUSED(ResolveNames, mapi::LPSPropTagArray, ULONG, mapi::LPADRLIST, mapi::LPFlagList)
 
 private:
-    HRESULT No(const char* method) { return Bag.Refuse(method, ""); }
+    HRESULT Refused(const char* method) { return Bag.Refuse(method, ""); }
 };
 
-class TScriptedAddrBook final : public TScriptedPropOf<mapi::IAddrBook>
+/// Opens two containers.
+class TBookOfContainers final : public TScriptedAddressBook
 {
 public:
-    explicit TScriptedAddrBook(TCallsRef calls)
-        : TScriptedPropOf(calls, {mapi::IID_IMAPIProp, mapi::IID_IAddrBook}, "book."),
-          Root(new TScriptedABContainer(calls, "root.")), Outlook(new TScriptedABContainer(calls, "outlook."))
+    explicit TBookOfContainers(TCallsRef calls)
+        : TScriptedAddressBook(calls), Root(new TScriptedABContainer(calls, "root.")),
+          Outlook(new TScriptedABContainer(calls, "outlook."))
     {}
     TKwComPtr<TScriptedABContainer> Root;
     TKwComPtr<TScriptedABContainer> Outlook; ///< every other container
@@ -94,95 +78,38 @@ public:
         if (const auto result = Bag.Enter("OpenEntry", std::to_string(size) + "," + Hex(flags)))
             return *result;
         *type = mapi::MAPI_ABCONT;
-        *object = TKwComPtr<mapi::IUnknown>((size == 0 ? Root : Outlook).Get()).Detach();
-        return mapi::S_OK;
+        return Give(size == 0 ? Root : Outlook, object);
     }
-    HRESULT DEFTMAPI_STDCALL CompareEntryIDs(ULONG, mapi::LPENTRYID, ULONG, mapi::LPENTRYID, ULONG, ULONG*) override
-    {
-        return No();
-    }
-    HRESULT DEFTMAPI_STDCALL Advise(ULONG, mapi::LPENTRYID, ULONG, mapi::LPMAPIADVISESINK, mapi::ULONG_PTR*) override
-    {
-        return No();
-    }
-    HRESULT DEFTMAPI_STDCALL Unadvise(mapi::ULONG_PTR) override { return No(); }
-    HRESULT DEFTMAPI_STDCALL CreateOneOff(mapi::LPTSTR, mapi::LPTSTR, mapi::LPTSTR, ULONG, ULONG*,
-                                          mapi::LPENTRYID*) override
-    {
-        return No();
-    }
-    HRESULT DEFTMAPI_STDCALL NewEntry(mapi::ULONG_PTR, ULONG, ULONG, mapi::LPENTRYID, ULONG, mapi::LPENTRYID, ULONG*,
-                                      mapi::LPENTRYID*) override
-    {
-        return No();
-    }
-    HRESULT DEFTMAPI_STDCALL ResolveName(mapi::ULONG_PTR, ULONG, mapi::LPTSTR, mapi::LPADRLIST) override
-    {
-        return No();
-    }
-    HRESULT DEFTMAPI_STDCALL Address(mapi::ULONG_PTR*, mapi::LPADRPARM, mapi::LPADRLIST*) override { return No(); }
-    HRESULT DEFTMAPI_STDCALL Details(mapi::ULONG_PTR*, mapi::LPFNDISMISS, mapi::LPVOID, ULONG, mapi::LPENTRYID,
-                                     mapi::LPFNBUTTON, mapi::LPVOID, mapi::LPTSTR, ULONG) override
-    {
-        return No();
-    }
-    HRESULT DEFTMAPI_STDCALL RecipOptions(mapi::ULONG_PTR, ULONG, mapi::LPADRENTRY) override { return No(); }
-    HRESULT DEFTMAPI_STDCALL QueryDefaultRecipOpt(mapi::LPTSTR, ULONG, ULONG*, mapi::LPSPropValue*) override
-    {
-        return No();
-    }
-    HRESULT DEFTMAPI_STDCALL GetPAB(ULONG*, mapi::LPENTRYID*) override { return No(); }
-    HRESULT DEFTMAPI_STDCALL SetPAB(ULONG, mapi::LPENTRYID) override { return No(); }
-    HRESULT DEFTMAPI_STDCALL GetDefaultDir(ULONG*, mapi::LPENTRYID*) override { return No(); }
-    HRESULT DEFTMAPI_STDCALL SetDefaultDir(ULONG, mapi::LPENTRYID) override { return No(); }
-    HRESULT DEFTMAPI_STDCALL GetSearchPath(ULONG, mapi::LPSRowSet*) override { return No(); }
-    HRESULT DEFTMAPI_STDCALL SetSearchPath(ULONG, mapi::LPSRowSet) override { return No(); }
-    HRESULT DEFTMAPI_STDCALL PrepareRecips(ULONG, mapi::LPSPropTagArray, mapi::LPADRLIST) override { return No(); }
-
-private:
-    static HRESULT No() { return mapi::MAPI_E_NO_SUPPORT; }
 };
 
 class TFolderAddressBookTest : public TScriptedClientTest
 {
 protected:
-    TFolderAddressBookTest() : Book(new TScriptedAddrBook(Calls)), Session(KwMake<TSession>())
+    TFolderAddressBookTest() : Book(new TBookOfContainers(Calls))
     {
         Client->AddressBook = TKwComPtr<mapi::IAddrBook>(Book.Get());
-        Client->Stores->AddRow({BinaryValue(GetPropTag(PR_ENTRYID), "STORE"), Default(),
+        Client->Stores->AddRow({BinaryValue(GetPropTag(PR_ENTRYID), "STORE"),
+                                BoolValue(GetPropTag(PR_DEFAULT_STORE), true),
                                 BinaryValue(GetPropTag(PR_MDB_PROVIDER), Provider)});
-        Session->Set_MAPIClient(ClientName);
         Session->Logon();
         Store = Session->OpenDefaultMsgStore(alReadWrite);
         Inbox = Store->OpenFolderByType(ftInbox, alReadWrite);
         Inbox->Set_ContainerClass(u"ipf.contact");
         static_cast<void>(Take());
     }
-    static mapi::SPropValue Default()
-    {
-        mapi::SPropValue value{};
-        value.ulPropTag = GetPropTag(PR_DEFAULT_STORE);
-        value.Value.b = 1;
-        return value;
-    }
     void List(const std::string& id) { Book->Root->Hierarchy->AddRow({BinaryValue(GetPropTag(PR_ENTRYID), id)}); }
     /// The calls that change the address book.
     [[nodiscard]] std::string Changes()
     {
-        std::string text;
-        for (const std::string& line : Calls->Lines())
-            for (const char* method : {"Entry(", "Entries(", "CopyTo(", "entry."})
-                if (line.find(method) != std::string::npos && !line.starts_with("book.OpenEntry(0,")) {
-                    text += line + "\n";
-                    break;
-                }
-        static_cast<void>(Take());
-        return text;
+        return TakeLines(*Calls, [](const std::string& line) {
+            return (line.find("Entry(") != std::string::npos || line.find("Entries(") != std::string::npos ||
+                    line.find("CopyTo(") != std::string::npos || line.find("entry.") != std::string::npos) &&
+                   !line.starts_with("book.OpenEntry(0,");
+        });
     }
 
     std::string Provider = std::string(16, 'p');
-    TKwComPtr<TScriptedAddrBook> Book;
-    TKwRef<TSession> Session;
+    TKwComPtr<TBookOfContainers> Book;
     TKwRef<IKwMAPIMsgStore> Store;
     TKwRef<IKwMAPIFolder> Inbox;
 };

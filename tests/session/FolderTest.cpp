@@ -1,7 +1,7 @@
 // Folders: kinds, default classes, subfolders, messages and tables.
+#include "tests/session/FailureNames.hpp"
 #include "tests/session/StoreFixture.hpp"
 
-#include <functional>
 #include <gtest/gtest.h>
 
 namespace deftmapi::test
@@ -85,16 +85,7 @@ TEST_F(TFolderTest, DefaultMessageClassesByKind)
         }
     }
 
-    const std::pair<TKwMAPIFolderType, TKwMAPIPropDef> ofStore[] = {
-        {ftOutbox, PR_IPM_OUTBOX_ENTRYID},      {ftDeleted, PR_IPM_WASTEBASKET_ENTRYID},
-        {ftSentItems, PR_IPM_SENTMAIL_ENTRYID}, {ftIPMRoot, PR_IPM_SUBTREE_ENTRYID},
-        {ftSearch, PR_FINDER_ENTRYID},          {ftCommon, PR_COMMON_VIEWS_ENTRYID},
-        {ftPersonal, PR_VIEWS_ENTRYID}};
-    for (const auto& [type, def] : ofStore)
-        Object->Bag.Set(BinaryValue(GetPropTag(def), "F" + std::to_string(type)));
-    InboxObject->Bag.Set(BinaryValue(GetPropTag(PR_IPM_DRAFTS_ENTRYID), "F" + std::to_string(ftDraft)));
-    SetAdditionalFolders({"", "F" + std::to_string(ftSyncIssues), "", "", "F" + std::to_string(ftJunkFolder)});
-    Store = OpenStore(alReadWrite);
+    AddSpecialFolders();
     const TKwMAPIFolderType mail[] = {ftOutbox, ftDeleted, ftSentItems, ftDraft, ftJunkFolder};
     for (const TKwMAPIFolderType type : mail) {
         const auto folder = Open("F" + std::to_string(type), u"IPF.Own");
@@ -132,11 +123,8 @@ TEST_F(TFolderTest, CreateMessage)
         static_cast<void>(inbox->CreateMessage(associated));
         EXPECT_EQ(Take(), "CreateMessage(null,0x00000040)");
     }
-    Calls->Next("CreateMessage", mapi::MAPI_E_NOT_ENOUGH_DISK);
-    EXPECT_EQ(Catch([&] { static_cast<void>(inbox->CreateMessage(u"IPM.Note")); }).Message.substr(0, 27),
-              "TKwMAPIFolder.CreateMessage");
     Session->ExtendedMAPI = false;
-    EXPECT_EQ(Catch([&] { static_cast<void>(inbox->CreateMessage(u"IPM.Task")); }),
+    EXPECT_EQ(Catch([&] { return inbox->CreateMessage(u"IPM.Task"); }),
               Failure("EMAPI_INVALID_PARAMETER", 0x80070057, "Simple MAPI only supports messages of type IPM.Note!"));
 }
 
@@ -158,7 +146,7 @@ TEST_F(TFolderTest, CreateFolder)
     EXPECT_EQ(Calls->Lines()[0], "CreateFolder(1,\"Ä\",null,0x80000001)");
     EXPECT_EQ(Calls->Lines()[1], "CreateFolder(1,'\xC4',null,0x00000001)");
     Calls->Next("CreateFolder", mapi::MAPI_E_COLLISION);
-    EXPECT_EQ(Catch([&] { static_cast<void>(inbox->CreateFolder(u"", u"Ä", u"", false)); }),
+    EXPECT_EQ(Catch([&] { return inbox->CreateFolder(u"", u"Ä", u"", false); }),
               Failure("EMAPI_COLLISION", 0x80040604,
                       "TKwMAPIFolder.CreateFolder failed!\r\nA folder with the name given in the AFolderName parameter "
                       "already exists. Folder names must be unique."));
@@ -166,7 +154,7 @@ TEST_F(TFolderTest, CreateFolder)
     // A folder that cannot get its class is taken back.
     static_cast<void>(Take());
     Calls->Next("NEW.SaveChanges", mapi::MAPI_E_NOT_ENOUGH_DISK);
-    EXPECT_EQ(Catch([&] { static_cast<void>(inbox->CreateFolder(u"IPF.Task", u"B", u"", false)); }).Code,
+    EXPECT_EQ(Catch([&] { return inbox->CreateFolder(u"IPF.Task", u"B", u"", false); }).Code,
               static_cast<std::uint32_t>(mapi::MAPI_E_NOT_ENOUGH_DISK));
     EXPECT_EQ(Calls->Count("DeleteFolder"), 1u);
 }
@@ -190,12 +178,8 @@ TEST_F(TFolderTest, DeleteFolderAndMessage)
                                     "not set. The subfolder was not deleted."},
         {mapi::MAPI_W_PARTIAL_COMPLETION, "The call succeeded, but not all of the entries were successfully deleted."},
     };
-    for (const auto& [code, text] : failures) {
-        Calls->Next("DeleteFolder", code);
-        const TCaught caught = Catch([&] { inbox->DeleteFolder(ID("X"), false, false, false); });
-        EXPECT_EQ(caught.Message, std::string("TKwMAPIFolder.DeleteFolder failed!\r\n") + text);
-        EXPECT_EQ(caught.Code, static_cast<std::uint32_t>(code));
-    }
+    ExpectTexts(*Calls, "DeleteFolder", "TKwMAPIFolder.DeleteFolder failed!\r\n", failures,
+                [&] { inbox->DeleteFolder(ID("X"), false, false, false); });
     Calls->Next("DeleteMessages", mapi::MAPI_W_PARTIAL_COMPLETION);
     EXPECT_EQ(Catch([&] { inbox->DeleteMessage(ID("X")); }).ClassName, "EMAPI_W_PARTIAL_COMPLETION");
 }
@@ -211,7 +195,7 @@ TEST_F(TFolderTest, Tables)
                       "GetContentsTable(0x80000040)");
     for (int i = 0; i < 2; ++i)
         Calls->Next("GetHierarchyTable", mapi::MAPI_E_BAD_CHARWIDTH);
-    EXPECT_EQ(Catch([&] { static_cast<void>(inbox->GetHierarchyTable(false)); }).Message.substr(0, 32),
+    EXPECT_EQ(Catch([&] { return inbox->GetHierarchyTable(false); }).Message.substr(0, 32),
               "TKwMAPIFolder.GetHierarchyTable ");
     for (int i = 0; i < 2; ++i) {
         Calls->Next("GetContentsTable", mapi::MAPI_E_BAD_CHARWIDTH);
@@ -222,7 +206,7 @@ TEST_F(TFolderTest, Tables)
                       "GetContentsTable(0x80000040)\nGetContentsTable(0x00000040)");
     Calls->Next("GetContentsTable", mapi::MAPI_E_UNKNOWN_ENTRYID);
     EXPECT_EQ(
-        Catch([&] { static_cast<void>(inbox->GetContentsTable()); }),
+        Catch([&] { return inbox->GetContentsTable(); }),
         Failure("EMAPI_UNKNOWN_ENTRYID", 0x80040201,
                 "TKwMAPIFolder.GetContentsTable has raised the following exception:\r\nThe given EntryID could not "
                 "be located. (-2147220991)\r\nThis exception can be raised if you are trying to open an Outlook "
@@ -234,35 +218,27 @@ TEST_F(TFolderTest, Tables)
     table->First();
     EXPECT_EQ(Calls->Count("GetContentsTable"), 1u); // fetched again from the folder
     Session->ExtendedMAPI = false;
-    EXPECT_EQ(Catch([&] { static_cast<void>(inbox->GetContentsTable()); }),
+    EXPECT_EQ(Catch([&] { return inbox->GetContentsTable(); }),
               Failure("EMAPI_NOT_SUPPORTED", 26, "This action is not supported by Simple MAPI!"));
 }
 
 TEST_F(TFolderTest, FailuresNameTheirOperation)
 {
     const auto inbox = OpenInbox();
-    struct TOperation
-    {
-        const char* Name;
-        const char* Called;
-        std::function<void()> Call;
-    };
-    const TOperation operations[] = {
-        {"CreateFolder", "CreateFolder", [&] { static_cast<void>(inbox->CreateFolder(u"", u"N", u"", false)); }},
+    const TNamedOperation operations[] = {
+        {"CreateFolder", "CreateFolder", [&] { return inbox->CreateFolder(u"", u"N", u"", false); }},
+        {"CreateMessage", "CreateMessage", [&] { return inbox->CreateMessage(u"IPM.Note"); }},
         {"CopyFolder", "CopyFolder", [&] { inbox->CopyFolder(ID("X"), *inbox, u"", false, false, false); }},
+        {"CopyMessages", "CopyMessage", [&] { inbox->CopyMessage(ID("X"), *inbox, true); }},
         {"DeleteFolder", "DeleteFolder", [&] { inbox->DeleteFolder(ID("X"), false, false, false); }},
         {"EmptyFolder", "EmptyFolder", [&] { inbox->EmptyFolder(false, false); }},
-        {"DeleteMessage", "DeleteMessages", [&] { inbox->DeleteMessage(ID("X")); }},
-        {"GetContentsTable", "GetContentsTable", [&] { static_cast<void>(inbox->GetContentsTable()); }},
-        {"GetAssociatedContentsTable", "GetContentsTable",
-         [&] { static_cast<void>(inbox->GetAssociatedContentsTable()); }},
-        {"GetHierarchyTable", "GetHierarchyTable", [&] { static_cast<void>(inbox->GetHierarchyTable(true)); }}};
-    for (const auto& operation : operations) {
-        Calls->Next(operation.Called, mapi::MAPI_E_NO_SUPPORT);
-        const TCaught caught = Catch(operation.Call);
-        EXPECT_EQ(caught.ClassName, "EMAPI_NO_SUPPORT") << operation.Name;
-        EXPECT_TRUE(caught.Message.starts_with(std::string("TKwMAPIFolder.") + operation.Name + " ")) << caught.Message;
-    }
+        {"DeleteMessages", "DeleteMessage", [&] { inbox->DeleteMessage(ID("X")); }},
+        {"GetMessageStatus", "GetMessageStatus", [&] { return inbox->Get_MessageStatus(ID("X")); }},
+        {"SetMessageStatus", "SetMessageStatus", [&] { inbox->Set_MessageStatus(ID("X"), 0); }},
+        {"GetContentsTable", "GetContentsTable", [&] { return inbox->GetContentsTable(); }},
+        {"GetContentsTable", "GetAssociatedContentsTable", [&] { return inbox->GetAssociatedContentsTable(); }},
+        {"GetHierarchyTable", "GetHierarchyTable", [&] { return inbox->GetHierarchyTable(true); }}};
+    ExpectFailuresNameTheOperation(*Calls, "TKwMAPIFolder", operations);
 }
 
 } // namespace

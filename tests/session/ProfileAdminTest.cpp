@@ -13,14 +13,12 @@ namespace
 class TProfileAdminTest : public TScriptedClientTest
 {
 protected:
-    TProfileAdminTest() : Session(KwMake<TSession>())
+    TProfileAdminTest()
     {
-        Session->Set_MAPIClient(ClientName);
         Profiles = Session->GetProfileAdmin();
         static_cast<void>(Take());
     }
 
-    TKwRef<TSession> Session;
     TKwRef<IKwMAPIProfileAdmin> Profiles;
 };
 
@@ -54,7 +52,7 @@ TEST_F(TProfileAdminTest, TheClientIsAskedForItWhenTheSessionIsSet)
     Profiles.Reset();
     Session->MAPIUnitialize();
     Session->MAPIUnload(); // forgets the entry point
-    EXPECT_EQ(Catch([&] { static_cast<void>(Session->GetProfileAdmin()); }).Message,
+    EXPECT_EQ(Catch([&] { return Session->GetProfileAdmin(); }).Message,
               "The loaded MAPI library does not support \"MAPIAdminProfiles\"!");
     Session->Get_LogonInfo()->Set_UseExtendedMAPI(false);
     EXPECT_NE(Session->GetProfileAdmin(), nullptr);
@@ -64,7 +62,7 @@ TEST_F(TProfileAdminTest, TheClientIsAskedForItWhenTheSessionIsSet)
     EXPECT_EQ(admin->Get_MAPIOBJECT(), ProfAdmin.Get());
     admin->SetSession(nullptr);
     EXPECT_EQ(admin->Get_MAPIOBJECT(), nullptr);
-    EXPECT_EQ(Catch([&] { static_cast<void>(admin->GetProfiles()); }).ClassName, "EMAPI_UNCONFIGURED");
+    EXPECT_EQ(Catch([&] { return admin->GetProfiles(); }).ClassName, "EMAPI_UNCONFIGURED");
 }
 
 TEST_F(TProfileAdminTest, ProfilesAndTheDefaultOneAreRowsOfTheTable)
@@ -72,10 +70,8 @@ TEST_F(TProfileAdminTest, ProfilesAndTheDefaultOneAreRowsOfTheTable)
     EXPECT_FALSE(Session->HasDefaultProfile()) << "no profiles";
     EXPECT_EQ(Session->GetProfiles(u";"), u"");
     const auto row = [](const char16_t* name, bool isDefault) {
-        mapi::SPropValue flag{};
-        flag.ulPropTag = GetPropTag(PR_DEFAULT_PROFILE);
-        flag.Value.b = isDefault ? 1 : 0;
-        return std::vector{TextValue(GetPropTag(PR_DISPLAY_NAME), name), flag};
+        return std::vector{TextValue(GetPropTag(PR_DISPLAY_NAME), name),
+                           BoolValue(GetPropTag(PR_DEFAULT_PROFILE), isDefault)};
     };
     ProfAdmin->Profiles->AddRow(row(u"Anna", false));
     EXPECT_FALSE(Profiles->HasDefaultProfile());
@@ -132,11 +128,10 @@ TEST_F(TProfileAdminTest, FailuresNameTheOperationAndTheClientsText)
     const TNamedOperation operations[] = {
         {"CreateProfile", "CreateProfile", [&] { Profiles->CreateProfile(u"x", u""); }},
         {"DeleteProfile", "DeleteProfile", [&] { Profiles->DeleteProfile(u"x"); }},
-        {"GetProfileTable", "GetProfileTable", [&] { static_cast<void>(Profiles->GetProfileTable()); }},
-        {"GetProfileTable", "HasDefaultProfile", [&] { static_cast<void>(Profiles->HasDefaultProfile()); }},
-        {"GetProfileTable", "GetProfiles", [&] { static_cast<void>(Profiles->GetProfiles()); }},
-        {"profile.AdminServices", "GetAdminServices",
-         [&] { static_cast<void>(Profiles->GetAdminServices(u"x", u"", false)); }}};
+        {"GetProfileTable", "GetProfileTable", [&] { return Profiles->GetProfileTable(); }},
+        {"GetProfileTable", "HasDefaultProfile", [&] { return Profiles->HasDefaultProfile(); }},
+        {"GetProfileTable", "GetProfiles", [&] { return Profiles->GetProfiles(); }},
+        {"profile.AdminServices", "GetAdminServices", [&] { return Profiles->GetAdminServices(u"x", u"", false); }}};
     ExpectFailuresNameTheOperation(*Calls, "TKwMAPIProfileAdmin", operations);
     ProfAdmin->Error = u"No room";
     EXPECT_EQ(Catch([&] {
@@ -168,9 +163,6 @@ TEST_F(TProfileAdminTest, RefusalsSayWhichProfileIsMeant)
         EXPECT_EQ(caught.ClassName, "EMAPI_NO_ACCESS");
         EXPECT_EQ(caught.Message.find("already exists"), std::string::npos) << "no such name: it is something else";
     }
-    Calls->Next("CreateProfile", mapi::MAPI_E_LOGON_FAILED);
-    EXPECT_EQ(Catch([&] { Profiles->CreateProfile(u"x", u""); }).ClassName, "EMAPI_LOGON_FAILED");
-
     const TCaught missing{"EMAPI_NOT_FOUND", "The specified profile does not exist.", 0x8004010F};
     Calls->Next("DeleteProfile", mapi::MAPI_E_NOT_FOUND);
     EXPECT_EQ(Catch([&] { Profiles->DeleteProfile(u"x"); }), missing);
@@ -184,8 +176,6 @@ TEST_F(TProfileAdminTest, RefusalsSayWhichProfileIsMeant)
     EXPECT_EQ(Catch([&] { Profiles->ChangeProfilePassword(u"x", u"", u"z"); }).ClassName, "EMAPI_LOGON_FAILED");
     Calls->Next("SetDefaultProfile", mapi::MAPI_E_NO_ACCESS);
     EXPECT_EQ(Catch([&] { Profiles->SetDefaultProfile(u"x"); }).ClassName, "EMAPI_NO_ACCESS");
-    Calls->Next("GetProfileTable", mapi::MAPI_E_NO_SUPPORT);
-    EXPECT_EQ(Catch([&] { static_cast<void>(Profiles->GetProfiles()); }).ClassName, "EMAPI_NO_SUPPORT");
 }
 
 } // namespace

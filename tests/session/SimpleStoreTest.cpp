@@ -66,12 +66,11 @@ mapi::ULONG DEFTMAPI_STDCALL ReadMail(mapi::LHANDLE, mapi::ULONG_PTR, mapi::LPST
 class TSimpleStoreTest : public TScriptedClientTest
 {
 protected:
-    TSimpleStoreTest() : Session(KwMake<TSession>())
+    TSimpleStoreTest()
     {
         Log = Calls.get();
         Module().Export("MAPIFindNext", &FindNext);
         Module().Export("MAPIReadMail", &ReadMail);
-        Session->Set_MAPIClient(ClientName);
         Session->Get_LogonInfo()->Set_UseExtendedMAPI(false);
         Session->Logon();
         Store = Session->OpenDefaultMsgStore(alReadWrite);
@@ -85,7 +84,6 @@ protected:
         return text;
     }
 
-    TKwRef<TSession> Session;
     TKwRef<IKwMAPIMsgStore> Store;
 };
 
@@ -101,23 +99,27 @@ TEST_F(TSimpleStoreTest, ThreeFolders)
     const auto outbox = Store->OpenFolder(folders->GetFieldValue(PR_ENTRYID), alReadOnly);
     EXPECT_EQ(outbox->Get_FolderType(), ftOutbox);
     EXPECT_EQ(outbox->GetHierarchyTable(true)->Get_RowCount(), 0);
-    EXPECT_EQ(Catch([&] { static_cast<void>(outbox->GetContentsTable()); }).Message,
+    EXPECT_EQ(Catch([&] { return outbox->GetContentsTable(); }).Message,
               "This action is not supported by Simple MAPI!");
     const auto inbox = Store->OpenFolderByPath(u"//inbox", alReadOnly);
     EXPECT_TRUE(Store->CompareEntryIDs(inbox->Get_EntryID(), Store->GetInboxFolderID()));
     EXPECT_EQ(inbox->Get_DefaultMessageClass(), u"IPM.Note");
 
+    EXPECT_EQ(EntryIDToStr(Store->GetFolderID(ftOutbox)), u"04000000");
+    EXPECT_EQ(EntryIDToStr(Store->GetInboxFolderID()), u"02000000");
+    EXPECT_EQ(Catch([&] { return Store->GetFolderID(ftSentItems); }),
+              (TCaught{"EMAPI_NOT_SUPPORTED", "When using Simple MAPI, you can only open the Inbox, Outbox or IPMRoot.",
+                       26}));
     EXPECT_EQ(EntryIDToStr(Store->GetContactFolderID()), u"00020000");
-    const auto contacts = Catch([&] { static_cast<void>(Store->OpenFolder(Store->GetContactFolderID(), alReadOnly)); });
+    const auto contacts = Catch([&] { return Store->OpenFolder(Store->GetContactFolderID(), alReadOnly); });
     EXPECT_EQ(contacts.Message, "The specified FolderID cannot be used in combination with Simple MAPI!");
     EXPECT_EQ(contacts.Code, 26u);
     EXPECT_EQ(Catch([&] { inbox->EmptyFolder(false, false); }).Message,
               "TKwMAPIFolder.EmptyFolder is not supported by Simple MAPI!");
-    EXPECT_EQ(Catch([&] { static_cast<void>(inbox->PropByName(PR_COMMENT)->Get_Value()); }).ClassName,
-              "EMAPI_NO_SUPPORT");
+    EXPECT_EQ(Catch([&] { return inbox->PropByName(PR_COMMENT)->Get_Value(); }).ClassName, "EMAPI_NO_SUPPORT");
     Session->Logoff();
-    EXPECT_EQ(Catch([&] { static_cast<void>(inbox->Get_FolderType()); }).ClassName, "EMAPI_NO_ACCESS");
-    EXPECT_EQ(Catch([&] { static_cast<void>(Store->GetInboxFolderID()); }).ClassName, "EMAPI_NO_ACCESS");
+    EXPECT_EQ(Catch([&] { return inbox->Get_FolderType(); }).ClassName, "EMAPI_NO_ACCESS");
+    EXPECT_EQ(Catch([&] { return Store->GetInboxFolderID(); }).ClassName, "EMAPI_NO_ACCESS");
 }
 
 TEST_F(TSimpleStoreTest, MessagesOfTheInbox)
@@ -142,9 +144,11 @@ TEST_F(TSimpleStoreTest, MessagesOfTheInbox)
     read->Set_Operator(bmoNotZero);
     contents->Filter(restriction);
     EXPECT_EQ(Column(*contents, PR_SUBJECT), "Grüße|");
+    contents->Close();
+    EXPECT_EQ(Column(*contents, PR_SUBJECT), "Grüße|") << "still filtered";
     contents->Filter(nullptr);
     EXPECT_EQ(contents->Get_RowCount(), 2);
-    EXPECT_EQ(Catch([&] { static_cast<void>(contents->CreateRestriction(rtAnd)); }).Message,
+    EXPECT_EQ(Catch([&] { return contents->CreateRestriction(rtAnd); }).Message,
               "Simple MAPI only supports the bitmask filter");
     EXPECT_EQ(Catch([&] { contents->Delete(); }).Message, "The table is readonly!");
 

@@ -108,12 +108,8 @@ protected:
     /// The calls about notifications.
     [[nodiscard]] std::string TakeCalls()
     {
-        std::string text;
-        for (const std::string& line : Calls->Lines())
-            if (line.find("dvise(") != std::string::npos)
-                text += line + " ";
-        static_cast<void>(Take());
-        return text;
+        return TakeLines(
+            *Calls, [](const std::string& line) { return line.find("dvise(") != std::string::npos; }, " ");
     }
 
     std::vector<std::string> Reported;
@@ -164,7 +160,7 @@ TEST_F(TStoreEventsTest, TheFirstSinkAdvisesAndTheLastEndsIt)
 
 TEST_F(TStoreEventsTest, StoresThatDoNotNotify)
 {
-    const auto connect = [&] { static_cast<void>(Connect()); };
+    const auto connect = [&] { return Connect(); };
     const TCaught refusal = Failure("EMAPI_NOT_SUPPORTED", 26, "This messagestore does not support notifications!");
     Calls->Next("store.Advise", mapi::MAPI_E_NO_SUPPORT);
     EXPECT_EQ(Catch(connect).Message.substr(0, 21), "TKwMAPIMsgStore.Start");
@@ -189,10 +185,22 @@ TEST_F(TStoreEventsTest, StoresThatDoNotNotify)
     EXPECT_FALSE(Store->Get_Advised());
 }
 
-TEST_F(TStoreEventsTest, EventsInOrderToEverySink)
+TEST_F(TStoreEventsTest, EventsInOrderToEverySinkAndFunction)
 {
     const auto first = Connect();
     const auto second = Connect();
+    TTold told;
+    TKwMAPIMsgStoreEvents functions;
+    const auto note = [&](const char* event) {
+        return [&told, event](IKwMAPIMsgStore&, auto&&... args) { told.push_back(Described(event, args...)); };
+    };
+    functions.OnNewMessage = note("mail");
+    functions.OnObjectCreated = note("Created");
+    functions.OnObjectDeleted = note("Deleted");
+    functions.OnObjectModified = note("Modified");
+    functions.OnObjectMoved = note("Moved");
+    functions.OnObjectCopied = note("Copied");
+    functions.Start(*Store);
     mapi::NOTIFICATION wide = Event(mapi::fnevNewMail);
     wide.info.newmail = {1, EntryOf("M"), 1, EntryOf("F"), mapi::MAPI_UNICODE, const_cast<char16_t*>(u"IPM.Ä"), 0};
     mapi::NOTIFICATION narrow = wide;
@@ -215,8 +223,8 @@ TEST_F(TStoreEventsTest, EventsInOrderToEverySink)
     const std::string rest = " O 5 P - OLD PR_SUBJECT 0x6F5D0003";
     const TTold all{"mail F M IPM.Ä",  "mail F M IPM.Ä", "Created" + rest, "Deleted" + rest,
                     "Modified" + rest, "Moved" + rest,   "Copied" + rest,  "Copied O 5 P - OLD"};
-    EXPECT_EQ(first->Told, all);
-    EXPECT_EQ(second->Told, all);
+    for (const TTold& each : {first->Told, second->Told, told})
+        EXPECT_EQ(each, all);
     EXPECT_TRUE(Reported.empty());
 }
 
@@ -257,7 +265,6 @@ TEST_F(TStoreEventsTest, SinksThatThrowOrLeave)
 TEST_F(TStoreEventsTest, TheStoreEndsOnTheThreadThatDropsIt)
 {
     const auto sink = KwMake<TSink>();
-    sink->Then = [](IKwMAPIMsgStore&) {};
     Store.Reset();
     const std::size_t objects = TKwAutoIntfObject::LiveObjects();
     for (int round = 0; round < 300; ++round) {
@@ -348,41 +355,26 @@ TEST_F(TStoreEventsTest, StoppingWaitsForASinkOnTheClientsThread)
     EXPECT_EQ(sink->Told.size(), 1u);
 }
 
-TEST_F(TStoreEventsTest, Component)
+TEST_F(TStoreEventsTest, TheComponentStartsAndStops)
 {
     TTold told;
     TKwMAPIMsgStoreEvents events;
-    const auto note = [&](const char* event) {
-        return [&told, event](IKwMAPIMsgStore&, auto&&... args) { told.push_back(Described(event, args...)); };
-    };
-    events.OnNewMessage = note("mail");
-    events.OnObjectCreated = note("created");
-    events.OnObjectDeleted = note("deleted");
-    events.OnObjectModified = note("modified");
-    events.OnObjectCopied = note("copied");
+    events.OnObjectModified = [&](auto&&...) { told.push_back("modified"); };
     events.OnSessionLogoff = [&](IKwMAPIMsgStore&) { told.push_back("logoff"); };
     events.Stop();
     events.Start(*Store);
     EXPECT_TRUE(events.GetActive());
     EXPECT_EQ(events.GetMsgStore().Get(), Store.Get());
-    TKwMAPITagArray tags(std::vector<mapi::ULONG>{0x0037001F});
     std::vector<mapi::NOTIFICATION> all{Event(mapi::fnevNewMail)};
-    all[0].info.newmail = {1, EntryOf("M"), 1, EntryOf("F"), 0, const_cast<char*>("IPM"), 0};
-    for (const mapi::ULONG type : {0x4u, 0x8u, 0x10u, 0x20u, 0x40u}) { // nobody listens to moves at first
+    for (const mapi::ULONG type : {0x4u, 0x8u, 0x10u, 0x20u, 0x40u})
         all.push_back(Event(type));
-        all.back().info.obj = {1, EntryOf("O"),  mapi::MAPI_FOLDER, 1, EntryOf("P"), 3, EntryOf("OLD"),
-                               2, EntryOf("OP"), tags.Get()};
-    }
     Notify(all);
-    const std::string rest = " O 3 P OLD OP PR_SUBJECT";
-    EXPECT_EQ(told, (TTold{"mail F M IPM", "created" + rest, "deleted" + rest, "modified" + rest, "copied" + rest}));
-    events.OnObjectMoved = note("moved");
-    Notify({all[4]});
-    EXPECT_EQ(told.back(), "moved" + rest);
+    EXPECT_EQ(told, TTold{"modified"}) << "nobody listens to the others";
+    EXPECT_TRUE(Reported.empty());
 
     events.OnObjectCreated = [&](auto&&...) { events.Stop(); };
     Notify(all);
-    EXPECT_EQ(told.back(), "mail F M IPM");
+    EXPECT_EQ(told, TTold{"modified"});
     EXPECT_FALSE(events.GetActive());
     EXPECT_FALSE(Store->Get_Advised());
 

@@ -49,6 +49,27 @@ protected:
         list.Value.MVbin = {static_cast<mapi::ULONG>(elements.size()), elements.data()};
         InboxObject->Bag.Set(list);
     }
+    /// Gives the store every special folder, the one of the kind 64 as "F64", and opens it anew.
+    void AddSpecialFolders()
+    {
+        const std::pair<TScriptedBag*, std::vector<TKwMAPIPropDef>> places[] = {
+            {&Object->Bag,
+             {PR_IPM_OUTBOX_ENTRYID, PR_IPM_WASTEBASKET_ENTRYID, PR_IPM_SENTMAIL_ENTRYID, PR_IPM_SUBTREE_ENTRYID,
+              PR_FINDER_ENTRYID, PR_COMMON_VIEWS_ENTRYID, PR_VIEWS_ENTRYID}},
+            {&InboxObject->Bag,
+             {PR_IPM_CONTACT_ENTRYID, PR_IPM_APPOINTMENT_ENTRYID, PR_IPM_JOURNAL_ENTRYID, PR_IPM_NOTE_ENTRYID,
+              PR_IPM_TASK_ENTRYID, PR_IPM_DRAFTS_ENTRYID}}};
+        TKwMAPIFolderType type = ftOutbox; // the kinds are bits, in this order
+        for (const auto& [bag, defs] : places)
+            for (const TKwMAPIPropDef def : defs) {
+                bag->Set(BinaryValue(GetPropTag(def), "F" + std::to_string(type)));
+                type *= 2;
+            }
+        for (type = ftOutbox; type <= ftJunkFolder; type *= 2)
+            Object->AddFolder("F" + std::to_string(type));
+        SetAdditionalFolders({"", "F32768", "", "", "F65536"});
+        Store = OpenStore(alReadWrite);
+    }
     [[nodiscard]] std::string Take() { return Calls->Take(); }
 
     static TCaught Failure(const char* className, std::uint32_t code, const std::string& message)

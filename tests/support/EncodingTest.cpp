@@ -61,13 +61,7 @@ TEST(EncodingTest, Utf16)
 
 TEST(EncodingTest, CodePagesOfThePlatform)
 {
-    struct TCase
-    {
-        unsigned CodePage;
-        const char* Bytes;
-        const char16_t* Text;
-    };
-    const TCase cases[] = {
+    const std::tuple<unsigned, const char*, const char16_t*> cases[] = {
         {1251, "\xCF\xF0\xE8", u"\u041F\u0440\u0438"},
         {28605, "\xA4", u"\u20AC"},
         {874, "\xA1", u"\u0E01"},
@@ -82,14 +76,14 @@ TEST(EncodingTest, CodePagesOfThePlatform)
         {54936, "\x94\x39\xFC\x36", u"\U0001F600"},
     };
     int known = 0;
-    for (const TCase& c : cases) {
-        const TKwEncoding encoding(c.CodePage);
+    for (const auto& [codePage, bytes, text] : cases) {
+        const TKwEncoding encoding(codePage);
         if (!encoding.IsKnown())
             continue; // a system may lack some of them
         ++known;
-        EXPECT_EQ(encoding.ToWide(c.Bytes), c.Text) << c.CodePage;
-        EXPECT_EQ(encoding.FromWide(c.Text), c.Bytes) << c.CodePage;
-        EXPECT_TRUE(encoding.CanEncode(c.Text)) << c.CodePage;
+        EXPECT_EQ(encoding.ToWide(bytes), text) << codePage;
+        EXPECT_EQ(encoding.FromWide(text), bytes) << codePage;
+        EXPECT_TRUE(encoding.CanEncode(text)) << codePage;
         EXPECT_EQ(encoding.FromWide(u""), "");
         EXPECT_EQ(encoding.ToWide(""), u"");
     }

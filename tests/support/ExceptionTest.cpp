@@ -80,14 +80,3 @@ TEST(ExceptionTest, RegistryChoosesByCategoryAndCode)
     // A plain message is no pattern.
     EXPECT_EQ(KwCreateException(u"Test", 10, u"100%")->Message(), u"100%");
 }
-
-TEST(ExceptionTest, AssertionNamesTheUnit)
-{
-    KwAssert(true, u"never", u"uKwMAPILists");
-    try {
-        KwAssert(false, u"Assertion failure", u"uKwMAPILib");
-        FAIL() << "the assertion did not raise";
-    } catch (const EKwAssertionFailed& e) {
-        EXPECT_EQ(e.Message(), u"Assertion failure (uKwMAPILib)");
-    }
-}

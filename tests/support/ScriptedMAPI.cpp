@@ -5,6 +5,7 @@
 #include "mapi/headers/uKwMAPIPropTypesH.hpp"
 #include "support/uKwText.hpp"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <gtest/gtest.h>
@@ -66,13 +67,18 @@ std::mutex allocatorLock;
 std::map<void*, std::vector<void*>> liveBlocks;
 std::atomic<int> liveDoubles{0};
 
+/// Exactly the size asked for, so that the sanitizer sees a write behind it; filled, so that nobody gets by with
+/// reading what was never written.
+void* NewBlock(mapi::ULONG size)
+{
+    return std::memset(std::malloc(std::max<std::size_t>(size, 1)), 0xCD, size);
+}
+
 } // namespace
 
 void* TScriptedAllocator::Allocate(mapi::ULONG size)
 {
-    // Filled, so that nobody gets by with reading what was never written.
-    void* block = std::malloc(size + 1);
-    std::memset(block, 0xCD, size + 1);
+    void* block = NewBlock(size);
     const std::lock_guard lock(allocatorLock);
     liveBlocks.emplace(block, std::vector<void*>());
     return block;
@@ -80,8 +86,7 @@ void* TScriptedAllocator::Allocate(mapi::ULONG size)
 
 void* TScriptedAllocator::AllocateMore(mapi::ULONG size, void* parent)
 {
-    void* block = std::malloc(size + 1);
-    std::memset(block, 0xCD, size + 1);
+    void* block = NewBlock(size);
     const std::lock_guard lock(allocatorLock);
     const auto found = liveBlocks.find(parent);
     if (found == liveBlocks.end()) {
@@ -150,102 +155,84 @@ std::string HexBytes(const void* data, std::size_t size)
     return text + "]";
 }
 
-std::string Quoted(const char* text)
+/// The text of one element.
+struct TElement
 {
-    return text != nullptr ? "'" + std::string(text) + "'" : "null";
-}
+    template <typename T>
+    requires std::is_integral_v<T>
+    static std::string Text(T number) { return std::to_string(number); }
+    static std::string Text(double number)
+    {
+        char text[40];
+        std::snprintf(text, sizeof text, "%.9g", number);
+        return text;
+    }
+    static std::string Text(const char* text) { return text != nullptr ? "'" + std::string(text) + "'" : "null"; }
+    static std::string Text(const char16_t* text) { return text != nullptr ? '"' + KwToUtf8(text) + '"' : "null"; }
+    static std::string Text(const mapi::SBinary& bin) { return HexBytes(bin.lpb, bin.cb); }
+    static std::string Text(const mapi::GUID& guid) { return "guid " + HexBytes(&guid, sizeof guid); }
+    static std::string Text(const mapi::CURRENCY& amount) { return std::to_string(amount.int64); }
+    static std::string Text(const mapi::LARGE_INTEGER& number) { return std::to_string(number.QuadPart); }
+    static std::string Text(const mapi::FILETIME& time)
+    {
+        return std::to_string(std::uint64_t{time.dwHighDateTime} << 32 | time.dwLowDateTime);
+    }
+};
 
-std::string Quoted(const char16_t* text)
+/// Calls visit(elements, count, behind a pointer?, suffix of the text) for what a value of that type holds, be it one
+/// element or many; not at all for a type that is not known.
+template <typename Visit>
+void VisitValue(mapi::ULONG type, mapi::UPV& v, Visit visit)
 {
-    return text != nullptr ? "\"" + KwToUtf8(text) + "\"" : "null";
-}
-
-std::string Number(double number)
-{
-    char text[40];
-    std::snprintf(text, sizeof text, "%.9g", number);
-    return text;
-}
-
-std::string Of(const mapi::FILETIME& time)
-{
-    return std::to_string(std::uint64_t{time.dwHighDateTime} << 32 | time.dwLowDateTime) + "t";
-}
-
-template <typename T, typename Print>
-std::string Elements(mapi::ULONG count, const T* elements, Print print)
-{
-    std::string text = "{";
-    for (mapi::ULONG i = 0; i < count; ++i)
-        text += (i == 0 ? "" : ",") + print(elements[i]);
-    return text + "}";
-}
-
-std::string ValueText(mapi::ULONG type, const mapi::UPV& v)
-{
-    const auto integer = [](auto number) { return std::to_string(number); };
-    const auto real = [](auto number) { return Number(static_cast<double>(number)); };
-    switch (type) {
+    const bool many = (type & mapi::MV_FLAG) != 0;
+    const auto pick = [&](auto& single, mapi::ULONG count, auto*& elements, const char* suffix = "") {
+        auto* one = &single;
+        many ? visit(elements, count, true, suffix) : visit(one, 1, false, suffix);
+    };
+    switch (type & ~mapi::MV_FLAG) {
     case mapi::PT_I2:
-        return std::to_string(v.i);
+        return pick(v.i, v.MVi.cValues, v.MVi.lpi);
     case mapi::PT_LONG:
-        return std::to_string(v.l);
+        return pick(v.l, v.MVl.cValues, v.MVl.lpl);
     case mapi::PT_R4:
-        return Number(static_cast<double>(v.flt));
+        return pick(v.flt, v.MVflt.cValues, v.MVflt.lpflt);
     case mapi::PT_DOUBLE:
-        return Number(v.dbl);
+        return pick(v.dbl, v.MVdbl.cValues, v.MVdbl.lpdbl);
     case mapi::PT_CURRENCY:
-        return std::to_string(v.cur.int64) + "c";
+        return pick(v.cur, v.MVcur.cValues, v.MVcur.lpcur, "c");
     case mapi::PT_APPTIME:
-        return Number(v.at) + "d";
-    case mapi::PT_ERROR:
-        return "error " + Hex(static_cast<std::uint32_t>(v.err));
-    case mapi::PT_BOOLEAN:
-        return v.b == 0 ? "false" : v.b == 1 ? "true" : "Boolean " + std::to_string(v.b);
+        return pick(v.at, v.MVat.cValues, v.MVat.lpat, "d");
     case mapi::PT_I8:
-        return std::to_string(v.li.QuadPart) + "L";
+        return pick(v.li, v.MVli.cValues, v.MVli.lpli, "L");
     case mapi::PT_SYSTIME:
-        return Of(v.ft);
+        return pick(v.ft, v.MVft.cValues, v.MVft.lpft, "t");
     case mapi::PT_UNICODE:
-        return Quoted(v.lpszW);
+        return pick(v.lpszW, v.MVszW.cValues, v.MVszW.lppszW);
     case mapi::PT_STRING8:
-        return Quoted(v.lpszA);
+        return pick(v.lpszA, v.MVszA.cValues, v.MVszA.lppszA);
     case mapi::PT_BINARY:
     case mapi::PT_SVREID:
-        return HexBytes(v.bin.lpb, v.bin.cb);
+        return pick(v.bin, v.MVbin.cValues, v.MVbin.lpbin);
     case mapi::PT_CLSID:
-        return "guid " + HexBytes(v.lpguid, sizeof *v.lpguid);
-    case mapi::PT_MV_I2:
-        return Elements(v.MVi.cValues, v.MVi.lpi, integer);
-    case mapi::PT_MV_LONG:
-        return Elements(v.MVl.cValues, v.MVl.lpl, integer);
-    case mapi::PT_MV_R4:
-        return Elements(v.MVflt.cValues, v.MVflt.lpflt, real);
-    case mapi::PT_MV_DOUBLE:
-        return Elements(v.MVdbl.cValues, v.MVdbl.lpdbl, real);
-    case mapi::PT_MV_CURRENCY:
-        return Elements(v.MVcur.cValues, v.MVcur.lpcur,
-                        [](const mapi::CURRENCY& c) { return std::to_string(c.int64) + "c"; });
-    case mapi::PT_MV_APPTIME:
-        return Elements(v.MVat.cValues, v.MVat.lpat, [](double days) { return Number(days) + "d"; });
-    case mapi::PT_MV_SYSTIME:
-        return Elements(v.MVft.cValues, v.MVft.lpft, Of);
-    case mapi::PT_MV_I8:
-        return Elements(v.MVli.cValues, v.MVli.lpli,
-                        [](const mapi::LARGE_INTEGER& n) { return std::to_string(n.QuadPart) + "L"; });
-    case mapi::PT_MV_UNICODE:
-        return Elements(v.MVszW.cValues, v.MVszW.lppszW, [](const char16_t* text) { return Quoted(text); });
-    case mapi::PT_MV_STRING8:
-        return Elements(v.MVszA.cValues, v.MVszA.lppszA, [](const char* text) { return Quoted(text); });
-    case mapi::PT_MV_BINARY:
-        return Elements(v.MVbin.cValues, v.MVbin.lpbin,
-                        [](const mapi::SBinary& bin) { return HexBytes(bin.lpb, bin.cb); });
-    case mapi::PT_MV_CLSID:
-        return Elements(v.MVguid.cValues, v.MVguid.lpguid,
-                        [](const mapi::GUID& guid) { return "guid " + HexBytes(&guid, sizeof guid); });
+        return many ? visit(v.MVguid.lpguid, v.MVguid.cValues, true, "") : visit(v.lpguid, 1, true, "");
     default:
-        return "?";
+        return;
     }
+}
+
+std::string ValueText(mapi::ULONG type, mapi::UPV v)
+{
+    if (type == mapi::PT_ERROR)
+        return "error " + Hex(static_cast<std::uint32_t>(v.err));
+    if (type == mapi::PT_BOOLEAN)
+        return v.b == 0 ? "false" : v.b == 1 ? "true" : "Boolean " + std::to_string(v.b);
+    std::string text;
+    VisitValue(type, v, [&](auto* elements, mapi::ULONG count, bool, const char* suffix) {
+        for (mapi::ULONG i = 0; i < count; ++i)
+            text += (i == 0 ? "" : ",") + TElement::Text(elements[i]) + suffix;
+        text = (type & mapi::MV_FLAG) != 0 ? "{" + text + "}" : text;
+    });
+    return text.empty() ? "?" : text;
 }
 
 template <typename T>
@@ -255,12 +242,6 @@ T* CopyBlock(const T* data, std::size_t count, const std::function<void*(std::si
     if (count != 0)
         std::memcpy(copy, data, count * sizeof(T));
     return copy;
-}
-
-template <typename Char>
-Char* CopyText(const Char* text, const std::function<void*(std::size_t)>& allocate)
-{
-    return CopyBlock(text, std::char_traits<Char>::length(text) + 1, allocate);
 }
 
 } // namespace
@@ -290,60 +271,19 @@ std::string TextOf(const mapi::SPropTagArray* tags)
 void CopyValue(const mapi::SPropValue& from, mapi::SPropValue& to, const std::function<void*(std::size_t)>& allocate)
 {
     to = from;
-    mapi::UPV& v = to.Value;
-    switch (mapi::PROP_TYPE(from.ulPropTag)) {
-    case mapi::PT_UNICODE:
-        v.lpszW = CopyText(v.lpszW, allocate);
-        break;
-    case mapi::PT_STRING8:
-        v.lpszA = CopyText(v.lpszA, allocate);
-        break;
-    case mapi::PT_BINARY:
-    case mapi::PT_SVREID:
-        v.bin.lpb = CopyBlock(v.bin.lpb, v.bin.cb, allocate);
-        break;
-    case mapi::PT_CLSID:
-        v.lpguid = CopyBlock(v.lpguid, 1, allocate);
-        break;
-    case mapi::PT_MV_I2:
-        v.MVi.lpi = CopyBlock(v.MVi.lpi, v.MVi.cValues, allocate);
-        break;
-    case mapi::PT_MV_LONG:
-        v.MVl.lpl = CopyBlock(v.MVl.lpl, v.MVl.cValues, allocate);
-        break;
-    case mapi::PT_MV_R4:
-        v.MVflt.lpflt = CopyBlock(v.MVflt.lpflt, v.MVflt.cValues, allocate);
-        break;
-    case mapi::PT_MV_DOUBLE:
-    case mapi::PT_MV_APPTIME:
-        v.MVdbl.lpdbl = CopyBlock(v.MVdbl.lpdbl, v.MVdbl.cValues, allocate);
-        break;
-    case mapi::PT_MV_I8:
-    case mapi::PT_MV_CURRENCY:
-    case mapi::PT_MV_SYSTIME:
-        v.MVli.lpli = CopyBlock(v.MVli.lpli, v.MVli.cValues, allocate);
-        break;
-    case mapi::PT_MV_CLSID:
-        v.MVguid.lpguid = CopyBlock(v.MVguid.lpguid, v.MVguid.cValues, allocate);
-        break;
-    case mapi::PT_MV_UNICODE:
-        v.MVszW.lppszW = CopyBlock(v.MVszW.lppszW, v.MVszW.cValues, allocate);
-        for (mapi::ULONG i = 0; i < v.MVszW.cValues; ++i)
-            v.MVszW.lppszW[i] = CopyText(v.MVszW.lppszW[i], allocate);
-        break;
-    case mapi::PT_MV_STRING8:
-        v.MVszA.lppszA = CopyBlock(v.MVszA.lppszA, v.MVszA.cValues, allocate);
-        for (mapi::ULONG i = 0; i < v.MVszA.cValues; ++i)
-            v.MVszA.lppszA[i] = CopyText(v.MVszA.lppszA[i], allocate);
-        break;
-    case mapi::PT_MV_BINARY:
-        v.MVbin.lpbin = CopyBlock(v.MVbin.lpbin, v.MVbin.cValues, allocate);
-        for (mapi::ULONG i = 0; i < v.MVbin.cValues; ++i)
-            v.MVbin.lpbin[i].lpb = CopyBlock(v.MVbin.lpbin[i].lpb, v.MVbin.lpbin[i].cb, allocate);
-        break;
-    default:
-        break;
-    }
+    VisitValue(mapi::PROP_TYPE(from.ulPropTag), to.Value,
+               [&](auto*& elements, mapi::ULONG count, bool isBehindAPointer, const char*) {
+                   using T = std::remove_pointer_t<std::remove_reference_t<decltype(elements)>>;
+                   if (isBehindAPointer)
+                       elements = CopyBlock(elements, count, allocate);
+                   for (T* element = elements; element != elements + count; ++element) {
+                       if constexpr (std::is_same_v<T, mapi::SBinary>)
+                           element->lpb = CopyBlock(element->lpb, element->cb, allocate);
+                       else if constexpr (std::is_pointer_v<T>)
+                           *element = CopyBlock(
+                               *element, std::char_traits<std::remove_pointer_t<T>>::length(*element) + 1, allocate);
+                   }
+               });
 }
 
 TOwnedValue::TOwnedValue(const mapi::SPropValue& value)

@@ -98,6 +98,25 @@ private:
 [[nodiscard]] mapi::SPropValue TextValue(mapi::ULONG tag, const char* text);
 [[nodiscard]] mapi::SPropValue ErrorValue(mapi::ULONG tag, mapi::SCODE code);
 
+/// The name of a property, with the set and the text that it points to.
+struct TPropName : mapi::MAPINAMEID
+{
+    TPropName(const mapi::GUID& set, mapi::LONG identifier) : mapi::MAPINAMEID{&Set, mapi::MNID_ID, {}}, Set(set)
+    {
+        Kind.lID = identifier;
+    }
+    TPropName(const mapi::GUID& set, WideString text)
+        : mapi::MAPINAMEID{&Set, mapi::MNID_STRING, {}}, Set(set), Text(std::move(text))
+    {
+        Kind.lpwstrName = Text.data();
+    }
+    TPropName(const TPropName&) = delete;
+    TPropName& operator=(const TPropName&) = delete;
+
+    mapi::GUID Set;
+    WideString Text;
+};
+
 // ---- COM objects
 
 /// COM doubles that are alive.
@@ -159,9 +178,9 @@ public:
     mapi::ULONG_PTR Window = 0;
 
     [[nodiscard]] WideString GetClassName() const override { return u"TScriptedSession"; }
-    [[nodiscard]] bool Get_Active() const noexcept override { return Active; }
-    [[nodiscard]] bool UsesExtendedMAPI() const noexcept override { return ExtendedMAPI; }
-    [[nodiscard]] bool Get_ConnectedToExchange() const noexcept override { return ConnectedToExchange; }
+    [[nodiscard]] WordBool Get_Active() const noexcept override { return Active; }
+    [[nodiscard]] WordBool UsesExtendedMAPI() const noexcept override { return ExtendedMAPI; }
+    [[nodiscard]] WordBool Get_ConnectedToExchange() const noexcept override { return ConnectedToExchange; }
     [[nodiscard]] mapi::ULONG_PTR GetParentWindow() const override { return Window; }
     [[nodiscard]] void* AllocateBuffer(mapi::ULONG size) override;
     [[nodiscard]] void* AllocateMore(mapi::ULONG size, void* parent) override;

@@ -283,11 +283,12 @@ mapi::HRESULT TScriptedBag::GetIDsFromNames(mapi::ULONG count, mapi::MAPINAMEID*
         text += NameText(*names[i]) + ",";
     if (const auto scripted = Enter("GetIDsFromNames", text + Hex(flags)))
         return *scripted;
-    std::vector<mapi::ULONG> found;
-    for (mapi::ULONG i = 0; i < count; ++i)
+    std::vector<mapi::ULONG> found = IDs.value_or(std::vector<mapi::ULONG>());
+    for (mapi::ULONG i = 0; i < count && !IDs; ++i)
         found.push_back(IdOfName(*names[i]));
     *tags = NewTagArray(found);
-    return mapi::S_OK;
+    const auto isError = [](mapi::ULONG tag) { return mapi::PROP_TYPE(tag) == mapi::PT_ERROR; };
+    return std::any_of(found.begin(), found.end(), isError) ? mapi::MAPI_W_ERRORS_RETURNED : mapi::S_OK;
 }
 
 mapi::HRESULT TScriptedBag::GetNamesFromIDs(mapi::SPropTagArray** tags, mapi::GUID*, mapi::ULONG flags,

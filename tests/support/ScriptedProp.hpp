@@ -43,6 +43,8 @@ public:
     WideString Component;
     /// Names that GetNamesFromIDs does not know, although they have an identifier.
     bool ForgetNames = false;
+    /// What GetIDsFromNames gives instead of the bag's own identifiers; with a warning when one is an error.
+    std::optional<std::vector<mapi::ULONG>> IDs;
     /// GetNamesFromIDs tells a number of names and gives none.
     bool LoseNames = false;
     /// What OpenProperty gives; a stream over the value unless set.

@@ -35,8 +35,7 @@ class TTestPlatform : public IKwPlatform
 public:
     using TValues = std::map<WideString, WideString>;
 
-    // What the test sets up. Registry keys and value names are compared without regard to case, keys without a leading
-    // backslash.
+    // What the test sets up. All names are compared without regard to case, registry keys without a leading backslash.
     /// Creates the key with all its parents.
     void AddKey(TKwRegistryRoot root, const WideString& key, TKwRegistryView view = TKwRegistryView::rvProcess)
     {
@@ -48,10 +47,10 @@ public:
         KeyFor(root, view, key).Values[KwUpperCase(name)] = value;
     }
     void SetFile(const WideString& fileName, std::string content) { Files[fileName] = std::move(content); }
-    void SetEnvironment(const WideString& name, const WideString& value) { FEnvironment[Fold(name)] = value; }
-    void ClearEnvironment(const WideString& name) { FEnvironment.erase(Fold(name)); }
+    void SetEnvironment(const WideString& name, const WideString& value) { FEnvironment[KwUpperCase(name)] = value; }
+    void ClearEnvironment(const WideString& name) { FEnvironment.erase(KwUpperCase(name)); }
     /// The module stays alive as long as the platform. Adding a name again gives the module that is there.
-    TFakeModule& AddModule(const WideString& fileName) { return Modules[Fold(fileName)]; }
+    TFakeModule& AddModule(const WideString& fileName) { return Modules[KwUpperCase(fileName)]; }
     /// Loads minus frees of all modules.
     [[nodiscard]] int OpenModules() const noexcept
     {
@@ -61,7 +60,6 @@ public:
         return result;
     }
 
-    bool CaseInsensitiveFiles = true; ///< as on Windows; also for environment and module names
     bool Process64Bit = true;
     bool WindowsNT = true;
     std::uint32_t Locale = 0x0409;
@@ -96,7 +94,7 @@ public:
     {
         if (OnLoad)
             OnLoad(fileName);
-        const auto found = Modules.find(Fold(fileName));
+        const auto found = Modules.find(KwUpperCase(fileName));
         reason = found == Modules.end() ? u"The module was not found." : found->second.Refusal;
         if (found == Modules.end() || !found->second.Refusal.empty())
             return nullptr;
@@ -136,7 +134,7 @@ public:
         std::vector<WideString> result;
         for (const auto& [fileName, content] : Files) {
             const std::size_t separator = fileName.find_last_of(u"\\/");
-            const bool below = Fold(fileName).compare(0, prefix.size(), Fold(prefix)) == 0;
+            const bool below = KwUpperCase(fileName).compare(0, prefix.size(), KwUpperCase(prefix)) == 0;
             if (below && separator != WideString::npos && KwSameText(WideView(fileName).substr(separator + 1), name))
                 result.push_back(fileName);
         }
@@ -145,7 +143,7 @@ public:
 
     std::optional<WideString> Environment(const WideString& name) override
     {
-        const auto found = FEnvironment.find(Fold(name));
+        const auto found = FEnvironment.find(KwUpperCase(name));
         return found != FEnvironment.end() ? std::optional(found->second) : std::nullopt;
     }
     WideString ExpandEnvironment(const WideString& text) override { return KwExpandPercentNames(*this, text); }
@@ -185,11 +183,6 @@ private:
             path.remove_suffix(1);
         return WideString(path);
     }
-    [[nodiscard]] WideString Fold(const WideString& name) const
-    {
-        return CaseInsensitiveFiles ? KwUpperCase(name) : name;
-    }
-
     TKey& KeyFor(TKwRegistryRoot root, TKwRegistryView view, const WideString& key)
     {
         const WideString path = Path(key);
@@ -214,13 +207,9 @@ private:
     }
     [[nodiscard]] const std::string* FindFile(const WideString& fileName) const
     {
-        const auto exact = Files.find(fileName);
-        if (exact != Files.end())
-            return &exact->second;
-        if (CaseInsensitiveFiles)
-            for (const auto& [name, content] : Files)
-                if (KwSameText(name, fileName))
-                    return &content;
+        for (const auto& [name, content] : Files)
+            if (KwSameText(name, fileName))
+                return &content;
         return nullptr;
     }
 

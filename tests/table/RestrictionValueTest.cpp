@@ -129,20 +129,32 @@ TEST_F(TRestrictionValueTest, ContentOfTexts)
     EXPECT_EQ(Record(Content), "content(0x00000000,0x0037001F,0x0037001F=\"Größe\")");
     Content->Set_MatchType(smtPrefix);
     Content->Set_CaseInsensitive(1);
-    Content->Set_AccentInsensitive(WordTrue);
+    Content->Set_AccentInsensitive(true);
     Content->Set_LooseCompare(true);
     EXPECT_EQ(RecordOf(Content)->res.resContent.ulFuzzyLevel, 0x00070002u);
     EXPECT_EQ(Content->Get_CaseInsensitive(), 65535);
     EXPECT_EQ(Content->Get_LooseCompare(), 65535);
-    Content->Set_MatchType(smtSubString);
-    Content->Set_CaseInsensitive(0);
-    Content->Set_LooseCompare(0);
-    EXPECT_EQ(RecordOf(Content)->res.resContent.ulFuzzyLevel, 0x00020001u);
     EXPECT_EQ(Content->Get_Value(), u"Größe");
 
     Content->Set_PropDef(PR_SUBJECT_A);
     EXPECT_STREQ(RecordOf(Content)->res.resContent.lpProp->Value.lpszA, "Gr\xF6\xDF"
                                                                         "e");
+}
+
+TEST_F(TRestrictionValueTest, EachFuzzyLevelIsABitOfItsOwn)
+{
+    Content->Set_PropDef(PR_SUBJECT);
+    Content->Set_Value(u"x");
+    for (const mapi::ULONG level : {0x00010000u, 0x00020000u, 0x00040000u}) {
+        const auto set = [level](mapi::ULONG bit) { return level == bit ? 65535 : 0; };
+        Content->Set_CaseInsensitive(set(0x00010000));
+        Content->Set_AccentInsensitive(set(0x00020000));
+        Content->Set_LooseCompare(set(0x00040000));
+        EXPECT_EQ(RecordOf(Content)->res.resContent.ulFuzzyLevel, level);
+        EXPECT_EQ(Content->Get_CaseInsensitive(), set(0x00010000)) << level;
+        EXPECT_EQ(Content->Get_AccentInsensitive(), set(0x00020000)) << level;
+        EXPECT_EQ(Content->Get_LooseCompare(), set(0x00040000)) << level;
+    }
 }
 
 TEST_F(TRestrictionValueTest, ContentOfTextLists)

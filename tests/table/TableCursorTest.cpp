@@ -67,7 +67,7 @@ TEST_F(TTableCursorTest, MovingBackOntoTheFirstCachedRowReadsAgain)
 TEST_F(TTableCursorTest, AtTheEndRelativeSeeksCountFromTheLastRow)
 {
     Start();
-    bool found = false;
+    WordBool found = false;
     Table->Last(); // its read does not advance
     Table->SeekRow(tbkCurrentRelative, -1, found);
     EXPECT_TRUE(found);
@@ -98,7 +98,7 @@ TEST_F(TTableCursorTest, AFieldTakenOutOfTheListReadsNothing)
         Start();
         EXPECT_EQ(Row(), 1);
         takeOut();
-        EXPECT_EQ(Catch([&] { static_cast<void>(Row()); }),
+        EXPECT_EQ(Catch([&] { return Row(); }),
                   Failure("EMAPI_INVALID_PARAMETER", 0x80070057,
                           "The requested field \"PR_MESSAGE_SIZE\" is not a field of this table!"));
     }
@@ -178,7 +178,7 @@ TEST_F(TTableCursorTest, EmptyTableIsAtItsEnd)
     EXPECT_EQ(Table->Get_RowCount(), 0);
     const TCaught none =
         Failure("EMAPI_CALL_FAILED", 0x80004005, "No record has been retrieved yet! Is the table active and not EOF?");
-    EXPECT_EQ(Catch([&] { static_cast<void>(Row()); }), none);
+    EXPECT_EQ(Catch([&] { return Row(); }), none);
     EXPECT_EQ(Catch([&] { Table->CheckEOF(); }), Failure("EMAPI_CALL_FAILED", 0x80004005, "The table is EOF!"));
     Table->Last();
     EXPECT_TRUE(Table->Get_EOF());
@@ -187,7 +187,7 @@ TEST_F(TTableCursorTest, EmptyTableIsAtItsEnd)
 TEST_F(TTableCursorTest, SeekRowFindsARowOrSaysThatItIsNotThere)
 {
     Start();
-    bool found = false;
+    WordBool found = false;
     Table->SeekRow(tbkBeginning, 11, found);
     EXPECT_EQ(Calls->Take(), "SeekRow(0,11)\nQueryRows(1,0)");
     EXPECT_TRUE(found);
@@ -250,12 +250,10 @@ TEST_F(TTableCursorTest, ClientsMayReturnFewerRowsThanAskedFor)
 TEST_F(TTableCursorTest, BatchSizeIsTakenAsGiven)
 {
     EXPECT_EQ(Table->Get_BatchSize(), 20);
-    Table->Set_BatchSize(7);
-    std::int32_t rows = 0;
-    for (Table->First(); !Table->Get_EOF(); Table->Next())
-        ++rows;
-    EXPECT_EQ(rows, 45);
-    EXPECT_EQ(Calls->Count("QueryRows"), 9u); // seven batches, one that is empty, and the last row again
+    for (const std::int32_t size : {7, 0, -1}) { // not corrected
+        Table->Set_BatchSize(size);
+        EXPECT_EQ(Table->Get_BatchSize(), size);
+    }
     EXPECT_EQ(Table->Get_CursorType(), ctDynamic);
 }
 
@@ -296,12 +294,12 @@ TEST_F(TTableCursorTest, LogoffLeavesATableWithoutRows)
     EXPECT_EQ(Table->Get_RowCount(), 0);
     Table->First();
     Table->Next();
-    bool found = true;
+    WordBool found = true;
     Table->SeekRow(tbkBeginning, 0, found);
     EXPECT_FALSE(found);
     EXPECT_EQ(Catch([&] { Table->Open(); }),
               Failure("EMAPI_CALL_FAILED", 0x80004005, "Cannot open the table. There is no MAPIOBJECT!"));
-    EXPECT_EQ(Catch([&] { static_cast<void>(Row()); }).ClassName, "EMAPI_CALL_FAILED");
+    EXPECT_EQ(Catch([&] { return Row(); }).ClassName, "EMAPI_CALL_FAILED");
 }
 
 } // namespace

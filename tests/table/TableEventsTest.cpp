@@ -110,20 +110,40 @@ TEST_F(TTableEventsTest, AdviseAndUnAdvise)
     EXPECT_EQ(Catch([&] { Table->Advise(); }).ClassName, "EMAPI_CALL_FAILED");
 }
 
-TEST_F(TTableEventsTest, EachEventHasItsDispatcher)
+TEST_F(TTableEventsTest, EachEventHasItsDispatcherAndItsFunction)
 {
     Table->Advise();
     const auto first = Connect();
     const auto second = Connect();
+    TTold told;
+    const auto note = [&](const char* event) {
+        return [&, event](IKwMAPITable& table, auto&&...) {
+            EXPECT_EQ(&table, static_cast<IKwMAPITable*>(Table.Get()));
+            told.push_back(event);
+        };
+    };
+    TKwMAPITableEvents functions;
+    functions.OnChanged = note("changed");
+    functions.OnError = note("error");
+    functions.OnReload = note("reload");
+    functions.OnRestrictDone = note("restricted");
+    functions.OnSetColDone = note("columns");
+    functions.OnSortDone = note("sorted");
+    functions.OnRowAdded = note("added");
+    functions.OnRowDeleted = note("deleted");
+    functions.OnRowModified = note("modified");
+    functions.OnClose = note("close");
+    functions.Start(*Table);
     std::vector<mapi::NOTIFICATION> events;
     for (mapi::ULONG event = 0; event <= 10; ++event) // 0 and 10 are none
         events.push_back(TableEvent(event));
     Notify(events);
     const TTold all{"changed", "error", "added", "deleted", "modified", "sorted", "restricted", "columns", "reload"};
-    EXPECT_EQ(first->Told, all);
-    EXPECT_EQ(second->Told, all);
+    for (const TTold& each : {first->Told, second->Told, told})
+        EXPECT_EQ(each, all);
     Table->Close();
     EXPECT_EQ(first->Told.back(), "close");
+    EXPECT_EQ(told.back(), "close");
     EXPECT_FALSE(Table->Get_Advised());
 
     EXPECT_TRUE(Reported.empty());

@@ -29,6 +29,12 @@ protected:
     int Reopened = 0;
 };
 
+const TCaught columnsBusy =
+    Failure("EMAPI_BUSY", 0x8004010B,
+            "TKwMAPITable.Open failed!\r\nAnother operation is in progress that prevents the Field setting "
+            "operation from starting.\r\nEither the operation in progress should be allowed to complete or it "
+            "should be stopped");
+
 TEST_F(TTableFailureTest, OpenFallsBackToTheColumnsOfTheTable)
 {
     Object->KnowsOnlyColumns = true;
@@ -49,12 +55,7 @@ TEST_F(TTableFailureTest, OpenFallsBackToTheColumnsOfTheTable)
 TEST_F(TTableFailureTest, OpenFailures)
 {
     Calls->Next("SetColumns", mapi::MAPI_E_BUSY);
-    EXPECT_EQ(
-        Catch([&] { Table->Open(); }),
-        Failure("EMAPI_BUSY", 0x8004010B,
-                "TKwMAPITable.Open failed!\r\nAnother operation is in progress that prevents the Field setting "
-                "operation from starting.\r\nEither the operation in progress should be allowed to complete or it "
-                "should be stopped"));
+    EXPECT_EQ(Catch([&] { Table->Open(); }), columnsBusy);
     Calls->Next("SetColumns", mapi::MAPI_E_NO_ACCESS);
     EXPECT_EQ(Catch([&] { Table->Open(); }).Message.substr(0, 65),
               "TKwMAPITable.Open has raised the following exception:\r\nThe caller");
@@ -71,6 +72,44 @@ TEST_F(TTableFailureTest, OpenFailures)
     EXPECT_FALSE(Table->Get_Active());
     Table->Open();
     EXPECT_TRUE(Table->Get_Active());
+}
+
+TEST_F(TTableFailureTest, OpenTriesTheColumnsOfTheTableOnce)
+{
+    Calls->Next("SetColumns", mapi::MAPI_E_INVALID_PARAMETER);
+    Calls->Next("SetColumns", mapi::MAPI_E_INVALID_PARAMETER);
+    const TCaught invalid = Catch([&] { Table->Open(); });
+    EXPECT_EQ(invalid.ClassName, "EMAPI_INVALID_PARAMETER");
+    EXPECT_EQ(invalid.Message.rfind("TKwMAPITable.Open has raised the following exception:\r\n", 0), 0u) << invalid;
+    EXPECT_EQ(Calls->Take(), "SetColumns([0x0E080003],0)\nQueryColumns(0)\nSetColumns([0x0E080003],0)");
+    EXPECT_FALSE(Table->Get_Active());
+
+    Calls->Next("SetColumns", mapi::MAPI_E_INVALID_PARAMETER);
+    Calls->Next("SetColumns", mapi::MAPI_E_BUSY);
+    EXPECT_EQ(Catch([&] { Table->Open(); }), columnsBusy);
+    EXPECT_EQ(Calls->Count("SetColumns"), 2u);
+    EXPECT_FALSE(Table->Get_Active());
+}
+
+TEST_F(TTableFailureTest, RowCountFailuresNameTheOperationThatCounts)
+{
+    const auto failing = [&](auto&& action) {
+        Calls->Next("GetRowCount", mapi::MAPI_E_NETWORK_ERROR);
+        return Catch(action).Message;
+    };
+    const auto named = [](const std::string& operation) {
+        return "TKwMAPITable." + operation +
+               " has raised the following exception:\r\nMAPI_E_NETWORK_ERROR (-2147221227=0x80040115)";
+    };
+    EXPECT_EQ(failing([&] { Table->Open(); }), named("Open"));
+    EXPECT_EQ(failing([&] { Table->Sort(PR_MESSAGE_SIZE, false); }), named("Sort"));
+
+    MakeReopenable();
+    Start();
+    Calls->Next("QueryRows", mapi::MAPI_E_END_OF_SESSION);
+    Table->First();
+    ASSERT_EQ(Reopened, 1);
+    EXPECT_EQ(failing([&] { return Table->Get_RowCount(); }), named("Get_RowCount"));
 }
 
 TEST_F(TTableFailureTest, QueryRowsFailures)
@@ -233,7 +272,7 @@ TEST_F(TTableFailureTest, AfterAFetchThatFailsNoRowOfTheOldTableIsShown)
             Calls->Next(method, mapi::MAPI_E_END_OF_SESSION);
             if (failure == TFailure::NoColumns)
                 Calls->Next("SetColumns", mapi::MAPI_E_NO_ACCESS);
-            bool found = true;
+            WordBool found = true;
             EXPECT_EQ(Catch([&] { Table->SeekRow(tbkEnd, -1, found); }).ClassName, raised[static_cast<int>(failure)]);
             EXPECT_FALSE(found);
             EXPECT_EQ(TScriptedAllocator::Live(), 0u) << "rows of the old table";
@@ -241,7 +280,7 @@ TEST_F(TTableFailureTest, AfterAFetchThatFailsNoRowOfTheOldTableIsShown)
             case TFailure::NoTable:
                 EXPECT_TRUE(Table->Get_EOF());
                 EXPECT_EQ(Table->Get_RowCount(), 0);
-                EXPECT_EQ(Catch([&] { static_cast<void>(Row()); }),
+                EXPECT_EQ(Catch([&] { return Row(); }),
                           Failure("EMAPI_CALL_FAILED", 0x80004005,
                                   "No record has been retrieved yet! Is the table active and not EOF?"));
                 break;

@@ -17,15 +17,24 @@ protected:
         Table->Open();
         static_cast<void>(Calls->Take());
     }
+    /// From now on a table that is fetched again has so many rows, of which the same ones fit.
+    void FetchAnother(int rows)
+    {
+        const TKwComPtr<TScriptedTable> fresh = NewTable(rows);
+        fresh->Matches = Object->Matches;
+        Table = KwMake<TKwMAPITable>(*Prop, Object.Get(), [fresh] { return TKwComPtr<mapi::IMAPITable>(fresh.Get()); });
+        Number = Table->Get_Fields()->Add(PR_MESSAGE_SIZE);
+        Node = Exists(PR_SUBJECT);
+    }
     void FindRowsDivisibleBy(std::int32_t number)
     {
         Object->Matches = [number](const TScriptedTable::TRow& row) { return row[0].Value().Value.l % number == 0; };
     }
-    using TFind = void (TKwMAPITable::*)(const TKwRef<IKwMAPIRestriction>&, bool&);
+    using TFind = void (TKwMAPITable::*)(const TKwRef<IKwMAPIRestriction>&, WordBool&);
     /// The row that the search finds, or 0.
     [[nodiscard]] std::int32_t Found(TFind find)
     {
-        bool found = false;
+        WordBool found = false;
         (Table.Get()->*find)(Node, found);
         return found ? Row() : 0;
     }
@@ -78,7 +87,7 @@ TEST_F(TTableFindTest, SearchesWithoutABookmarkBeginAtTheirEnd)
 
 TEST_F(TTableFindTest, FindRowFromTheCurrentRow)
 {
-    bool found = false;
+    WordBool found = false;
     Table->MoveBy(tbkBeginning, 24); // opens, reads a batch: the MAPI position is behind it
     Table->MoveBy(tbkCurrentRelative, 5);
     ASSERT_EQ(Row(), 30);
@@ -111,7 +120,7 @@ TEST_F(TTableFindTest, FindPreviousNeedsThePlaceOfTheRowOnly)
 
 TEST_F(TTableFindTest, SearchFailures)
 {
-    bool found = true;
+    WordBool found = true;
     Calls->Next("FindRow", mapi::MAPI_W_POSITION_CHANGED);
     Table->FindFirst(Node, found);
     EXPECT_FALSE(found);
@@ -152,8 +161,8 @@ TEST_F(TTableFindTest, FilterOpensTheTableAnew)
     const TCaught filtered = Failure("EMAPI_CALL_FAILED", 0x80004005, "The table is already filtered!");
     for (const TFind find :
          {&TKwMAPITable::FindFirst, &TKwMAPITable::FindNext, &TKwMAPITable::FindPrevious, &TKwMAPITable::FindLast})
-        EXPECT_EQ(Catch([&] { static_cast<void>(Found(find)); }), filtered);
-    bool found = false;
+        EXPECT_EQ(Catch([&] { return Found(find); }), filtered);
+    WordBool found = false;
     EXPECT_EQ(Catch([&] { Table->FindRow(Node, tbkCurrentRelative, true, found); }), filtered);
     EXPECT_EQ(Row(), 1); // a refused search moves nothing
 
@@ -184,7 +193,7 @@ TEST_F(TTableFindTest, FilterFailuresLeaveTheTableUnfiltered)
     EXPECT_EQ(Catch([&] { Table->Filter(Make<IKwMAPIRestrictionNot>(rtNot)); }).Code, 0x80070057u);
     EXPECT_EQ(Found(&TKwMAPITable::FindFirst), 10);
     Session->Set_Active(false);
-    bool found = true;
+    WordBool found = true;
     Table->FindFirst(Node, found);
     EXPECT_FALSE(found);
     EXPECT_EQ(Catch([&] { Table->Filter(Node); }).ClassName, "EMAPI_CALL_FAILED");
@@ -192,10 +201,7 @@ TEST_F(TTableFindTest, FilterFailuresLeaveTheTableUnfiltered)
 
 TEST_F(TTableFindTest, AFetchedTableIsFilteredAndSortedAsTheOldOneWas)
 {
-    const TKwComPtr<TScriptedTable> fresh = NewTable(3);
-    Table = KwMake<TKwMAPITable>(*Prop, Object.Get(), [&] { return TKwComPtr<mapi::IMAPITable>(fresh.Get()); });
-    Number = Table->Get_Fields()->Add(PR_MESSAGE_SIZE);
-    Node = Exists(PR_SUBJECT);
+    FetchAnother(3);
     Table->Sort({{PR_SUBJECT, true}, {PR_MESSAGE_SIZE, false}});
     Table->Filter(Node);
     static_cast<void>(Calls->Take());
@@ -208,11 +214,7 @@ TEST_F(TTableFindTest, AFetchedTableIsFilteredAndSortedAsTheOldOneWas)
 
 TEST_F(TTableFindTest, ABookmarkGoesWithItsTable)
 {
-    const TKwComPtr<TScriptedTable> fresh = NewTable(25);
-    fresh->Matches = Object->Matches;
-    Table = KwMake<TKwMAPITable>(*Prop, Object.Get(), [&] { return TKwComPtr<mapi::IMAPITable>(fresh.Get()); });
-    Number = Table->Get_Fields()->Add(PR_MESSAGE_SIZE);
-    Node = Exists(PR_SUBJECT);
+    FetchAnother(25);
     EXPECT_EQ(Found(&TKwMAPITable::FindLast), 40);
     Calls->Next("SeekRow", mapi::MAPI_E_END_OF_SESSION);
     Table->Last();
@@ -221,6 +223,17 @@ TEST_F(TTableFindTest, ABookmarkGoesWithItsTable)
     EXPECT_EQ(Found(&TKwMAPITable::FindNext), 10) << "as nothing was found in this one";
     EXPECT_EQ(Found(&TKwMAPITable::FindNext), 20);
     EXPECT_EQ(Calls->Count("FreeBookmark"), 2u) << "its own";
+}
+
+TEST_F(TTableFindTest, ARowThatIsLostWithItsSessionIsNotFound)
+{
+    FetchAnother(25);
+    Calls->Next("QueryRows", mapi::MAPI_E_END_OF_SESSION); // the search has found its row in the old table
+    WordBool found = true;
+    Table->FindFirst(Node, found);
+    EXPECT_FALSE(found) << "row 1 of the new table does not fit";
+    EXPECT_EQ(Calls->Count("CreateBookmark"), Calls->Count("FreeBookmark") + 1) << "one went with the old table";
+    EXPECT_EQ(Found(&TKwMAPITable::FindNext), 10);
 }
 
 TEST_F(TTableFindTest, NoCallThatFailsLeaksOrLosesABookmark)

@@ -86,6 +86,7 @@ TEST(Where, MistakesNameTheirColumn)
         {"PR_IMPORTANCE = high", "column 17: a number expected instead of 'high'"},
         {"PR_IMPORTANCE = 4294967296", "column 17: 4294967296 does not fit into 32 bits"},
         {"PR_MESSAGE_DELIVERY_TIME >= yesterday", "column 29: a time such as 2024-01-31"},
+        {"PR_FORM_CLSID = \"x\"", "column 17: a GUID such as"},
         {"PR_SEARCH_KEY = 123", "column 17: bytes as pairs of hexadecimal digits expected"},
         {"PR_SUBJECT & 1", "column 12: only 32-bit numbers have bits"},
         {"PR_MESSAGE_FLAGS & 1 > 0", "column 22: bits are compared with 0"},
