@@ -8,6 +8,7 @@
 #include "client/store/Schema.hpp"
 #include "client/store/StoreFile.hpp"
 #include "client/store/StoreObjects.hpp"
+#include "tests/support/TemporaryFolder.hpp"
 
 #include <cstdlib>
 #include <filesystem>
@@ -23,29 +24,7 @@ using namespace mapi;
 template <typename T>
 using Ptr = TKwComPtr<T>;
 
-/// A folder that goes with the object.
-class TemporaryFolder
-{
-public:
-    TemporaryFolder()
-    {
-        std::string name = (std::filesystem::temp_directory_path() / "deftmapi-test-XXXXXX").string();
-        if (!::mkdtemp(name.data()))
-            throw std::runtime_error("mkdtemp");
-        FPath = name;
-    }
-    ~TemporaryFolder()
-    {
-        std::error_code ignored;
-        std::filesystem::remove_all(FPath, ignored);
-    }
-    TemporaryFolder(const TemporaryFolder&) = delete;
-    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
-    [[nodiscard]] const std::filesystem::path& Path() const { return FPath; }
-
-private:
-    std::filesystem::path FPath;
-};
+using deftmapi::test::TemporaryFolder;
 
 [[nodiscard]] inline Bytes ReadFile(const std::filesystem::path& file)
 {

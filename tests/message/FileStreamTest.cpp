@@ -5,10 +5,9 @@
 #include "mapi/message/HtmlCodePage.hpp"
 #include "tests/core/Caught.hpp"
 #include "tests/support/ScriptedProp.hpp"
+#include "tests/support/TemporaryFolder.hpp"
 
 #include <gtest/gtest.h>
-
-#include <filesystem>
 
 namespace deftmapi::test
 {
@@ -18,14 +17,7 @@ namespace
 class TFileStreamTest : public ::testing::Test
 {
 protected:
-    TFileStreamTest()
-        : Path(std::filesystem::temp_directory_path() /
-               ("deftmapi-ä-" + std::to_string(reinterpret_cast<std::uintptr_t>(this)) + ".eml"))
-    {
-        std::ofstream(Path, std::ios::binary) << "0123456789";
-        Stream = TMAPIFileStream::Open(Path.u16string());
-    }
-    ~TFileStreamTest() override { std::filesystem::remove(Path); }
+    TFileStreamTest() { Stream = TMAPIFileStream::Open(Path.u16string()); }
 
     [[nodiscard]] std::string Read(mapi::ULONG count, mapi::HRESULT expected = mapi::S_OK)
     {
@@ -41,7 +33,8 @@ protected:
         return Stream->Seek(distance, origin, &Position);
     }
 
-    std::filesystem::path Path;
+    const TemporaryFolder Folder;
+    const std::filesystem::path Path = Folder.Write("ä.eml", "0123456789");
     TKwComPtr<TMAPIFileStream> Stream;
     mapi::ULARGE_INTEGER Position{};
 };

@@ -1,6 +1,7 @@
 // The POSIX platform against the real system: a folder of its own, a library of its own, the process's environment.
 #include "support/platform/PosixParts.hpp"
 #include "support/platform/uKwPlatform.hpp"
+#include "tests/support/TemporaryFolder.hpp"
 
 #include <gtest/gtest.h>
 
@@ -31,19 +32,8 @@ WideString Name(const fs::path& path)
 class PosixFilesTest : public testing::Test
 {
 protected:
-    void SetUp() override
-    {
-        std::string pattern = (fs::temp_directory_path() / "deftmapi-XXXXXX").string();
-        ASSERT_NE(::mkdtemp(pattern.data()), nullptr);
-        Folder = pattern;
-    }
-    void TearDown() override { fs::remove_all(Folder); }
-    void Write(const fs::path& name, const std::string& content)
-    {
-        fs::create_directories((Folder / name).parent_path());
-        std::ofstream(Folder / name, std::ios::binary) << content;
-    }
-    fs::path Folder;
+    const test::TemporaryFolder Temporary;
+    const fs::path Folder = Temporary.Path();
 };
 
 /// Sets an environment variable for the life of the object.
@@ -76,9 +66,9 @@ private:
 
 TEST_F(PosixFilesTest, ReadsPartsOfFiles)
 {
-    Write("gr\xC3\xBC\xC3\x9F"
-          "e.bin",
-          "0123456789");
+    Temporary.Write("gr\xC3\xBC\xC3\x9F"
+                    "e.bin",
+                    "0123456789");
     const WideString name = Name(Folder) + u"/gr\u00FC\u00DFe.bin";
     EXPECT_TRUE(System().FileExists(name));
     EXPECT_EQ(System().ReadFile(name, 0, 4), "0123");
@@ -93,10 +83,10 @@ TEST_F(PosixFilesTest, ReadsPartsOfFiles)
 
 TEST_F(PosixFilesTest, FindsFilesBelowAFolder)
 {
-    Write("a/1031/msmapi32.dll", "");
-    Write("a/1033/MSMAPI32.DLL", "");
-    Write("a/other.dll", "");
-    Write("MsMapi32.dll", "");
+    Temporary.Write("a/1031/msmapi32.dll", "");
+    Temporary.Write("a/1033/MSMAPI32.DLL", "");
+    Temporary.Write("a/other.dll", "");
+    Temporary.Write("MsMapi32.dll", "");
     fs::create_directories(Folder / "b" / "msmapi32.dll");       // a folder of that name
     fs::create_directory_symlink(Folder, Folder / "a" / "loop"); // leads back up
     std::vector<WideString> found = System().FindFiles(Name(Folder), u"msmapi32.dll");

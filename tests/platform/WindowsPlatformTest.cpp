@@ -3,6 +3,7 @@
 #include "support/platform/uKwPlatform.hpp"
 #include "support/uKwEncoding.hpp"
 #include "tests/support/ModuleImages.hpp"
+#include "tests/support/TemporaryFolder.hpp"
 
 #include <gtest/gtest.h>
 
@@ -68,18 +69,8 @@ private:
 class WindowsFilesTest : public testing::Test
 {
 protected:
-    void SetUp() override
-    {
-        Folder = fs::temp_directory_path() / (L"deftmapi-" + std::to_wstring(::GetCurrentProcessId()));
-        fs::create_directories(Folder);
-    }
-    void TearDown() override { fs::remove_all(Folder); }
-    void Write(const fs::path& name, const std::string& content)
-    {
-        fs::create_directories((Folder / name).parent_path());
-        std::ofstream(Folder / name, std::ios::binary) << content;
-    }
-    fs::path Folder;
+    const test::TemporaryFolder Temporary;
+    const fs::path Folder = Temporary.Path();
 };
 
 } // namespace
@@ -109,9 +100,9 @@ TEST_F(WindowsRegistryTest, KeysAndValues)
 
 TEST_F(WindowsFilesTest, ReadsAndFinds)
 {
-    Write(L"a\\1031\\msmapi32.dll", "0123456789");
-    Write(L"a\\1033\\MSMAPI32.DLL", "");
-    Write(L"msmapi32.dll\\gr\u00FC\u00DFe.bin", "0123456789"); // a folder of that name
+    Temporary.Write(L"a\\1031\\msmapi32.dll", "0123456789");
+    Temporary.Write(L"a\\1033\\MSMAPI32.DLL", "");
+    Temporary.Write(L"msmapi32.dll\\gr\u00FC\u00DFe.bin", "0123456789"); // a folder of that name
     const WideString file = Name(Folder / L"msmapi32.dll\\gr\u00FC\u00DFe.bin");
     EXPECT_TRUE(System().FileExists(file));
     EXPECT_FALSE(System().FileExists(Name(Folder)));
@@ -130,7 +121,7 @@ TEST_F(WindowsFilesTest, SaysWhyAModuleDoesNotLoad)
     WideString reason;
     EXPECT_EQ(System().LoadModule(Name(Folder / L"none.dll"), reason), nullptr);
     EXPECT_FALSE(reason.empty());
-    Write(L"wrong.dll", test::MakePeImage(false, {"x"})); // the other bitness, and no real library either
+    Temporary.Write(L"wrong.dll", test::MakePeImage(false, {"x"})); // the other bitness, and no real library either
     EXPECT_EQ(System().LoadModule(Name(Folder / L"wrong.dll"), reason), nullptr);
     EXPECT_FALSE(reason.empty());
 }

@@ -4,10 +4,9 @@
 #include "mapi/DeftMAPI.hpp"
 #include "tests/core/Caught.hpp"
 #include "tests/support/LeakChecked.hpp"
+#include "tests/support/TemporaryFolder.hpp"
 
 #include <cstdlib>
-#include <filesystem>
-#include <fstream>
 
 namespace deftmapi::test
 {
@@ -20,12 +19,6 @@ protected:
     {
         if (std::getenv("DEFTMAPI_CLIENT") == nullptr)
             GTEST_SKIP() << "DEFTMAPI_CLIENT does not name the embedded client";
-        const auto* test = ::testing::UnitTest::GetInstance()->current_test_info();
-        Home = std::filesystem::temp_directory_path() /
-               (std::string("deftmapi-") + test->test_suite_name() + "-" + test->name() + "-" +
-                std::to_string(reinterpret_cast<std::uintptr_t>(this)));
-        std::filesystem::remove_all(Home);
-        std::filesystem::create_directories(Home);
         setenv("DEFTMAPI_HOME", Home.c_str(), 1);
         Session = TSession::Create();
         const auto profiles = Session->GetProfileAdmin();
@@ -37,8 +30,6 @@ protected:
         Session.Reset();
         EXPECT_FALSE(KwMAPIInitialized()) << "something keeps the session";
         KwUnloadDLL();
-        std::error_code ignored;
-        std::filesystem::remove_all(Home, ignored);
     }
 
     [[nodiscard]] TKwRef<IKwMAPIMsgStore> OpenStore()
@@ -60,12 +51,11 @@ protected:
     /// A file in the data folder's neighbourhood.
     [[nodiscard]] WideString WriteFile(const std::string& name, const std::string& content)
     {
-        const std::filesystem::path path = Home / name;
-        std::ofstream(path, std::ios::binary) << content;
-        return path.u16string();
+        return Folder.Write(name, content).u16string();
     }
 
-    std::filesystem::path Home;
+    const TemporaryFolder Folder;
+    const std::filesystem::path Home = Folder.Path();
     TKwRef<IKwMAPISession> Session;
 };
 

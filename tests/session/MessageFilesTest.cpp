@@ -1,6 +1,7 @@
 // Messages in compound files, on a client library that has structured storage and on one that has not.
 #include "mapi/DeftMAPI.hpp"
 #include "tests/session/ScriptedClient.hpp"
+#include "tests/support/TemporaryFolder.hpp"
 
 #include <gtest/gtest.h>
 
@@ -161,8 +162,8 @@ TEST_F(TMessageFilesTest, AFileThatDidNotBecomeAMessageDoesNotStay)
 {
     GiveStorage();
     MakesFiles = true;
-    const std::filesystem::path file = std::filesystem::temp_directory_path() / "deftmapi-no-message.msg";
-    std::filesystem::remove(file);
+    const TemporaryFolder folder;
+    const std::filesystem::path file = folder.Path() / "no-message.msg";
     for (const char* call : {"StgCreateStorageEx", "SetClass", "OpenIMsgSession", "OpenIMsgOnIStg", ""}) {
         if (*call != 0)
             Calls->Next(call, mapi::MAPI_E_NETWORK_ERROR);
@@ -170,7 +171,6 @@ TEST_F(TMessageFilesTest, AFileThatDidNotBecomeAMessageDoesNotStay)
         EXPECT_EQ(caught.ClassName, *call != 0 ? "EMAPI_NETWORK_ERROR" : "");
         EXPECT_EQ(std::filesystem::exists(file), *call == 0) << call;
     }
-    std::filesystem::remove(file);
     MakesFiles = false;
 }
 
@@ -229,8 +229,6 @@ class TStoreFilesTest : public TMessageFilesTest
 protected:
     TStoreFilesTest()
     {
-        std::ofstream(Path, std::ios::binary) << "\xD0\xCF\x11\xE0\xA1\xB1\x1A\xE1";
-        File = Path.u16string();
         Platform.SetFile(File, "x");
         Client->Stores->AddRow(
             {BinaryValue(GetPropTag(PR_ENTRYID), "STORE"), BoolValue(GetPropTag(PR_DEFAULT_STORE), true)});
@@ -239,12 +237,10 @@ protected:
         Message->Bag.Set(TextValue(GetPropTag(PR_MESSAGE_CLASS), u"IPM.Note"));
         static_cast<void>(Take());
     }
-    ~TStoreFilesTest() override { std::filesystem::remove(Path); }
 
-    const std::filesystem::path Path =
-        std::filesystem::temp_directory_path() /
-        ("deftmapi-message-" + std::to_string(reinterpret_cast<std::uintptr_t>(this)) + ".msg");
-    WideString File;
+    const TemporaryFolder Folder;
+    const std::filesystem::path Path = Folder.Write("message.msg", "\xD0\xCF\x11\xE0\xA1\xB1\x1A\xE1");
+    const WideString File = Path.u16string();
     TKwRef<IKwMAPIMsgStore> Store;
 };
 
@@ -267,7 +263,7 @@ TEST_F(TStoreFilesTest, SavedAndImported)
     Calls->Next("message.CopyTo", mapi::MAPI_E_CORRUPT_DATA);
     EXPECT_EQ(Catch([&] { return inbox->ImportMessage(File); }).ClassName, "EMAPI_CORRUPT_DATA");
     EXPECT_EQ(Calls->Count("message.SaveChanges"), 0u) << "nothing is left behind";
-    const std::ofstream text(Path, std::ios::binary); // empty: no compound file
+    Folder.Write("message.msg", ""); // empty: no compound file
     EXPECT_EQ(Catch([&] { return inbox->ImportMessage(File); }).Message,
               "The IConverterSession is not supported by your Outlook version!");
 }

@@ -2,6 +2,7 @@
 // one call saved must be on disk for the next.
 
 #include "mapi/DeftMAPI.hpp"
+#include "tests/support/TemporaryFolder.hpp"
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
@@ -96,14 +97,6 @@ private:
 class CommandTest : public testing::Test
 {
 protected:
-    void SetUp() override
-    {
-        std::string name = (fs::temp_directory_path() / "deftmapi-tools-XXXXXX").string();
-        ASSERT_NE(mkdtemp(name.data()), nullptr);
-        FFolder = name;
-    }
-    void TearDown() override { fs::remove_all(FFolder); }
-
     [[nodiscard]] std::string Line(const std::string& arguments) const
     {
         return "'" + std::string(DEFTMAPI_COMMAND) + "' --home '" + (FFolder / "home").string() + "' " + arguments;
@@ -140,9 +133,7 @@ protected:
     }
     [[nodiscard]] std::string Write(const std::string& name, const std::string& contents) const
     {
-        const fs::path file = FFolder / name;
-        std::ofstream(file, std::ios::binary) << contents;
-        return "'" + file.string() + "'";
+        return "'" + FTemporary.Write(name, contents).string() + "'";
     }
 
     /// What a transport does with a message that it has delivered: it tells the store. No command does.
@@ -169,7 +160,8 @@ protected:
                                           "Subject: The second letter\r\nDate: Fri, 01 Mar 2024 12:00:00 +0000\r\n"
                                           "\r\nDear Ben,\r\nsee you.\r\n";
 
-    fs::path FFolder;
+    const deftmapi::test::TemporaryFolder FTemporary;
+    const fs::path FFolder = FTemporary.Path();
 };
 
 TEST_F(CommandTest, AnswersWithoutAProfile)
