@@ -27,6 +27,9 @@ namespace deftmapi
 class TKwMAPIPropItem;
 class TKwMAPIPropItems;
 class TKwMAPISessionBase;
+/// Stands between a client's notifications and the sinks of their owner (mapi/core/Advised.hpp).
+template <class Owner, class Events>
+class TKwAdvised;
 
 /// Any object of the library that has a parent object. The parent is Owner().
 class DEFTMAPI_API TKwMAPIObject : public TKwAutoIntfObject, public virtual IKwMAPIObject

@@ -2,13 +2,13 @@
 //
 // A sink may end the notifications or drop the last reference on the store. Nothing here touches the store after a sink
 // has been called without looking whether it is still there; the lock keeps other threads from destroying it meanwhile.
+#include "mapi/core/Advised.hpp"
 #include "mapi/core/ConnectSink.hpp"
-#include "mapi/core/FirstFailure.hpp"
 #include "mapi/core/uKwMAPIEntryID.hpp"
 #include "mapi/core/uKwMAPILists.hpp"
 #include "mapi/core/uKwMAPIProps.hpp"
 #include "mapi/headers/uKwMAPIStoreConstantsH.hpp"
-#include "mapi/session/StoreSink.hpp"
+#include "mapi/session/uKwMAPIMsgStore.hpp"
 #include "support/uKwEncoding.hpp"
 
 namespace deftmapi
@@ -75,41 +75,16 @@ WideString MessageClassOf(const mapi::NEWMAIL_NOTIFICATION& told)
 
 } // namespace
 
-// ---- TSink
-
-mapi::ULONG DEFTMAPI_STDCALL TKwMAPIMsgStore::TSink::OnNotify(mapi::ULONG count, mapi::LPNOTIFICATION notifications)
-{
-    const TKwComPtr<TSink> self(this);
-    const std::lock_guard lock(FEvents->Lock);
-    for (mapi::ULONG i = 0; i < count && IsConnected(); ++i) {
-        // Nothing may be thrown through the client's code.
-        try {
-            FEvents->Store->OnNotify(1, &notifications[i]);
-        } catch (...) {
-            KwReportServerException(std::current_exception());
-        }
-    }
-    return 0;
-}
-
-bool TKwMAPIMsgStore::TSink::IsConnected() const
-{
-    if (FEvents->Store == nullptr)
-        return false;
-    const std::lock_guard lock(FEvents->AdviseLock);
-    return FEvents->Store->FSink.Get() == this;
-}
-
 // ---- Asking for notifications
 
 void TKwMAPIMsgStore::DEventConnect(const TKwRef<IKwMAPIMsgStoreDEvents>& sink, WordBool connect)
 {
-    if (!KwConnectSink(FEvents->Sinks, sink, connect, GetClassName()))
+    if (!KwConnectSink(FAdvised->Sinks, sink, connect, GetClassName()))
         return;
     try {
         EventSinkChanged(connect);
     } catch (...) {
-        if (connect && FEvents->Sinks.Connect(sink, false))
+        if (connect && FAdvised->Sinks.Connect(sink, false))
             EventSinkChanged(false);
         throw;
     }
@@ -117,14 +92,9 @@ void TKwMAPIMsgStore::DEventConnect(const TKwRef<IKwMAPIMsgStoreDEvents>& sink, 
 
 void TKwMAPIMsgStore::EventSinkChanged(bool connected)
 {
-    bool begin = false;
-    bool end = false;
-    {
-        const std::lock_guard lock(FEvents->AdviseLock);
-        FSinkCount += connected ? 1 : -1;
-        begin = FSinkCount >= 1 && FSink == nullptr;
-        end = FSinkCount == 0 && FSink != nullptr;
-    }
+    const std::int32_t count = FSinkCount += connected ? 1 : -1;
+    const bool begin = count >= 1 && !Get_Advised();
+    const bool end = count == 0 && Get_Advised();
     if (begin && connected)
         Advise();
     else if (end)
@@ -156,32 +126,22 @@ void TKwMAPIMsgStore::Advise()
         static_cast<void>(
             OpenFolder(EntryIDOf(size, inbox.Get()), alBestAccess)->PropByName(PR_DISPLAY_NAME)->Get_Value());
 
-    const TKwComPtr<TSink> sink(new TSink(FEvents));
-    {
-        const std::lock_guard lock(FEvents->AdviseLock);
-        FSink = sink;
-    }
-    mapi::ULONG_PTR connection = 0;
-    const auto advise = [&](mapi::ULONG mask) { return MsgStore().Advise(0, nullptr, mask, sink.Get(), &connection); };
-    mapi::HRESULT hr = advise(StoreEvents | ExtendedEvents);
-    if (hr == mapi::MAPI_E_UNKNOWN_FLAGS)
-        hr = advise(StoreEvents);
-    bool ended = false;
-    {
-        const std::lock_guard lock(FEvents->AdviseLock);
-        ended = FSink != sink;
-        if (!ended)
-            FConnection = connection;
-    }
-    if (ended) { // by a sink that was called before the client had answered
-        if (connection != 0)
-            CheckMAPIResult(*this, u"UnAdvise", MsgStore().Unadvise(connection));
+    const auto answer = FAdvised->Advise([this](mapi::IMAPIAdviseSink* sink, mapi::ULONG_PTR* connection) {
+        const auto advise = [&](mapi::ULONG mask) { return MsgStore().Advise(0, nullptr, mask, sink, connection); };
+        const mapi::HRESULT hr = advise(StoreEvents | ExtendedEvents);
+        return hr == mapi::MAPI_E_UNKNOWN_FLAGS ? advise(StoreEvents) : hr;
+    });
+    if (!answer)
+        CreateKwMAPIException(mapi::MAPI_E_CALL_FAILED, sAlreadyAdvised)->Raise();
+    if (answer->Ended) {
+        if (answer->Connection != 0)
+            CheckMAPIResult(*this, u"UnAdvise", MsgStore().Unadvise(answer->Connection));
         return;
     }
     try {
-        CheckMAPIResult(*this, u"Start", hr);
+        CheckMAPIResult(*this, u"Start", answer->Result);
         static_cast<void>(PropByName(PR_TEST_LINE_SPEED)->Get_Value());
-        if (connection == 0)
+        if (answer->Connection == 0)
             CreateKwMAPIException(KwNotSupported, sNoNotifications)->Raise();
     } catch (...) {
         EndAdviseQuietly();
@@ -191,20 +151,9 @@ void TKwMAPIMsgStore::Advise()
 
 mapi::HRESULT TKwMAPIMsgStore::EndAdvise()
 {
-    TKwComPtr<TSink> sink; // released when nothing is locked any more
-    mapi::ULONG_PTR connection = 0;
-    {
-        const std::lock_guard lock(FEvents->AdviseLock);
-        sink = std::exchange(FSink, nullptr); // from here on it hands on nothing
-        connection = std::exchange(FConnection, 0);
-    }
-    mapi::HRESULT hr = mapi::S_OK;
-    if (connection != 0 && Get_MAPIOBJECT() != nullptr)
-        hr = MsgStore().Unadvise(connection);
-    // Not before: a client may wait in Unadvise for what it is delivering. A sink may still be running, also when it
-    // has ended the notifications itself.
-    const std::lock_guard wait(FEvents->Lock);
-    return hr;
+    return FAdvised->End([this](mapi::ULONG_PTR connection) {
+        return Get_MAPIOBJECT() != nullptr ? MsgStore().Unadvise(connection) : mapi::S_OK;
+    });
 }
 
 void TKwMAPIMsgStore::EndAdviseQuietly() noexcept
@@ -223,19 +172,13 @@ void TKwMAPIMsgStore::UnAdvise()
 
 WordBool TKwMAPIMsgStore::Get_Advised() const noexcept
 {
-    const std::lock_guard lock(FEvents->AdviseLock);
-    return FSink != nullptr;
+    return FAdvised->IsAdvised();
 }
 
 void TKwMAPIMsgStore::BeforeDestruction() noexcept
 {
     EndAdviseQuietly();
-    {
-        const std::lock_guard lock(FEvents->Lock);
-        FEvents->Store = nullptr;
-    }
-    // The client may keep its sink, and with it the events, for longer: the application's sinks go now.
-    FEvents->Sinks.DisconnectAll();
+    FAdvised->Forget();
     TKwMAPIProp::BeforeDestruction();
 }
 
@@ -243,11 +186,9 @@ void TKwMAPIMsgStore::BeforeDestruction() noexcept
 
 void TKwMAPIMsgStore::OnNotify(mapi::ULONG count, const mapi::NOTIFICATION* notifications)
 {
-    const std::shared_ptr<TEvents> events = FEvents;
-    const std::lock_guard lock(events->Lock);
     const TLoudSinks loud;
-    for (mapi::ULONG i = 0; i < count && events->Store != nullptr; ++i)
-        events->Store->OnStoreEvent(notifications[i]);
+    FAdvised->ForEach(count, notifications,
+                      [](TKwMAPIMsgStore& store, const mapi::NOTIFICATION& told) { store.OnStoreEvent(told); });
 }
 
 void TKwMAPIMsgStore::OnStoreEvent(const mapi::NOTIFICATION& told)
@@ -273,36 +214,22 @@ void TKwMAPIMsgStore::OnStoreEvent(const mapi::NOTIFICATION& told)
     }
 }
 
-template <typename Call>
-void TKwMAPIMsgStore::Dispatch(Call call)
-{
-    const std::shared_ptr<TEvents> events = FEvents;
-    const std::lock_guard lock(events->Lock);
-    // A sink that fails takes nothing from the others.
-    TFirstFailure failure;
-    events->Sinks.ForEach([&](IKwMAPIMsgStoreDEvents& sink) {
-        if (events->Store != nullptr) // else a sink before destroyed it
-            failure.Keep([&] { KwCallServerSink([&] { call(sink, *events->Store); }); });
-    });
-    failure.Raise();
-}
-
 void TKwMAPIMsgStore::DoOnSessionLogoff()
 {
-    Dispatch([&](IKwMAPIMsgStoreDEvents& sink, IKwMAPIMsgStore& store) { sink._OnSessionLogoff(store); });
+    FAdvised->Dispatch([&](IKwMAPIMsgStoreDEvents& sink, IKwMAPIMsgStore& store) { sink._OnSessionLogoff(store); });
 }
 
 void TKwMAPIMsgStore::DoOnNewMessage(const TKwMAPIEntryID& folderID, const TKwMAPIEntryID& messageID,
                                      const WideString& messageClass)
 {
-    Dispatch([&](IKwMAPIMsgStoreDEvents& sink, IKwMAPIMsgStore& store) {
+    FAdvised->Dispatch([&](IKwMAPIMsgStoreDEvents& sink, IKwMAPIMsgStore& store) {
         sink._OnNewMessage(store, folderID, messageID, messageClass);
     });
 }
 
 void TKwMAPIMsgStore::DoOnObjectCreated(const TObjectEvent& e)
 {
-    Dispatch([&](IKwMAPIMsgStoreDEvents& sink, IKwMAPIMsgStore& store) {
+    FAdvised->Dispatch([&](IKwMAPIMsgStoreDEvents& sink, IKwMAPIMsgStore& store) {
         sink._OnObjectCreated(store, e.EntryID, e.ObjectType, e.ParentID, e.OldID, e.OldParentID,
                               *CopyOf(*e.Properties));
     });
@@ -310,7 +237,7 @@ void TKwMAPIMsgStore::DoOnObjectCreated(const TObjectEvent& e)
 
 void TKwMAPIMsgStore::DoOnObjectDeleted(const TObjectEvent& e)
 {
-    Dispatch([&](IKwMAPIMsgStoreDEvents& sink, IKwMAPIMsgStore& store) {
+    FAdvised->Dispatch([&](IKwMAPIMsgStoreDEvents& sink, IKwMAPIMsgStore& store) {
         sink._OnObjectDeleted(store, e.EntryID, e.ObjectType, e.ParentID, e.OldID, e.OldParentID,
                               *CopyOf(*e.Properties));
     });
@@ -318,7 +245,7 @@ void TKwMAPIMsgStore::DoOnObjectDeleted(const TObjectEvent& e)
 
 void TKwMAPIMsgStore::DoOnObjectModified(const TObjectEvent& e)
 {
-    Dispatch([&](IKwMAPIMsgStoreDEvents& sink, IKwMAPIMsgStore& store) {
+    FAdvised->Dispatch([&](IKwMAPIMsgStoreDEvents& sink, IKwMAPIMsgStore& store) {
         sink._OnObjectModified(store, e.EntryID, e.ObjectType, e.ParentID, e.OldID, e.OldParentID,
                                *CopyOf(*e.Properties));
     });
@@ -326,14 +253,14 @@ void TKwMAPIMsgStore::DoOnObjectModified(const TObjectEvent& e)
 
 void TKwMAPIMsgStore::DoOnObjectMoved(const TObjectEvent& e)
 {
-    Dispatch([&](IKwMAPIMsgStoreDEvents& sink, IKwMAPIMsgStore& store) {
+    FAdvised->Dispatch([&](IKwMAPIMsgStoreDEvents& sink, IKwMAPIMsgStore& store) {
         sink._OnObjectMoved(store, e.EntryID, e.ObjectType, e.ParentID, e.OldID, e.OldParentID, *CopyOf(*e.Properties));
     });
 }
 
 void TKwMAPIMsgStore::DoOnObjectCopied(const TObjectEvent& e)
 {
-    Dispatch([&](IKwMAPIMsgStoreDEvents& sink, IKwMAPIMsgStore& store) {
+    FAdvised->Dispatch([&](IKwMAPIMsgStoreDEvents& sink, IKwMAPIMsgStore& store) {
         sink._OnObjectCopied(store, e.EntryID, e.ObjectType, e.ParentID, e.OldID, e.OldParentID,
                              *CopyOf(*e.Properties));
     });

@@ -2,12 +2,12 @@
 // StoreMessages.cpp, events in StoreEvents.cpp, what only Exchange and Outlook have in StoreExchange.cpp.
 #include "mapi/session/uKwMAPIMsgStore.hpp"
 
+#include "mapi/core/Advised.hpp"
 #include "mapi/headers/uKwMAPIguidH.hpp"
 #include "mapi/headers/uKwMAPIStoreConstantsH.hpp"
 #include "mapi/session/AccessLevel.hpp"
 #include "mapi/session/EntryIDArg.hpp"
 #include "mapi/session/SimpleObjects.hpp"
-#include "mapi/session/StoreSink.hpp"
 #include "mapi/session/uKwMAPIFolder.hpp"
 #include "mapi/table/uKwSimpleMAPITables.hpp"
 
@@ -31,7 +31,7 @@ constexpr auto sNoContainer = u"%s.OpenContainer failed, because the object that
 } // namespace
 
 TKwMAPIMsgStore::TKwMAPIMsgStore(TKwMAPISessionBase& session)
-    : TKwMAPIProp(&session), FEvents(std::make_shared<TEvents>(*this))
+    : TKwMAPIProp(&session), FAdvised(std::make_shared<TKwAdvised<TKwMAPIMsgStore, IKwMAPIMsgStoreDEvents>>(*this))
 {
     SetSession(&session);
 }

@@ -5,6 +5,7 @@
 #include "mapi/core/uKwMAPIBase.hpp"
 #include "mapi/headers/uKwEdkMdbH.hpp"
 
+#include <atomic>
 #include <memory>
 
 namespace deftmapi
@@ -146,9 +147,6 @@ protected:
     void BeforeDestruction() noexcept override;
 
 private:
-    class TSink;
-    struct TEvents;
-
     [[nodiscard]] mapi::IMsgStore& MsgStore() const noexcept { return MAPIObjectAs<mapi::IMsgStore>(); }
     [[nodiscard]] mapi::HRESULT CallGetReceiveFolder(mapi::ULONG& size, TKwMAPIBuffer<mapi::ENTRYID>& entryID);
     [[nodiscard]] TKwMAPIEntryID ReceiveFolderID(WideView methodName);
@@ -167,14 +165,9 @@ private:
     [[nodiscard]] mapi::HRESULT EndAdvise();
     void EndAdviseQuietly() noexcept;
     void OnStoreEvent(const mapi::NOTIFICATION& told);
-    template <typename Call>
-    void Dispatch(Call call);
 
-    const std::shared_ptr<TEvents> FEvents;
-    // Under the advise lock of the events: a sink on the client's thread may be the last to go.
-    std::int32_t FSinkCount = 0;
-    TKwComPtr<TSink> FSink;          // null while not advised
-    mapi::ULONG_PTR FConnection = 0; // 0 until the client has answered
+    const std::shared_ptr<TKwAdvised<TKwMAPIMsgStore, IKwMAPIMsgStoreDEvents>> FAdvised;
+    std::atomic<std::int32_t> FSinkCount = 0; // a sink on the client's thread may be the last to go
 };
 
 } // namespace deftmapi

@@ -3,6 +3,7 @@
 // The MAPI table has a position of its own, and after a batch it is not where the cursor is: behind the batch when the
 // read advanced, at its first row when it did not. FBeyondFirst keeps that distance, so that a relative move that
 // leaves the batch counts from the cursor and not from wherever the last read left the MAPI position.
+#include "mapi/core/Advised.hpp"
 #include "mapi/core/uKwMAPIExceptions.hpp"
 #include "mapi/headers/uKwMAPICodeH.hpp"
 #include "mapi/headers/uKwMAPITableConstantsH.hpp"
@@ -34,8 +35,9 @@ constexpr std::int32_t CountingStep = 20;
 } // namespace
 
 TKwMAPITable::TKwMAPITable(TKwMAPIWrapper& owner, mapi::IMAPITable* table, TKwMAPITableOpener reopen)
-    : TKwMAPITableBase(&owner), FEvents(std::make_shared<TEvents>(*this)),
-      FMAPISide(KwMake<TMAPISide>(*this, owner, table)), FReopen(std::move(reopen)), FRowSet(*FMAPISide)
+    : TKwMAPITableBase(&owner), FAdvised(std::make_shared<TKwAdvised<TKwMAPITable, IKwMAPITableDEvents>>(*this)),
+      FEventColumns(std::make_unique<TEventColumns>()), FMAPISide(KwMake<TMAPISide>(*this, owner, table)),
+      FReopen(std::move(reopen)), FRowSet(*FMAPISide)
 {}
 
 TKwMAPITable::~TKwMAPITable()

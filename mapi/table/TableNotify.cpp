@@ -4,6 +4,7 @@
 // called without looking whether it is still there; the lock keeps other threads from destroying it meanwhile.
 #include "mapi/table/TableNotify.hpp"
 
+#include "mapi/core/Advised.hpp"
 #include "mapi/core/ConnectSink.hpp"
 #include "mapi/core/uKwMAPIExceptions.hpp"
 #include "mapi/core/uKwMAPIPropValue.hpp"
@@ -49,7 +50,7 @@ TKwBytes KeyOf(const mapi::SPropValue& index)
 
 /// The column behind the value at a place of a row. A value need not have the column's type: where a row lacks the
 /// property it is an error, and of a multiple one it is a single value.
-TEventColumn ColumnOf(const TEventColumns& columns, mapi::ULONG place, mapi::ULONG tag)
+TEventColumn ColumnOf(const std::vector<TEventColumn>& columns, mapi::ULONG place, mapi::ULONG tag)
 {
     const auto same = [tag](const TEventColumn& column) { return mapi::PROP_ID(column.Tag) == mapi::PROP_ID(tag); };
     auto column = columns.begin() + std::min<std::ptrdiff_t>(place, std::ssize(columns));
@@ -60,9 +61,11 @@ TEventColumn ColumnOf(const TEventColumns& columns, mapi::ULONG place, mapi::ULO
     return {column->Info, mapi::PROP_TYPE(tag) == mapi::PT_ERROR ? column->Tag : tag};
 }
 
-/// A memory table of one row. It has no owner: it is made on the client's thread and belongs to whoever keeps it.
-TKwRef<TKwMAPIMemoryTable> TableOf(const mapi::SRow& row, const TEventColumns& columns)
+} // namespace
+
+TKwRef<TKwMAPIMemoryTable> TKwMAPITable::TEventColumns::TableOf(const mapi::SRow& row) const
 {
+    const std::vector<TEventColumn> columns = Get();
     const auto table = KwMake<TKwMAPIMemoryTable>();
     const auto fields = table->Get_Fields();
     table->Insert();
@@ -76,87 +79,40 @@ TKwRef<TKwMAPIMemoryTable> TableOf(const mapi::SRow& row, const TEventColumns& c
     return table;
 }
 
-} // namespace
-
-// ---- TAdviseSink
-
-mapi::ULONG DEFTMAPI_STDCALL TKwMAPITable::TAdviseSink::OnNotify(mapi::ULONG count, mapi::LPNOTIFICATION notifications)
-{
-    const TKwComPtr<TAdviseSink> self(this);
-    const std::lock_guard lock(FEvents->Lock);
-    for (mapi::ULONG i = 0; i < count && IsConnected(); ++i) {
-        // Nothing may be thrown through the client's code.
-        try {
-            FEvents->Table->OnNotify(1, &notifications[i]);
-        } catch (...) {
-            KwReportServerException(std::current_exception());
-        }
-    }
-    return 0;
-}
-
-bool TKwMAPITable::TAdviseSink::IsConnected() const noexcept
-{
-    if (FEvents->Table == nullptr)
-        return false;
-    const std::lock_guard lock(FEvents->AdviseLock);
-    return FEvents->Table->FAdviseSink.Get() == this;
-}
-
 // ---- Asking for notifications
 
 void TKwMAPITable::Advise()
 {
-    const TKwComPtr<TAdviseSink> sink(new TAdviseSink(FEvents));
-    {
-        const std::lock_guard lock(FEvents->AdviseLock);
-        if (FAdviseSink != nullptr)
-            CreateKwMAPIException(mapi::MAPI_E_CALL_FAILED, sAlreadyAdvised)->Raise();
-        if (MAPITable() == nullptr)
-            RaiseNoMAPIObject();
-        FAdviseSink = sink;
+    if (MAPITable() == nullptr && !Get_Advised())
+        RaiseNoMAPIObject();
+    const auto answer = FAdvised->Advise([this](mapi::IMAPIAdviseSink* sink, mapi::ULONG_PTR* connection) {
+        return MAPITable()->Advise(mapi::fnevTableModified, sink, connection);
+    });
+    if (!answer)
+        CreateKwMAPIException(mapi::MAPI_E_CALL_FAILED, sAlreadyAdvised)->Raise();
+    if (answer->Result == mapi::MAPI_E_NO_SUPPORT)
+        CreateKwMAPIException(answer->Result, sNoNotifications)->Raise();
+    try {
+        CheckMAPIResult(GetClassName(), u"Advise", answer->Result, FMAPISide.Get());
+    } catch (...) {
+        EndAdviseQuietly(); // a warning came with a connection
+        throw;
     }
-    mapi::ULONG_PTR connection = 0;
-    const mapi::HRESULT hr = MAPITable()->Advise(mapi::fnevTableModified, sink.Get(), &connection);
-    bool ended = false;
-    {
-        const std::lock_guard lock(FEvents->AdviseLock);
-        ended = FAdviseSink != sink;
-        if (!ended && mapi::Failed(hr))
-            FAdviseSink = nullptr;
-        else if (!ended)
-            FConnection = connection;
-    }
-    if (hr == mapi::MAPI_E_NO_SUPPORT)
-        CreateKwMAPIException(hr, sNoNotifications)->Raise();
-    CheckMAPIResult(GetClassName(), u"Advise", hr, FMAPISide.Get());
-    if (ended) // by a sink that was called before the client had answered
-        CheckMAPIResult(GetClassName(), u"UnAdvise", MAPITable()->Unadvise(connection), FMAPISide.Get());
+    if (answer->Ended)
+        CheckMAPIResult(GetClassName(), u"UnAdvise", MAPITable()->Unadvise(answer->Connection), FMAPISide.Get());
 }
 
 WordBool TKwMAPITable::Get_Advised() const noexcept
 {
-    const std::lock_guard lock(FEvents->AdviseLock);
-    return FAdviseSink != nullptr;
+    return FAdvised->IsAdvised();
 }
 
 mapi::HRESULT TKwMAPITable::EndAdvise()
 {
-    TKwComPtr<TAdviseSink> sink; // released when nothing is locked any more
-    mapi::ULONG_PTR connection = 0;
-    {
-        const std::lock_guard lock(FEvents->AdviseLock);
-        sink = std::exchange(FAdviseSink, nullptr); // from here on it hands on nothing
-        connection = std::exchange(FConnection, 0);
-    }
     FAdviseAgain = false;
-    mapi::HRESULT hr = mapi::S_OK;
-    if (connection != 0 && MAPITable() != nullptr)
-        hr = MAPITable()->Unadvise(connection);
-    // Not before: a client may wait in Unadvise for what it is delivering. A sink may still be running, also when it
-    // has ended the notifications itself.
-    const std::lock_guard wait(FEvents->Lock);
-    return hr;
+    return FAdvised->End([this](mapi::ULONG_PTR connection) {
+        return MAPITable() != nullptr ? MAPITable()->Unadvise(connection) : mapi::S_OK;
+    });
 }
 
 void TKwMAPITable::EndAdviseQuietly() noexcept
@@ -176,75 +132,52 @@ void TKwMAPITable::UnAdvise()
 void TKwMAPITable::BeforeDestruction() noexcept
 {
     EndAdviseQuietly();
-    {
-        const std::lock_guard lock(FEvents->Lock);
-        FEvents->Table = nullptr;
-    }
-    // The client may keep its sink, and with it the events, for longer: the application's sinks go now.
-    FEvents->Sinks.DisconnectAll();
+    FAdvised->Forget();
     TKwMAPITableBase::BeforeDestruction();
 }
 
 void TKwMAPITable::TellColumns()
 {
     const std::vector<mapi::ULONG> tags = Fields().CreatePropTagArray();
-    TEventColumns columns;
+    std::vector<TEventColumn> columns;
     for (std::int32_t i = 0; i < Fields().Get_Count(); ++i)
         columns.push_back({&GetPropInfo(Fields().Get_Item(i)->Get_PropDef()), tags[static_cast<std::size_t>(i) + 1]});
-    const std::lock_guard lock(FEvents->AdviseLock);
-    FEvents->Columns = std::move(columns);
+    FEventColumns->Set(std::move(columns));
 }
 
 void TKwMAPITable::DEventConnect(const TKwRef<IKwMAPITableDEvents>& sink, WordBool connect)
 {
-    KwConnectSink(FEvents->Sinks, sink, connect, GetClassName());
+    KwConnectSink(FAdvised->Sinks, sink, connect, GetClassName());
 }
 
 WordBool TKwMAPITable::HasDEventSinks() const
 {
-    return FEvents->Sinks.Count() != 0;
+    return FAdvised->Sinks.Count() != 0;
 }
 
 // ---- Handing them to the sinks
 
-template <typename Call>
-void TKwMAPITable::Dispatch(Call call)
-{
-    const std::shared_ptr<TEvents> events = FEvents;
-    const std::lock_guard lock(events->Lock);
-    events->Sinks.ForEach([&](IKwMAPITableDEvents& sink) {
-        if (events->Table != nullptr) // a sink before may have destroyed it
-            KwCallServerSink([&] { call(sink, *events->Table); });
-    });
-}
-
 void TKwMAPITable::OnNotify(mapi::ULONG count, const mapi::NOTIFICATION* notifications)
 {
-    const std::shared_ptr<TEvents> events = FEvents;
-    const std::lock_guard lock(events->Lock);
-    for (mapi::ULONG i = 0; i < count && events->Table != nullptr; ++i) {
-        KwAssert(notifications[i].ulEventType == mapi::fnevTableModified, sNoTableNotification, unit);
-        events->Table->OnTableEvent(notifications[i].info.tab);
-    }
+    FAdvised->ForEach(count, notifications, [](TKwMAPITable& table, const mapi::NOTIFICATION& told) {
+        KwAssert(told.ulEventType == mapi::fnevTableModified, sNoTableNotification, unit);
+        table.OnTableEvent(told.info.tab);
+    });
 }
 
 void TKwMAPITable::OnTableEvent(const mapi::TABLE_NOTIFICATION& event)
 {
-    const auto columns = [this] {
-        const std::lock_guard lock(FEvents->AdviseLock);
-        return FEvents->Columns;
-    };
     switch (event.ulTableEvent) {
     case mapi::TABLE_CHANGED:
         return DoChanged();
     case mapi::TABLE_ERROR:
         return DoError();
     case mapi::TABLE_ROW_ADDED:
-        return DoRowAdded(KeyOf(event.propIndex), *TableOf(event.row, columns()));
+        return DoRowAdded(KeyOf(event.propIndex), *FEventColumns->TableOf(event.row));
     case mapi::TABLE_ROW_DELETED:
-        return DoRowDeleted(KeyOf(event.propIndex), *TableOf(event.row, columns()));
+        return DoRowDeleted(KeyOf(event.propIndex), *FEventColumns->TableOf(event.row));
     case mapi::TABLE_ROW_MODIFIED:
-        return DoRowModified(KeyOf(event.propIndex), *TableOf(event.row, columns()));
+        return DoRowModified(KeyOf(event.propIndex), *FEventColumns->TableOf(event.row));
     case mapi::TABLE_SORT_DONE:
         return DoSortDone();
     case mapi::TABLE_RESTRICT_DONE:
@@ -260,52 +193,52 @@ void TKwMAPITable::OnTableEvent(const mapi::TABLE_NOTIFICATION& event)
 
 void TKwMAPITable::DoChanged()
 {
-    Dispatch([](IKwMAPITableDEvents& sink, IKwMAPITable& table) { sink._OnChanged(table); });
+    FAdvised->Dispatch([](IKwMAPITableDEvents& sink, IKwMAPITable& table) { sink._OnChanged(table); });
 }
 
 void TKwMAPITable::DoError()
 {
-    Dispatch([](IKwMAPITableDEvents& sink, IKwMAPITable& table) { sink._OnError(table); });
+    FAdvised->Dispatch([](IKwMAPITableDEvents& sink, IKwMAPITable& table) { sink._OnError(table); });
 }
 
 void TKwMAPITable::DoReload()
 {
-    Dispatch([](IKwMAPITableDEvents& sink, IKwMAPITable& table) { sink._OnReload(table); });
+    FAdvised->Dispatch([](IKwMAPITableDEvents& sink, IKwMAPITable& table) { sink._OnReload(table); });
 }
 
 void TKwMAPITable::DoRestrictDone()
 {
-    Dispatch([](IKwMAPITableDEvents& sink, IKwMAPITable& table) { sink._OnRestrictDone(table); });
+    FAdvised->Dispatch([](IKwMAPITableDEvents& sink, IKwMAPITable& table) { sink._OnRestrictDone(table); });
 }
 
 void TKwMAPITable::DoSetColDone()
 {
-    Dispatch([](IKwMAPITableDEvents& sink, IKwMAPITable& table) { sink._OnSetColDone(table); });
+    FAdvised->Dispatch([](IKwMAPITableDEvents& sink, IKwMAPITable& table) { sink._OnSetColDone(table); });
 }
 
 void TKwMAPITable::DoSortDone()
 {
-    Dispatch([](IKwMAPITableDEvents& sink, IKwMAPITable& table) { sink._OnSortDone(table); });
+    FAdvised->Dispatch([](IKwMAPITableDEvents& sink, IKwMAPITable& table) { sink._OnSortDone(table); });
 }
 
 void TKwMAPITable::DoRowAdded(const TKwBytes& key, IKwMAPIMemoryTable& row)
 {
-    Dispatch([&](IKwMAPITableDEvents& sink, IKwMAPITable& table) { sink._OnRowAdded(table, key, row); });
+    FAdvised->Dispatch([&](IKwMAPITableDEvents& sink, IKwMAPITable& table) { sink._OnRowAdded(table, key, row); });
 }
 
 void TKwMAPITable::DoRowModified(const TKwBytes& key, IKwMAPIMemoryTable& row)
 {
-    Dispatch([&](IKwMAPITableDEvents& sink, IKwMAPITable& table) { sink._OnRowModified(table, key, row); });
+    FAdvised->Dispatch([&](IKwMAPITableDEvents& sink, IKwMAPITable& table) { sink._OnRowModified(table, key, row); });
 }
 
 void TKwMAPITable::DoRowDeleted(const TKwBytes& key, IKwMAPIMemoryTable& row)
 {
-    Dispatch([&](IKwMAPITableDEvents& sink, IKwMAPITable& table) { sink._OnRowDeleted(table, key, row); });
+    FAdvised->Dispatch([&](IKwMAPITableDEvents& sink, IKwMAPITable& table) { sink._OnRowDeleted(table, key, row); });
 }
 
 void TKwMAPITable::DoClose()
 {
-    Dispatch([](IKwMAPITableDEvents& sink, IKwMAPITable& table) { sink._OnClose(table); });
+    FAdvised->Dispatch([](IKwMAPITableDEvents& sink, IKwMAPITable& table) { sink._OnClose(table); });
 }
 
 } // namespace deftmapi

@@ -262,8 +262,7 @@ protected:
 
 private:
     class TMAPISide;
-    class TAdviseSink;
-    struct TEvents;
+    class TEventColumns;
 
     void MAPIObjectReplaced(bool active) noexcept;
     [[nodiscard]] bool Refetch();
@@ -283,8 +282,6 @@ private:
     [[nodiscard]] mapi::HRESULT EndAdvise();
     void EndAdviseQuietly() noexcept;
     void OnTableEvent(const mapi::TABLE_NOTIFICATION& event);
-    template <typename Call>
-    void Dispatch(Call call);
     void SeekMAPI(mapi::BOOKMARK origin, std::int32_t rows, std::int32_t& sought, bool mayHaveMoved = false);
     void TellColumns();
     void ReadRowCount(WideView methodName);
@@ -297,7 +294,8 @@ private:
     [[noreturn]] void RaiseBusy(WideView pattern) const;
     [[noreturn]] void RaiseNoMAPIObject() const;
 
-    std::shared_ptr<TEvents> FEvents;
+    const std::shared_ptr<TKwAdvised<TKwMAPITable, IKwMAPITableDEvents>> FAdvised;
+    const std::unique_ptr<TEventColumns> FEventColumns;
     TKwRef<TMAPISide> FMAPISide;
     TKwMAPITableOpener FReopen;
     bool FActive = false;
@@ -314,8 +312,6 @@ private:
     mapi::BOOKMARK FSearchBookmark = 0;     // behind it; 0: none
     bool FMustRestore = false;              // the table was fetched again and does not have its order and filter yet
     std::atomic<bool> FAdviseAgain = false; // nor its notifications
-    TKwComPtr<TAdviseSink> FAdviseSink;     // null while not advised; this and the next under TEvents::AdviseLock
-    mapi::ULONG_PTR FConnection = 0;        // 0 until the client has answered
 };
 
 } // namespace deftmapi

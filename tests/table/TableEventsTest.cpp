@@ -103,6 +103,9 @@ TEST_F(TTableEventsTest, AdviseAndUnAdvise)
     Calls->Next("Advise", mapi::MAPI_E_NETWORK_ERROR);
     EXPECT_EQ(Catch([&] { Table->Advise(); }).Message.substr(0, 28), "TKwMAPITable.Advise has rais");
     EXPECT_FALSE(Table->Get_Advised());
+    Calls->Next("Advise", mapi::MAPI_W_ERRORS_RETURNED);
+    EXPECT_EQ(Catch([&] { Table->Advise(); }).Code, mapi::MAPI_W_ERRORS_RETURNED);
+    EXPECT_FALSE(Table->Get_Advised()) << "what raises leaves nothing behind";
     Table->Advise();
     Session->Set_Active(false); // takes the MAPI table away
     EXPECT_FALSE(Table->Get_Advised());
