@@ -37,9 +37,9 @@ class ProgressMeter;
 /// they would name folders of somebody else.
 [[nodiscard]] bool NamesSpecialFolder(ULONG id);
 [[nodiscard]] std::vector<std::int64_t> ChildFolders(StoreFile& store, std::int64_t row);
-/// The folder and all below it, parents before their children; each level in the order of the file, which is how a
-/// large tree is read and deleted fast.
-[[nodiscard]] std::vector<std::int64_t> Subtree(StoreFile& store, std::int64_t row);
+/// The folders and all below them, parents before their children; each level in the order of the file, which is how a
+/// large tree is read and deleted fast. REQUIRES: none of the folders is below another.
+[[nodiscard]] std::vector<std::int64_t> Subtree(StoreFile& store, std::vector<std::int64_t> rows);
 /// Adds a folder. REQUIRES: a transaction is open, and the name is free. @returns its row
 std::int64_t InsertFolder(StoreFile& store, std::int64_t parent, ULONG type, const WideString& name,
                           const PropertyBag& props);

@@ -64,7 +64,7 @@ bool IsSpecialFolder(std::int64_t row)
 
 void DeleteSubtree(StoreFile& store, std::int64_t row, ProgressMeter& meter)
 {
-    DeleteFolders(store, Subtree(store, row), meter);
+    DeleteFolders(store, Subtree(store, {row}), meter);
 }
 
 mapi::HRESULT FolderObject::DeleteFolder(ULONG size, mapi::LPENTRYID id, mapi::ULONG_PTR, mapi::LPMAPIPROGRESS progress,
@@ -83,7 +83,7 @@ mapi::HRESULT FolderObject::DeleteFolder(ULONG size, mapi::LPENTRYID id, mapi::U
             Fail(mapi::MAPI_E_NOT_FOUND, sNoFolder);
         if (folder.hasSubfolders && !(flags & mapi::DEL_FOLDERS))
             Fail(mapi::MAPI_E_HAS_FOLDERS, sHasFolders);
-        const auto folders = Subtree(*FStore, row);
+        const auto folders = Subtree(*FStore, {row});
         if (!(flags & mapi::DEL_MESSAGES) && HasMessages(*FStore, folders))
             Fail(mapi::MAPI_E_HAS_MESSAGES, sHasMessages);
         ProgressMeter meter(progress, progress ? CountSteps(*FStore, folders) : 0, {&FStore->Db()});
@@ -100,18 +100,9 @@ mapi::HRESULT FolderObject::EmptyFolder(mapi::ULONG_PTR, mapi::LPMAPIPROGRESS pr
         Transaction transaction(FStore->Db());
         Refresh();
         RequireNoSearch(FState);
-        bool kept = false;
-        std::vector<std::int64_t> folders;
-        for (const std::int64_t child : ChildFolders(*FStore, FRow)) {
-            if (IsSpecialFolder(child))
-                kept = true;
-            else
-                folders.push_back(child);
-        }
-        for (std::size_t i = 0; i < folders.size(); ++i) {
-            const auto children = ChildFolders(*FStore, folders[i]);
-            folders.insert(folders.end(), children.begin(), children.end());
-        }
+        std::vector<std::int64_t> children = ChildFolders(*FStore, FRow);
+        const bool kept = std::erase_if(children, IsSpecialFolder) != 0;
+        const auto folders = Subtree(*FStore, std::move(children));
         const bool withAssociated = (flags & mapi::DEL_ASSOCIATED) != 0;
         const std::int64_t here = FState.contents + (withAssociated ? FState.associated : 0);
         ProgressMeter meter(progress, progress ? CountSteps(*FStore, folders) + here : 0, {&FStore->Db()});

@@ -56,16 +56,14 @@ std::vector<std::int64_t> ChildFolders(StoreFile& store, std::int64_t row)
     return store.Db().Prepare("SELECT id FROM folders WHERE parent = ?1").Bind(1, row).Numbers();
 }
 
-std::vector<std::int64_t> Subtree(StoreFile& store, std::int64_t row)
+std::vector<std::int64_t> Subtree(StoreFile& store, std::vector<std::int64_t> rows)
 {
-    std::vector<std::int64_t> rows = {row};
     for (std::size_t next = 0; next < rows.size();) {
-        const std::size_t level = rows.size();
-        for (; next < level; ++next) {
+        std::sort(rows.begin() + static_cast<std::ptrdiff_t>(next), rows.end());
+        for (const std::size_t level = rows.size(); next < level; ++next) {
             const auto children = ChildFolders(store, rows[next]);
             rows.insert(rows.end(), children.begin(), children.end());
         }
-        std::sort(rows.begin() + static_cast<std::ptrdiff_t>(level), rows.end());
     }
     return rows;
 }
@@ -171,7 +169,7 @@ mapi::HRESULT FolderObject::CopyFolder(ULONG size, mapi::LPENTRYID id, mapi::LPC
         WideString text = TextParameter(name, flags);
         const std::vector<Database*> stores = {&FStore->Db(), &target->FStore->Db()};
         if (!IsOfStore(*target)) {
-            const auto folders = move || deep ? Subtree(*FStore, row) : std::vector{row};
+            const auto folders = move || deep ? Subtree(*FStore, {row}) : std::vector{row};
             ProgressMeter meter(progress, progress ? CountSteps(*FStore, folders) : 0, stores);
             return CopyFolderAcross(row, *target, text, flags, meter) ? mapi::S_OK : mapi::MAPI_W_PARTIAL_COMPLETION;
         }
@@ -192,7 +190,7 @@ mapi::HRESULT FolderObject::CopyFolder(ULONG size, mapi::LPENTRYID id, mapi::LPC
             Fail(mapi::MAPI_E_COLLISION, sNameTaken);
         std::int64_t steps = 1;
         if (progress && !move)
-            steps = CountSteps(store, deep ? Subtree(store, row) : std::vector{row});
+            steps = CountSteps(store, deep ? Subtree(store, {row}) : std::vector{row});
         ProgressMeter meter(progress, steps, stores);
         if (move) {
             MoveFolder(store, row, target->FRow, text);

@@ -90,7 +90,7 @@ void SearchFolders::Fill(std::int64_t search)
         std::make_shared<const Restriction>(Restriction::Parse(*UnpackRestriction(criteria->restriction, true).Get()));
     std::set<std::int64_t> folders;
     for (const std::int64_t folder : criteria->folders) {
-        const auto searched = criteria->recursive ? Subtree(FStore, folder) : std::vector{folder};
+        const auto searched = criteria->recursive ? Subtree(FStore, {folder}) : std::vector{folder};
         folders.insert(searched.begin(), searched.end());
     }
     const StoreChanges::Counts before = Count(search);
@@ -122,7 +122,7 @@ void SearchFolders::FolderMoved(std::int64_t folder)
 {
     if (!IsNeeded())
         return;
-    for (const std::int64_t below : Subtree(FStore, folder)) {
+    for (const std::int64_t below : Subtree(FStore, {folder})) {
         static const std::string sql =
             "SELECT m.id, " + FlagsExpression + " FROM messages m WHERE m.folder = ?1 AND m.associated = 0";
         Query query = FStore.Db().Prepare(sql);

@@ -162,7 +162,7 @@ bool Transfer::RemoveFolder() noexcept
     try {
         Transaction transaction(FFrom.Db());
         std::vector<Seen> now;
-        for (const std::int64_t row : Subtree(FFrom, FFolders.front().row))
+        for (const std::int64_t row : Subtree(FFrom, {FFolders.front().row}))
             now.push_back(Look(row));
         const auto byRow = [](const Seen& one, const Seen& other) { return one.row < other.row; };
         std::sort(now.begin(), now.end(), byRow);
