@@ -8,6 +8,7 @@
 #include "support/uKwEncoding.hpp"
 
 #include <algorithm>
+#include <limits>
 
 namespace deftmapi
 {
@@ -42,6 +43,16 @@ bool IsComparable(mapi::ULONG type) noexcept
 TKwVariant ZeroIfUnset(const TKwVariant& value)
 {
     return value.IsEmptyOrNull() ? TKwVariant(std::int32_t{0}) : value;
+}
+
+/// All 32 bits count: a number that fits without a sign only is taken without one.
+TKwVariant LongOf(const TKwVariant& value)
+{
+    const TKwVariant number = ZeroIfUnset(value);
+    const std::int64_t wide = number.AsLargeInteger();
+    const bool isUnsigned = wide > std::numeric_limits<std::int32_t>::max() &&
+                            wide <= std::int64_t{std::numeric_limits<std::uint32_t>::max()};
+    return isUnsigned ? TKwVariant(static_cast<std::int32_t>(static_cast<std::uint32_t>(wide))) : number;
 }
 
 /// Dates and numbers of days count in UTC, as file times do.
@@ -86,8 +97,9 @@ std::optional<TKwVariant> ValueFor(mapi::ULONG type, const TKwVariant& value)
     case mapi::PT_I2:
     case mapi::PT_R4:
     case mapi::PT_DOUBLE:
-    case mapi::PT_LONG:
         return ZeroIfUnset(value);
+    case mapi::PT_LONG:
+        return LongOf(value);
     case mapi::PT_APPTIME:
     case mapi::PT_BOOLEAN:
     case mapi::PT_STRING8:

@@ -302,6 +302,8 @@ void TKwMAPITable::Sort(const std::vector<TKwMAPISortKey>& keys)
     CheckMAPIResult(GetClassName(), u"Sort", hr, FMAPISide.Get());
     ClearRowSet();
     FEOF = false;
+    // A sort takes the meaning of bookmarks: with them the next search would find nothing.
+    CheckMAPIResult(GetClassName(), u"FreeBookmark", FreeBookmarks(), FMAPISide.Get());
     ReadRowCount(u"Sort");
 }
 

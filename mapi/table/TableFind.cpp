@@ -43,20 +43,23 @@ void TKwMAPITable::Filter(const TKwRef<IKwMAPIRestriction>& restriction)
         RaiseNoMAPIObject();
     const TKwRef<IKwMAPIRestrictionEx> filter(restriction ? &MAPIFormOf(restriction, GetClassName(), u"Filter")
                                                           : nullptr);
+    const auto restrict = [this](mapi::SRestriction* record) {
+        const mapi::HRESULT hr = Restrict(record);
+        if (hr == mapi::MAPI_E_BUSY)
+            RaiseBusy(sFilterBusy);
+        if (hr == mapi::MAPI_E_TOO_COMPLEX)
+            CreateKwMAPIException(hr, sFilterTooComplex, {GetClassName()})->Raise();
+        CheckMAPIResult(GetClassName(), u"Restrict", hr, FMAPISide.Get());
+    };
     if (FFilter) {
-        CheckMAPIResult(GetClassName(), u"Restrict", Restrict(nullptr), FMAPISide.Get());
+        restrict(nullptr);
         FFilter.Reset();
     }
     if (FActive)
         CheckMAPIResult(GetClassName(), u"FreeBookmark", CloseCursor(), FMAPISide.Get());
     if (filter) {
         // Held once the MAPI table has taken it: a table without a filter can be searched and filtered again.
-        const mapi::HRESULT hr = Restrict(filter->GetMAPIRestriction());
-        if (hr == mapi::MAPI_E_BUSY)
-            RaiseBusy(sFilterBusy);
-        if (hr == mapi::MAPI_E_TOO_COMPLEX)
-            CreateKwMAPIException(hr, sFilterTooComplex, {GetClassName()})->Raise();
-        CheckMAPIResult(GetClassName(), u"Restrict", hr, FMAPISide.Get());
+        restrict(filter->GetMAPIRestriction());
         FFilter = filter;
     }
     FEOF = false;

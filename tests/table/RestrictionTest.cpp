@@ -24,6 +24,8 @@ TEST_F(TRestrictionTest, KindsWithoutAValue)
     EXPECT_EQ(Record(compare), "compare(3,0x00390040,0x0E060040)");
     EXPECT_EQ(compare->Get_PropDef1(), PR_CLIENT_SUBMIT_TIME);
     EXPECT_EQ(compare->Get_PropDef2(), PR_MESSAGE_DELIVERY_TIME);
+    EXPECT_EQ(compare->Get_Operator(), oGreaterOrEqual);
+    EXPECT_EQ(compare->Get_RestrictionType(), rtCompareProps);
 
     const auto mask = Make<IKwMAPIRestrictionBitMask>(rtBitmask);
     mask->Set_PropDef(PR_MESSAGE_FLAGS);
@@ -31,15 +33,37 @@ TEST_F(TRestrictionTest, KindsWithoutAValue)
     mask->Set_BitMask(-2);
     EXPECT_EQ(Record(mask), "bitmask(1,0x0E070003,0xFFFFFFFE)");
     EXPECT_EQ(mask->Get_BitMask(), -2);
+    EXPECT_EQ(mask->Get_Operator(), bmoNotZero);
+    EXPECT_EQ(mask->Get_PropDef(), PR_MESSAGE_FLAGS);
+    EXPECT_EQ(mask->Get_RestrictionType(), rtBitmask);
 
     const auto size = Make<IKwMAPIRestrictionSize>(rtSize);
     size->Set_PropDef(PR_BODY);
     size->Set_Operator(oLike);
     size->Set_Size(4096);
     EXPECT_EQ(Record(size), "size(6,0x1000001F,4096)");
+    EXPECT_EQ(size->Get_Size(), 4096);
+    EXPECT_EQ(size->Get_Operator(), oLike);
+    EXPECT_EQ(size->Get_PropDef(), PR_BODY);
+    EXPECT_EQ(size->Get_RestrictionType(), rtSize);
 
     EXPECT_EQ(Record(Exists(PR_SUBJECT)), "exist(0x0037001F)");
+    EXPECT_EQ(Exists(PR_SUBJECT)->Get_PropDef(), PR_SUBJECT);
     EXPECT_EQ(Exists(PR_SUBJECT)->Get_RestrictionType(), rtExists);
+
+    const auto content = Make<IKwMAPIRestrictionContent>(rtContent);
+    content->Set_PropDef(PR_SUBJECT);
+    content->Set_MatchType(smtPrefix);
+    EXPECT_EQ(content->Get_PropDef(), PR_SUBJECT);
+    EXPECT_EQ(content->Get_MatchType(), smtPrefix);
+    EXPECT_EQ(content->Get_RestrictionType(), rtContent);
+    const auto property = Make<IKwMAPIRestrictionProperty>(rtProperty);
+    property->Set_PropDef(PR_IMPORTANCE);
+    property->Set_Operator(oNotEqual);
+    property->Set_Value(2);
+    EXPECT_EQ(property->Get_Operator(), oNotEqual);
+    EXPECT_EQ(property->Get_Value(), TKwVariant(2));
+    EXPECT_EQ(property->Get_RestrictionType(), rtProperty);
 }
 
 TEST_F(TRestrictionTest, CombiningKinds)
@@ -68,7 +92,9 @@ TEST_F(TRestrictionTest, CombiningKinds)
     const auto sub = Make<IKwMAPIRestrictionSub>(rtSub);
     sub->SetRestriction(subject);
     EXPECT_EQ(Record(sub), "sub(0x0E12000D,exist(0x0037001F))");
+    EXPECT_EQ(sub->Get_SubObjectType(), rsotRecipients);
     sub->Set_SubObjectType(rsotAttachments);
+    EXPECT_EQ(sub->Get_SubObjectType(), rsotAttachments);
     EXPECT_EQ(Record(sub), "sub(0x0E13000D,exist(0x0037001F))");
     sub->Set_SubObjectType(static_cast<TKwMAPIRestrictionSubObjectType>(7)); // leaves the field as it is
     EXPECT_EQ(Record(sub), "sub(0x0E13000D,exist(0x0037001F))");

@@ -46,6 +46,9 @@ TEST_F(TRestrictionValueTest, Numbers)
     EXPECT_EQ(Catch([&] { Built(mapi::PT_I2, 40000); }).ClassName, "EKwConvertError");
     EXPECT_EQ(Built(mapi::PT_LONG, -1).Value.l, -1);
     EXPECT_EQ(Built(mapi::PT_LONG, -1).Value.ul, 0xFFFFFFFFu);
+    EXPECT_EQ(Built(mapi::PT_LONG, std::int64_t{0xFFFFFFFF}).Value.ul, 0xFFFFFFFFu);
+    EXPECT_EQ(Built(mapi::PT_LONG, u"2147483648").Value.ul, 0x80000000u);
+    EXPECT_EQ(Catch([&] { Built(mapi::PT_LONG, std::int64_t{0x100000000}); }).ClassName, "EKwConvertError");
     EXPECT_EQ(Built(mapi::PT_LONG, TKwNull{}).Value.l, 0);
     EXPECT_EQ(Built(mapi::PT_R4, 0.5).Value.flt, 0.5f);
     EXPECT_EQ(Built(mapi::PT_R4, TKwNull{}).Value.flt, 0.0f);

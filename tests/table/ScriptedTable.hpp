@@ -130,6 +130,7 @@ public:
                 (i == 0 ? "" : " ") + Hex(order->aSort[i].ulPropTag) + ":" + std::to_string(order->aSort[i].ulOrder);
         if (const auto result = FCalls->Enter("SortTable", keys + "," + std::to_string(flags)))
             return *result;
+        Bookmarks.clear();
         FPosition = 0;
         return mapi::S_OK;
     }

@@ -143,6 +143,12 @@ TEST_F(TTableFindTest, SearchFailures)
     EXPECT_TRUE(Table->Get_EOF());
     EXPECT_EQ(Found(&TKwMAPITable::FindNext), 0);
     EXPECT_EQ(Found(&TKwMAPITable::FindFirst), 10);
+    static_cast<void>(Calls->Take());
+    Table->Sort(PR_MESSAGE_SIZE, false); // bookmarks end with the order that they are of
+    EXPECT_EQ(Calls->Count("FreeBookmark"), 2u);
+    EXPECT_EQ(Found(&TKwMAPITable::FindNext), 10);
+    Table->Sort(PR_MESSAGE_SIZE, false);
+    EXPECT_EQ(Found(&TKwMAPITable::FindPrevious), 40);
 }
 
 TEST_F(TTableFindTest, FilterOpensTheTableAnew)
@@ -166,6 +172,9 @@ TEST_F(TTableFindTest, FilterOpensTheTableAnew)
     EXPECT_EQ(Catch([&] { Table->FindRow(Node, tbkCurrentRelative, true, found); }), filtered);
     EXPECT_EQ(Row(), 1); // a refused search moves nothing
 
+    Calls->Next("Restrict", mapi::MAPI_E_BUSY); // of taking it away
+    EXPECT_EQ(Catch([&] { Table->Filter(nullptr); }).Message.substr(0, 33), "TKwMAPITable.SetFiltered failed!\r");
+    EXPECT_EQ(Catch([&] { return Found(&TKwMAPITable::FindFirst); }), filtered);
     static_cast<void>(Calls->Take());
     Table->Filter(Exists(PR_BODY));
     EXPECT_EQ(Calls->Take(), "Restrict(none,0)\nRestrict(exist(0x1000001F),0)\nSetColumns([0x0E080003],0)\n"
