@@ -44,12 +44,6 @@ const std::vector<ULONG> AttachmentColumns = {tag::AttachNum,          tag::Inst
                                               tag::RenderingPosition,  tag::AttachMethod, tag::AttachFileName,
                                               tag::AttachLongFileName, tag::DisplayName,  tag::AttachSize};
 
-Bytes NumberKey(ULONG number)
-{
-    const auto* raw = reinterpret_cast<const std::uint8_t*>(&number);
-    return Bytes(raw, raw + sizeof number);
-}
-
 PropertyBag RecipientProps(const mapi::ADRENTRY& entry)
 {
     PropertyBag props;
@@ -68,6 +62,18 @@ PropertyBag RecipientProps(const mapi::ADRENTRY& entry)
     if (!props.Find(DisplayType >> 16))
         props.Set(LongProp(DisplayType, 0));
     return props;
+}
+
+template <typename Part>
+std::vector<Props> ShownRows(const std::vector<Part>& parts)
+{
+    std::vector<Props> rows;
+    for (const Part& part : parts) {
+        Props& row = rows.emplace_back();
+        for (const auto& [id, prop] : part.Shown())
+            row.push_back(prop);
+    }
+    return rows;
 }
 
 } // namespace
@@ -220,36 +226,13 @@ const AttachmentState* MessageObject::PeekAttachment(ULONG num)
 TKwComPtr<mapi::IMAPITable> MessageObject::RecipientTable(bool unicode)
 {
     LoadRecipients(*FStore, FState);
-    std::vector<Props> rows;
-    for (const Recipient& recipient : FState.recipients) {
-        Props row;
-        for (const auto& [id, prop] : recipient.props)
-            if (id != tag::RowId >> 16)
-                row.push_back(prop);
-        row.push_back(LongProp(tag::RowId, recipient.rowId));
-        row.push_back(BinaryProp(tag::InstanceKey, NumberKey(recipient.rowId)));
-        rows.push_back(std::move(row));
-    }
-    return {new Table(std::make_shared<MemorySource>(RecipientColumns, std::move(rows)), unicode)};
+    return {new Table(std::make_shared<MemorySource>(RecipientColumns, ShownRows(FState.recipients)), unicode)};
 }
 
 TKwComPtr<mapi::IMAPITable> MessageObject::AttachmentTable(bool unicode)
 {
     LoadAttachments(*FStore, FState);
-    std::vector<Props> rows;
-    for (const AttachmentState& attachment : FState.attachments) {
-        Props row;
-        for (const auto& [id, prop] : attachment.props)
-            row.push_back(prop);
-        if (!attachment.props.Find(tag::AttachSize >> 16))
-            row.push_back(LongProp(tag::AttachSize, static_cast<std::int64_t>(attachment.props.Size())));
-        row.push_back(LongProp(tag::AttachNum, attachment.num));
-        row.push_back(BinaryProp(tag::RecordKey, NumberKey(attachment.num)));
-        row.push_back(BinaryProp(tag::InstanceKey, NumberKey(attachment.num)));
-        row.push_back(LongProp(tag::ObjectType, mapi::MAPI_ATTACH));
-        rows.push_back(std::move(row));
-    }
-    return {new Table(std::make_shared<MemorySource>(AttachmentColumns, std::move(rows)), unicode)};
+    return {new Table(std::make_shared<MemorySource>(AttachmentColumns, ShownRows(FState.attachments)), unicode)};
 }
 
 mapi::HRESULT MessageObject::GetAttachmentTable(ULONG flags, mapi::LPMAPITABLE* table) noexcept

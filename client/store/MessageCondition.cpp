@@ -43,6 +43,13 @@ std::string Behind(const WideString& text)
     return PackText(WideString(text).append(Last));
 }
 
+/// The column that a restriction asks for; null when there is none of that type.
+const MessageColumn* ColumnAsked(const Restriction& restriction)
+{
+    const MessageColumn* column = FindMessageColumn(restriction.Tag() >> 16);
+    return column && IsOfType(column->tag, restriction.Tag()) ? column : nullptr;
+}
+
 /// No literal: SQLite drops a condition that it knows to be false, and with it what the index in the statement needs.
 SqlPiece Constant(bool value)
 {
@@ -55,10 +62,8 @@ std::vector<PropertyBag> RecipientRows(const MessageRows& rows, std::int64_t mes
     Query query = rows.store->Db().Prepare("SELECT recipients FROM bags WHERE message = ?1");
     if (!query.Bind(1, message).Step())
         return result;
-    for (Recipient& recipient : UnpackRecipients(query.Blob(0))) {
-        recipient.props.Set(LongProp(tag::RowId, recipient.rowId));
-        result.push_back(std::move(recipient.props));
-    }
+    for (Recipient& recipient : UnpackRecipients(query.Blob(0)))
+        result.push_back(recipient.Shown());
     return result;
 }
 
@@ -68,11 +73,10 @@ std::vector<PropertyBag> AttachmentRows(const MessageRows& rows, std::int64_t me
     Query query = rows.store->Db().Prepare("SELECT num, props FROM attachments WHERE message = ?1 ORDER BY num");
     query.Bind(1, message);
     while (query.Step()) {
-        PropertyBag bag;
-        rows.store->Unpack(query.Blob(1), bag);
-        bag.Set(LongProp(tag::AttachNum, query.Number(0)));
-        bag.Set(LongProp(tag::ObjectType, MAPI_ATTACH));
-        result.push_back(std::move(bag));
+        AttachmentState attachment;
+        attachment.num = static_cast<ULONG>(query.Number(0));
+        rows.store->Unpack(query.Blob(1), attachment.props);
+        result.push_back(attachment.Shown());
     }
     return result;
 }
@@ -180,7 +184,7 @@ public:
     /// The column when the restriction looks for a text in one, else null.
     [[nodiscard]] static const MessageColumn* ColumnOf(const Restriction& restriction)
     {
-        const MessageColumn* column = FindMessageColumn(restriction.Tag() >> 16);
+        const MessageColumn* column = ColumnAsked(restriction);
         const bool fits = restriction.Kind() == RES_CONTENT && column && (column->tag & 0xFFFF) == PT_UNICODE &&
                           restriction.Value().Type() == PT_UNICODE;
         return fits ? column : nullptr;
@@ -202,6 +206,29 @@ public:
 private:
     const MessageRows& FRows;
     const Restriction& FRestriction;
+};
+
+bool AsksForReadFlag(const Restriction& restriction)
+{
+    const MessageColumn* column = ColumnAsked(restriction);
+    return restriction.Kind() == RES_BITMASK && column && column->tag == tag::MessageFlags &&
+           restriction.Number() == MSGFLAG_READ;
+}
+
+/// deft_call(this, row): whether a message of the folder is unread. What has been asked once is remembered: a search
+/// for unread messages by time looks at many rows for each that it shows.
+class UnreadTest final : public SqlCallable
+{
+public:
+    explicit UnreadTest(const MessageRows& rows) : FRows(rows) {}
+
+    void Call(const SqlArguments& arguments, const SqlResult& result) const override
+    {
+        result.Set(std::int64_t{FRows.IsUnread(arguments.Number(0))});
+    }
+
+private:
+    const MessageRows& FRows;
 };
 
 bool IsShortText(const Prop& value)
@@ -231,7 +258,7 @@ std::optional<SqlPiece> CompareColumn(const MessageColumn& column, const Restric
 /// Restrictions on one column that SQL decides as the evaluator does.
 std::optional<SqlPiece> ColumnCondition(const Restriction& restriction)
 {
-    const MessageColumn* column = FindMessageColumn(restriction.Tag() >> 16);
+    const MessageColumn* column = ColumnAsked(restriction);
     if (!column)
         return std::nullopt;
     const std::string name = ExpressionOf(*column);
@@ -242,7 +269,7 @@ std::optional<SqlPiece> ColumnCondition(const Restriction& restriction)
     case RES_BITMASK:
         if (type == PT_UNICODE || type == PT_BINARY)
             return Constant(false);
-        if (column->tag == tag::MessageFlags && restriction.Number() == MSGFLAG_READ) // needs no column of the message
+        if (AsksForReadFlag(restriction)) // needs no column of the message
             return SqlPiece{UnreadExpression + std::string(restriction.Operator() == BMR_NEZ ? " = 0" : " = 1"), {}};
         return SqlPiece{"(" + name + " & ?)" + (restriction.Operator() == BMR_NEZ ? " <> 0" : " = 0"),
                         {std::int64_t{restriction.Number()}}};
@@ -284,7 +311,8 @@ std::int64_t RowNamed(const MessageRows& rows, const Restriction& restriction)
     std::int64_t row = 0;
     std::memcpy(&row, bytes->data() + bytes->size() - sizeof row, sizeof row);
     const auto computed = rows.Computed(row, restriction.Tag() >> 16);
-    if (row <= 0 || !computed || computed->data != restriction.Value().data)
+    if (row <= 0 || !computed || !IsOfType(computed->tag, restriction.Tag()) ||
+        computed->data != restriction.Value().data)
         return 0;
     // What is the same for every row (the parent's identifier, the store's) names none of them.
     const auto other = rows.Computed(row == 1 ? 2 : 1, restriction.Tag() >> 16);
@@ -411,6 +439,12 @@ void MessageCondition::FindPath(const Restriction& restriction)
         for (const Restriction& child : restriction.Children())
             FindPath(child);
         return;
+    default:
+        break;
+    }
+    if (FindMessageColumn(id) && !ColumnAsked(restriction))
+        return;
+    switch (restriction.Kind()) {
     case RES_BITMASK:
         if (auto unread = UnreadPart::Of(FRows, restriction))
             FUnread = std::move(unread);
@@ -513,6 +547,11 @@ SqlPiece MessageCondition::Compile(const Restriction& restriction, bool positive
         return children.empty() ? Constant(true) : Compile(children.front(), positive, depth);
     default:
         break;
+    }
+    if (!FRows.isSearch && AsksForReadFlag(restriction)) {
+        FCalls.push_back(std::make_unique<UnreadTest>(FRows));
+        SqlPiece piece{"deft_call(?, m.id) = ", {FCalls.back().get()}};
+        return piece.Add(restriction.Operator() == BMR_NEZ ? "0" : "1");
     }
     if (auto piece = ColumnCondition(restriction))
         return positive ? *piece : SqlPiece{"ifnull(", {}}.Add(*piece).Add(", 0)");

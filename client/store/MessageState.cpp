@@ -42,7 +42,33 @@ std::size_t PrefixLength(WideView subject)
     return 0;
 }
 
+Bytes NumberKey(ULONG number)
+{
+    const auto* raw = reinterpret_cast<const std::uint8_t*>(&number);
+    return Bytes(raw, raw + sizeof number);
+}
+
 } // namespace
+
+PropertyBag Recipient::Shown() const
+{
+    PropertyBag shown = props;
+    shown.Set(LongProp(tag::RowId, rowId));
+    shown.Set(BinaryProp(tag::InstanceKey, NumberKey(rowId)));
+    return shown;
+}
+
+PropertyBag AttachmentState::Shown() const
+{
+    PropertyBag shown = props;
+    if (!props.Find(tag::AttachSize >> 16))
+        shown.Set(LongProp(tag::AttachSize, static_cast<std::int64_t>(props.Size())));
+    shown.Set(LongProp(tag::AttachNum, num));
+    shown.Set(BinaryProp(tag::RecordKey, NumberKey(num)));
+    shown.Set(BinaryProp(tag::InstanceKey, NumberKey(num)));
+    shown.Set(LongProp(tag::ObjectType, mapi::MAPI_ATTACH));
+    return shown;
+}
 
 bool MessageState::IsChanged() const
 {

@@ -16,6 +16,9 @@ struct Recipient
 {
     ULONG rowId = 0;
     PropertyBag props;
+
+    /// What the recipient table shows of it, and restrictions on recipients ask for.
+    [[nodiscard]] PropertyBag Shown() const;
 };
 
 /// The number and the row under which an attachment was written last. All copies of its state share it, so that who
@@ -37,6 +40,8 @@ struct AttachmentState
     std::shared_ptr<const MessageState> embedded; ///< an embedded message that is not written yet
     bool changed = false;
 
+    /// What the attachment table shows of it, and restrictions on attachments ask for.
+    [[nodiscard]] PropertyBag Shown() const;
     /// Whether both are of one attachment.
     [[nodiscard]] bool IsSame(const AttachmentState& other) const
     {

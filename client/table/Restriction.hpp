@@ -25,8 +25,8 @@ public:
     using Lookup = std::function<const Prop&(ULONG tag)>;
     /// Where a row gives the rows of its recipients or attachments (PR_MESSAGE_RECIPIENTS, PR_MESSAGE_ATTACHMENTS).
     using SubRows = std::function<std::vector<PropertyBag>(ULONG tag)>;
-    /// A comparison with a property that the row does not have is false. A multiple property fits when any of its
-    /// values does. Without `subRows` no condition on subobjects is met.
+    /// A comparison with a property that the row does not have in the type asked for is false. A multiple property fits
+    /// when any of its values does. Without `subRows` no condition on subobjects is met.
     [[nodiscard]] bool Matches(const Lookup& row, const SubRows& subRows = nullptr) const;
     /// A content restriction decides on a text as the database has it, in UTF-8. REQUIRES: Value() is a text.
     [[nodiscard]] bool MatchesPackedText(std::string_view text) const;
@@ -61,6 +61,8 @@ private:
     std::vector<Restriction> FChildren;
 };
 
+/// Whether a value is of the type that a tag asks for, which may be PT_UNSPECIFIED; single or multiple, texts all wide.
+[[nodiscard]] bool IsOfType(ULONG value, ULONG asked);
 /// Bytes that RES_SIZE counts for a value: fixed types their size on the interface, text two per character without the
 /// terminator, multiple values their sum.
 [[nodiscard]] std::uint64_t RestrictionSize(const Prop& value);

@@ -218,7 +218,7 @@ bool Restriction::Matches(const Lookup& row, const SubRows& subRows) const
         break;
     }
     const Prop& value = row(FTag);
-    if (value.IsError())
+    if (value.IsError() || !IsOfType(value.tag, FTag))
         return false;
     switch (FKind) {
     case RES_EXIST:
@@ -234,7 +234,7 @@ bool Restriction::Matches(const Lookup& row, const SubRows& subRows) const
     }
     case RES_COMPAREPROPS: {
         const Prop& other = row(FOtherTag);
-        return !other.IsError() && value.Type() == other.Type() &&
+        return !other.IsError() && IsOfType(other.tag, FOtherTag) && value.Type() == other.Type() &&
                Compare(FOperator, CompareValues(Whole(value), Whole(other)));
     }
     case RES_CONTENT: {
@@ -254,6 +254,12 @@ bool Restriction::Matches(const Lookup& row, const SubRows& subRows) const
         });
     }
     return value.Type() == FValue.Type() && Compare(FOperator, CompareValues(Whole(value), FValue));
+}
+
+bool IsOfType(ULONG value, ULONG asked)
+{
+    const ULONG type = PROP_TYPE(asked) & ~MVI_FLAG;
+    return type == PT_UNSPECIFIED || type == (PROP_TYPE(value) & ~MVI_FLAG);
 }
 
 std::uint64_t RestrictionSize(const Prop& value)

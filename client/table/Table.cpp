@@ -12,6 +12,7 @@ namespace
 
 constexpr auto sNoColumns = u"The set of columns is empty.";
 constexpr auto sInstances = u"The values of one multi-valued property only can make rows of their own.";
+constexpr auto sSortObjects = u"Objects have no order.";
 constexpr auto sSortOrder = u"A sort order is ascending or descending.";
 constexpr auto sNoBookmark = u"The bookmark does not exist.";
 constexpr auto sNotFound = u"No row fits the restriction.";
@@ -276,6 +277,8 @@ mapi::HRESULT Table::SortTable(mapi::LPSSortOrderSet order, ULONG flags) noexcep
         for (auto& key : view.sort) {
             if (key.ulOrder > mapi::TABLE_SORT_DESCEND)
                 Fail(mapi::MAPI_E_TOO_COMPLEX, sSortOrder);
+            if (mapi::PROP_TYPE(key.ulPropTag) == mapi::PT_OBJECT)
+                Fail(mapi::MAPI_E_TOO_COMPLEX, sSortObjects);
         }
         view.instances = InstancesOf(FColumns, view.sort);
         SetView(std::move(view));

@@ -99,7 +99,8 @@ public:
                                      BagFlag,         Missing,           tag::ObjectType,   tag::NormalizedSubject};
         static const ULONG levels[] = {FL_FULLSTRING, FL_SUBSTRING, FL_PREFIX};
         static const ULONG flags[] = {0, FL_IGNORECASE, FL_IGNORENONSPACE, FL_LOOSE, FL_IGNORECASE | FL_IGNORENONSPACE};
-        const ULONG tag = Pick(tags);
+        // Now and then in a type that the property does not have.
+        const ULONG tag = Number(15) ? Pick(tags) : CHANGE_PROP_TYPE(Pick(tags), Pick(tags));
         // Mostly of the type of the property, a single value for a multiple one; sometimes of another.
         const ULONG type = Number(12) ? tag & ~MV_FLAG : Pick(tags) & ~MV_FLAG;
         const ULONG kind = Number(7);
@@ -229,7 +230,7 @@ TEST_F(TableRestrictionTest, TheDatabaseAndTheEvaluatorAgree)
         for (const Row& row : rows) {
             const auto lookup = [&](ULONG tag) -> const Prop& {
                 const Prop* prop = row.props.Find(tag >> 16);
-                return tag == tag::ObjectType ? objectType : (prop ? *prop : missing);
+                return tag >> 16 == tag::ObjectType >> 16 ? objectType : (prop ? *prop : missing);
             };
             if (restriction.Matches(lookup))
                 expected.push_back(row.id);
@@ -245,6 +246,25 @@ TEST_F(TableRestrictionTest, TheDatabaseAndTheEvaluatorAgree)
         }
     }
     EXPECT_GT(some, Restrictions / 4) << "most restrictions decide nothing";
+}
+
+TEST_F(TableRestrictionTest, APropertyIsThereInItsOwnTypeOnly)
+{
+    auto message = NewMessage(*FInbox, u"any");
+    Set(*message, {Binary(tag::Html, {'<', 'p', '>'})});
+    Save(*message);
+    for (const ULONG property : {tag::Html, tag::Subject, tag::MessageFlags}) {
+        const ULONG other = CHANGE_PROP_TYPE(property, property == tag::Subject ? PT_BINARY : PT_UNICODE);
+        for (const ULONG asked : {property, CHANGE_PROP_TYPE(property, PT_UNSPECIFIED), other}) {
+            SCOPED_TRACE(asked);
+            const std::size_t rows = asked == other ? 0 : 1;
+            EXPECT_EQ(CountOf(Exists(asked)), rows);
+            EXPECT_EQ(CountOf(Size(RELOP_GT, asked, 1)), rows);
+            EXPECT_EQ(CountOf(Not(Exists(asked))), 1 - rows);
+            EXPECT_EQ(CountOf(Compare(RELOP_EQ, asked, asked)), rows);
+        }
+    }
+    EXPECT_EQ(CountOf(Exists(CHANGE_PROP_TYPE(tag::Subject, PT_STRING8))), 1u) << "both forms of a text are one";
 }
 
 TEST_F(TableRestrictionTest, APropertyMustBeNamed)
@@ -310,6 +330,9 @@ TEST_F(TableRestrictionTest, SubobjectsAreRecipientsAndAttachments)
     const Condition name = Has(pdf, FL_SUBSTRING);
     EXPECT_EQ(CountOf(AnyRow(tag::MessageAttachments, name)), 1u);
     EXPECT_EQ(CountOf(Not(AnyRow(tag::MessageAttachments, name))), 1u);
+    for (const ULONG shown : {tag::RecordKey, tag::InstanceKey, tag::AttachSize}) // as their table shows them
+        EXPECT_EQ(CountOf(AnyRow(tag::MessageAttachments, Exists(shown))), 1u) << std::hex << shown;
+    EXPECT_EQ(CountOf(AnyRow(tag::MessageRecipients, Exists(tag::InstanceKey))), 2u);
     ExpectRefused(AnyRow(tag::ContainerContents, name), MAPI_E_TOO_COMPLEX);
     ExpectRefused(Has(pdf, FL_PREFIX_ON_ANY_WORD), MAPI_E_TOO_COMPLEX);
 }

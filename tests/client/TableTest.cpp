@@ -92,6 +92,7 @@ TEST_F(TableTest, SortsByColumnsAndByPropertiesWithoutOne)
             EXPECT_LE(KwUpperCase(WideAt(rows[i - 1], 2)), KwUpperCase(WideAt(rows[i], 2)));
         }
     }
+    const ULONG kept = order->aSort[0].ulPropTag;
     const auto expectOrder = [&](ULONG keys) {
         MapiBuffer<SSortOrderSet> current;
         ASSERT_EQ(FTable->QuerySortOrder(current.Out()), S_OK);
@@ -108,6 +109,10 @@ TEST_F(TableTest, SortsByColumnsAndByPropertiesWithoutOne)
     order->cCategories = 0;
     order->cExpanded = 1;
     EXPECT_EQ(FTable->SortTable(order, 0), MAPI_E_TOO_COMPLEX);
+    order->cExpanded = 0;
+    order->aSort[0].ulPropTag = tag::MessageRecipients;
+    EXPECT_EQ(FTable->SortTable(order, 0), MAPI_E_TOO_COMPLEX);
+    order->aSort[0].ulPropTag = kept;
     expectOrder(2); // the refused ones change nothing
 }
 
