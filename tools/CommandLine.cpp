@@ -2,6 +2,8 @@
 
 #include <CLI/CLI.hpp>
 
+#include <charconv>
+#include <cstdint>
 #include <utility>
 
 namespace deftmapi::tool
@@ -21,7 +23,14 @@ const Option& Option::SeparatedByCommas() const
 
 const Option& Option::NotNegative() const
 {
-    FOption->check(CLI::NonNegativeNumber);
+    FOption->check(CLI::Validator(
+        [](const std::string& text) {
+            std::int64_t number = -1;
+            const char* const end = text.data() + text.size();
+            const bool isNumber = std::from_chars(text.data(), end, number) == std::from_chars_result{end, {}};
+            return isNumber && number >= 0 ? std::string() : "a number from 0 on expected instead of '" + text + "'";
+        },
+        "", "NotNegative"));
     return *this;
 }
 

@@ -206,13 +206,18 @@ private:
             return result;
         }
         for (const auto& [word, kind] : {std::pair{"recipients", rsotRecipients}, {"attachments", rsotAttachments}}) {
+            const Token at = FToken;
             if (!TakeWord(word))
                 continue;
+            if (FInSubObject)
+                Fail(at, fmt::format("recipients and attachments have no {}", word));
+            FInSubObject = true;
             result.Type = rtSub;
             result.SubObject = kind;
             Expect("(");
             result.Children.push_back(ParseOr(depth + 1));
             Expect(")");
+            FInSubObject = false;
             return result;
         }
         return ParseComparison();
@@ -414,6 +419,7 @@ private:
     const std::string& FText;
     std::size_t FAt = 0;
     Token FToken;
+    bool FInSubObject = false;
 };
 
 } // namespace

@@ -210,6 +210,10 @@ TEST_F(CommandTest, UsageErrorsAreStatusTwo)
         EXPECT_EQ(error["class"], "UsageError");
     }
     EXPECT_EQ(Run("ls").Errors, "deftmapi: PATH is required (see --help)\n");
+    for (const char* number : {"-1", "x", "1.5", "99999999999999999999"})
+        EXPECT_EQ(Run("ls '//[Inbox]' --limit " + std::string(number)).Errors,
+                  "deftmapi: --limit: a number from 0 on expected instead of '" + std::string(number) +
+                      "' (see --help)\n");
     EXPECT_EQ(Run("--json --help").Status, 0);
 }
 

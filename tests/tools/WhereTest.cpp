@@ -98,6 +98,8 @@ TEST(Where, MistakesNameTheirColumn)
         {"PR_HASATTACH = yes", "column 16: true or false expected"},
         {"PR_HASATTACH ? 1", "column 14: this character means nothing here"},
         {"recipients PR_HASATTACH", "column 12: ( expected"},
+        {"recipients (not (attachments (PR_SUBJECT = '')))",
+         "column 18: recipients and attachments have no attachments"},
         {"PR_HASATTACH and", "column 17: the name of a property expected instead of the end"}};
     for (const auto& [expression, error] : cases)
         EXPECT_EQ(ErrorOf(expression).find(std::string("--where, ") + error), 0U) << expression << "\n"
