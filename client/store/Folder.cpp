@@ -193,7 +193,11 @@ mapi::HRESULT FolderObject::GetContentsTable(ULONG flags, mapi::LPMAPITABLE* tab
                      mapi::MAPI_UNICODE | mapi::MAPI_ASSOCIATED | mapi::MAPI_DEFERRED_ERRORS | mapi::SHOW_SOFT_DELETES);
         if (flags & mapi::SHOW_SOFT_DELETES)
             Fail(mapi::MAPI_E_NO_SUPPORT, sSoftDeletes);
-        Refresh();
+        Query query = FStore->Db().Prepare("SELECT type FROM folders WHERE id = ?1"); // nothing else is asked for
+        if (!query.Bind(1, FRow).Step())
+            Fail(mapi::MAPI_E_OBJECT_DELETED, sDeleted);
+        FState.type = static_cast<ULONG>(query.Number(0));
+        query.Reset();
         *table = OpenContentsTable(FStore, FRow, ContentsOf((flags & mapi::MAPI_ASSOCIATED) != 0),
                                    (flags & mapi::MAPI_UNICODE) != 0)
                      .Detach();

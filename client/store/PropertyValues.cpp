@@ -226,28 +226,12 @@ void Layout::WriteMulti(const Prop& prop, UPV& v)
 
 void Layout::Write(const Prop& prop, SPropValue& out)
 {
+    if (const auto* number = std::get_if<std::int64_t>(&prop.data))
+        return PutNumber(prop.tag, *number, out);
     out.ulPropTag = prop.tag;
     out.dwAlignPad = 0;
     UPV& v = out.Value;
-    if (const auto* number = std::get_if<std::int64_t>(&prop.data)) {
-        switch (prop.Type()) {
-        case PT_I2:
-            v.i = static_cast<std::int16_t>(*number);
-            break;
-        case PT_BOOLEAN:
-            v.b = *number != 0;
-            break;
-        case PT_SYSTIME:
-            v.ft = FromTime(*number);
-            break;
-        case PT_I8:
-        case PT_CURRENCY:
-            v.li.QuadPart = *number;
-            break;
-        default:
-            v.l = static_cast<LONG>(*number);
-        }
-    } else if (const auto* real = std::get_if<double>(&prop.data)) {
+    if (const auto* real = std::get_if<double>(&prop.data)) {
         if (prop.Type() == PT_R4)
             v.flt = static_cast<float>(*real);
         else
@@ -328,6 +312,29 @@ std::uint64_t DataSize(const Prop& prop)
 Prop FromInterface(const SPropValue& value)
 {
     return {WideTag(value.ulPropTag), ReadSingle(PROP_TYPE(value.ulPropTag), value.Value)};
+}
+
+void PutNumber(ULONG tag, std::int64_t number, SPropValue& out)
+{
+    out.ulPropTag = tag;
+    out.dwAlignPad = 0;
+    switch (PROP_TYPE(tag)) {
+    case PT_I2:
+        out.Value.i = static_cast<std::int16_t>(number);
+        break;
+    case PT_BOOLEAN:
+        out.Value.b = number != 0;
+        break;
+    case PT_SYSTIME:
+        out.Value.ft = FromTime(number);
+        break;
+    case PT_I8:
+    case PT_CURRENCY:
+        out.Value.li.QuadPart = number;
+        break;
+    default:
+        out.Value.l = static_cast<LONG>(number);
+    }
 }
 
 std::optional<Prop> Convert(const Prop& stored, ULONG type, bool unicode)

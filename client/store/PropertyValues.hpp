@@ -78,6 +78,8 @@ using Props = std::vector<Prop>;
 /// Lays the values out in one MAPI buffer. @throws std::bad_alloc
 [[nodiscard]] MapiBuffer<mapi::SPropValue> ToInterface(std::span<const Prop> props);
 
+/// A number as the interface has it, of a type whose values are numbers; it lies in the structure itself.
+void PutNumber(ULONG tag, std::int64_t number, mapi::SPropValue& out);
 /// Lays one value out: the structure, and what it points to behind the first `start` bytes of the buffer. Without a
 /// buffer it measures. @returns the size with this value
 std::size_t LayOut(const Prop& prop, mapi::SPropValue& out, std::size_t start, std::byte* buffer);

@@ -12,8 +12,17 @@ namespace deftmapi::client
 
 using namespace mapi;
 
+namespace
+{
+
+/// Bytes that a column points to in most rows, at most.
+constexpr std::size_t UsualSize = 64;
+
+} // namespace
+
 RowBuilder::RowBuilder(std::span<const ULONG> columns, bool unicode)
-    : FColumns(columns.begin(), columns.end()), FUnicode(unicode), FValues(columns.size())
+    : FColumns(columns.begin(), columns.end()), FUnicode(unicode), FValues(columns.size()),
+      FData(columns.size() * UsualSize)
 {}
 
 ULONG RowBuilder::ShownType(std::size_t column, ULONG type) const
@@ -48,7 +57,7 @@ void RowBuilder::Number(std::size_t column, ULONG tag, std::int64_t value)
 {
     if (ShownType(column, tag & 0xFFFF) == PT_ERROR)
         return Missing(column, MAPI_E_NOT_FOUND);
-    LayOut({tag, value}, FValues[column], 0, nullptr); // a number lies in the structure itself
+    PutNumber(tag, value, FValues[column]);
 }
 
 void RowBuilder::PutWide(std::size_t column, ULONG id, WideView text)
