@@ -95,8 +95,8 @@ StoreFeed::StoreFeed(StorePtr store, mapi::ULONG mask, std::optional<EntryRefere
 
 StoreFeed::Mark StoreFeed::LookAtMessage() const
 {
-    static const std::string sql =
-        "SELECT m.folder, m.version, " + FlagsExpression + ", m.status FROM messages m WHERE m.id = ?1";
+    static const auto& sql = *new std::string("SELECT m.folder, m.version, " + FlagsExpression +
+                                              ", m.status FROM messages m WHERE m.id = ?1");
     Query query = FStore->Db().Prepare(sql);
     if (!query.Bind(1, FObject->row).Step())
         return {};
@@ -231,8 +231,8 @@ void StoreFeed::Tell(const JournalEntry& entry, NotificationBatch& batch)
 
 void StoreFeed::TellNewMail(const JournalEntry& entry, NotificationBatch& batch)
 {
-    static const std::string sql =
-        "SELECT m.folder, m.message_class, " + FlagsExpression + " FROM messages m WHERE m.id = ?1";
+    static const auto& sql =
+        *new std::string("SELECT m.folder, m.message_class, " + FlagsExpression + " FROM messages m WHERE m.id = ?1");
     Query query = FStore->Db().Prepare(sql);
     if (!query.Bind(1, entry.object).Step())
         return; // deleted meanwhile

@@ -141,11 +141,15 @@ WideString UnpackDamaged(std::string_view text)
 int CollateFolded(std::string_view a, std::string_view b) noexcept
 {
     try {
-        return CompareFolded(a, b);
-    } catch (const std::exception&) {
-        const WideString x = KwUpperCase(UnpackDamaged(a));
-        const WideString y = KwUpperCase(UnpackDamaged(b));
-        return x < y ? -1 : (y < x ? 1 : 0);
+        try {
+            return CompareFolded(a, b);
+        } catch (const Failure&) {
+            const WideString x = KwUpperCase(UnpackDamaged(a));
+            const WideString y = KwUpperCase(UnpackDamaged(b));
+            return x < y ? -1 : (y < x ? 1 : 0);
+        }
+    } catch (const std::exception&) { // no memory: better an order that is wrong once than the end of the process
+        return a.compare(b);
     }
 }
 

@@ -515,12 +515,12 @@ std::string ListOf(std::span<const std::int64_t> rows)
 
 MessageState LoadMessage(StoreFile& store, std::int64_t row)
 {
-    static const std::string sql = "SELECT m.version, m.folder, m.associated, b.props" + [] {
+    static const auto& sql = *new std::string("SELECT m.version, m.folder, m.associated, b.props" + [] {
         std::string list;
         for (const auto& column : Columns)
             list.append(", ").append(ExpressionOf(column));
         return list;
-    }() + " FROM messages m JOIN bags b ON b.message = m.id WHERE m.id = ?1";
+    }() + " FROM messages m JOIN bags b ON b.message = m.id WHERE m.id = ?1");
     Query query = store.Db().Prepare(sql);
     if (!query.Bind(1, row).Step())
         Fail(mapi::MAPI_E_NOT_FOUND, sNoMessage);

@@ -14,8 +14,10 @@ namespace deftmapi::client
 /// 1 or 0 as alias m of table messages is unread or not; m.folder may be NULL, then it is not.
 inline constexpr auto UnreadExpression = "ifnull((SELECT (u.unread >> (m.id & 63)) & 1 FROM unread_pages u "
                                          "WHERE u.id = (((m.folder * 2 + m.associated) << 34) | (m.id >> 6))), 0)";
-/// PR_MESSAGE_FLAGS of alias m.
-inline const std::string FlagsExpression = std::string("(m.flags & ~").append(UnreadExpression).append(")");
+/// PR_MESSAGE_FLAGS of alias m. Never destroyed, as all statements that the client's own thread makes: sessions may
+/// outlive the static objects.
+inline const std::string& FlagsExpression =
+    *new std::string(std::string("(m.flags & ~").append(UnreadExpression).append(")"));
 
 /// Reads and changes the bits, page by page: who has many messages asks in the order of their row identifiers.
 /// REQUIRES: a transaction is open, when something is changed

@@ -1,9 +1,11 @@
 // Which messages are unread is kept apart from their rows: whoever asks, in whatever way, must be told the same.
 #include "client/store/MessageRecords.hpp"
+#include "tests/client/FolderFixture.hpp"
 #include "tests/client/TableConditions.hpp"
 
 #include <map>
 #include <random>
+#include <set>
 
 namespace deftmapi::client::test
 {
@@ -200,6 +202,36 @@ TEST_F(ReadStateTest, EveryWayOfAskingGivesTheSameWhateverHappens)
     ASSERT_EQ(FInbox->EmptyFolder(0, nullptr, DEL_ASSOCIATED), S_OK);
     EXPECT_EQ(Db().Scalar("SELECT count(*) FROM unread_pages"), 0);
     EXPECT_EQ(Db().Scalar("SELECT (SELECT count(*) FROM subjects) + (SELECT count(*) FROM search_keys)"), 0);
+}
+
+TEST_F(ReadStateTest, MarkingManyIsSeenAtOnceOrNotAtAll)
+{
+    constexpr int Many = 200;
+    std::vector<Bytes> ids;
+    for (int i = 0; i < Many; ++i)
+        ids.push_back(Add(*FInbox, i, true));
+    Database another(File(), Database::Mode::Open);
+    const auto unread = [&another] {
+        return another.Scalar("SELECT unread_count FROM folders WHERE id = " +
+                              std::to_string(static_cast<std::int64_t>(SpecialFolder::Inbox)));
+    };
+    Ptr<RecordingProgress> progress(new RecordingProgress);
+    std::set<std::int64_t> seen;
+    progress->onReport = [&](std::size_t) { seen.insert(unread()); };
+    ASSERT_EQ(FInbox->SetReadFlags(Ids(ids), 0, progress.Get(), 0), S_OK);
+    EXPECT_GT(progress->reports.size(), 3u);
+    EXPECT_EQ(seen, std::set<std::int64_t>{Many}) << "while it is going on";
+    EXPECT_EQ(unread(), 0);
+    progress->reports.clear();
+    progress->cancelAfter = 3;
+    EXPECT_EQ(FInbox->SetReadFlags(Ids(ids), 0, progress.Get(), CLEAR_READ_FLAG), MAPI_E_USER_CANCEL);
+    EXPECT_EQ(unread(), 0);
+    ExpectMarks(*FInbox, [&ids] {
+        Marks marks;
+        for (const Bytes& id : ids)
+            marks[id] = false;
+        return marks;
+    }());
 }
 
 TEST_F(ReadStateTest, MessagesFarApartAreRememberedApart)

@@ -57,7 +57,7 @@ protected:
         log(*sink->Session, true);
         Session->Logoff(); // for all
         auto ended = sink->Ended.get_future();
-        ASSERT_EQ(ended.wait_for(std::chrono::seconds(10)), std::future_status::ready);
+        ASSERT_EQ(ended.wait_for(std::chrono::seconds(60)), std::future_status::ready);
         EXPECT_NE(ended.get(), std::this_thread::get_id());
     }
     /// Ends the session and waits for the client's own thread, which has yet to return from the sink whose call a test
@@ -76,7 +76,7 @@ protected:
 private:
     [[nodiscard]] static bool Comes(const std::function<bool()>& state)
     {
-        const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+        const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(60);
         while (!state()) {
             if (std::chrono::steady_clock::now() > limit)
                 return false;
