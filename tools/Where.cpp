@@ -267,7 +267,7 @@ private:
                 result.OtherProp = other->Hash;
             } else {
                 result.Type = rtProperty;
-                result.Value = TakeValue(info);
+                result.Value = TakeValue(info, *relation);
             }
             return result;
         }
@@ -319,7 +319,7 @@ private:
 
     /// Decimal or, after 0x, hexadecimal; negative ones, too.
     template <typename Number>
-    Number TakeNumber(const char* expected)
+    Number TakeNumber(const char* expected, bool isSigned = false)
     {
         const Token token = Take();
         const bool negative = !token.Text.empty() && token.Text.front() == '-';
@@ -330,20 +330,21 @@ private:
         const auto [end, error] = std::from_chars(first, last, magnitude, hex ? 16 : 10);
         if (token.Kind != TokenKind::Word || error == std::errc::invalid_argument || end != last)
             Fail(token, fmt::format("{} expected instead of {}", expected, Named(token)));
-        // All the bits may be used: 0xFFFFFFFF is a 32-bit number.
+        // All the bits may be used where numbers have no order: 0xFFFFFFFF is a 32-bit number.
         const auto largest = static_cast<std::uint64_t>(std::numeric_limits<std::make_unsigned_t<Number>>::max());
-        if (error != std::errc() || magnitude > (negative ? largest / 2 + 1 : largest))
+        if (error != std::errc() || magnitude > (negative ? largest / 2 + 1 : isSigned ? largest / 2 : largest))
             Fail(token, fmt::format("{} does not fit into {} bits", token.Text, sizeof(Number) * 8));
         return static_cast<Number>(negative ? 0 - magnitude : magnitude);
     }
 
-    TKwVariant TakeValue(const TKwMAPIPropInfo& info)
+    TKwVariant TakeValue(const TKwMAPIPropInfo& info, TKwMAPIOperator relation)
     {
+        const bool isSigned = relation != oEqual && relation != oNotEqual;
         switch (info.PropType) {
         case mapi::PT_I2:
-            return TakeNumber<std::int16_t>("a number");
+            return TakeNumber<std::int16_t>("a number", isSigned);
         case mapi::PT_LONG:
-            return TakeNumber<std::int32_t>("a number");
+            return TakeNumber<std::int32_t>("a number", isSigned);
         case mapi::PT_R4:
         case mapi::PT_DOUBLE:
             return TakeFloat();

@@ -85,9 +85,12 @@ public:
     /// now.
     void Forget()
     {
+        TKwComPtr<TSink> sink; // both hold each other, should somebody have asked again since the end
         {
             const std::lock_guard lock(FLock);
             FOwner = nullptr;
+            const std::lock_guard adviseLock(FAdviseLock);
+            sink = std::exchange(FSink, nullptr);
         }
         Sinks.DisconnectAll();
     }

@@ -135,7 +135,7 @@ void TKwMAPIMsgStore::Advise()
         CreateKwMAPIException(mapi::MAPI_E_CALL_FAILED, sAlreadyAdvised)->Raise();
     if (answer->Ended) {
         if (answer->Connection != 0)
-            CheckMAPIResult(*this, u"UnAdvise", MsgStore().Unadvise(answer->Connection));
+            CheckMAPIResult(*this, u"UnAdvise", EndConnection(answer->Connection));
         return;
     }
     try {
@@ -149,11 +149,14 @@ void TKwMAPIMsgStore::Advise()
     }
 }
 
+mapi::HRESULT TKwMAPIMsgStore::EndConnection(mapi::ULONG_PTR connection)
+{
+    return Get_MAPIOBJECT() != nullptr ? MsgStore().Unadvise(connection) : mapi::S_OK;
+}
+
 mapi::HRESULT TKwMAPIMsgStore::EndAdvise()
 {
-    return FAdvised->End([this](mapi::ULONG_PTR connection) {
-        return Get_MAPIOBJECT() != nullptr ? MsgStore().Unadvise(connection) : mapi::S_OK;
-    });
+    return FAdvised->End([this](mapi::ULONG_PTR connection) { return EndConnection(connection); });
 }
 
 void TKwMAPIMsgStore::EndAdviseQuietly() noexcept

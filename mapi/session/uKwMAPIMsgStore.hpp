@@ -162,6 +162,7 @@ private:
                                                  TKwContactEntryType type);
     [[nodiscard]] std::uint32_t SupportMask();
     void CheckCanAdvise();
+    [[nodiscard]] mapi::HRESULT EndConnection(mapi::ULONG_PTR connection);
     [[nodiscard]] mapi::HRESULT EndAdvise();
     void EndAdviseQuietly() noexcept;
     void OnStoreEvent(const mapi::NOTIFICATION& told);

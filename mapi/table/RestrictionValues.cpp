@@ -45,10 +45,13 @@ TKwVariant ZeroIfUnset(const TKwVariant& value)
     return value.IsEmptyOrNull() ? TKwVariant(std::int32_t{0}) : value;
 }
 
-/// All 32 bits count: a number that fits without a sign only is taken without one.
-TKwVariant LongOf(const TKwVariant& value)
+/// Bits that are compared for being the same may be given as a number without a sign. Which is larger is asked of
+/// numbers with one: what does not fit there is refused when it is converted.
+TKwVariant LongOf(const TKwVariant& value, TKwMAPIOperator relation)
 {
     const TKwVariant number = ZeroIfUnset(value);
+    if (relation != oEqual && relation != oNotEqual)
+        return number;
     const std::int64_t wide = number.AsLargeInteger();
     const bool isUnsigned = wide > std::numeric_limits<std::int32_t>::max() &&
                             wide <= std::int64_t{std::numeric_limits<std::uint32_t>::max()};
@@ -91,7 +94,7 @@ TKwVariant LinesOf(const TKwVariant& value)
 }
 
 /// The value in the kind that the type takes; nothing for types whose values are left as they are.
-std::optional<TKwVariant> ValueFor(mapi::ULONG type, const TKwVariant& value)
+std::optional<TKwVariant> ValueFor(mapi::ULONG type, const TKwVariant& value, TKwMAPIOperator relation)
 {
     switch (type) {
     case mapi::PT_I2:
@@ -99,7 +102,7 @@ std::optional<TKwVariant> ValueFor(mapi::ULONG type, const TKwVariant& value)
     case mapi::PT_DOUBLE:
         return ZeroIfUnset(value);
     case mapi::PT_LONG:
-        return LongOf(value);
+        return LongOf(value, relation);
     case mapi::PT_APPTIME:
     case mapi::PT_BOOLEAN:
     case mapi::PT_STRING8:
@@ -167,7 +170,7 @@ void TKwMAPIRestrictionProperty::Set_PropDef(TKwMAPIPropDef def)
 
 void TKwMAPIRestrictionProperty::Build(mapi::SRestriction& record)
 {
-    if (const std::optional<TKwVariant> value = ValueFor(mapi::PROP_TYPE(FProp.Tag), FValue)) {
+    if (const std::optional<TKwVariant> value = ValueFor(mapi::PROP_TYPE(FProp.Tag), FValue, FOperator)) {
         FConverted = TKwMAPIPropValue(FProp.Tag, *value);
         FValueRecord.Value = FConverted->Value().Value;
     }

@@ -90,16 +90,22 @@ void TKwMAPITable::Advise()
     });
     if (!answer)
         CreateKwMAPIException(mapi::MAPI_E_CALL_FAILED, sAlreadyAdvised)->Raise();
+    if (answer->Ended && answer->Connection != 0)
+        CheckMAPIResult(GetClassName(), u"UnAdvise", EndConnection(answer->Connection), FMAPISide.Get());
     if (answer->Result == mapi::MAPI_E_NO_SUPPORT)
         CreateKwMAPIException(answer->Result, sNoNotifications)->Raise();
     try {
         CheckMAPIResult(GetClassName(), u"Advise", answer->Result, FMAPISide.Get());
     } catch (...) {
-        EndAdviseQuietly(); // a warning came with a connection
+        if (!answer->Ended && !mapi::Failed(answer->Result))
+            EndAdviseQuietly(); // a warning came with a connection
         throw;
     }
-    if (answer->Ended)
-        CheckMAPIResult(GetClassName(), u"UnAdvise", MAPITable()->Unadvise(answer->Connection), FMAPISide.Get());
+}
+
+mapi::HRESULT TKwMAPITable::EndConnection(mapi::ULONG_PTR connection)
+{
+    return MAPITable() != nullptr ? MAPITable()->Unadvise(connection) : mapi::S_OK;
 }
 
 WordBool TKwMAPITable::Get_Advised() const noexcept
@@ -110,9 +116,7 @@ WordBool TKwMAPITable::Get_Advised() const noexcept
 mapi::HRESULT TKwMAPITable::EndAdvise()
 {
     FAdviseAgain = false;
-    return FAdvised->End([this](mapi::ULONG_PTR connection) {
-        return MAPITable() != nullptr ? MAPITable()->Unadvise(connection) : mapi::S_OK;
-    });
+    return FAdvised->End([this](mapi::ULONG_PTR connection) { return EndConnection(connection); });
 }
 
 void TKwMAPITable::EndAdviseQuietly() noexcept

@@ -188,7 +188,8 @@ private:
 
 /// How the value becomes one of the property's type:
 ///
-///     PT_I2, PT_LONG, PT_R4, PT_DOUBLE    the number; Empty and Null are 0. PT_LONG takes -2^31 to 2^32 - 1
+///     PT_I2, PT_LONG, PT_R4, PT_DOUBLE    the number; Empty and Null are 0. Compared by oEqual and oNotEqual a
+///                                         PT_LONG may be given without a sign, up to 2^32 - 1
 ///     PT_APPTIME, PT_BOOLEAN              the date-time in days; 1 or 0
 ///     PT_STRING8, PT_UNICODE              the text; 8-bit text in the system ANSI code page
 ///     PT_SYSTIME                          a date or a double: that time, UTC; a file time: itself; another value: the

@@ -279,6 +279,7 @@ private:
     void ReplaceBookmark(mapi::BOOKMARK& bookmark, bool create);
     [[nodiscard]] mapi::HRESULT FreeBookmark(mapi::BOOKMARK& bookmark);
     [[nodiscard]] mapi::HRESULT FreeBookmarks();
+    [[nodiscard]] mapi::HRESULT EndConnection(mapi::ULONG_PTR connection);
     [[nodiscard]] mapi::HRESULT EndAdvise();
     void EndAdviseQuietly() noexcept;
     void OnTableEvent(const mapi::TABLE_NOTIFICATION& event);

@@ -49,6 +49,11 @@ TEST_F(TRestrictionValueTest, Numbers)
     EXPECT_EQ(Built(mapi::PT_LONG, std::int64_t{0xFFFFFFFF}).Value.ul, 0xFFFFFFFFu);
     EXPECT_EQ(Built(mapi::PT_LONG, u"2147483648").Value.ul, 0x80000000u);
     EXPECT_EQ(Catch([&] { Built(mapi::PT_LONG, std::int64_t{0x100000000}); }).ClassName, "EKwConvertError");
+    Property->Set_Operator(oGreaterThan); // there an unsigned number would be a negative one
+    EXPECT_EQ(Catch([&] { return RecordOf(Property); }).ClassName, "EKwConvertError");
+    Property->Set_Value(std::int64_t{0xFFFFFFFF});
+    EXPECT_EQ(Catch([&] { return RecordOf(Property); }).ClassName, "EKwConvertError");
+    Property->Set_Operator(oEqual);
     EXPECT_EQ(Built(mapi::PT_LONG, TKwNull{}).Value.l, 0);
     EXPECT_EQ(Built(mapi::PT_R4, 0.5).Value.flt, 0.5f);
     EXPECT_EQ(Built(mapi::PT_R4, TKwNull{}).Value.flt, 0.0f);

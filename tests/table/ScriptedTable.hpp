@@ -177,11 +177,12 @@ public:
     mapi::HRESULT DEFTMAPI_STDCALL Advise(mapi::ULONG mask, mapi::LPMAPIADVISESINK sink,
                                           mapi::ULONG_PTR* connection) override
     {
-        if (const auto result = FCalls->Enter("Advise", Hex(mask)))
-            return *result;
+        const mapi::HRESULT result = FCalls->Enter("Advise", Hex(mask)).value_or(mapi::S_OK);
+        if (mapi::Failed(result))
+            return result;
         Sink = TKwComPtr<mapi::IMAPIAdviseSink>(sink);
         *connection = 77;
-        return mapi::S_OK;
+        return result;
     }
     mapi::HRESULT DEFTMAPI_STDCALL Unadvise(mapi::ULONG_PTR connection) override
     {

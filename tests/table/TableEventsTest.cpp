@@ -105,7 +105,9 @@ TEST_F(TTableEventsTest, AdviseAndUnAdvise)
     EXPECT_FALSE(Table->Get_Advised());
     Calls->Next("Advise", mapi::MAPI_W_ERRORS_RETURNED);
     EXPECT_EQ(Catch([&] { Table->Advise(); }).Code, mapi::MAPI_W_ERRORS_RETURNED);
-    EXPECT_FALSE(Table->Get_Advised()) << "what raises leaves nothing behind";
+    EXPECT_FALSE(Table->Get_Advised());
+    EXPECT_EQ(Calls->Take(), "Advise(0x00000100)\nAdvise(0x00000100)\nAdvise(0x00000100)\nUnadvise(77)")
+        << "what raises leaves no connection behind";
     Table->Advise();
     Session->Set_Active(false); // takes the MAPI table away
     EXPECT_FALSE(Table->Get_Advised());

@@ -88,6 +88,7 @@ TEST(Where, MistakesNameTheirColumn)
         {"PR_MESSAGE_DELIVERY_TIME >= yesterday", "column 29: a time such as 2024-01-31"},
         {"PR_FORM_CLSID = \"x\"", "column 17: a GUID such as"},
         {"PR_SEARCH_KEY = 123", "column 17: bytes as pairs of hexadecimal digits expected"},
+        {"PR_MESSAGE_SIZE > 3000000000", "column 19: 3000000000 does not fit into 32 bits"},
         {"PR_SUBJECT & 1", "column 12: only 32-bit numbers have bits"},
         {"PR_MESSAGE_FLAGS & 1 > 0", "column 22: bits are compared with 0"},
         {"PR_MESSAGE_FLAGS & 1 = '0'", "column 22: bits are compared with 0"},
