@@ -83,6 +83,8 @@ void CallBack(sqlite3_context* context, int count, sqlite3_value** values)
         sqlite3_result_error(context, failure.what(), -1);
         if (failure.Code() == mapi::MAPI_E_CORRUPT_DATA)
             sqlite3_result_error_code(context, SQLITE_CORRUPT);
+        else if (failure.LowLevel() != 0) // a statement inside this one
+            sqlite3_result_error_code(context, static_cast<int>(failure.LowLevel()));
     } catch (const std::exception& failure) {
         sqlite3_result_error(context, failure.what(), -1);
     }

@@ -224,7 +224,12 @@ public:
 
     void Call(const SqlArguments& arguments, const SqlResult& result) const override
     {
-        result.Set(std::int64_t{FRows.IsUnread(arguments.Number(0))});
+        try {
+            result.Set(std::int64_t{FRows.IsUnread(arguments.Number(0))});
+        } catch (const Failure& failure) {
+            if (!FRows.tolerant || !TellsOfDamage(failure))
+                throw;
+        }
     }
 
 private:
@@ -305,7 +310,8 @@ std::int64_t RowNamed(const MessageRows& rows, const Restriction& restriction)
 {
     const auto* bytes = std::get_if<Bytes>(&restriction.Value().data);
     if (restriction.Kind() != RES_PROPERTY || restriction.Operator() != RELOP_EQ || !bytes ||
-        bytes->size() < sizeof(std::int64_t) || !MessageRows::IsComputed(restriction.Tag() >> 16))
+        restriction.Value().Type() != PT_BINARY || bytes->size() < sizeof(std::int64_t) ||
+        !MessageRows::IsComputed(restriction.Tag() >> 16))
         return 0;
     // Every identifier of ours ends with the row.
     std::int64_t row = 0;
@@ -454,7 +460,7 @@ void MessageCondition::FindPath(const Restriction& restriction)
             Consider(Path::Row, "m.id = ?", {row}, &restriction);
         } else if (id == tag::SearchKey >> 16 && restriction.Operator() == RELOP_EQ) {
             const auto* bytes = std::get_if<Bytes>(&restriction.Value().data);
-            if (bytes && !bytes->empty() && bytes->size() <= SearchKeySize)
+            if (bytes && restriction.Value().Type() == PT_BINARY && !bytes->empty() && bytes->size() <= SearchKeySize)
                 Consider(Path::SearchKey, "m.id IN (SELECT id FROM search_keys WHERE search_key = ?)", {*bytes},
                          &restriction);
         }

@@ -472,7 +472,7 @@ std::span<const MessageColumn> MessageColumns()
 const MessageColumn* FindMessageColumn(ULONG id)
 {
     // One byte per identifier up to the last one that has a column: this is asked for every property of every message.
-    static const auto index = [] {
+    static const auto& index = *new auto([] { // sessions may outlive the static objects
         std::vector<std::uint8_t> numbers;
         for (std::size_t i = 0; i < std::size(Columns); ++i) {
             const std::size_t at = Columns[i].tag >> 16;
@@ -480,7 +480,7 @@ const MessageColumn* FindMessageColumn(ULONG id)
             numbers[at] = static_cast<std::uint8_t>(i + 1);
         }
         return numbers;
-    }();
+    }());
     return id < index.size() && index[id] != 0 ? &Columns[index[id] - 1] : nullptr;
 }
 

@@ -98,6 +98,7 @@ void SearchFolders::Fill(std::int64_t search)
     for (const std::int64_t folder : folders) {
         MessageRows rows{FStore.shared_from_this(), folder, false};
         rows.tolerant = true;
+        rows.state = rows.State(); // nobody changes it meanwhile
         MessageCondition condition(rows, restriction);
         condition.TakePartIfFew();
         SqlPiece statement{"INSERT INTO search_links (search, message) SELECT ?, m.id FROM ", {search}};

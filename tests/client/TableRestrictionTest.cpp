@@ -100,7 +100,7 @@ public:
         static const ULONG levels[] = {FL_FULLSTRING, FL_SUBSTRING, FL_PREFIX};
         static const ULONG flags[] = {0, FL_IGNORECASE, FL_IGNORENONSPACE, FL_LOOSE, FL_IGNORECASE | FL_IGNORENONSPACE};
         // Now and then in a type that the property does not have.
-        const ULONG tag = Number(15) ? Pick(tags) : CHANGE_PROP_TYPE(Pick(tags), Pick(tags));
+        const ULONG tag = Number(15) ? Pick(tags) : CHANGE_PROP_TYPE(Pick(tags), PROP_TYPE(Pick(tags)));
         // Mostly of the type of the property, a single value for a multiple one; sometimes of another.
         const ULONG type = Number(12) ? tag & ~MV_FLAG : Pick(tags) & ~MV_FLAG;
         const ULONG kind = Number(7);
@@ -265,6 +265,19 @@ TEST_F(TableRestrictionTest, APropertyIsThereInItsOwnTypeOnly)
         }
     }
     EXPECT_EQ(CountOf(Exists(CHANGE_PROP_TYPE(tag::Subject, PT_STRING8))), 1u) << "both forms of a text are one";
+    // A value that says nothing about the property, though it has its bytes.
+    ASSERT_EQ(FTable->SeekRow(BOOKMARK_BEGINNING, 0, nullptr), S_OK);
+    const std::vector<Props> rows = Rows(*FTable, {tag::SearchKey, tag::EntryId, tag::InstanceKey});
+    for (const Prop& own : rows.at(0)) {
+        const ULONG property = own.tag;
+        Bytes bytes = std::get<Bytes>(own.data);
+        EXPECT_EQ(CountOf(Is(Binary(property, bytes))), 1u);
+        bytes.resize(std::max(bytes.size(), sizeof(GUID)));
+        SPropValue guid{};
+        guid.ulPropTag = CHANGE_PROP_TYPE(property, PT_CLSID);
+        guid.Value.lpguid = reinterpret_cast<LPGUID>(bytes.data());
+        EXPECT_EQ(CountOf(Is(guid, RELOP_EQ, property)), 0u) << std::hex << property;
+    }
 }
 
 TEST_F(TableRestrictionTest, APropertyMustBeNamed)
