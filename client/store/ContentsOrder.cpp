@@ -126,7 +126,8 @@ public:
             FReader.emplace(FRows, FRestriction->Tags(), 2, true);
             FStatement.Add(FReader->Select());
         }
-        FStatement.Add(" FROM ").Add(FCondition->Source());
+        // Nothing but the keys is asked for where they are sorted afterwards.
+        FStatement.Add(" FROM ").Add(FIsNatural ? FCondition->CountingSource() : FCondition->Source());
         if (FInstances) {
             FCalls.push_back(std::make_unique<InstanceList>(FRows, FInstances));
             FStatement.Add(" CROSS JOIN json_each(deft_call(?, ").Add(BagExpression).Add(")) j");

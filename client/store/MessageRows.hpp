@@ -132,8 +132,8 @@ public:
     [[nodiscard]] Path BestPath() const { return FPath; }
     /// What stands behind FROM for the best path: alias m and what gives the rows that it finds, or all of them.
     [[nodiscard]] std::string_view Source() const;
-    /// The same for a statement that counts the rows in any order: it need not look at the messages themselves when all
-    /// that the condition asks for is in the index.
+    /// The same for a statement that counts the rows or takes their keys, in any order: it need not look at the
+    /// messages themselves when all that the condition asks for is in the index.
     [[nodiscard]] std::string_view CountingSource() const;
     /// Whether Sql() asks for no other column of the messages than this one and what tells them and their list.
     [[nodiscard]] bool AsksOnlyFor(std::string_view column) const;
