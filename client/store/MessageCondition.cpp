@@ -102,6 +102,18 @@ bool TellsOfDamage(const Failure& failure)
            failure.Code() == MAPI_E_OBJECT_CHANGED;
 }
 
+/// Decides on a row. Where damage is tolerated it leaves no result, which is NULL: neither this nor the opposite.
+template <typename Decision>
+void Decide(const MessageRows& rows, Decision decision)
+{
+    try {
+        decision();
+    } catch (const Failure& failure) {
+        if (!rows.tolerant || !TellsOfDamage(failure))
+            throw;
+    }
+}
+
 /// deft_call(this, row, packed list or NULL, columns…): whether the row fits.
 class Evaluator final : public SqlCallable
 {
@@ -127,16 +139,11 @@ public:
 
     void Call(const SqlArguments& arguments, const SqlResult& result) const override
     {
-        try {
-            Decide(arguments, result);
-        } catch (const Failure& failure) {
-            if (!FRows.tolerant || !TellsOfDamage(failure))
-                throw; // without a result it is NULL: neither this nor the opposite
-        }
+        Decide(FRows, [&] { result.Set(std::int64_t{Fits(arguments)}); });
     }
 
 private:
-    void Decide(const SqlArguments& arguments, const SqlResult& result) const
+    [[nodiscard]] bool Fits(const SqlArguments& arguments) const
     {
         const std::int64_t row = arguments.Number(0);
         PropertyBag bag;
@@ -166,7 +173,7 @@ private:
             return values[at];
         };
         const auto subRows = [&](ULONG tag) { return FRows.SubRows(row, tag); };
-        result.Set(std::int64_t{FRestriction.Matches(lookup, subRows)});
+        return FRestriction.Matches(lookup, subRows);
     }
 
     const MessageRows& FRows;
@@ -195,12 +202,8 @@ public:
         const std::string_view text = arguments.Text(0);
         if (text.size() >= WholeBytes)
             return;
-        try {
-            result.Set(std::int64_t{text.data() && FRestriction.MatchesPackedText(text)});
-        } catch (const Failure& failure) {
-            if (!FRows.tolerant || !TellsOfDamage(failure))
-                throw; // the evaluator says the same of it
-        }
+        // The evaluator says the same of what is damaged.
+        Decide(FRows, [&] { result.Set(std::int64_t{text.data() && FRestriction.MatchesPackedText(text)}); });
     }
 
 private:
@@ -224,12 +227,7 @@ public:
 
     void Call(const SqlArguments& arguments, const SqlResult& result) const override
     {
-        try {
-            result.Set(std::int64_t{FRows.IsUnread(arguments.Number(0))});
-        } catch (const Failure& failure) {
-            if (!FRows.tolerant || !TellsOfDamage(failure))
-                throw;
-        }
+        Decide(FRows, [&] { result.Set(std::int64_t{FRows.IsUnread(arguments.Number(0))}); });
     }
 
 private:
